@@ -1,0 +1,14 @@
+// The desk's side of the contract: what its sources share.
+#ifndef PLATFORM_HOST_HOST_H_
+#define PLATFORM_HOST_HOST_H_
+
+#include "sim/phone.h"
+
+namespace host {
+
+// The phone of this process; its directory need not be there yet.
+const sim::Phone& phone();
+
+}  // namespace host
+
+#endif  // PLATFORM_HOST_HOST_H_

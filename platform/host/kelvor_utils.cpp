@@ -1,0 +1,159 @@
+// The maker's utility library on a desk.
+
+#include "platform/kelvor_utils.h"
+
+#include <fcntl.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "host/host.h"
+#include "platform/properties.h"
+
+namespace {
+
+constexpr uint32_t kAllLevels = 1 | 2 | 4 | 8;
+
+// A mask that the environment may set: VEX_SHELL_LEVELS, VEX_LOG_LEVELS.
+uint32_t mask_from_environment(const char* name) {
+  const char* text = std::getenv(name);
+  return text != nullptr && *text != '\0' ? static_cast<uint32_t>(std::strtoul(text, nullptr, 0))
+                                          : kAllLevels;
+}
+
+std::atomic<uint32_t>& shell_mask() {
+  static std::atomic<uint32_t> mask{mask_from_environment("VEX_SHELL_LEVELS")};
+  return mask;
+}
+
+std::atomic<uint32_t>& log_mask() {
+  static std::atomic<uint32_t> mask{mask_from_environment("VEX_LOG_LEVELS")};
+  return mask;
+}
+
+std::atomic<bool> g_closed{false};
+
+// The log's file, opened at the first line and kept; -1 when there can be none.
+int log_file() {
+  static const int fd = [] {
+    std::string ignored;
+    host::phone().prepare(&ignored);
+    return ::open(host::phone().path("log/system.log").c_str(),
+                  O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+  }();
+  return fd;
+}
+
+// Line ends inside a message are shown as \n, so that a message is a line whatever it says.
+void append_escaped(std::string* line, const char* text) {
+  for (; *text != '\0'; ++text) {
+    if (*text == '\n') {
+      line->append("\\n");
+    } else {
+      line->push_back(*text);
+    }
+  }
+}
+
+// One write a line: lines of several processes do not mix.
+void write_log(char priority, const char* format, va_list arguments) {
+  const int fd = log_file();
+  if (fd < 0) return;
+  timeval now{};
+  ::gettimeofday(&now, nullptr);
+  tm local{};
+  ::localtime_r(&now.tv_sec, &local);
+  char head[64];
+  size_t n = ::strftime(head, sizeof head, "%Y-%m-%d %H:%M:%S", &local);
+  std::snprintf(head + n, sizeof head - n, ".%03d %5d %c ", static_cast<int>(now.tv_usec / 1000),
+                static_cast<int>(::getpid()), priority);
+  char* text = nullptr;
+  if (::vasprintf(&text, format, arguments) < 0) return;
+  std::string line = head;
+  append_escaped(&line, text);
+  std::free(text);
+  line.push_back('\n');
+  [[maybe_unused]] const ssize_t written = ::write(fd, line.data(), line.size());
+}
+
+}  // namespace
+
+extern "C" {
+
+bool kelvor_hal_get_logcat_print_flag(uint32_t level) {
+  return !g_closed && (log_mask() & level) != 0;
+}
+
+bool kelvor_hal_get_shell_print_flag(uint32_t level) {
+  return !g_closed && (shell_mask() & level) != 0;
+}
+
+void kelvor_hal_set_shell_print_mask(uint32_t mask) { shell_mask() = mask; }
+
+void kelvor_hal_close_print(void) { g_closed = true; }
+
+int32_t kelvor_get_qcril_process_instance_id(void) {
+  static const int32_t instance = [] {
+    const char* text = std::getenv("VEX_PROCESS_INSTANCE");
+    return text != nullptr && *text != '\0' ? std::atoi(text) : KELVOR_NO_PROCESS_INSTANCE;
+  }();
+  return instance;
+}
+
+const char* kelvor_get_current_pid_name(void) { return program_invocation_short_name; }
+
+const char* kelvor_utils_get_pid_name(void) { return kelvor_get_current_pid_name(); }
+
+void kelvor_utils_syslog_dbg(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  write_log('D', format, arguments);
+  va_end(arguments);
+}
+
+void kelvor_utils_syslog_err(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  write_log('E', format, arguments);
+  va_end(arguments);
+}
+
+int32_t kelvor_get_default_data_sub(void) {
+  int32_t sub = 0;
+  kelvor_get_property_value_from_int("persist.vendor.radio.default_data_sub", &sub, 0);
+  return sub == 1 ? 1 : 0;
+}
+
+int32_t kelvor_get_property_value_from_int(const char* name, int32_t* value, int32_t fallback) {
+  if (value == nullptr) return -1;
+  *value = fallback;
+  char text[PROPERTY_VALUE_MAX];
+  if (name == nullptr || property_get(name, text, "") == 0) return -1;
+  char* end = nullptr;
+  errno = 0;
+  const long number = std::strtol(text, &end, 10);
+  if (errno != 0 || end == text || *end != '\0' || number < INT32_MIN || number > INT32_MAX) {
+    return -1;
+  }
+  *value = static_cast<int32_t>(number);
+  return 0;
+}
+
+void kelvor_get_hex_str(char* buffer, size_t size, uint64_t value) {
+  if (buffer == nullptr || size == 0) return;
+  size_t at = 0;
+  for (int i = 0; i < 8 && at + 2 < size; ++i, at += 2) {
+    std::snprintf(buffer + at, 3, "%02X", static_cast<unsigned>(value >> 8 * i & 0xFF));
+  }
+  buffer[at] = '\0';
+}
+
+}  // extern "C"

@@ -1,0 +1,81 @@
+// Which modem this process talks to.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "host/host.h"
+#include "platform/kelvor_utils.h"
+#include "qcci/link/local_socket.h"
+#include "sim/embedded_link.h"
+#include "sim/modem.h"
+
+namespace host {
+namespace {
+
+// No bus: every open fails.
+class NoLink final : public qcci::Link {
+ public:
+  bool open(qcci::Endpoint*) override { return false; }
+  void close(qcci::EndpointId) override {}
+  bool send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override { return false; }
+  qcci::Received receive(qcci::Datagram*, platform::Time deadline) override {
+    platform::clock().sleep_until(deadline);
+    return qcci::Received::kNothing;
+  }
+  void wake() override {}
+};
+
+std::unique_ptr<qcci::Link> no_link(const std::string& why) {
+  std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
+  return std::make_unique<NoLink>();
+}
+
+// Set once, before the exit handler that reads it.
+std::shared_ptr<sim::Modem>& embedded_modem() {
+  static auto* const modem = new std::shared_ptr<sim::Modem>;
+  return *modem;
+}
+
+void report_unmet_faults() {
+  for (const std::string& rule : embedded_modem()->unmet_faults()) {
+    kelvor_utils_syslog_dbg("modem: fault rule met no message: %s", rule.c_str());
+  }
+}
+
+std::unique_ptr<qcci::Link> embedded() {
+  std::string why;
+  std::shared_ptr<sim::Modem> modem = sim::make_modem(phone(), &why);
+  if (modem == nullptr) return no_link(why);
+  modem->set_log(
+      [](const std::string& line) { kelvor_utils_syslog_dbg("modem: %s", line.c_str()); });
+  embedded_modem() = modem;
+  if (!modem->unmet_faults().empty()) std::atexit(report_unmet_faults);
+  return sim::make_embedded_link(std::move(modem));
+}
+
+}  // namespace
+
+const sim::Phone& phone() {
+  static const auto* const instance = new sim::Phone(sim::Phone::default_root());
+  return *instance;
+}
+
+}  // namespace host
+
+namespace qcci {
+
+std::unique_ptr<Link> make_process_link() {
+  const char* variable = std::getenv("VEX_MODEM");
+  const std::string wanted = variable != nullptr ? variable : "";
+  if (wanted.empty()) {
+    auto served = std::make_unique<LocalSocketLink>(host::phone().path("modem.sock"));
+    if (served->answers()) return served;
+    return host::embedded();
+  }
+  if (wanted == "embedded") return host::embedded();
+  if (wanted.starts_with("unix:")) return std::make_unique<LocalSocketLink>(wanted.substr(5));
+  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded or unix:PATH");
+}
+
+}  // namespace qcci

@@ -1,0 +1,139 @@
+// NAS, the Network Access Service (0x03): the messages that the tool sends.
+#ifndef PLATFORM_IDL_NAS_H_
+#define PLATFORM_IDL_NAS_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "platform/qmi_idl.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+  NAS_SERVICE_ID = 0x03,
+  NAS_IDL_MAJOR = 1,
+  NAS_IDL_MINOR = 398,
+  NAS_IDL_TOOL = 6,
+};
+
+enum {
+  NAS_INDICATION_REGISTER = 0x0003,
+  NAS_NETWORK_SCAN = 0x0021,
+  NAS_BIND_SUBSCRIPTION = 0x0045,
+  NAS_INCREMENTAL_NETWORK_SCAN = 0x0085,
+};
+
+enum { NAS_NETWORKS_MAX = 40, NAS_NAME_MAX = 255 };
+
+// Switches of unsolicited reports; one octet of flag and one of value each.
+typedef struct {
+  uint8_t selection_preference_valid, selection_preference;
+  uint8_t ddtm_valid, ddtm;
+  uint8_t serving_system_valid, serving_system;
+  uint8_t dual_standby_valid, dual_standby;
+  uint8_t subscription_info_valid, subscription_info;
+  uint8_t network_time_valid, network_time;
+  uint8_t system_info_valid, system_info;
+  uint8_t signal_info_valid, signal_info;
+  uint8_t error_rate_valid, error_rate;
+  uint8_t hdr_uati_valid, hdr_uati;
+  uint8_t hdr_session_valid, hdr_session;
+  uint8_t managed_roaming_valid, managed_roaming;
+  uint8_t plmn_name_valid, plmn_name;
+  uint8_t embms_valid, embms;
+  uint8_t rf_band_valid, rf_band;
+  uint8_t network_reject_valid, network_reject_enable, network_reject_suppress;
+  uint8_t reserved[144];  // further switches of the service, never sent
+} nas_indication_register_req;
+
+typedef struct {
+  uint32_t subscription;  // 0 primary, 1 secondary, 2 tertiary
+} nas_bind_subscription_req;
+
+// Responses that carry nothing but the standard result.
+typedef struct {
+  qmi_standard_result resp;
+} nas_plain_resp;
+
+typedef struct {
+  uint8_t network_type_valid, network_type;  // 1 GSM, 2 UMTS, 4 LTE, 8 TD-SCDMA, 16 NR
+  uint8_t scan_type_valid;
+  uint32_t scan_type;
+  uint8_t gw_bands_valid;
+  uint64_t gw_bands;
+  uint8_t lte_bands_valid;
+  uint64_t lte_bands;
+  uint8_t tds_bands_valid;
+  uint64_t tds_bands;
+  uint8_t reserved[216];
+} nas_network_scan_req;
+
+typedef struct {
+  uint16_t mcc, mnc;
+  uint8_t status;  // in use, roaming, forbidden, preferred: two bits each, from bit 0
+  char name[NAS_NAME_MAX + 1];
+} nas_network;
+
+typedef struct {
+  uint16_t mcc, mnc;
+  uint8_t value;
+} nas_network_attribute;
+
+typedef struct {
+  qmi_standard_result resp;
+  uint8_t networks_valid;
+  uint32_t networks_len;
+  nas_network networks[NAS_NETWORKS_MAX];
+  uint8_t rats_valid;
+  uint32_t rats_len;
+  nas_network_attribute rats[NAS_NETWORKS_MAX];  // 4 GSM, 5 UMTS, 8 LTE, 9 TD-SCDMA, 12 NR
+  uint8_t mnc_digits_valid;
+  uint32_t mnc_digits_len;
+  nas_network_attribute mnc_digits[NAS_NETWORKS_MAX];  // 1: the MNC has three digits
+  uint8_t scan_result_valid;
+  uint32_t scan_result;  // 0 ok, 1 aborted, 2 radio link failure
+  uint8_t reserved[7040];
+} nas_network_scan_resp;
+
+typedef struct {
+  uint8_t network_type_valid, network_type;
+  uint8_t reserved[574];
+} nas_incremental_network_scan_req;
+
+typedef struct {
+  uint16_t mcc, mnc;
+  uint8_t status, rat, mnc_three_digits;
+  char name[NAS_NAME_MAX + 1];
+} nas_incremental_network;
+
+typedef struct {
+  uint32_t status;  // 0 complete, 1 partial, 2 aborted
+  uint8_t networks_valid;
+  uint32_t networks_len;
+  nas_incremental_network networks[NAS_NETWORKS_MAX];
+} nas_incremental_network_scan_ind;
+
+#ifdef __cplusplus
+static_assert(sizeof(nas_indication_register_req) == 177, "indication register");
+static_assert(offsetof(nas_indication_register_req, serving_system_valid) == 4, "serving system");
+static_assert(offsetof(nas_indication_register_req, reserved) == 33, "reserved");
+static_assert(sizeof(nas_bind_subscription_req) == 4, "bind");
+static_assert(sizeof(nas_plain_resp) == 8, "plain response");
+static_assert(sizeof(nas_network_scan_req) == 272, "scan request");
+static_assert(sizeof(nas_network) == 262, "network");
+static_assert(sizeof(nas_network_attribute) == 6, "network attribute");
+static_assert(sizeof(nas_network_scan_resp) == 18040, "scan response");
+static_assert(sizeof(nas_incremental_network_scan_req) == 576, "incremental scan");
+#endif
+
+// The service object for exactly (1, 398, 6); null for anything else.
+qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t major, int32_t minor,
+                                                                int32_t tool);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_IDL_NAS_H_

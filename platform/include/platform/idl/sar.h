@@ -1,0 +1,49 @@
+// SAR, the Specific Absorption Rate service (0x11): the query of the device state index.
+#ifndef PLATFORM_IDL_SAR_H_
+#define PLATFORM_IDL_SAR_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "platform/qmi_idl.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+  SAR_SERVICE_ID = 0x11,
+  SAR_IDL_MAJOR = 1,
+  SAR_IDL_MINOR = 15,
+  SAR_IDL_TOOL = 6,
+};
+
+enum { SAR_RF_GET_STATE = 0x0002 };  // the request is empty
+
+typedef struct {
+  qmi_standard_result resp;
+  uint8_t state_valid;
+  uint32_t state;  // the DSI
+  uint8_t extra_1_valid;
+  uint32_t extra_1;
+  uint8_t extra_2_valid;
+  uint32_t extra_2;
+  uint8_t extra_3_valid;
+  uint32_t extra_3;
+} sar_rf_get_state_resp;
+
+#ifdef __cplusplus
+static_assert(sizeof(sar_rf_get_state_resp) == 40, "state response");
+static_assert(offsetof(sar_rf_get_state_resp, state_valid) == 8, "state flag");
+static_assert(offsetof(sar_rf_get_state_resp, state) == 12, "state");
+#endif
+
+// The service object for exactly (1, 15, 6); null for anything else.
+qmi_idl_service_object_type sar_get_service_object_internal_v01(int32_t major, int32_t minor,
+                                                                int32_t tool);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_IDL_SAR_H_

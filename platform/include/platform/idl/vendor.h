@@ -1,0 +1,117 @@
+// The maker's vendor QMI service, 0xFFE4: message numbers and C structures.
+//
+// The 512 data octets are a fixed array and always travel whole. Responses carry no standard
+// result: their first element is the vendor function's own.
+#ifndef PLATFORM_IDL_VENDOR_H_
+#define PLATFORM_IDL_VENDOR_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "platform/qmi_idl.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+  KELVOR_VENDOR_SERVICE_ID = 0xFFE4,
+  KELVOR_VENDOR_IDL_MAJOR = 1,
+  KELVOR_VENDOR_IDL_MINOR = 1,
+  KELVOR_VENDOR_IDL_TOOL = 6,
+  KELVOR_VENDOR_DATA_MAX = 512,
+};
+
+enum {
+  KELVOR_VENDOR_GENERIC = 0x0002,  // the one request that is sent
+  KELVOR_VENDOR_SUB_ID = 0x0003,   // as an indication: a sub-id and its data
+  KELVOR_VENDOR_BLOCK = 0x0004,
+  KELVOR_VENDOR_IND_5 = 0x0005,
+  KELVOR_VENDOR_IND_6 = 0x0006,
+  KELVOR_VENDOR_IND_7 = 0x0007,
+  KELVOR_VENDOR_IND_8 = 0x0008,
+  KELVOR_VENDOR_IND_9 = 0x0009,
+  KELVOR_VENDOR_LARGE_BLOCK = 0x000A,
+};
+
+// Families of vendor functions: the generic request's id.
+enum {
+  REQUEST_ID_EFS = 2,
+  REQUEST_ID_COMMON = 4,
+};
+
+// 0x0002 and 0x0003, in every direction.
+typedef struct {
+  uint32_t id;  // request: the family; response: the result, 0 for success; indication: the sub-id
+  uint32_t data_len;
+  uint8_t data_valid;
+  uint8_t data[KELVOR_VENDOR_DATA_MAX];
+} kelvor_vendor_msg;
+
+typedef struct {
+  uint32_t a, b;
+  uint8_t data[516];
+} kelvor_vendor_block_req;
+
+typedef struct {
+  uint32_t a, b;
+} kelvor_vendor_pair;
+
+typedef struct {
+  uint32_t a, b;
+  uint8_t data[1120];
+} kelvor_vendor_ind_5;
+
+typedef struct {
+  uint32_t words[9];
+  uint16_t half;
+} kelvor_vendor_record;
+
+typedef struct {
+  uint32_t a;
+  uint32_t records_len;
+  kelvor_vendor_record records[32];
+} kelvor_vendor_ind_6;
+
+typedef struct {
+  uint32_t a, b;
+  uint8_t data_valid;
+  uint32_t data_len;
+  uint8_t data[16];
+} kelvor_vendor_ind_8;
+
+typedef struct {
+  uint32_t a, b;
+  uint8_t data[400];
+} kelvor_vendor_ind_9;
+
+typedef struct {
+  uint32_t a, b;
+  uint8_t data[1536];
+} kelvor_vendor_large_block_req;
+
+#ifdef __cplusplus
+static_assert(sizeof(kelvor_vendor_msg) == 524, "vendor message");
+static_assert(offsetof(kelvor_vendor_msg, data_len) == 4, "vendor message");
+static_assert(offsetof(kelvor_vendor_msg, data_valid) == 8, "vendor message");
+static_assert(offsetof(kelvor_vendor_msg, data) == 9, "vendor message");
+static_assert(sizeof(kelvor_vendor_block_req) == 524, "vendor block");
+static_assert(sizeof(kelvor_vendor_pair) == 8, "vendor pair");
+static_assert(sizeof(kelvor_vendor_ind_5) == 1128, "vendor indication 5");
+static_assert(sizeof(kelvor_vendor_record) == 40, "vendor record");
+static_assert(sizeof(kelvor_vendor_ind_6) == 1288, "vendor indication 6");
+static_assert(sizeof(kelvor_vendor_ind_8) == 32, "vendor indication 8");
+static_assert(sizeof(kelvor_vendor_ind_9) == 408, "vendor indication 9");
+static_assert(sizeof(kelvor_vendor_large_block_req) == 1544, "vendor large block");
+#endif
+
+// The service object for exactly (1, 1, 6); null for anything else.
+qmi_idl_service_object_type kelvor_extend_get_service_object_internal_v01(int32_t major,
+                                                                          int32_t minor,
+                                                                          int32_t tool);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_IDL_VENDOR_H_

@@ -1,0 +1,134 @@
+// What the vendor service's 512 opaque octets hold, per family of functions.
+//
+// Little-endian throughout. Unused octets are zero.
+#ifndef PLATFORM_IDL_VENDOR_PAYLOAD_H_
+#define PLATFORM_IDL_VENDOR_PAYLOAD_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- REQUEST_ID_EFS: NV items and EFS files
+
+enum {
+  KELVOR_NVEFS_NV_READ = 1,
+  KELVOR_NVEFS_NV_WRITE = 2,
+  KELVOR_NVEFS_NV_DELETE = 3,
+  KELVOR_NVEFS_EFS_READ = 4,
+  KELVOR_NVEFS_EFS_WRITE = 5,
+  KELVOR_NVEFS_EFS_DELETE = 6,
+};
+
+enum {
+  KELVOR_NVEFS_CHUNK_MAX = 424,         // data octets of one exchange
+  KELVOR_NVEFS_EXCHANGES_MAX = 299,     // exchanges of one transfer
+  KELVOR_NVEFS_NV_ID_MAX = 7232,        // the highest item id
+  KELVOR_NVEFS_PATH_MAX = 507,          // what a path may have at all
+  KELVOR_NVEFS_TRANSFER_PATH_MAX = 71,  // and beside counters and data
+  KELVOR_NVEFS_DELETE_PATH_MAX = 255,   // and in the one octet of its length
+};
+
+// NV requests, and EFS reads and writes. A write's chunk says where in the file it belongs
+// (data_done) and how long the whole will be (data_len): the modem keeps the file when the whole is
+// there, and the old one until then.
+typedef struct {
+  uint8_t operation;
+  uint8_t sub;
+  uint16_t nv_id;
+  uint8_t path_len;  // the path ends there or at its first zero octet
+  char path[KELVOR_NVEFS_TRANSFER_PATH_MAX];
+  uint32_t data_len;      // of the whole item or file that is written
+  uint32_t data_done;     // octets that earlier exchanges of the transfer carried
+  uint16_t exchange;      // number of this exchange in its transfer, from 0
+  uint16_t data_len_cur;  // octets of data below
+  uint8_t data[KELVOR_NVEFS_CHUNK_MAX];
+} kelvor_nvefs_req;
+
+// An EFS delete, which has neither counters nor data.
+typedef struct {
+  uint8_t operation;
+  uint8_t sub;
+  uint16_t nv_id;
+  uint8_t path_len;
+  char path[KELVOR_NVEFS_PATH_MAX];
+} kelvor_efs_path_req;
+
+typedef struct {
+  int32_t data_len_send;   // octets of data below
+  uint32_t data_len_all;   // octets of the whole item or file
+  uint32_t data_len_recv;  // octets of a write that the modem has so far
+  uint32_t exchange;       // as in the request
+  int32_t result;          // 0 success; an EFS write: 0 or more is the instance that served it;
+                           // negative: an errno number's negative
+  uint8_t data[KELVOR_NVEFS_CHUNK_MAX];
+} kelvor_nvefs_rsp;
+
+// ---- REQUEST_ID_COMMON: common requests
+
+enum {
+  KELVOR_COMMON_ITEM = 2,  // the command of a request that names an item
+};
+
+enum {
+  KELVOR_COMMON_STATS_DEBUG_INFO = 20,  // raw command
+  KELVOR_COMMON_STATS_LOG_LIST = 27,    // raw command
+  KELVOR_COMMON_ITEM_SSR = 31,
+  KELVOR_COMMON_ITEM_NV_SYNC = 35,
+  KELVOR_COMMON_ITEM_FULL_DUMP = 99,
+};
+
+enum {
+  KELVOR_COMMON_VALUE_ROOM = 496,
+  KELVOR_COMMON_PAYLOAD_ROOM = 504,
+};
+
+typedef struct {
+  uint32_t command;  // KELVOR_COMMON_ITEM
+  uint32_t reserved;
+  uint32_t t;  // the item
+  uint32_t l;  // octets of v
+  uint8_t v[KELVOR_COMMON_VALUE_ROOM];
+} kelvor_common_item_req;
+
+typedef struct {
+  uint32_t command;
+  uint32_t reserved;
+  uint8_t payload[KELVOR_COMMON_PAYLOAD_ROOM];
+} kelvor_common_raw_req;
+
+// The answer to either, in the callers' buffer of 508 octets.
+typedef struct {
+  uint32_t command;  // as asked
+  int32_t result;    // 0 success
+  uint8_t payload[500];
+} kelvor_common_rsp;
+
+#ifdef __cplusplus
+static_assert(sizeof(kelvor_nvefs_req) == 512, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, nv_id) == 2, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, path_len) == 4, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, path) == 5, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, data_len) == 76, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, data) == 88, "NV/EFS request");
+static_assert(sizeof(kelvor_efs_path_req) == 512, "EFS path request");
+static_assert(offsetof(kelvor_efs_path_req, path) == 5, "EFS path request");
+static_assert(sizeof(kelvor_nvefs_rsp) == 444, "NV/EFS response");
+static_assert(offsetof(kelvor_nvefs_rsp, data_len_all) == 4, "NV/EFS response");
+static_assert(offsetof(kelvor_nvefs_rsp, result) == 16, "NV/EFS response");
+static_assert(offsetof(kelvor_nvefs_rsp, data) == 20, "NV/EFS response");
+static_assert(sizeof(kelvor_common_item_req) == 512, "common item request");
+static_assert(offsetof(kelvor_common_item_req, v) == 16, "common item request");
+static_assert(sizeof(kelvor_common_raw_req) == 512, "common raw request");
+static_assert(offsetof(kelvor_common_raw_req, payload) == 8, "common raw request");
+static_assert(sizeof(kelvor_common_rsp) == 508, "common response");
+static_assert(offsetof(kelvor_common_rsp, result) == 4, "common response");
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // PLATFORM_IDL_VENDOR_PAYLOAD_H_

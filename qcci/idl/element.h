@@ -1,0 +1,256 @@
+// Element rows: the wire form of a QMI message and where each part lies in its C structure.
+//
+// A message is a list of TLV rows, a TLV a list of elements, and an element a number, an array or a
+// nested record of the C structure. Rows are made by the builders below, one line a field, which
+// take type, width and offset from the structure's member; a table that contradicts itself or its
+// structure does not compile. The same rows encode, decode, print and fuzz a message.
+//
+//   inline constexpr auto kMessage = message<kelvor_vendor_msg>(
+//       mandatory(0x01, value(QCCI_MEMBER(kelvor_vendor_msg, id))),
+//       optional(0x10, QCCI_MEMBER(kelvor_vendor_msg, data_valid),
+//                value(QCCI_MEMBER(kelvor_vendor_msg, data))));
+#ifndef QCCI_IDL_ELEMENT_H_
+#define QCCI_IDL_ELEMENT_H_
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace qcci::idl {
+
+static_assert(std::endian::native == std::endian::little,
+              "the wire is little-endian, and so are we");
+
+enum class Shape : uint8_t {
+  kValue,    // `max` items, always all of them; a plain number is an array of one
+  kCounted,  // a count, then that many items; the C structure has a u32 count elsewhere
+  kText,     // a count, then that many characters; zero-terminated in C
+};
+
+struct Element {
+  const char* name = "";
+  Shape shape = Shape::kValue;
+  uint8_t wire_width = 0;   // octets of one number on the wire; 0 for records
+  uint8_t count_width = 0;  // octets of the count on the wire
+  uint32_t offset = 0;      // of the first item in the C structure
+  uint32_t count_offset = 0;
+  uint32_t max = 1;                 // items; for text without its terminating zero
+  uint32_t stride = 0;              // octets of one item in C
+  const Element* record = nullptr;  // the item's own elements, when it is a record
+  uint32_t record_count = 0;
+};
+
+// A record's elements, and the type they describe.
+template <class S, size_t N>
+struct Record {
+  std::array<Element, N> elements;
+};
+
+template <class S, class T>
+struct Member {
+  const char* name;
+  uint32_t offset;
+};
+#define QCCI_MEMBER(Struct, member) \
+  ::qcci::idl::Member<Struct, decltype(Struct::member)> { #member, offsetof(Struct, member) }
+
+// An element or TLV of structure S: rows of different structures do not mix.
+template <class S>
+struct Of {
+  Element element;
+};
+
+inline constexpr size_t kMaxTlvElements = 6;
+struct Tlv {
+  uint8_t type = 0;
+  bool is_optional = false;
+  uint8_t count = 0;
+  uint32_t flag_offset = 0;  // the presence flag, one octet, of an optional one
+  Element elements[kMaxTlvElements];
+};
+template <class S>
+struct TlvOf {
+  Tlv tlv;
+};
+
+// A message as the codec sees it. c_size 0: an empty message.
+struct Message {
+  const Tlv* tlvs = nullptr;
+  uint32_t tlv_count = 0;
+  uint32_t c_size = 0;
+  uint32_t max_encoded = 0;  // octets of TLVs when everything is present and full
+};
+
+namespace detail {
+// Reached only by a bad table: calling it makes the table's constant expression fail to compile.
+void bad_table(const char* why);
+
+constexpr uint32_t smallest_count(uint32_t max) { return max <= 255 ? 1 : 2; }
+
+constexpr uint32_t item_encoded_max(const Element& e);
+constexpr uint32_t encoded_max(const Element& e) {
+  return e.count_width + e.max * item_encoded_max(e);
+}
+constexpr uint32_t item_encoded_max(const Element& e) {
+  if (e.record == nullptr) return e.wire_width;
+  uint32_t sum = 0;
+  for (uint32_t i = 0; i < e.record_count; ++i) sum += encoded_max(e.record[i]);
+  return sum;
+}
+
+struct Extent {
+  uint32_t begin, end;
+};
+constexpr bool apart(Extent a, Extent b) { return a.end <= b.begin || b.end <= a.begin; }
+constexpr uint32_t c_octets(const Element& e) {
+  return e.stride * (e.shape == Shape::kText ? e.max + 1 : e.max);
+}
+}  // namespace detail
+
+// A number or a fixed array of numbers, of the member's own width on the wire.
+template <class S, class T>
+constexpr Of<S> value(Member<S, T> m) {
+  using Item = std::remove_all_extents_t<T>;
+  static_assert(std::is_unsigned_v<Item>, "wire numbers are unsigned");
+  Element e;
+  e.name = m.name;
+  e.offset = m.offset;
+  e.wire_width = sizeof(Item);
+  e.stride = sizeof(Item);
+  e.max = sizeof(T) / sizeof(Item);
+  return {e};
+}
+
+// A number that is narrower on the wire than in C.
+template <size_t WireWidth, class S, class T>
+constexpr Of<S> narrow(Member<S, T> m) {
+  static_assert(WireWidth < sizeof(std::remove_all_extents_t<T>), "not narrower");
+  Of<S> of = value(m);
+  of.element.wire_width = WireWidth;
+  return of;
+}
+
+// A counted array of numbers, of the array's own capacity. CountWidth 0: as the capacity asks.
+template <size_t CountWidth = 0, class S, class T, size_t N>
+constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
+  Of<S> of = value(items);
+  of.element.shape = Shape::kCounted;
+  of.element.count_offset = count.offset;
+  of.element.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
+  return of;
+}
+
+// A counted array of records.
+template <size_t CountWidth = 0, class S, class T, size_t N, size_t R>
+constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items,
+                        const Record<T, R>& record) {
+  Element e;
+  e.name = items.name;
+  e.shape = Shape::kCounted;
+  e.offset = items.offset;
+  e.count_offset = count.offset;
+  e.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
+  e.max = N;
+  e.stride = sizeof(T);
+  e.record = record.elements.data();
+  e.record_count = R;
+  return {e};
+}
+
+// One nested record.
+template <class S, class T, size_t R>
+constexpr Of<S> nested(Member<S, T> m, const Record<T, R>& record) {
+  Element e;
+  e.name = m.name;
+  e.offset = m.offset;
+  e.stride = sizeof(T);
+  e.record = record.elements.data();
+  e.record_count = R;
+  return {e};
+}
+
+// A text with its length before it.
+template <class S, size_t N>
+constexpr Of<S> text(Member<S, char[N]> m) {
+  Element e;
+  e.name = m.name;
+  e.shape = Shape::kText;
+  e.wire_width = 1;
+  e.offset = m.offset;
+  e.max = N - 1;
+  e.count_width = detail::smallest_count(N - 1);
+  e.stride = 1;
+  return {e};
+}
+
+template <class S, class... Rest>
+constexpr auto record(Of<S> first, Rest... rest) {
+  static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
+  return Record<S, 1 + sizeof...(Rest)>{{first.element, rest.element...}};
+}
+
+template <class S, class... Rest>
+constexpr TlvOf<S> mandatory(uint8_t type, Of<S> first, Rest... rest) {
+  static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
+  static_assert(1 + sizeof...(Rest) <= kMaxTlvElements);
+  if (type < 0x01 || type > 0x0F) detail::bad_table("mandatory types are 0x01 to 0x0F");
+  Tlv tlv{type, false, 1 + sizeof...(Rest), 0, {first.element, rest.element...}};
+  return {tlv};
+}
+
+template <class S, class... Rest>
+constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, Rest... rest) {
+  static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
+  static_assert(1 + sizeof...(Rest) <= kMaxTlvElements);
+  if (type < 0x10) detail::bad_table("optional types are 0x10 and above");
+  Tlv tlv{type, true, 1 + sizeof...(Rest), flag.offset, {first.element, rest.element...}};
+  return {tlv};
+}
+
+template <class S, size_t N>
+struct MessageTable {
+  std::array<Tlv, N> tlvs;
+
+  constexpr Message view() const {
+    uint32_t sum = 0;
+    for (const Tlv& tlv : tlvs) {
+      sum += 3;
+      for (uint32_t i = 0; i < tlv.count; ++i) sum += detail::encoded_max(tlv.elements[i]);
+    }
+    return {tlvs.data(), N, sizeof(S), sum};
+  }
+};
+
+template <class S, class... Rows>
+constexpr auto message(Rows... rows) {
+  static_assert((std::is_same_v<Rows, TlvOf<S>> && ...), "rows of different structures");
+  MessageTable<S, sizeof...(Rows)> table{{rows.tlv...}};
+  std::array<detail::Extent, sizeof...(Rows) * (1 + 2 * kMaxTlvElements)> taken{};
+  size_t used = 0;
+  const auto take = [&](uint32_t begin, uint32_t octets) {
+    const detail::Extent extent{begin, begin + octets};
+    if (extent.end > sizeof(S)) detail::bad_table("a row reaches beyond its structure");
+    for (size_t i = 0; i < used; ++i) {
+      if (!detail::apart(taken[i], extent)) detail::bad_table("two rows share a member");
+    }
+    taken[used++] = extent;
+  };
+  for (size_t i = 0; i < table.tlvs.size(); ++i) {
+    const Tlv& tlv = table.tlvs[i];
+    if (i > 0 && table.tlvs[i - 1].type >= tlv.type) detail::bad_table("types must ascend");
+    if (tlv.is_optional) take(tlv.flag_offset, 1);
+    for (uint32_t k = 0; k < tlv.count; ++k) {
+      const Element& e = tlv.elements[k];
+      take(e.offset, detail::c_octets(e));
+      if (e.shape == Shape::kCounted) take(e.count_offset, 4);
+    }
+  }
+  if (table.tlvs.size() > 64) detail::bad_table("more rows than the decoder keeps account of");
+  return table;
+}
+
+}  // namespace qcci::idl
+
+#endif  // QCCI_IDL_ELEMENT_H_

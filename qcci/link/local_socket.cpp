@@ -1,0 +1,150 @@
+#include "qcci/link/local_socket.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+namespace qcci {
+namespace {
+
+constexpr auto kHelloTime = std::chrono::seconds(2);
+
+// A socket address has room for 107 octets; a longer path goes through a descriptor of its folder.
+template <class Call>
+int with_address(const std::string& path, Call call) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  int folder = -1;
+  std::string name = path;
+  if (path.size() >= sizeof address.sun_path) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+      errno = ENAMETOOLONG;
+      return -1;
+    }
+    folder = ::open(path.substr(0, slash + 1).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) return -1;
+    name = "/proc/self/fd/" + std::to_string(folder) + path.substr(slash);
+  }
+  int result = -1;
+  errno = ENAMETOOLONG;
+  if (name.size() < sizeof address.sun_path) {
+    std::memcpy(address.sun_path, name.c_str(), name.size() + 1);
+    result = call(reinterpret_cast<const sockaddr*>(&address), socklen_t{sizeof address});
+  }
+  const int error = errno;
+  if (folder >= 0) ::close(folder);
+  errno = error;
+  return result;
+}
+
+}  // namespace
+
+bool local_frame_write(int fd, Address peer, std::span<const uint8_t> octets) {
+  LocalFrame frame{peer};
+  static_assert(sizeof frame == LocalFrame::kHeader);
+  iovec parts[2] = {{&frame, sizeof frame}, {const_cast<uint8_t*>(octets.data()), octets.size()}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  ssize_t sent = 0;
+  do {
+    sent = ::sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+  } while (sent < 0 && errno == EINTR);
+  return sent == static_cast<ssize_t>(sizeof frame + octets.size());
+}
+
+int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets) {
+  LocalFrame frame{};
+  uint8_t buffer[kMaxDatagram];
+  iovec parts[2] = {{&frame, sizeof frame}, {buffer, sizeof buffer}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  ssize_t got = 0;
+  do {
+    got = ::recvmsg(fd, &message, MSG_DONTWAIT);
+  } while (got < 0 && errno == EINTR);
+  if (got < 0) return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
+  if (got < static_cast<ssize_t>(sizeof frame) || (message.msg_flags & MSG_TRUNC) != 0) return -1;
+  octets->assign(buffer, buffer + got - sizeof frame);
+  *peer = frame.peer;
+  return 1;
+}
+
+bool local_peer_trusted(int fd) {
+  ucred peer{};
+  socklen_t length = sizeof peer;
+  if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) return false;
+  return peer.uid == ::geteuid() || peer.uid == 0;
+}
+
+int local_bind(int fd, const std::string& path) {
+  return with_address(path, [fd](const sockaddr* a, socklen_t n) { return ::bind(fd, a, n); });
+}
+
+int local_connect(int fd, const std::string& path) {
+  return with_address(path, [fd](const sockaddr* a, socklen_t n) {
+    int result = 0;
+    do {
+      result = ::connect(fd, a, n);
+    } while (result != 0 && errno == EINTR);
+    return result;
+  });
+}
+
+LocalSocketLink::LocalSocketLink(std::string path) : path_(std::move(path)) {}
+
+LocalSocketLink::~LocalSocketLink() {
+  if (spare_fd_ >= 0) ::close(spare_fd_);
+}
+
+bool LocalSocketLink::answers() {
+  if (spare_fd_ < 0) spare_fd_ = connect(&spare_own_);
+  return spare_fd_ >= 0;
+}
+
+int LocalSocketLink::open_descriptor(Address* own) {
+  const int spare = std::exchange(spare_fd_, -1);
+  if (spare < 0) return connect(own);
+  *own = spare_own_;
+  return spare;
+}
+
+int LocalSocketLink::connect(Address* own) const {
+  const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+  if (fd < 0) return -1;
+  if (local_connect(fd, path_) == 0 && local_peer_trusted(fd)) {
+    pollfd readable{fd, POLLIN, 0};
+    platform::Clock& clock = platform::clock();
+    const platform::Time deadline = clock.now() + kHelloTime;
+    Address from;
+    std::vector<uint8_t> octets;
+    ControlPacket hello;
+    if (clock.poll_until(&readable, 1, deadline) > 0 && local_frame_read(fd, &from, &octets) > 0 &&
+        from.port == kControlPort && ControlPacket::parse(octets, &hello) &&
+        hello.command == Control::kHello && hello.client().node == from.node) {
+      *own = hello.client();
+      return fd;
+    }
+  }
+  ::close(fd);
+  return -1;
+}
+
+PollLink::Read LocalSocketLink::read(int fd, Address* from, std::vector<uint8_t>* octets) {
+  const int got = local_frame_read(fd, from, octets);
+  return got > 0 ? Read::kDatagram : got == 0 ? Read::kNothing : Read::kClosed;
+}
+
+bool LocalSocketLink::write(int fd, Address to, std::span<const uint8_t> octets) {
+  return local_frame_write(fd, to, octets);
+}
+
+}  // namespace qcci

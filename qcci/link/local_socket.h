@@ -1,0 +1,57 @@
+// The local-socket link: a simulated phone that another process serves.
+//
+// AF_UNIX, SOCK_SEQPACKET; a connection is an endpoint, and a record is a datagram behind the
+// address of its other end. The server's first record is HELLO from its control port, which tells
+// the endpoint its own address. Each side takes the other only when it belongs to the same user or
+// to root.
+#ifndef QCCI_LINK_LOCAL_SOCKET_H_
+#define QCCI_LINK_LOCAL_SOCKET_H_
+
+#include <memory>
+#include <string>
+
+#include "qcci/link/poll_link.h"
+
+namespace qcci {
+
+// One record: an address, then the datagram.
+struct LocalFrame {
+  Address peer;
+  static constexpr size_t kHeader = 8;
+};
+
+// Sends or takes one record; never blocks. read: more than 0 for a datagram, 0 for none yet, -1
+// when the connection is over or not in order.
+bool local_frame_write(int fd, Address peer, std::span<const uint8_t> octets);
+int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
+
+// Whether the other end of a connection may talk to us.
+bool local_peer_trusted(int fd);
+
+// Binds or connects to a path of any length that the file system allows; -1 and errno as the system
+// call's.
+int local_bind(int fd, const std::string& path);
+int local_connect(int fd, const std::string& path);
+
+class LocalSocketLink final : public PollLink {
+ public:
+  explicit LocalSocketLink(std::string path);
+  ~LocalSocketLink() override;
+
+  // Whether somebody serves there now. The connection made is kept for the first endpoint.
+  bool answers();
+
+ private:
+  int open_descriptor(Address* own) override;
+  Read read(int fd, Address* from, std::vector<uint8_t>* octets) override;
+  bool write(int fd, Address to, std::span<const uint8_t> octets) override;
+  int connect(Address* own) const;
+
+  std::string path_;
+  int spare_fd_ = -1;
+  Address spare_own_;
+};
+
+}  // namespace qcci
+
+#endif  // QCCI_LINK_LOCAL_SOCKET_H_

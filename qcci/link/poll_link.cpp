@@ -1,0 +1,85 @@
+#include "qcci/link/poll_link.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace qcci {
+
+PollLink::PollLink() : wake_fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+PollLink::~PollLink() {
+  for (const auto& [id, fd] : descriptors_) ::close(fd);
+  ::close(wake_fd_);
+}
+
+bool PollLink::open(Endpoint* endpoint) {
+  const int fd = open_descriptor(&endpoint->own);
+  if (fd < 0) return false;
+  {
+    const std::lock_guard lock(mutex_);
+    endpoint->id = ++last_;
+    descriptors_.emplace(endpoint->id, fd);
+  }
+  wake();
+  return true;
+}
+
+// A descriptor may be closed while the receiver polls it, and its number given to a new one: the
+// receiver therefore reads only under the mutex, only what is still in the table, and never blocks.
+void PollLink::close(EndpointId endpoint) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = descriptors_.find(endpoint);
+    if (found == descriptors_.end()) return;
+    ::close(found->second);
+    descriptors_.erase(found);
+  }
+  wake();
+}
+
+bool PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) {
+  const std::lock_guard lock(mutex_);
+  const auto found = descriptors_.find(endpoint);
+  return found != descriptors_.end() && write(found->second, to, octets);
+}
+
+Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
+  std::vector<pollfd> polled;
+  {
+    const std::lock_guard lock(mutex_);
+    polled.push_back({wake_fd_, POLLIN, 0});
+    for (const auto& [id, fd] : descriptors_) polled.push_back({fd, POLLIN, 0});
+  }
+  if (platform::clock().poll_until(polled.data(), polled.size(), deadline) <= 0) {
+    return Received::kNothing;
+  }
+  if (polled[0].revents != 0) {
+    uint64_t ignored = 0;
+    [[maybe_unused]] const ssize_t n = ::read(wake_fd_, &ignored, sizeof ignored);
+  }
+  const std::lock_guard lock(mutex_);
+  auto at = descriptors_.upper_bound(served_);
+  for (size_t i = 0; i < descriptors_.size(); ++i, ++at) {
+    if (at == descriptors_.end()) at = descriptors_.begin();
+    datagram->endpoint = at->first;
+    switch (read(at->second, &datagram->from, &datagram->octets)) {
+      case Read::kNothing:
+        continue;
+      case Read::kDatagram:
+        served_ = at->first;
+        return Received::kDatagram;
+      case Read::kClosed:
+        ::close(at->second);
+        descriptors_.erase(at);
+        return Received::kClosed;
+    }
+  }
+  return Received::kNothing;
+}
+
+void PollLink::wake() {
+  const uint64_t one = 1;
+  [[maybe_unused]] const ssize_t n = ::write(wake_fd_, &one, sizeof one);
+}
+
+}  // namespace qcci

@@ -1,0 +1,44 @@
+// What links over file descriptors share: the endpoints, and one poll over all of them.
+#ifndef QCCI_LINK_POLL_LINK_H_
+#define QCCI_LINK_POLL_LINK_H_
+
+#include <map>
+#include <mutex>
+
+#include "qcci/link/link.h"
+
+namespace qcci {
+
+class PollLink : public Link {
+ public:
+  PollLink();
+  ~PollLink() override;
+  PollLink(const PollLink&) = delete;
+  PollLink& operator=(const PollLink&) = delete;
+
+  bool open(Endpoint* endpoint) final;
+  void close(EndpointId endpoint) final;
+  bool send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final;
+  Received receive(Datagram* datagram, platform::Time deadline) final;
+  void wake() final;
+
+ protected:
+  enum class Read { kDatagram, kNothing, kClosed };
+
+  // A non-blocking descriptor that is on the bus, and its address; -1 when there is no bus.
+  virtual int open_descriptor(Address* own) = 0;
+  // One datagram of at most kMaxDatagram octets; never blocks.
+  virtual Read read(int fd, Address* from, std::vector<uint8_t>* octets) = 0;
+  virtual bool write(int fd, Address to, std::span<const uint8_t> octets) = 0;
+
+ private:
+  std::mutex mutex_;
+  std::map<EndpointId, int> descriptors_;
+  EndpointId last_ = 0;
+  EndpointId served_ = 0;  // the endpoint read last: the next one goes first
+  int wake_fd_;
+};
+
+}  // namespace qcci
+
+#endif  // QCCI_LINK_POLL_LINK_H_

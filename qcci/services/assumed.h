@@ -1,0 +1,29 @@
+// TLV numbers that no public source names.
+//
+// They fit the structures' sizes and the encoded lengths that are known of the services, and they
+// are the first to look at when a real modem refuses a message.
+#ifndef QCCI_SERVICES_ASSUMED_H_
+#define QCCI_SERVICES_ASSUMED_H_
+
+#include <cstdint>
+
+namespace qcci::assumed {
+
+// Vendor service 0xFFE4, every message.
+inline constexpr uint8_t kVendorFirst = 0x01;   // request id, result or sub-id
+inline constexpr uint8_t kVendorSecond = 0x02;  // data length
+inline constexpr uint8_t kVendorBlock = 0x03;   // a block that is always there
+inline constexpr uint8_t kVendorData = 0x10;    // the data that a flag announces
+
+// NAS 0x45.
+inline constexpr uint8_t kNasBindSubscription = 0x01;
+inline constexpr uint8_t kNasBindWidth = 1;
+
+// SAR 0x02: what follows the state.
+inline constexpr uint8_t kSarExtra1 = 0x11;
+inline constexpr uint8_t kSarExtra2 = 0x12;
+inline constexpr uint8_t kSarExtra3 = 0x13;
+
+}  // namespace qcci::assumed
+
+#endif  // QCCI_SERVICES_ASSUMED_H_

@@ -1,0 +1,15 @@
+// The service objects, for code below the contract; above it they are had from their getters.
+#ifndef QCCI_SERVICES_SERVICES_H_
+#define QCCI_SERVICES_SERVICES_H_
+
+#include "qcci/idl/service.h"
+
+namespace qcci::idl {
+
+extern const qmi_idl_service_object kVendorService;
+extern const qmi_idl_service_object kNasService;
+extern const qmi_idl_service_object kSarService;
+
+}  // namespace qcci::idl
+
+#endif  // QCCI_SERVICES_SERVICES_H_

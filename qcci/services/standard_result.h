@@ -1,0 +1,22 @@
+// The row of the standard result, which every response of a standard service begins with.
+#ifndef QCCI_SERVICES_STANDARD_RESULT_H_
+#define QCCI_SERVICES_STANDARD_RESULT_H_
+
+#include "platform/qmi_idl.h"
+#include "qcci/idl/element.h"
+
+namespace qcci::idl {
+
+inline constexpr uint8_t kStandardResultType = 0x02;
+
+inline constexpr auto kStandardResult = record(narrow<2>(QCCI_MEMBER(qmi_standard_result, result)),
+                                               narrow<2>(QCCI_MEMBER(qmi_standard_result, error)));
+
+template <class S>
+constexpr TlvOf<S> standard_result(Member<S, qmi_standard_result> resp) {
+  return mandatory(kStandardResultType, nested(resp, kStandardResult));
+}
+
+}  // namespace qcci::idl
+
+#endif  // QCCI_SERVICES_STANDARD_RESULT_H_

@@ -1,0 +1,372 @@
+#include "qmi/kelvor_extend_nvefs.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+
+#include "common/trace.h"
+#include "platform/idl/vendor.h"
+#include "platform/idl/vendor_payload.h"
+#include "qmi/kelvor_extend_api.h"
+#include "qmi/kelvor_extend_cmn.h"
+
+namespace {
+
+constexpr uint32_t kSubs = 2;
+// A customer's test reads this item of a third subscription.
+constexpr uint32_t kCustomerSub = 2;
+constexpr uint32_t kCustomerNvId = 550;
+
+// Held from an operation's first check to its end.
+std::mutex g_mutex;
+
+// What came back of one exchange.
+struct Reply {
+  kelvor_nvefs_rsp rsp{};
+  uint32_t octets = 0;  // how much of rsp the modem sent
+
+  // Data octets that the modem sent, whatever it says of their number.
+  uint32_t data_octets() const {
+    constexpr uint32_t kHead = offsetof(kelvor_nvefs_rsp, data);
+    return octets > kHead ? octets - kHead : 0;
+  }
+};
+
+// Sends one request and maps the result of the sending.
+template <class Request>
+int32_t exchange(const Request& request, Reply* reply) {
+  static_assert(sizeof request == KELVOR_VENDOR_DATA_MAX);
+  *reply = {};
+  reply->octets = sizeof reply->rsp;
+  return kelvor_qmi_result_map(kelvor_extend_qmi_send_sync(REQUEST_ID_EFS, &request, sizeof request,
+                                                           &reply->rsp, &reply->octets));
+}
+
+// An exchange that is a whole operation: both results checked.
+template <class Request>
+int32_t exchange_checked(const Request& request, Reply* reply, TraceSite site) {
+  const int32_t result = exchange(request, reply);
+  TRACE_FROM(site, kTraceDebug, "result = %d, rsp.result = %d", result, reply->rsp.result);
+  if (result != 0) {
+    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail");
+    return result;
+  }
+  if (reply->rsp.result != 0) {
+    TRACE_FROM(site, kTraceError, "qmi response fail");
+    return reply->rsp.result;
+  }
+  return KELVOR_NVEFS_OK;
+}
+
+int32_t check_nv_id(TraceSite site, uint32_t nv_id) {
+  if (nv_id <= KELVOR_NVEFS_NV_ID_MAX) return KELVOR_NVEFS_OK;
+  // The message tells the limit, not the id.
+  TRACE_FROM(site, kTraceError, "nv_id is out range(%d)", KELVOR_NVEFS_NV_ID_MAX);
+  return KELVOR_NVEFS_BAD_NV_ID;
+}
+
+int32_t check_sub(TraceSite site, uint32_t sub) {
+  if (sub < kSubs) return KELVOR_NVEFS_OK;
+  TRACE_FROM(site, kTraceError, "sub invalid");
+  return KELVOR_NVEFS_BAD_SUB;
+}
+
+int32_t check_file(TraceSite site, uint32_t sub, const char* efs_path, uint32_t path_len,
+                   uint32_t most) {
+  if (const int32_t wrong = check_sub(site, sub); wrong != 0) return wrong;
+  if (efs_path == nullptr) {
+    TRACE_FROM(site, kTraceError, "efs_path is null");
+    return KELVOR_NVEFS_NULL;
+  }
+  if (path_len == 0 || path_len > most) {
+    TRACE_FROM(site, kTraceError, "len invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  return KELVOR_NVEFS_OK;
+}
+
+kelvor_nvefs_req nv_request(uint8_t operation, uint32_t sub, uint32_t nv_id) {
+  kelvor_nvefs_req request{};
+  request.operation = operation;
+  request.sub = static_cast<uint8_t>(sub);
+  request.nv_id = static_cast<uint16_t>(nv_id);
+  return request;
+}
+
+template <class Request>
+Request efs_request(uint8_t operation, uint32_t sub, const char* efs_path, uint32_t path_len) {
+  Request request{};
+  request.operation = operation;
+  request.sub = static_cast<uint8_t>(sub);
+  request.path_len = static_cast<uint8_t>(path_len);
+  std::memcpy(request.path, efs_path, strnlen(efs_path, path_len));
+  return request;
+}
+
+// The operations without their frame. They bear the public names because trace lines show the
+// function they come from.
+namespace unframed {
+
+int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_buf_len) {
+  TRACE_DEBUG("kelvor_nv_read, sub_id %d, nv_id: %d", static_cast<int>(sub),
+              static_cast<int>(nv_id));
+  int32_t result = KELVOR_NVEFS_OK;
+  if (sub == kCustomerSub && nv_id == kCustomerNvId) {
+    TRACE_DEBUG("sub cust case for tt");
+  } else if ((result = check_sub(TRACE_SITE(), sub)) != 0) {
+    return result;
+  }
+  if ((result = check_nv_id(TRACE_SITE(), nv_id)) != 0) return result;
+  if (buf == nullptr) {
+    TRACE_ERROR("buf is null");
+    return KELVOR_NVEFS_NULL;
+  }
+  if (p_buf_len == nullptr) {
+    TRACE_ERROR("p_buf_len is null");
+    return KELVOR_NVEFS_NULL;
+  }
+  if (*p_buf_len == 0) {
+    TRACE_ERROR("buf_len is invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  TRACE_DEBUG("buf_len: %d", static_cast<int>(*p_buf_len));
+
+  Reply reply;
+  result = exchange_checked(nv_request(KELVOR_NVEFS_NV_READ, sub, nv_id), &reply, TRACE_SITE());
+  if (result != 0) return result;
+  TRACE_DEBUG("rsp.data_len_all = %d", static_cast<int>(reply.rsp.data_len_all));
+  // What is to be copied must also have come: octets that were never sent are nobody's item.
+  const uint32_t count = std::min(reply.rsp.data_len_all, *p_buf_len);
+  if (count == 0 || count > reply.data_octets()) {
+    TRACE_ERROR("rsp.data_len_all is invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  *p_buf_len = count;
+  std::memcpy(buf, reply.rsp.data, count);
+  return KELVOR_NVEFS_OK;
+}
+
+int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uint32_t buf_len) {
+  TRACE_DEBUG("kelvor_nv_write, sub_id %d, nv_id: %d, buf_len: %d", static_cast<int>(sub),
+              static_cast<int>(nv_id), static_cast<int>(buf_len));
+  int32_t result = check_sub(TRACE_SITE(), sub);
+  if (result == 0) result = check_nv_id(TRACE_SITE(), nv_id);
+  if (result != 0) return result;
+  if (buf == nullptr) {
+    TRACE_ERROR("buf is null");
+    return KELVOR_NVEFS_NULL;
+  }
+  if (buf_len == 0 || buf_len > KELVOR_NVEFS_CHUNK_MAX) {
+    TRACE_ERROR("buf_len is invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  kelvor_nvefs_req request = nv_request(KELVOR_NVEFS_NV_WRITE, sub, nv_id);
+  request.data_len = buf_len;
+  std::memcpy(request.data, buf, buf_len);
+  Reply reply;
+  return exchange_checked(request, &reply, TRACE_SITE());
+}
+
+int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id) {
+  TRACE_DEBUG("kelvor_nv_delete, sub_id %d, nv_id: %d", static_cast<int>(sub),
+              static_cast<int>(nv_id));
+  int32_t result = check_sub(TRACE_SITE(), sub);
+  if (result == 0) result = check_nv_id(TRACE_SITE(), nv_id);
+  if (result != 0) return result;
+  Reply reply;
+  return exchange_checked(nv_request(KELVOR_NVEFS_NV_DELETE, sub, nv_id), &reply, TRACE_SITE());
+}
+
+// One chunk of a read, appended to buf; *recv counts the octets there. *result becomes the
+// transfer's when the transfer is over.
+bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len,
+                    uint32_t* recv, int32_t* result) {
+  Reply reply;
+  request.data_done = *recv;
+  *result = exchange(request, &reply);
+  if (*result != 0) {
+    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, ABORT");
+    return false;
+  }
+  const int32_t chunk = reply.rsp.data_len_send;
+  TRACE_FROM(site, kTraceDebug,
+             "data_len_all = %d, data_len_send = %d, data_len_recv = %d, read_count = %d, "
+             "data_len_cur = %d",
+             static_cast<int>(reply.rsp.data_len_all), chunk, static_cast<int>(*recv),
+             request.exchange, chunk);
+  *result = reply.rsp.result;
+  if (chunk <= 0) {
+    TRACE_FROM(site, kTraceError, "abort, data_len_send <= 0");
+    return false;
+  }
+  if (*result != 0) {
+    TRACE_FROM(site, kTraceError, "qmi response fail");
+    return false;
+  }
+  *result = KELVOR_NVEFS_BAD_LENGTH;
+  if (buf_len <= *recv) {
+    TRACE_FROM(site, kTraceError, "abort, buf_len <= data_len_recv");
+    return false;
+  }
+  const auto octets = static_cast<uint32_t>(chunk);
+  if (octets > buf_len - *recv || octets > reply.data_octets()) {
+    TRACE_FROM(site, kTraceError, "errro, abort, buf_len <= req.data_len_cur");
+    return false;
+  }
+  std::memcpy(buf + *recv, reply.rsp.data, octets);
+  *recv += octets;
+  *result = KELVOR_NVEFS_OK;
+  return *recv < reply.rsp.data_len_all;
+}
+
+int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
+                        uint32_t* p_buf_len) {
+  TRACE_DEBUG("kelvor_efs_read, sub_id %d, path_len: %d", static_cast<int>(sub),
+              static_cast<int>(path_len));
+  int32_t result =
+      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
+  if (result != 0) return result;
+  if (buf == nullptr || p_buf_len == nullptr) {
+    TRACE_ERROR("len invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
+  auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_READ, sub, efs_path, path_len);
+  uint32_t recv = 0;
+  while (request.exchange < KELVOR_NVEFS_EXCHANGES_MAX &&
+         efs_read_chunk(TRACE_SITE(), request, buf, *p_buf_len, &recv, &result)) {
+    ++request.exchange;
+  }
+  *p_buf_len = recv;
+  return result;
+}
+
+int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
+                         uint32_t buf_len) {
+  TRACE_DEBUG("kelvor_efs_write, sub_id %d, path_len: %d, buf_len: %d", static_cast<int>(sub),
+              static_cast<int>(path_len), static_cast<int>(buf_len));
+  const int32_t wrong =
+      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
+  if (wrong != 0) return wrong;
+  if (buf == nullptr) {
+    TRACE_ERROR("len invalid");
+    return KELVOR_NVEFS_BAD_LENGTH;
+  }
+  TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
+  auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_WRITE, sub, efs_path, path_len);
+  request.data_len = buf_len;
+  for (; request.data_done < buf_len; ++request.exchange) {
+    const uint32_t left = buf_len - request.data_done;
+    TRACE_DEBUG("left_num(%d)", static_cast<int>(left));
+    if (request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) return KELVOR_NVEFS_BAD_LENGTH;
+    const uint32_t send = std::min<uint32_t>(left, KELVOR_NVEFS_CHUNK_MAX);
+    TRACE_DEBUG("send_num(%d)", static_cast<int>(send));
+    request.data_len_cur = static_cast<uint16_t>(send);
+    std::memset(request.data, 0, sizeof request.data);
+    std::memcpy(request.data, buf + request.data_done, send);
+    Reply reply;
+    const int32_t result = exchange(request, &reply);
+    TRACE_DEBUG("result = %d, rsp.result[>=0 is instance id] = %d", result, reply.rsp.result);
+    TRACE_DEBUG(
+        "data_len_all = %d, data_len_send = %d, data_len_recv = %d, send_count = %d, "
+        "data_len_cur = %d",
+        static_cast<int>(buf_len), static_cast<int>(request.data_done),
+        static_cast<int>(reply.rsp.data_len_recv), request.exchange, static_cast<int>(send));
+    if (result != 0) return result;
+    if (reply.rsp.result < 0) return reply.rsp.result;
+    request.data_done += send;
+  }
+  return KELVOR_NVEFS_OK;
+}
+
+int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len) {
+  TRACE_DEBUG("kelvor_efs_delete, sub_id %d, path_len: %d", static_cast<int>(sub),
+              static_cast<int>(path_len));
+  const int32_t wrong =
+      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_DELETE_PATH_MAX);
+  if (wrong != 0) return wrong;
+  Reply reply;
+  return exchange_checked(
+      efs_request<kelvor_efs_path_req>(KELVOR_NVEFS_EFS_DELETE, sub, efs_path, path_len), &reply,
+      TRACE_SITE());
+}
+
+}  // namespace unframed
+
+// The frame of every operation: entry and exit lines, and the lock from the first check to the end.
+template <class Operation>
+int32_t operate(TraceSite site, Operation operation) {
+  int32_t result = KELVOR_NVEFS_OK;
+  const TraceResultScope scope(site, result);
+  const std::lock_guard lock(g_mutex);
+  result = operation();
+  return result;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_buf_len) {
+  return operate(TRACE_SITE(),
+                 [&] { return unframed::kelvor_nv_read(sub, nv_id, buf, p_buf_len); });
+}
+
+int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uint32_t buf_len) {
+  return operate(TRACE_SITE(),
+                 [&] { return unframed::kelvor_nv_write_ex(sub, nv_id, buf, buf_len); });
+}
+
+int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id) {
+  return operate(TRACE_SITE(), [&] { return unframed::kelvor_nv_delete(sub, nv_id); });
+}
+
+int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
+                        uint32_t* p_buf_len) {
+  return operate(TRACE_SITE(), [&] {
+    return unframed::kelvor_efs_read(sub, efs_path, path_len, buf, p_buf_len);
+  });
+}
+
+int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
+                         uint32_t buf_len) {
+  return operate(TRACE_SITE(),
+                 [&] { return unframed::kelvor_efs_write(sub, efs_path, path_len, buf, buf_len); });
+}
+
+int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len) {
+  return operate(TRACE_SITE(),
+                 [&] { return unframed::kelvor_efs_delete(sub, efs_path, path_len); });
+}
+
+int32_t kelvor_nvefs_sync(void) {
+  int32_t result = KELVOR_NVEFS_OK;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  kelvor_common_rsp rsp{};
+  const auto ret_sync = static_cast<int32_t>(kelvor_send_common_qmi_msg(
+      KELVOR_COMMON_ITEM_NV_SYNC, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
+  TRACE_DEBUG("kelvor_send_common_qmi_msg, ret_sync: %d, rsp.result: %d", ret_sync, rsp.result);
+  result = ret_sync | rsp.result;
+  return result;
+}
+
+int32_t kelvor_qmi_result_map(int32_t result) {
+  int32_t mapped = result;
+  switch (result) {
+    case QMI_CLIENT_INTERNAL:
+      mapped = KELVOR_NVEFS_INTERNAL;
+      break;
+    case QMI_CLIENT_SERVICE_GONE:
+      mapped = KELVOR_NVEFS_SERVICE;
+      break;
+    case QMI_CLIENT_TIMED_OUT:
+      mapped = KELVOR_NVEFS_TRANSPORT;
+      break;
+    default:
+      break;
+  }
+  TRACE_DEBUG("kelvor_qmi_result_map, old_result %d, new_result %d", result, mapped);
+  return mapped;
+}
+
+}  // extern "C"

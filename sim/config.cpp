@@ -1,0 +1,241 @@
+#include "sim/config.h"
+
+#include <set>
+
+#define TOML_EXCEPTIONS 1
+#include <toml++/toml.h>
+
+#include "qcci/idl/service.h"
+
+namespace sim {
+namespace {
+
+struct Bad {
+  toml::source_region where;
+  std::string what;
+};
+
+// A table that knows which of its keys have been read; the rest is an error.
+class Table {
+ public:
+  Table(const toml::table& table, std::string name) : table_(table), name_(std::move(name)) {}
+
+  bool has(const char* key) {
+    known_.insert(key);
+    return table_.contains(key);
+  }
+  uint32_t number(const char* key, uint32_t fallback, uint32_t least, uint32_t most) {
+    if (!has(key)) return fallback;
+    const auto value = table_[key].value_exact<int64_t>();
+    if (!value || *value < least || *value > most) {
+      fail(key, "must be a number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return static_cast<uint32_t>(*value);
+  }
+  bool flag(const char* key, bool fallback) {
+    if (!has(key)) return fallback;
+    const auto value = table_[key].value_exact<bool>();
+    if (!value) fail(key, "must be true or false");
+    return *value;
+  }
+  std::string text(const char* key, const char* fallback, size_t most) {
+    if (!has(key)) return fallback;
+    const auto value = table_[key].value_exact<std::string>();
+    if (!value || value->size() > most) {
+      fail(key, "must be a text of at most " + std::to_string(most) + " octets");
+    }
+    return *value;
+  }
+  template <class Number>
+  std::vector<Number> numbers(const char* key) {
+    std::vector<Number> all;
+    if (!has(key)) return all;
+    const toml::array* array = table_[key].as_array();
+    if (array == nullptr) fail(key, "must be a list of numbers");
+    for (const toml::node& node : *array) {
+      const auto value = node.value_exact<int64_t>();
+      if (!value || *value < 0 || *value > std::numeric_limits<Number>::max()) {
+        fail(key, "holds something that is not a number or does not fit");
+      }
+      all.push_back(static_cast<Number>(*value));
+    }
+    return all;
+  }
+  // The value that stands beside the text.
+  template <class T, size_t N>
+  T one_of(const char* key, const char* fallback, const std::pair<const char*, T> (&rows)[N]) {
+    const std::string value = text(key, fallback, 64);
+    std::string names;
+    for (const auto& [name, result] : rows) {
+      if (value == name) return result;
+      names += std::string(names.empty() ? "" : ", ") + name;
+    }
+    fail(key, "must be one of " + names);
+  }
+  Table table(const char* key) {
+    static const toml::table kNone;
+    if (!has(key)) return {kNone, key};
+    const toml::table* found = table_[key].as_table();
+    if (found == nullptr) fail(key, "must be a table");
+    return {*found, key};
+  }
+  std::vector<Table> tables(const char* key) {
+    std::vector<Table> all;
+    if (!has(key)) return all;
+    const toml::array* array = table_[key].as_array();
+    if (array == nullptr) fail(key, "must be a list of tables");
+    for (const toml::node& node : *array) {
+      if (!node.is_table()) fail(key, "must be a list of tables");
+      all.emplace_back(*node.as_table(), key);
+    }
+    return all;
+  }
+  void done() const {
+    for (const auto& [key, node] : table_) {
+      if (!known_.contains(std::string(key.str()))) {
+        throw Bad{node.source(), (name_.empty() ? "" : name_ + ": ") + "unknown key \"" +
+                                     std::string(key.str()) + "\""};
+      }
+    }
+  }
+  [[noreturn]] void fail(const char* key, const std::string& what) const {
+    const toml::node* node = table_.get(key);
+    throw Bad{node != nullptr ? node->source() : table_.source(),
+              (name_.empty() ? "" : name_ + ".") + key + " " + what};
+  }
+  std::string written() const {
+    std::ostringstream out;
+    out << toml::toml_formatter(table_, toml::format_flags::none);
+    std::string text = out.str();
+    for (char& c : text) c = c == '\n' ? ' ' : c;
+    return text;
+  }
+
+ private:
+  const toml::table& table_;
+  std::string name_;
+  std::set<std::string> known_;
+};
+
+NetworkConfig network(Table table) {
+  static constexpr std::pair<const char*, uint8_t> kRats[] = {
+      {"gsm", 4}, {"umts", 5}, {"lte", 8}, {"tdscdma", 9}, {"nr", 12}};
+  static constexpr std::pair<const char*, uint8_t> kInUse[] = {
+      {"unknown", 0}, {"serving", 1}, {"available", 2}};
+  NetworkConfig config;
+  config.mcc = static_cast<uint16_t>(table.number("mcc", 1, 0, 999));
+  config.mnc = static_cast<uint16_t>(table.number("mnc", 1, 0, 999));
+  config.mnc_three_digits = table.number("mnc_digits", 2, 2, 3) == 3;
+  config.name = table.text("name", "", 255);
+  config.rat = table.one_of("rat", "lte", kRats);
+  const uint8_t in_use = table.one_of("in_use", "available", kInUse);
+  const uint8_t roaming = table.flag("roaming", false) ? 2 : 1;
+  const uint8_t forbidden = table.flag("forbidden", false) ? 1 : 2;
+  const uint8_t preferred = table.flag("preferred", false) ? 1 : 2;
+  config.status = static_cast<uint8_t>(in_use | roaming << 2 | forbidden << 4 | preferred << 6);
+  table.done();
+  return config;
+}
+
+FaultRule fault(Table table) {
+  static constexpr std::pair<const char*, FaultKind> kKinds[] = {
+      {"request", FaultKind::kRequest},
+      {"response", FaultKind::kResponse},
+      {"indication", FaultKind::kIndication}};
+  static constexpr std::pair<const char*, FaultAction> kActions[] = {
+      {"drop", FaultAction::kDrop},
+      {"delay", FaultAction::kDelay},
+      {"qmi-error", FaultAction::kQmiError},
+      {"vendor-error", FaultAction::kVendorError},
+      {"truncate", FaultAction::kTruncate},
+      {"change", FaultAction::kChange},
+      {"duplicate", FaultAction::kDuplicate},
+      {"wrong-transaction", FaultAction::kWrongTransaction},
+      {"after-indication", FaultAction::kAfterIndication},
+      {"restart", FaultAction::kRestart}};
+  FaultRule rule;
+  rule.text = table.written();
+  const std::string service = table.text("service", "any", 64);
+  for (const auto known : qcci::idl::all_services()) {
+    if (service == known->name) rule.service = known->id;
+  }
+  if (!rule.service && service != "any") table.fail("service", "is not a service of this phone");
+  if (table.has("message")) {
+    rule.message = static_cast<uint16_t>(table.number("message", 0, 0, 0xFFFF));
+  }
+  rule.kind = table.one_of("kind", "response", kKinds);
+  rule.nth = table.number("nth", 0, 0, UINT32_MAX);
+  if (!table.has("action")) table.fail("action", "is missing");
+  rule.action = table.one_of("action", "drop", kActions);
+  switch (rule.action) {
+    case FaultAction::kDelay:
+      rule.delay = std::chrono::milliseconds(table.number("ms", 0, 0, 86400000));
+      break;
+    case FaultAction::kQmiError:
+      rule.code = table.number("error", 3, 0, 0xFFFF);
+      break;
+    case FaultAction::kVendorError:
+      rule.code = table.number("result", 1, 0, UINT32_MAX);
+      break;
+    case FaultAction::kTruncate:
+      rule.keep = table.number("octets", 0, 0, 65535);
+      break;
+    case FaultAction::kChange:
+      rule.at = table.number("at", 0, 0, 65535);
+      rule.octets = table.numbers<uint8_t>("octets");
+      break;
+    default:
+      break;
+  }
+  if (rule.action == FaultAction::kAfterIndication && rule.kind != FaultKind::kResponse) {
+    table.fail("action", "after-indication is for responses");
+  }
+  table.done();
+  return rule;
+}
+
+}  // namespace
+
+bool parse_phone_config(std::string_view text, PhoneConfig* config, std::string* why) {
+  const auto at = [why](const toml::source_region& where, std::string_view what) {
+    *why = "phone.toml:" + std::to_string(where.begin.line) + ": " + std::string(what);
+    return false;
+  };
+  try {
+    const toml::table root = toml::parse(text);
+    Table top(root, "");
+    PhoneConfig read;
+
+    Table modem = top.table("modem");
+    read.restart = std::chrono::milliseconds(modem.number("restart_ms", 1500, 0, 3600000));
+    modem.done();
+    Table sar = top.table("sar");
+    read.sar_valid = sar.flag("valid", true);
+    read.sar_state = sar.number("state", 0, 0, UINT32_MAX);
+    sar.done();
+    Table statistics = top.table("statistics");
+    read.statistics_enabled = statistics.flag("enabled", true);
+    read.outdated_logs = statistics.numbers<uint16_t>("outdated_logs");
+    statistics.done();
+    for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));
+    for (Table& table : top.tables("fault")) read.faults.push_back(fault(std::move(table)));
+    top.done();
+
+    if (read.networks.size() > 40) {
+      *why = "phone.toml: a scan reports 40 networks at most";
+      return false;
+    }
+    if (read.outdated_logs.size() > 200) {
+      *why = "phone.toml: statistics.outdated_logs has room for 200";
+      return false;
+    }
+    *config = std::move(read);
+    return true;
+  } catch (const toml::parse_error& error) {
+    return at(error.source(), error.description());
+  } catch (const Bad& bad) {
+    return at(bad.where, bad.what);
+  }
+}
+
+}  // namespace sim

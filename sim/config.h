@@ -1,0 +1,67 @@
+// phone.toml as the modem takes it.
+#ifndef SIM_CONFIG_H_
+#define SIM_CONFIG_H_
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sim {
+
+struct NetworkConfig {
+  uint16_t mcc = 0;
+  uint16_t mnc = 0;
+  bool mnc_three_digits = false;
+  std::string name;
+  uint8_t rat = 0;     // as NAS counts them
+  uint8_t status = 0;  // NAS's four pairs of bits
+};
+
+enum class FaultKind : uint8_t { kRequest, kResponse, kIndication };
+
+enum class FaultAction : uint8_t {
+  kDrop,
+  kDelay,
+  kQmiError,
+  kVendorError,
+  kTruncate,
+  kChange,
+  kDuplicate,
+  kWrongTransaction,
+  kAfterIndication,
+  kRestart,
+};
+
+struct FaultRule {
+  std::optional<uint32_t> service;  // none: any
+  std::optional<uint16_t> message;  // none: any
+  FaultKind kind = FaultKind::kResponse;
+  uint32_t nth = 0;  // from 1; 0: every one
+  FaultAction action = FaultAction::kDrop;
+  std::chrono::milliseconds delay{0};
+  uint32_t code = 0;            // error or result
+  uint32_t at = 0;              // octets from the message's first
+  uint32_t keep = 0;            // octets left by a truncation
+  std::vector<uint8_t> octets;  // of a change
+  std::string text;             // the rule as a person wrote it
+};
+
+struct PhoneConfig {
+  std::chrono::milliseconds restart{1500};
+  bool sar_valid = true;
+  uint32_t sar_state = 0;
+  bool statistics_enabled = true;
+  std::vector<uint16_t> outdated_logs;
+  std::vector<NetworkConfig> networks;
+  std::vector<FaultRule> faults;
+};
+
+// False, and one line that names the place, for a text that is not a phone.
+bool parse_phone_config(std::string_view toml, PhoneConfig* config, std::string* why);
+
+}  // namespace sim
+
+#endif  // SIM_CONFIG_H_

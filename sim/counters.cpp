@@ -1,0 +1,44 @@
+#include "sim/counters.h"
+
+namespace sim {
+namespace {
+
+constexpr uint8_t kVersion = 4;
+
+class Packer {
+ public:
+  Packer& add(uint64_t value, size_t width) {
+    octets_.append(reinterpret_cast<const char*>(&value), width);
+    return *this;
+  }
+  Packer& zeros(size_t octets) {
+    octets_.append(octets, '\0');
+    return *this;
+  }
+  std::string take() { return std::move(octets_); }
+
+ private:
+  std::string octets_;
+};
+
+// Block sizes at version 4, and what precedes the outdated logs' number in the main block.
+constexpr size_t kMain = 57;
+constexpr size_t kDiag = 95;
+constexpr size_t kCm = 58;
+constexpr size_t kUim = 10;
+
+}  // namespace
+
+std::string statistics_counters(const PhoneConfig& config) {
+  Packer packer;
+  packer.add(kVersion, 1)
+      .add(config.statistics_enabled ? 1 : 0, 1)
+      .add(config.outdated_logs.size(), 8)
+      .zeros(kMain - 1 - 8)
+      .zeros(kDiag)
+      .zeros(kCm)
+      .zeros(kUim);
+  return packer.take();
+}
+
+}  // namespace sim

@@ -1,0 +1,57 @@
+#include "sim/phone.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "sim/default_phone.h"
+
+namespace sim {
+
+std::string Phone::default_root() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string(value != nullptr ? value : "");
+  };
+  std::string root = variable("VEX_PHONE");
+  if (root.empty()) {
+    std::string state = variable("XDG_STATE_HOME");
+    if (state.empty()) state = variable("HOME") + "/.local/state";
+    root = state + "/vex/phone";
+  }
+  while (root.size() > 1 && root.back() == '/') root.pop_back();
+  return root;
+}
+
+Phone::Phone(std::string root) : root_(std::move(root)) {}
+
+bool Phone::prepare(std::string* why) const {
+  const std::string toml = path("phone.toml");
+  if (::access(toml.c_str(), F_OK) == 0) return true;
+  for (const char* name : {"", "/nv", "/efs", "/log", "/dump", "/tmp"}) {
+    if (const int error = make_folders(root_ + name); error != 0) {
+      *why = root_ + name + ": " + std::strerror(error);
+      return false;
+    }
+  }
+  ::chmod(root_.c_str(), 0700);  // a directory that was there before may be open to others
+  const FileLock only_one = lock();
+  if (::access(toml.c_str(), F_OK) == 0) return true;
+  const Folder folder = all();
+  for (const DefaultFile& file : default_files()) {
+    if (const int error = folder.write(file.path, file.contents); error != 0) {
+      *why = path(file.path.c_str()) + ": " + std::strerror(error);
+      return false;
+    }
+  }
+  // Last: its presence says that the phone is there.
+  if (const int error = folder.write("phone.toml", kDefaultPhoneToml); error != 0) {
+    *why = toml + ": " + std::strerror(error);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace sim

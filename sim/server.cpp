@@ -1,0 +1,138 @@
+#include "sim/server.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "qcci/link/local_socket.h"
+
+namespace sim {
+namespace {
+
+// What a client that does not read may leave waiting; one that leaves more is cut off.
+constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
+// Datagrams taken from one client before the others have their turn.
+constexpr int kTurn = 32;
+
+}  // namespace
+
+// One client's connection: a port on the bus.
+class Server::Connection final : public Port {
+ public:
+  Connection(Modem& modem, int fd) : modem_(modem), fd_(fd), address_(modem.attach(*this)) {
+    const auto hello = qcci::ControlPacket::of_client(qcci::Control::kHello, address_);
+    deliver(Bus::kControl, hello.octets());
+  }
+  ~Connection() override { modem_.detach(address_); }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void deliver(Address from, std::span<const uint8_t> octets) override {
+    if (backlog_.empty() && qcci::local_frame_write(fd_.get(), from, octets)) return;
+    backlog_octets_ += octets.size();
+    backlog_.push_back({from, {octets.begin(), octets.end()}});
+  }
+
+  int fd() const { return fd_.get(); }
+  short wanted() const { return static_cast<short>(backlog_.empty() ? POLLIN : POLLIN | POLLOUT); }
+  bool overrun() const { return backlog_octets_ > kBacklogOctets; }
+
+  void flush() {
+    while (!backlog_.empty()) {
+      const auto& [from, octets] = backlog_.front();
+      if (!qcci::local_frame_write(fd_.get(), from, octets)) return;
+      backlog_octets_ -= octets.size();
+      backlog_.pop_front();
+    }
+  }
+
+  // False when the client is gone or talks nonsense.
+  bool take_turn() {
+    Address to;
+    std::vector<uint8_t> octets;
+    for (int i = 0; i < kTurn; ++i) {
+      const int got = qcci::local_frame_read(fd_.get(), &to, &octets);
+      if (got <= 0) return got == 0;
+      modem_.send(address_, to, octets);
+    }
+    return true;
+  }
+
+ private:
+  Modem& modem_;
+  Descriptor fd_;
+  Address address_;
+  std::deque<std::pair<Address, std::vector<uint8_t>>> backlog_;
+  size_t backlog_octets_ = 0;
+};
+
+Server::Server(Modem& modem) : modem_(modem) {}
+
+Server::~Server() = default;
+
+bool Server::listen(const std::string& path, std::string* why) {
+  const auto fail = [&](const std::string& what) {
+    *why = path + ": " + what;
+    return false;
+  };
+  // The lock, not the socket, says who serves: it goes with its process, however that ends.
+  lock_ = Descriptor(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  if (!lock_) return fail(std::strerror(errno));
+  if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+    return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
+  }
+  ::unlink(path.c_str());
+  listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const mode_t old = ::umask(0177);
+  const bool bound = listening_ && qcci::local_bind(listening_.get(), path) == 0;
+  const int error = errno;
+  ::umask(old);
+  if (!bound) return fail(std::strerror(error));
+  if (::listen(listening_.get(), SOMAXCONN) != 0) return fail(std::strerror(errno));
+  path_ = path;
+  return true;
+}
+
+void Server::run(int stop) {
+  for (;;) {
+    std::vector<pollfd> polled{{stop, POLLIN, 0}, {listening_.get(), POLLIN, 0}};
+    for (const auto& [fd, connection] : connections_) {
+      polled.push_back({fd, connection->wanted(), 0});
+    }
+    platform::clock().poll_until(polled.data(), polled.size(), modem_.next_due());
+    if (polled[0].revents != 0) break;
+    modem_.run_due();
+    for (size_t i = 2; i < polled.size(); ++i) {
+      const auto found = connections_.find(polled[i].fd);
+      if (!serve(*found->second, polled[i].revents)) connections_.erase(found);
+    }
+    if (polled[1].revents != 0) accept_all();
+  }
+  connections_.clear();
+  ::unlink(path_.c_str());
+}
+
+bool Server::serve(Connection& connection, short events) {
+  if ((events & POLLOUT) != 0) connection.flush();
+  const bool readable = (events & (POLLIN | POLLHUP | POLLERR)) != 0;
+  return (!readable || connection.take_turn()) && !connection.overrun();
+}
+
+void Server::accept_all() {
+  for (;;) {
+    const int fd = ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd < 0) return;
+    if (!qcci::local_peer_trusted(fd)) {
+      ::close(fd);
+      continue;
+    }
+    connections_.emplace(fd, std::make_unique<Connection>(modem_, fd));
+  }
+}
+
+}  // namespace sim

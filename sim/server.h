@@ -1,0 +1,45 @@
+// A modem served to other processes over the local socket.
+#ifndef SIM_SERVER_H_
+#define SIM_SERVER_H_
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sim/files.h"
+#include "sim/modem.h"
+
+namespace sim {
+
+class Server {
+ public:
+  explicit Server(Modem& modem);
+  ~Server();
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  // Listens at the path, in the place of a server that is gone but not of one that is there. False,
+  // and why, when it cannot. The socket is for its user alone.
+  bool listen(const std::string& path, std::string* why);
+  // Serves until `stop`, a descriptor, becomes readable; then takes the socket away.
+  void run(int stop);
+
+ private:
+  class Connection;
+
+  void accept_all();
+  // False when the connection is over.
+  bool serve(Connection& connection, short events);
+
+  Modem& modem_;
+  std::string path_;
+  Descriptor lock_;
+  Descriptor listening_;
+  std::map<int, std::unique_ptr<Connection>> connections_;
+};
+
+}  // namespace sim
+
+#endif  // SIM_SERVER_H_

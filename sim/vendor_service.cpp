@@ -1,0 +1,150 @@
+// The vendor service 0xFFE4: families of functions behind one generic message.
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <type_traits>
+
+#include "platform/idl/vendor.h"
+#include "platform/idl/vendor_payload.h"
+#include "qcci/services/services.h"
+#include "sim/counters.h"
+#include "sim/nvefs.h"
+#include "sim/services.h"
+
+namespace sim {
+namespace {
+
+// The service's own results.
+constexpr uint32_t kNoSuchFamily = 1;
+constexpr uint32_t kBadLength = 2;
+
+class VendorService final : public Service {
+ public:
+  explicit VendorService(Surroundings& modem)
+      : Service(modem, qcci::idl::kVendorService), nvefs_(modem.phone()) {
+    on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
+  }
+
+  void client_gone(Address client) override { nvefs_.client_gone(client); }
+  void restarted() override { nvefs_.forget_all(); }
+
+ private:
+  void generic(Address client, const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
+    response.data_valid = 1;
+    if (request.data_len > sizeof request.data) {
+      response.id = kBadLength;
+      return;
+    }
+    switch (request.id) {
+      case REQUEST_ID_EFS: {
+        kelvor_nvefs_rsp reply;
+        response.data_len = static_cast<uint32_t>(nvefs_.handle(client, request.data, &reply));
+        std::memcpy(response.data, &reply, sizeof reply);
+        break;
+      }
+      case REQUEST_ID_COMMON:
+        common(request.data, response);
+        break;
+      default:
+        response.id = kNoSuchFamily;
+        break;
+    }
+  }
+
+  // ---- common requests: a row each
+
+  struct CommonRow {
+    uint32_t number;
+    bool is_item;  // named by the item of the general command, not by the command
+    int32_t (VendorService::*run)(std::string* payload);
+  };
+  static constexpr size_t kRows = 5;
+  static const CommonRow kCommon[kRows];
+
+  void common(const uint8_t (&octets)[512], kelvor_vendor_msg& response) {
+    kelvor_common_item_req item;
+    std::memcpy(&item, octets, sizeof item);
+    kelvor_common_rsp reply{};
+    reply.command = item.command;
+    reply.result = -ENOSYS;
+    std::string payload;
+    for (const CommonRow& row : kCommon) {
+      const bool asked = row.is_item ? item.command == KELVOR_COMMON_ITEM && item.t == row.number
+                                     : item.command == row.number;
+      if (asked) reply.result = (this->*row.run)(&payload);
+    }
+    std::memcpy(reply.payload, payload.data(), payload.size());
+    std::memcpy(response.data, &reply, sizeof reply);
+    response.data_len =
+        static_cast<uint32_t>(offsetof(kelvor_common_rsp, payload) + payload.size());
+  }
+
+  int32_t stats_debug_info(std::string* payload) {
+    *payload = statistics_counters(modem_.config());
+    return 0;
+  }
+
+  int32_t stats_log_list(std::string* payload) {
+    const std::vector<uint16_t>& logs = modem_.config().outdated_logs;
+    const auto count = static_cast<uint16_t>(logs.size());
+    payload->append(reinterpret_cast<const char*>(&count), sizeof count);
+    payload->append(reinterpret_cast<const char*>(logs.data()), logs.size() * sizeof logs[0]);
+    return 0;
+  }
+
+  int32_t ssr(std::string* /*payload*/) {
+    modem_.restart();
+    return 0;
+  }
+
+  // Every write has reached the disk before it was answered: there is nothing left to do.
+  int32_t nv_sync(std::string* /*payload*/) { return 0; }
+
+  int32_t full_dump(std::string* /*payload*/) {
+    char name[64];
+    const time_t now = ::time(nullptr);
+    tm utc{};
+    ::gmtime_r(&now, &utc);
+    ::strftime(name, sizeof name, "dump/%Y%m%dT%H%M%SZ.txt", &utc);
+    std::string dump = "modem memory dump\n";
+    const auto add = [&dump](const char* what, const Folder& folder) {
+      folder.list([&](const std::string& path, size_t octets) {
+        dump += std::string(what) + " " + path + " " + std::to_string(octets) + "\n";
+      });
+    };
+    add("nv", modem_.phone().nv());
+    add("efs", modem_.phone().efs());
+    const int error = modem_.phone().all().write(name, dump);
+    modem_.restart();
+    return -error;
+  }
+
+  NvEfs nvefs_;
+};
+
+const VendorService::CommonRow VendorService::kCommon[] = {
+    {KELVOR_COMMON_STATS_DEBUG_INFO, false, &VendorService::stats_debug_info},
+    {KELVOR_COMMON_STATS_LOG_LIST, false, &VendorService::stats_log_list},
+    {KELVOR_COMMON_ITEM_SSR, true, &VendorService::ssr},
+    {KELVOR_COMMON_ITEM_NV_SYNC, true, &VendorService::nv_sync},
+    {KELVOR_COMMON_ITEM_FULL_DUMP, true, &VendorService::full_dump},
+};
+
+}  // namespace
+
+std::unique_ptr<Service> make_vendor_service(Surroundings& modem) {
+  return std::make_unique<VendorService>(modem);
+}
+
+std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
+  std::vector<std::unique_ptr<Service>> services;
+  services.push_back(make_vendor_service(modem));
+  services.push_back(make_nas_service(modem));
+  services.push_back(make_sar_service(modem));
+  return services;
+}
+
+}  // namespace sim

@@ -1,0 +1,162 @@
+// vex-phone: makes, serves and shows a simulated phone.
+
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstring>
+
+#include "qcci/idl/codec.h"
+#include "qcci/link/local_socket.h"
+#include "sim/modem.h"
+#include "sim/server.h"
+
+namespace {
+
+using sim::Phone;
+
+int fail(const std::string& why) {
+  std::fprintf(stderr, "vex-phone: %s\n", why.c_str());
+  return 1;
+}
+
+int init(const Phone& phone) {
+  std::string why;
+  if (!phone.prepare(&why)) return fail(why);
+  std::printf("%s\n", phone.root().c_str());
+  return 0;
+}
+
+const char* kind_text(sim::FaultKind kind) {
+  switch (kind) {
+    case sim::FaultKind::kRequest:
+      return "request";
+    case sim::FaultKind::kResponse:
+      return "response";
+    case sim::FaultKind::kIndication:
+      return "indication";
+  }
+  return "?";
+}
+
+// One message, as a person reads it.
+void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address client,
+                   std::span<const uint8_t> octets) {
+  static constexpr qmi_idl_message_type kTypes[] = {QMI_IDL_REQUEST, QMI_IDL_RESPONSE,
+                                                    QMI_IDL_INDICATION};
+  qcci::QmiHeader header;
+  std::string text = "(cut)";
+  if (qcci::QmiHeader::parse(octets, &header)) {
+    const auto* row = service.find(kTypes[static_cast<size_t>(kind)], header.message);
+    std::vector<uint8_t> c(row != nullptr ? row->c_size : 0);
+    const auto error = row == nullptr ? qcci::idl::CodecError::kUnknownMandatory
+                                      : qcci::idl::decode(*row, octets.subspan(qcci::kQmiHeader),
+                                                          c.data(), c.size());
+    text = error == qcci::idl::CodecError::kOk
+               ? qcci::idl::describe(*row, c.data())
+               : std::string("(") + qcci::idl::codec_error_text(error) + ")";
+  }
+  std::printf("%u.%u %s 0x%04x %s %s %u: %s\n", client.node, client.port, service.name,
+              header.message, service.message_name(header.message), kind_text(kind),
+              header.transaction, text.c_str());
+  std::fflush(stdout);
+}
+
+int serve(const Phone& phone, bool trace) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  const sim::Descriptor stop(::signalfd(-1, &signals, SFD_CLOEXEC));
+
+  std::string why;
+  const std::unique_ptr<sim::Modem> modem = sim::make_modem(phone, &why);
+  if (modem == nullptr) return fail(why);
+  modem->set_log([](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
+  if (trace) modem->set_tap(print_message);
+  sim::Server server(*modem);
+  if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
+  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  std::fflush(stdout);
+  server.run(stop.get());
+  for (const std::string& rule : modem->unmet_faults()) {
+    std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
+  }
+  return 0;
+}
+
+std::string hex(const std::string& octets, size_t most) {
+  std::string text;
+  char two[4];
+  for (size_t i = 0; i < octets.size() && i < most; ++i) {
+    std::snprintf(two, sizeof two, "%s%02X", i > 0 ? " " : "", static_cast<uint8_t>(octets[i]));
+    text += two;
+  }
+  if (octets.size() > most) text += " ... " + std::to_string(octets.size()) + " octets";
+  return text;
+}
+
+void show_files(const char* title, const sim::Folder& folder) {
+  std::printf("%s\n", title);
+  folder.list([&](const std::string& path, size_t) {
+    std::string octets;
+    folder.read(path, &octets);
+    std::printf("  %-40s %s\n", path.c_str(), hex(octets, 24).c_str());
+  });
+}
+
+int show(const Phone& phone) {
+  std::string why;
+  std::string toml;
+  if (::access(phone.path("phone.toml").c_str(), F_OK) != 0) {
+    return fail(phone.root() + ": no phone here (vex-phone init makes one)");
+  }
+  phone.all().read("phone.toml", &toml);
+  sim::PhoneConfig config;
+  if (!sim::parse_phone_config(toml, &config, &why)) return fail(phone.root() + "/" + why);
+
+  std::printf("phone      %s\n", phone.root().c_str());
+  qcci::LocalSocketLink link(phone.path("modem.sock"));
+  std::printf("modem      %s\n", link.answers() ? "served at modem.sock" : "embedded in each vex");
+  std::printf("restart    %lld ms\n", static_cast<long long>(config.restart.count()));
+  std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
+  std::printf("statistics %s, %zu outdated logs\n",
+              config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());
+  for (const sim::NetworkConfig& network : config.networks) {
+    std::printf("network    %03u-%0*u rat %u status 0x%02x \"%s\"\n", network.mcc,
+                network.mnc_three_digits ? 3 : 2, network.mnc, network.rat, network.status,
+                network.name.c_str());
+  }
+  for (const sim::FaultRule& rule : config.faults) {
+    std::printf("fault      %s\n", rule.text.c_str());
+  }
+  show_files("nv items (sub/id)", phone.nv());
+  show_files("efs files (sub/path)", phone.efs());
+  std::string properties;
+  phone.all().read("properties", &properties);
+  std::printf("properties\n%s", properties.c_str());
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"The simulated phone that vex talks to on a desk"};
+  app.require_subcommand(1);
+  std::string directory = Phone::default_root();
+  app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
+  int result = 0;
+  app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
+      ->callback([&] { result = init(Phone(directory)); });
+  bool trace = false;
+  CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
+  serving->add_flag("--trace", trace, "Print every message");
+  serving->callback([&] { result = serve(Phone(directory), trace); });
+  app.add_subcommand("show", "Print what the phone holds")->callback([&] {
+    result = show(Phone(directory));
+  });
+  CLI11_PARSE(app, argc, argv);
+  return result;
+}

@@ -299,22 +299,25 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
   Lock lock(mutex_);
   await_answer(lock, service->id);
   const Time deadline = in(timeout_ms);
+  ++waiting_openers_;  // the library's thread looks for a bus meanwhile, if there is none
+  if (!control_) link_->wake();
+  int result = QMI_CLIENT_TIMED_OUT;
   for (;;) {
     if (const Instance* found = find_instance(service, instance)) {
-      const qmi_service_info info{service->id, found->instance, found->version, found->address.node,
-                                  found->address.port};
+      const qmi_service_info info{service->id, found->instance, found->version,
+                                  found->address.node, found->address.port};
       lock.unlock();
-      const int result = open_client(service, info, callback, data, handle);
-      if (result != QMI_CLIENT_SERVICE_GONE) return result;
+      result = open_client(service, info, callback, data, handle);
       lock.lock();
-      if (find_instance(service, instance) != nullptr) return result;  // there, but not for us
+      // Gone again meanwhile: wait for the next. There, but not for us: say so.
+      if (result != QMI_CLIENT_SERVICE_GONE || find_instance(service, instance) != nullptr) break;
     }
-    if (platform::clock().now() >= deadline) return QMI_CLIENT_TIMED_OUT;
-    ++waiting_openers_;
-    link_->wake();
+    result = QMI_CLIENT_TIMED_OUT;
+    if (platform::clock().now() >= deadline) break;
     platform::clock().wait_until(changed_, lock, deadline);
-    --waiting_openers_;
   }
+  --waiting_openers_;
+  return result;
 }
 
 int Core::open_notifier(qmi_idl_service_object_type service, qmi_client_os_params* os_params,

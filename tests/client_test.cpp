@@ -1,0 +1,390 @@
+// The QMI client library against a bus that is not in order, and against the simulated modem.
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "platform/idl/vendor.h"
+#include "platform/qmi_client.h"
+#include "qcci/client/core.h"
+#include "support/desk.h"
+#include "support/scripted_link.h"
+
+namespace {
+
+using desk::ScriptedLink;
+using qcci::Address;
+using qcci::Control;
+using namespace std::chrono_literals;
+
+const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
+const auto kNas = nas_get_service_object_internal_v01(1, 398, 6);
+const auto kVendor = kelvor_extend_get_service_object_internal_v01(1, 1, 6);
+
+int open(qmi_idl_service_object_type service, uint32_t timeout_ms, qmi_client_type* client,
+         qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
+  return qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr,
+                                  timeout_ms, client);
+}
+
+int ask_state(qmi_client_type client, sar_rf_get_state_resp* resp, uint32_t timeout_ms = 3000) {
+  return qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, resp, sizeof *resp,
+                                  timeout_ms);
+}
+
+// ---- a scripted bus
+
+class HostileBus : public testing::Test {
+ protected:
+  HostileBus() {
+    auto link = std::make_unique<ScriptedLink>();
+    link_ = link.get();
+    link_->services[SAR_SERVICE_ID] = kServer;
+    qcci::Core::use_link(std::move(link));
+  }
+
+  // The answer to a request: the state, under a header that may be wrong.
+  static std::vector<uint8_t> answer(const ScriptedLink::Sent& request, uint8_t state,
+                                     uint8_t type = 2, int transaction_off = 0,
+                                     uint8_t message = SAR_RF_GET_STATE) {
+    std::vector<uint8_t> octets =
+        desk::unhex("02 00 00 00 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
+    octets[0] = type;
+    octets[1] = static_cast<uint8_t>(request.octets[1] + transaction_off);
+    octets[2] = request.octets[2];
+    octets[3] = message;
+    octets[17] = state;
+    return octets;
+  }
+
+  desk::TestClock& clock_ = desk::TestClock::install();
+  ScriptedLink* link_;
+  static constexpr Address kServer{1, 7};
+};
+
+TEST_F(HostileBus, OnlyTheServersAnswerToThisVeryRequestIsTaken) {
+  using Sent = ScriptedLink::Sent;
+  static const struct {
+    const char* rule;
+    void (*say)(ScriptedLink&, const Sent&);
+  } kStrays[] = {
+      {"another node",
+       [](ScriptedLink& l, const Sent& r) {
+         l.say(r.endpoint, {2, 7}, answer(r, 9));
+       }},
+      {"another port",
+       [](ScriptedLink& l, const Sent& r) {
+         l.say(r.endpoint, {1, 8}, answer(r, 9));
+       }},
+      {"another transaction",
+       [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, answer(r, 9, 2, 1)); }},
+      {"another message",
+       [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, answer(r, 9, 2, 0, 3)); }},
+      {"a request",
+       [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, answer(r, 9, 0)); }},
+      {"an indication nobody wants",
+       [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, answer(r, 9, 4)); }},
+      {"a type that there is not",
+       [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, answer(r, 9, 7)); }},
+      {"a length beyond the datagram",
+       [](ScriptedLink& l, const Sent& r) {
+         auto octets = answer(r, 9);
+         octets[5] = 0x0F;
+         l.say(r.endpoint, kServer, octets);
+       }},
+      {"a cut header",
+       [](ScriptedLink& l, const Sent& r) {
+         l.say(r.endpoint, kServer, {2, 1});
+       }},
+      {"nothing", [](ScriptedLink& l, const Sent& r) { l.say(r.endpoint, kServer, {}); }},
+      {"another endpoint",
+       [](ScriptedLink& l, const Sent& r) { l.say(99, kServer, answer(r, 9)); }},
+  };
+  for (const auto& stray : kStrays) {
+    link_->on_request = [&](const Sent& request) {
+      stray.say(*link_, request);
+      link_->say(request.endpoint, kServer, answer(request, 5));
+    };
+    qmi_client_type client = nullptr;
+    ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK) << stray.rule;
+    sar_rf_get_state_resp resp;
+    EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK) << stray.rule;
+    EXPECT_EQ(resp.state, 5u) << stray.rule;
+    qmi_client_release(client);
+  }
+}
+
+TEST_F(HostileBus, ALateAnswerNeverReachesTheNextRequest) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  ScriptedLink::Sent first{};
+  link_->on_request = [&](const ScriptedLink::Sent& request) { first = request; };
+  sar_rf_get_state_resp resp;
+  auto late = std::async(std::launch::async, [&] { return ask_state(client, &resp, 3000); });
+  clock_.await_waiter(3000ms);
+  clock_.advance(2999ms);
+  EXPECT_EQ(late.wait_for(20ms), std::future_status::timeout);
+  clock_.advance(1ms);
+  EXPECT_EQ(late.get(), QMI_CLIENT_TIMED_OUT);
+  EXPECT_EQ(resp.state_valid, 0);
+
+  link_->on_request = [&](const ScriptedLink::Sent& request) {
+    link_->say(request.endpoint, kServer, answer(first, 1));  // late
+    link_->say(request.endpoint, kServer, answer(request, 2));
+    link_->say(request.endpoint, kServer, answer(request, 3));  // twice
+  };
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
+  EXPECT_EQ(resp.state, 2u);
+}
+
+TEST_F(HostileBus, ControlPacketsCountOnlyFromTheOwnNodesControlPort) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  for (const Address from : {Address{1, 7}, Address{2, qcci::kControlPort}, Address{1, 99}}) {
+    link_->control(from, {Control::kDelServer, SAR_SERVICE_ID, 1, 1, 7});
+    link_->control(from, {Control::kBye, 1, 0, 0, 0});
+  }
+  link_->say(1, ScriptedLink::kControl, {5, 0, 0});               // cut
+  link_->announce(Control::kNewServer, SAR_SERVICE_ID, kServer);  // twice
+  link_->announce(Control::kDelServer, NAS_SERVICE_ID, kServer);  // another service there
+  link_->settle();
+  link_->on_request = [&](const ScriptedLink::Sent& request) {
+    link_->say(request.endpoint, kServer, answer(request, 4));
+  };
+  sar_rf_get_state_resp resp;
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
+  uint32_t services = 0;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  EXPECT_EQ(services, 1u);
+
+  link_->control(ScriptedLink::kControl, {Control::kBye, 1, 0, 0, 0});
+  link_->settle();
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE);
+}
+
+TEST_F(HostileBus, AnAnswerThatDoesNotDecodeIsAnInternalErrorAndLeavesNothingBehind) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  link_->on_request = [&](const ScriptedLink::Sent& request) {
+    auto octets = answer(request, 4);
+    octets[15] = 3;  // the state's TLV one short
+    link_->say(request.endpoint, kServer, octets);
+  };
+  sar_rf_get_state_resp resp;
+  std::memset(&resp, 0xEE, sizeof resp);
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_INTERNAL);
+  EXPECT_EQ(resp.state_valid, 0);
+  EXPECT_EQ(resp.resp.result, 0u);
+}
+
+TEST_F(HostileBus, AServiceOfAnotherVersionIsNotFound) {
+  link_->services.clear();
+  uint32_t services = 9;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
+            QMI_CLIENT_SERVICE_GONE);
+  EXPECT_EQ(services, 0u);
+  link_->control(ScriptedLink::kControl, {Control::kNewServer, SAR_SERVICE_ID, 2, 1, 7});
+  link_->settle();
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
+            QMI_CLIENT_SERVICE_GONE);
+}
+
+// ---- the simulated modem
+
+using Client = desk::Desk;
+
+TEST_F(Client, WaitsForAServiceThatIsNotThereYetAndNoLonger) {
+  sim::Modem& modem = start_modem();
+  modem.take_down(SAR_SERVICE_ID);
+  qmi_client_type client = nullptr;
+  auto opening = std::async(std::launch::async, [&] { return open(kSar, 4000, &client); });
+  clock_.await_waiter(4000ms);
+  clock_.advance(3999ms);
+  EXPECT_EQ(opening.wait_for(20ms), std::future_status::timeout);
+  clock_.advance(1ms);
+  EXPECT_EQ(opening.get(), QMI_CLIENT_TIMED_OUT);
+  EXPECT_EQ(client, nullptr);
+
+  opening = std::async(std::launch::async, [&] { return open(kSar, 4000, &client); });
+  clock_.await_waiter(4000ms);
+  modem.bring_up(SAR_SERVICE_ID);
+  EXPECT_EQ(opening.get(), QMI_CLIENT_OK);
+  EXPECT_NE(client, nullptr);
+}
+
+TEST_F(Client, PendingRequestsEndTheMomentTheServiceGoesAndTheErrorIsToldOnce) {
+  sim::Modem& modem = start_modem("[[fault]]\nservice = \"sar\"\nnth = 1\naction = \"drop\"\n");
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  static std::atomic<int> errors;
+  static std::atomic<int> last_error;
+  qmi_client_register_error_cb(
+      client,
+      [](qmi_client_type, int error, void*) {
+        last_error = error;
+        ++errors;
+      },
+      nullptr);
+  sar_rf_get_state_resp resp;
+  auto pending = std::async(std::launch::async, [&] { return ask_state(client, &resp, 30000); });
+  clock_.await_waiter(30000ms);
+  modem.take_down(SAR_SERVICE_ID);
+  EXPECT_EQ(pending.get(), QMI_CLIENT_SERVICE_GONE);
+  modem.bring_up(SAR_SERVICE_ID);
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
+  while (errors == 0) std::this_thread::yield();
+  EXPECT_EQ(last_error, QMI_CLIENT_SERVICE_GONE);
+  // Told late, it is told all the same.
+  qmi_client_register_error_cb(
+      client, [](qmi_client_type, int, void* data) { *static_cast<std::atomic<int>*>(data) = 1; },
+      &last_error);
+  while (last_error != 1) std::this_thread::yield();
+  EXPECT_EQ(errors, 1);
+  EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
+}
+
+TEST_F(Client, NotifierTellsOfEveryComingAndGoingInOrder) {
+  sim::Modem& modem = start_modem();
+  qmi_client_os_params signal{};
+  qmi_client_type notifier = nullptr;
+  ASSERT_EQ(qmi_client_notifier_init(kSar, &signal, &notifier), QMI_CLIENT_OK);
+  uint32_t services = 0;
+  ASSERT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  static std::mutex mutex;
+  static std::vector<int> events;
+  const auto count = [] {
+    const std::lock_guard lock(mutex);
+    return events.size();
+  };
+  qmi_client_register_notify_cb(
+      notifier,
+      [](qmi_client_type, qmi_idl_service_object_type, qmi_client_notify_event event, void*) {
+        const std::lock_guard lock(mutex);
+        events.push_back(event);
+      },
+      nullptr);
+  while (count() < 1) std::this_thread::yield();  // there already
+  for (int i = 0; i < 3; ++i) {
+    modem.take_down(SAR_SERVICE_ID);
+    modem.bring_up(SAR_SERVICE_ID);
+  }
+  while (count() < 7) std::this_thread::yield();
+  EXPECT_EQ(events, (std::vector<int>{0, 1, 0, 1, 0, 1, 0}));
+  qmi_cci_os_signal_wait(&signal, 20);
+  EXPECT_EQ(signal.timed_out, 0u) << "a change since the notifier was made";
+  auto waiting = std::async(std::launch::async, [&] { qmi_cci_os_signal_wait(&signal, 20); });
+  clock_.await_waiter(20ms);
+  clock_.advance(20ms);
+  waiting.get();
+  EXPECT_EQ(signal.timed_out, 1u);
+}
+
+TEST_F(Client, NoCallbackRunsOnceReleaseHasReturned) {
+  sim::Modem& modem = start_modem();
+  struct Told {
+    std::atomic<bool> released{false};
+    std::atomic<int> early{0};
+    std::atomic<int> late{0};
+  };
+  for (int i = 0; i < 50; ++i) {
+    Told told;
+    qmi_client_type client = nullptr;
+    const auto callback = [](qmi_client_type, uint32_t, const void*, uint32_t, void* data) {
+      auto& t = *static_cast<Told*>(data);
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+      ++(t.released ? t.late : t.early);
+    };
+    ASSERT_EQ(open(kNas, 4, &client, callback, &told), QMI_CLIENT_OK);
+    static nas_incremental_network_scan_req request;
+    nas_plain_resp resp;
+    for (int k = 0; k < 3; ++k) {
+      ASSERT_EQ(qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request,
+                                         sizeof request, &resp, sizeof resp, 1000),
+                QMI_CLIENT_OK);
+    }
+    if (i % 2 == 0) modem.take_down(NAS_SERVICE_ID);
+    EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
+    told.released = true;
+    modem.bring_up(NAS_SERVICE_ID);
+    std::this_thread::sleep_for(std::chrono::microseconds(500));
+    EXPECT_EQ(told.late, 0);
+  }
+}
+
+TEST_F(Client, CallbacksMayReleaseButNotSend) {
+  start_modem();
+  static std::atomic<int> sent{1};
+  static std::atomic<int> released{1};
+  const auto callback = [](qmi_client_type client, uint32_t message, const void* encoded,
+                           uint32_t length, void*) {
+    static nas_incremental_network_scan_ind ind;
+    EXPECT_EQ(qmi_client_message_decode(client, QMI_IDL_INDICATION, message, encoded, length, &ind,
+                                        sizeof ind),
+              QMI_CLIENT_OK);
+    EXPECT_EQ(ind.networks_len, 3u);
+    nas_plain_resp resp;
+    const nas_bind_subscription_req bind{0};
+    sent = qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &bind, sizeof bind, &resp,
+                                    sizeof resp, 1000);
+    released = qmi_client_release(client);
+  };
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kNas, 4, &client, callback), QMI_CLIENT_OK);
+  static nas_incremental_network_scan_req request;
+  nas_plain_resp resp;
+  qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request, &resp,
+                           sizeof resp, 1000);
+  while (released == 1) std::this_thread::yield();
+  EXPECT_EQ(sent, QMI_CLIENT_INTERNAL);
+  EXPECT_EQ(released, QMI_CLIENT_OK);
+}
+
+TEST_F(Client, HandlesThatAreNoneAndArgumentsThatAreWrongAreRefused) {
+  start_modem();
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  sar_rf_get_state_resp resp;
+  const auto send = [&](qmi_client_type c, uint32_t message, const void* request, uint32_t length,
+                        void* response, uint32_t room) {
+    return qmi_client_send_msg_sync(c, message, request, length, response, room, 100);
+  };
+  EXPECT_EQ(send(client, 0x77, nullptr, 0, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(send(client, 2, nullptr, 0, &resp, sizeof resp - 1), QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(send(client, 2, &resp, 1, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(send(client, 2, nullptr, 4, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(open(nullptr, 4, &client), QMI_CLIENT_BAD_ARGUMENT);
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
+  EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_PORT_NOT_OPEN);
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_PORT_NOT_OPEN);
+  EXPECT_EQ(ask_state(nullptr, &resp), QMI_CLIENT_PORT_NOT_OPEN);
+  EXPECT_EQ(qmi_client_register_error_cb(client, nullptr, nullptr), QMI_CLIENT_PORT_NOT_OPEN);
+}
+
+TEST_F(Client, ManyThreadsShareOneClientWithoutMixingAnswers) {
+  start_modem("[[fault]]\nservice = \"vendor\"\nnth = 7\naction = \"duplicate\"\n");
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kVendor, 4, &client), QMI_CLIENT_OK);
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (uint8_t sub = 0; sub < 3; ++sub) {
+    directory_.write("nv/" + std::to_string(sub) + "/9", std::string(1, static_cast<char>(sub)));
+    threads.emplace_back([&, sub] {
+      for (int i = 0; i < 100; ++i) {
+        kelvor_vendor_msg request{2, 512, 1, {1, sub, 9, 0}};
+        kelvor_vendor_msg response;
+        if (qmi_client_send_msg_sync(client, 2, &request, sizeof request, &response,
+                                     sizeof response, 5000) != 0 ||
+            response.data[20] != sub) {
+          ++wrong;
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace

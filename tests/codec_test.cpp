@@ -1,0 +1,200 @@
+#include "qcci/idl/codec.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "platform/idl/vendor.h"
+#include "qcci/services/services.h"
+#include "support/desk.h"
+#include "support/random_message.h"
+
+namespace qcci::idl {
+namespace {
+
+std::string encoded(const qmi_idl_service_object& service, uint16_t message, const void* c,
+                    size_t size) {
+  const Message* row = service.find(QMI_IDL_REQUEST, message);
+  std::vector<uint8_t> out(row->max_encoded);
+  const Encoded result = encode(*row, c, size, out);
+  EXPECT_EQ(result.error, CodecError::kOk);
+  return desk::hex(std::span(out).first(result.length));
+}
+
+TEST(Codec, RequestsAreTheGoldenOctets) {
+  kelvor_vendor_msg vendor{};
+  vendor.id = 0x04030201;
+  vendor.data_len = 512;
+  vendor.data_valid = 1;
+  vendor.data[0] = 0xAA;
+  vendor.data[511] = 0xBB;
+  const std::string wire = encoded(kVendorService, 0x0002, &vendor, sizeof vendor);
+  EXPECT_EQ(wire.size(), 529u * 3 - 1);
+  EXPECT_EQ(wire.substr(0, 18 * 3 - 1), "01 04 00 01 02 03 04 02 04 00 00 02 00 00 10 00 02 AA");
+  EXPECT_TRUE(wire.ends_with("00 BB"));
+
+  nas_indication_register_req reg{};
+  reinterpret_cast<uint8_t*>(&reg)[4] = 1;
+  EXPECT_EQ(encoded(kNasService, NAS_INDICATION_REGISTER, &reg, sizeof reg), "13 01 00 00");
+  const nas_bind_subscription_req bind{1};
+  EXPECT_EQ(encoded(kNasService, NAS_BIND_SUBSCRIPTION, &bind, sizeof bind), "01 01 00 01");
+  const nas_network_scan_req scan{};
+  EXPECT_EQ(encoded(kNasService, NAS_NETWORK_SCAN, &scan, sizeof scan), "");
+  const nas_incremental_network_scan_req incremental{};
+  EXPECT_EQ(encoded(kNasService, NAS_INCREMENTAL_NETWORK_SCAN, &incremental, sizeof incremental),
+            "");
+  EXPECT_EQ(encoded(kSarService, SAR_RF_GET_STATE, nullptr, 0), "");
+}
+
+TEST(Codec, ResponsesDecodeFromLiteralOctets) {
+  const auto wire = desk::unhex(
+      "02 04 00 00 00 00 00 "
+      "10 19 00 02 00 01 00 01 00 59 03 4F 6E 65 E7 03 46 00 26 08 52 6F 61 6D 69 6E 67 73 "
+      "12 07 00 01 00 01 00 01 00 01 "
+      "13 04 00 02 00 00 00");
+  static nas_network_scan_resp resp;
+  const Message& row = *kNasService.find(QMI_IDL_RESPONSE, NAS_NETWORK_SCAN);
+  ASSERT_EQ(decode(row, wire, &resp, sizeof resp), CodecError::kOk);
+  ASSERT_EQ(resp.networks_len, 2u);
+  EXPECT_STREQ(resp.networks[0].name, "One");
+  EXPECT_EQ(resp.networks[0].status, 0x59);
+  EXPECT_EQ(resp.networks[1].mcc, 999);
+  EXPECT_EQ(resp.networks[1].mnc, 70);
+  EXPECT_STREQ(resp.networks[1].name, "Roamings");
+  EXPECT_EQ(resp.rats_valid, 0);
+  EXPECT_EQ(resp.mnc_digits[0].value, 1);
+  EXPECT_EQ(resp.scan_result, 2u);
+
+  sar_rf_get_state_resp sar;
+  const auto failed = desk::unhex("02 04 00 01 00 5E 00 10 04 00 07 00 00 00");
+  ASSERT_EQ(decode(*kSarService.find(QMI_IDL_RESPONSE, SAR_RF_GET_STATE), failed, &sar, sizeof sar),
+            CodecError::kOk);
+  EXPECT_EQ(sar.resp.result, 1u);
+  EXPECT_EQ(sar.resp.error, 94u);
+  EXPECT_EQ(sar.state, 7u);
+}
+
+TEST(Codec, EveryMessageSurvivesTheWireWhateverItHolds) {
+  desk::RandomMessage random(20261121);
+  for (const auto service : all_services()) {
+    for (const MessageRow& row : service->rows) {
+      for (int i = 0; i < 50; ++i) {
+        const std::vector<uint8_t> c = random.fill(row.message);
+        std::vector<uint8_t> wire(row.message.max_encoded);
+        const Encoded out = encode(row.message, c.data(), c.size(), wire);
+        ASSERT_EQ(out.error, CodecError::kOk) << service->name << " " << row.name;
+        std::vector<uint8_t> back(c.size(), 0xEE);
+        ASSERT_EQ(decode(row.message, std::span(wire).first(out.length), back.data(), back.size()),
+                  CodecError::kOk)
+            << service->name << " " << row.name;
+        ASSERT_EQ(back, c) << service->name << " " << row.name;
+      }
+    }
+  }
+}
+
+// A message with one of everything that can be wrong.
+struct Inner {
+  uint8_t a;
+  uint16_t b;
+};
+struct Sample {
+  uint32_t number;
+  uint32_t items_len;
+  Inner items[2];
+  uint8_t flag;
+  uint16_t optional;
+  uint8_t name_valid;
+  char name[4];
+};
+constexpr auto kInner = record(value(QCCI_MEMBER(Inner, a)), value(QCCI_MEMBER(Inner, b)));
+constexpr auto kSample = message<Sample>(
+    mandatory(0x01, narrow<1>(QCCI_MEMBER(Sample, number))),
+    mandatory(0x02, counted(QCCI_MEMBER(Sample, items_len), QCCI_MEMBER(Sample, items), kInner)),
+    optional(0x10, QCCI_MEMBER(Sample, flag), value(QCCI_MEMBER(Sample, optional))),
+    optional(0x11, QCCI_MEMBER(Sample, name_valid), text(QCCI_MEMBER(Sample, name))));
+
+TEST(Codec, DecoderRefusesWhatIsNotTheMessage) {
+  static const struct {
+    const char* rule;
+    const char* wire;
+    CodecError error;
+  } kRows[] = {
+      {"all in order", "01 01 00 05 02 04 00 01 07 08 09 10 02 00 34 12 11 04 00 03 61 62 63",
+       CodecError::kOk},
+      {"in any order of types", "02 01 00 00 01 01 00 05", CodecError::kOk},
+      {"an unknown type from 0x10 up is skipped", "01 01 00 05 02 01 00 00 7F 02 00 AA BB",
+       CodecError::kOk},
+      {"a cut header", "01 01 00 05 02 01", CodecError::kCutHeader},
+      {"a length beyond the message", "01 01 00 05 02 FF 00 00", CodecError::kBeyondMessage},
+      {"a number cut short", "01 00 00 02 01 00 00", CodecError::kTooShort},
+      {"a number too long", "01 02 00 05 00 02 01 00 00", CodecError::kTooLong},
+      {"an array that ends before its count", "01 01 00 05 02 04 00 02 07 08 09",
+       CodecError::kTooShort},
+      {"an array that goes on after its count", "01 01 00 05 02 04 00 00 07 08 09",
+       CodecError::kTooLong},
+      {"a count without room", "01 01 00 05 02 0A 00 03 07 08 09 07 08 09 07 08 09",
+       CodecError::kCountTooLarge},
+      {"an array without its count", "01 01 00 05 02 00 00", CodecError::kTooShort},
+      {"a text longer than its room", "01 01 00 05 02 01 00 00 11 05 00 04 61 62 63 64",
+       CodecError::kCountTooLarge},
+      {"a type twice", "01 01 00 05 01 01 00 06 02 01 00 00", CodecError::kDuplicate},
+      {"a mandatory type missing", "01 01 00 05", CodecError::kMissingMandatory},
+      {"nothing at all", "", CodecError::kMissingMandatory},
+      {"an unknown type below 0x10", "01 01 00 05 02 01 00 00 03 00 00",
+       CodecError::kUnknownMandatory},
+  };
+  for (const auto& row : kRows) {
+    Sample sample;
+    std::memset(&sample, 0xEE, sizeof sample);
+    const auto wire = desk::unhex(row.wire);
+    EXPECT_EQ(decode(kSample.view(), wire, &sample, sizeof sample), row.error) << row.rule;
+    EXPECT_NE(sample.name_valid, 0xEE) << row.rule << ": not zeroed first";
+  }
+  Sample sample;
+  const auto wire = desk::unhex(kRows[0].wire);
+  EXPECT_EQ(decode(kSample.view(), wire, &sample, sizeof sample - 1), CodecError::kWrongStructSize);
+  ASSERT_EQ(decode(kSample.view(), wire, &sample, sizeof sample), CodecError::kOk);
+  EXPECT_EQ(sample.items[0].b, 0x0908);
+  EXPECT_EQ(describe(kSample.view(), &sample),
+            "number=5 items=[{a=7 b=2312}] optional=4660 name=\"abc\"");
+}
+
+TEST(Codec, EncoderRefusesWhatTheWireCannotCarry) {
+  const auto encode_into = [](const Sample& sample, size_t room) {
+    std::vector<uint8_t> out(room);
+    return encode(kSample.view(), &sample, sizeof sample, out).error;
+  };
+  Sample sample{};
+  EXPECT_EQ(encode_into(sample, 8), CodecError::kOk);
+  EXPECT_EQ(encode_into(sample, 7), CodecError::kNoRoom);
+  sample.number = 256;
+  EXPECT_EQ(encode_into(sample, 100), CodecError::kValueTooLarge);
+  sample.number = 255;
+  sample.items_len = 3;
+  EXPECT_EQ(encode_into(sample, 100), CodecError::kCountTooLarge);
+  sample.items_len = 2;
+  sample.name_valid = 1;
+  std::memcpy(sample.name, "abcd", 4);  // not terminated
+  EXPECT_EQ(encode_into(sample, 100), CodecError::kCountTooLarge);
+}
+
+TEST(Idl, ObjectsAreGivenForTheirOwnVersionOnly) {
+  static const struct {
+    qmi_idl_service_object_type (*get)(int32_t, int32_t, int32_t);
+    int32_t major, minor, tool;
+  } kRows[] = {
+      {kelvor_extend_get_service_object_internal_v01, 1, 1, 6},
+      {nas_get_service_object_internal_v01, 1, 398, 6},
+      {sar_get_service_object_internal_v01, 1, 15, 6},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_NE(row.get(row.major, row.minor, row.tool), nullptr);
+    EXPECT_EQ(row.get(row.major + 1, row.minor, row.tool), nullptr);
+    EXPECT_EQ(row.get(row.major, row.minor + 1, row.tool), nullptr);
+    EXPECT_EQ(row.get(row.major, row.minor, row.tool - 1), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace qcci::idl

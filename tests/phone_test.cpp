@@ -1,0 +1,331 @@
+// The simulated phone: its directory, its configuration, its faults, and what the desk keeps of the
+// platform in it.
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "platform/kelvor_utils.h"
+#include "platform/properties.h"
+#include "platform/qmi_client.h"
+#include "platform/timer.h"
+#include "sim/default_phone.h"
+#include "support/desk.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Forks `count` processes that run `work`, and waits for them; the number that failed.
+template <class Work>
+int in_processes(int count, Work work) {
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; ++i) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(work(i) ? 0 : 1);
+    children.push_back(child);
+  }
+  int failed = 0;
+  for (const pid_t child : children) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    failed += status != 0;
+  }
+  return failed;
+}
+
+struct PhoneFiles : testing::Test {
+  desk::PhoneDirectory directory_;
+};
+
+TEST_F(PhoneFiles, NothingLeadsOutOfTheFolder) {
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  const sim::Folder efs = directory_.phone().efs();
+  directory_.write("secret", "s");
+  std::filesystem::create_symlink(directory_.root(), directory_.root() + "/efs/link");
+  std::filesystem::create_symlink("../secret", directory_.root() + "/efs/leaf");
+  std::string read;
+  static const struct {
+    std::string path;
+    int read, write;
+  } kRows[] = {
+      {"../secret", EINVAL, EINVAL},
+      {"0/../../secret", EINVAL, EINVAL},
+      {"./x", EINVAL, EINVAL},
+      {"", EINVAL, EINVAL},
+      {"///", EINVAL, EINVAL},
+      {std::string("a\0b", 3), EINVAL, EINVAL},
+      {"link/secret", ENOTDIR, ENOTDIR},
+      {"leaf", ELOOP, 0},
+      {std::string(256, 'n'), ENAMETOOLONG, ENAMETOOLONG},
+      {"0", ENOENT, 0},
+      {"0/below/a/file", ENOTDIR, ENOTDIR},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(efs.read(row.path, &read), row.read) << row.path;
+    EXPECT_EQ(efs.write(row.path, "w"), row.write) << row.path;
+  }
+  EXPECT_EQ(directory_.file("secret"), "s");
+  EXPECT_EQ(directory_.file("efs/leaf"), "w") << "the link is replaced, not followed";
+  EXPECT_EQ(efs.write("d/f", "w"), 0);
+  EXPECT_EQ(efs.write("d", "w"), EISDIR);
+  EXPECT_EQ(efs.remove("d"), EISDIR);
+  EXPECT_TRUE(std::filesystem::is_empty(directory_.root() + "/tmp")) << "nothing is left beside";
+}
+
+TEST_F(PhoneFiles, ManyProcessesMakeOnePhone) {
+  const std::string root = directory_.root() + "/new/phone";
+  const int failed = in_processes(30, [&](int) {
+    std::string why;
+    std::string item;
+    const sim::Phone phone(root);
+    return phone.prepare(&why) && phone.nv().read("0/550", &item) == 0 && item.size() == 9;
+  });
+  EXPECT_EQ(failed, 0);
+  struct stat status {};
+  ASSERT_EQ(::stat(root.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0700u);
+  EXPECT_EQ(directory_.file("new/phone/nv/0/550"),
+            std::string("\x08\x1A\x32\x54\x76\x98\x10\x32\x74", 9));
+  // What a person changed stays.
+  std::filesystem::remove(root + "/nv/0/550");
+  std::string why;
+  EXPECT_TRUE(sim::Phone(root).prepare(&why));
+  EXPECT_FALSE(std::filesystem::exists(root + "/nv/0/550"));
+}
+
+TEST_F(PhoneFiles, APhoneThatCannotBeSaysWhy) {
+  directory_.write("file", "");
+  std::string why;
+  EXPECT_FALSE(sim::Phone(directory_.root() + "/file/phone").prepare(&why));
+  EXPECT_EQ(why, directory_.root() + "/file/phone: Not a directory");
+}
+
+TEST_F(PhoneFiles, PropertiesOutliveProcessesAndNoneIsLost) {
+  EXPECT_EQ(
+      in_processes(
+          40, [](int i) { return property_set(("p." + std::to_string(i)).c_str(), "v") == 0; }),
+      0);
+  char value[PROPERTY_VALUE_MAX];
+  for (int i = 0; i < 40; ++i) {
+    EXPECT_EQ(property_get(("p." + std::to_string(i)).c_str(), value, nullptr), 1) << i;
+  }
+  const std::string longest(PROPERTY_VALUE_MAX - 1, 'x');
+  static const struct {
+    const char* name;
+    std::string value;
+    int result;
+  } kRows[] = {
+      {"a", "1", 0},
+      {"a", "2", 0},
+      {"a.b", "=", 0},
+      {"long", longest, 0},
+      {"long2", longest + "x", -1},
+      {"line", "1\n2", -1},
+      {"a=b", "1", -1},
+      {"", "1", -1},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(property_set(row.name, row.value.c_str()), row.result) << row.name;
+    if (row.result != 0) continue;
+    EXPECT_EQ(__system_property_get(row.name, value), static_cast<int>(row.value.size()));
+    EXPECT_EQ(value, row.value);
+  }
+  EXPECT_EQ(property_get("none", value, "fallback"), 8);
+  EXPECT_STREQ(value, "fallback");
+  EXPECT_EQ(property_get("none", value, nullptr), 0);
+  EXPECT_STREQ(value, "");
+
+  int32_t number = 0;
+  property_set("n", "-1");
+  EXPECT_EQ(kelvor_get_property_value_from_int("n", &number, 5), 0);
+  EXPECT_EQ(number, -1);
+  for (const char* text : {"", "x", "1x", "99999999999"}) {
+    property_set("n", text);
+    EXPECT_EQ(kelvor_get_property_value_from_int("n", &number, 5), -1) << text;
+    EXPECT_EQ(number, 5) << text;
+  }
+}
+
+TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
+  static const struct {
+    const char* toml;
+    const char* why;
+  } kRows[] = {
+      {"[sar]\nstat = 1\n", "phone.toml:2: sar: unknown key \"stat\""},
+      {"[radio]\n", "phone.toml:1: unknown key \"radio\""},
+      {"[sar]\n\nstate = -1\n", "phone.toml:3: sar.state must be a number from 0 to 4294967295"},
+      {"[sar]\nstate = \"3\"\n", "phone.toml:2: sar.state must be a number from 0 to 4294967295"},
+      {"sar = 1\n", "phone.toml:1: sar must be a table"},
+      {"[[network]]\nrat = \"5g\"\n",
+       "phone.toml:2: network.rat must be one of gsm, umts, lte, tdscdma, nr"},
+      {"[[fault]]\nservice = \"gps\"\naction = \"drop\"\n",
+       "phone.toml:2: fault.service is not a service of this phone"},
+      {"[[fault]]\nnth = 1\n", "phone.toml:1: fault.action is missing"},
+      {"[[fault]]\naction = \"drop\"\nms = 5\n", "phone.toml:3: fault: unknown key \"ms\""},
+      {"[[fault]]\naction = \"change\"\noctets = [256]\n",
+       "phone.toml:3: fault.octets holds something that is not a number or does not fit"},
+      {"[statistics]\noutdated_logs = 5\n",
+       "phone.toml:2: statistics.outdated_logs must be a list of numbers"},
+  };
+  for (const auto& row : kRows) {
+    sim::PhoneConfig config;
+    config.sar_state = 99;
+    std::string why;
+    EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
+    EXPECT_EQ(why, row.why);
+    EXPECT_EQ(config.sar_state, 99u) << "a bad text changes nothing";
+  }
+  sim::PhoneConfig config;
+  std::string why;
+  EXPECT_FALSE(sim::parse_phone_config("[sar\n", &config, &why));
+  EXPECT_TRUE(why.starts_with("phone.toml:1: ")) << why;
+  ASSERT_TRUE(sim::parse_phone_config(sim::kDefaultPhoneToml, &config, &why)) << why;
+  EXPECT_EQ(config.networks.size(), 3u);
+  EXPECT_EQ(config.networks[0].status, 0b01100101) << "serving, home, allowed, preferred";
+  EXPECT_TRUE(config.faults.empty());
+}
+
+// ---- faults, as a client sees them
+
+struct Faults : desk::Desk {
+  static int ask(qmi_client_type client, uint32_t* error = nullptr) {
+    nas_plain_resp resp;
+    const nas_bind_subscription_req request{1};
+    const int result = qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request,
+                                                sizeof request, &resp, sizeof resp, 3000);
+    if (error != nullptr) *error = resp.resp.error;
+    return result;
+  }
+  qmi_client_type open(qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
+    qmi_client_type client = nullptr;
+    qmi_client_init_instance(nas_get_service_object_internal_v01(1, 398, 6), 0, callback, data,
+                             nullptr, 4, &client);
+    return client;
+  }
+};
+
+TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
+  static const struct {
+    const char* action;
+    int result;
+    uint32_t error;
+  } kRows[] = {
+      {"kind = \"request\"\naction = \"drop\"", -3, 0},
+      {"kind = \"request\"\naction = \"qmi-error\"\nerror = 82", 0, 82},
+      {"kind = \"request\"\naction = \"truncate\"\noctets = 6", -3, 0},
+      {"kind = \"request\"\naction = \"change\"\nat = 7\noctets = [9]", 0, 1},  // malformed
+      {"kind = \"request\"\naction = \"change\"\nat = 3\noctets = [0x99]", -3, 0},
+      {"kind = \"request\"\naction = \"duplicate\"", 0, 0},
+      {"kind = \"request\"\naction = \"delay\"\nms = 2990", 0, 0},
+      {"action = \"delay\"\nms = 3010", -3, 0},
+      {"action = \"qmi-error\"\nerror = 3", 0, 3},
+      {"action = \"truncate\"\noctets = 3", -3, 0},
+      {"action = \"wrong-transaction\"", -3, 0},
+      {"action = \"duplicate\"", 0, 0},
+      {"action = \"restart\"", -2, 0},
+  };
+  std::string toml = "[[fault]]\nservice = \"sar\"\naction = \"drop\"\n";
+  uint32_t request = 0;
+  uint32_t response = 0;
+  for (const auto& row : kRows) {
+    const bool of_requests = std::string(row.action).starts_with("kind");
+    ++request;
+    // Requests that never arrive have no response to count.
+    toml += "[[fault]]\nservice = \"nas\"\nmessage = 0x45\n" + std::string(row.action) +
+            "\nnth = " + std::to_string(of_requests ? request : response + 1) + "\n";
+    const std::string action = row.action;
+    const bool answered = !of_requests || (action.find("\"drop\"") == std::string::npos &&
+                                           action.find("truncate") == std::string::npos &&
+                                           action.find("at = 3") == std::string::npos);
+    if (answered) ++response;
+    if (action.find("duplicate") != std::string::npos && of_requests) ++response;
+  }
+  sim::Modem& modem = start_modem(toml);
+  clock_.run_by_itself();
+  const qmi_client_type client = open();
+  for (const auto& row : kRows) {
+    uint32_t error = 0;
+    EXPECT_EQ(ask(client, &error), row.result) << row.action;
+    EXPECT_EQ(error, row.error) << row.action;
+  }
+  const auto unmet = modem.unmet_faults();
+  ASSERT_EQ(unmet.size(), 1u);
+  EXPECT_NE(unmet[0].find("'sar'"), std::string::npos) << unmet[0];
+}
+
+TEST_F(Faults, AResponseCanComeBehindItsIndication) {
+  start_modem("[[fault]]\nservice = \"nas\"\nmessage = 0x85\naction = \"after-indication\"\n");
+  std::atomic<int> indications{0};
+  const qmi_client_type client = open([](qmi_client_type, uint32_t, const void*, uint32_t,
+                                         void* data) { ++*static_cast<std::atomic<int>*>(data); },
+                                      &indications);
+  static nas_incremental_network_scan_req request;
+  nas_plain_resp resp;
+  EXPECT_EQ(qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request,
+                                     &resp, sizeof resp, 3000),
+            0);
+  while (indications == 0) std::this_thread::yield();
+  std::vector<sim::FaultKind> order;
+  for (const auto kind : {sim::FaultKind::kResponse, sim::FaultKind::kIndication}) {
+    EXPECT_EQ(passed(kind).size(), 1u);
+  }
+}
+
+// ---- timers
+
+std::atomic<uint32_t> g_expired;
+std::atomic<int> g_expiries;
+void on_expiry(sigval value) {
+  g_expired = static_cast<uint32_t>(value.sival_int);
+  ++g_expiries;
+}
+
+struct Timers : testing::Test {
+  static void await_expiries(int n) {
+    while (g_expiries < n) std::this_thread::yield();
+  }
+  desk::TestClock& clock_ = desk::TestClock::install();
+};
+
+TEST_F(Timers, ExpireOnceInTheOrderOfTheirTime) {
+  const uint32_t late = kelvor_timer_start(on_expiry, 5);
+  const uint32_t soon = kelvor_timer_start(on_expiry, 2);
+  const uint32_t never = kelvor_timer_start(on_expiry, 3);
+  EXPECT_NE(late, soon);
+  EXPECT_EQ(kelvor_timer_stop(never), 0);
+  EXPECT_EQ(kelvor_timer_stop(never), -1);
+  clock_.await_waiter(2s);
+  clock_.advance(1999ms);
+  std::this_thread::sleep_for(5ms);
+  EXPECT_EQ(g_expiries, 0);
+  clock_.advance(1ms);
+  await_expiries(1);
+  EXPECT_EQ(g_expired, soon);
+  EXPECT_EQ(kelvor_timer_stop(soon), -1);
+  clock_.advance(3s);
+  await_expiries(2);
+  EXPECT_EQ(g_expired, late);
+  kelvor_timer_start(on_expiry, 0);
+  await_expiries(3);
+  EXPECT_EQ(kelvor_timer_start(nullptr, 1), 0u);
+}
+
+TEST_F(Timers, CallbacksMayStartAndStopTimers) {
+  kelvor_timer_start(
+      [](sigval value) {
+        EXPECT_EQ(kelvor_timer_stop(static_cast<uint32_t>(value.sival_int)), -1);
+        kelvor_timer_start(on_expiry, 0);
+      },
+      0);
+  await_expiries(1);
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "support/desk.h"
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "qcci/client/core.h"
+#include "sim/default_phone.h"
+#include "sim/embedded_link.h"
+
+namespace desk {
+
+std::string hex(std::span<const uint8_t> octets) {
+  std::string text;
+  char two[4];
+  for (const uint8_t octet : octets) {
+    std::snprintf(two, sizeof two, "%s%02X", text.empty() ? "" : " ", octet);
+    text += two;
+  }
+  return text;
+}
+
+std::vector<uint8_t> unhex(std::string_view text) {
+  std::vector<uint8_t> octets;
+  std::istringstream in{std::string(text)};
+  std::string word;
+  while (in >> word) octets.push_back(static_cast<uint8_t>(std::stoul(word, nullptr, 16)));
+  return octets;
+}
+
+PhoneDirectory::PhoneDirectory() {
+  std::string name = std::filesystem::temp_directory_path() / "vex-test-XXXXXX";
+  if (::mkdtemp(name.data()) == nullptr) std::abort();
+  root_ = name;
+  ::setenv("VEX_PHONE", root_.c_str(), 1);
+  ::unsetenv("VEX_MODEM");
+}
+
+PhoneDirectory::~PhoneDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(root_, ignored);
+}
+
+std::string PhoneDirectory::file(const std::string& path) const {
+  std::ifstream in(root_ + "/" + path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+bool PhoneDirectory::has(const std::string& path) const {
+  return std::filesystem::exists(root_ + "/" + path);
+}
+
+void PhoneDirectory::write(const std::string& path, std::string_view contents) const {
+  std::filesystem::create_directories(std::filesystem::path(root_ + "/" + path).parent_path());
+  std::ofstream out(root_ + "/" + path, std::ios::binary);
+  out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
+}
+
+sim::Modem& Desk::start_modem(std::string_view toml) {
+  std::string why;
+  EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
+  directory_.write("phone.toml", std::string(sim::kDefaultPhoneToml) + std::string(toml));
+  std::shared_ptr<sim::Modem> modem = sim::make_modem(directory_.phone(), &why);
+  EXPECT_NE(modem, nullptr) << why;
+  modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,
+                                    sim::Address, std::span<const uint8_t> octets) {
+    const std::lock_guard lock(record->mutex);
+    record->messages.push_back({service.name, kind, {octets.begin(), octets.end()}});
+  });
+  qcci::Core::use_link(sim::make_embedded_link(modem));
+  return *modem;
+}
+
+std::vector<Message> Desk::passed(sim::FaultKind kind) {
+  const std::lock_guard lock(record_->mutex);
+  std::vector<Message> found;
+  std::copy_if(record_->messages.begin(), record_->messages.end(), std::back_inserter(found),
+               [kind](const Message& message) { return message.kind == kind; });
+  return found;
+}
+
+std::vector<std::string> trace_messages(const std::string& output) {
+  std::vector<std::string> messages;
+  std::istringstream in(output);
+  std::string line;
+  while (std::getline(in, line)) {
+    const size_t bracket = line.starts_with("RIL[") ? line.find("] ") : std::string::npos;
+    const size_t colon = bracket == std::string::npos ? bracket : line.find(": ", bracket);
+    messages.push_back(colon == std::string::npos ? line : line.substr(colon + 2));
+  }
+  return messages;
+}
+
+bool said(const std::string& output, const std::string& message) {
+  const auto messages = trace_messages(output);
+  return std::find(messages.begin(), messages.end(), message) != messages.end();
+}
+
+Ran run(const std::string& line) {
+  ::setenv("BIN", VEX_PROGRAMS, 1);
+  FILE* pipe = ::popen(("( " + line + "\n) 2>&1").c_str(), "r");
+  if (pipe == nullptr) return {-1, ""};
+  Ran ran{0, ""};
+  char buffer[4096];
+  for (size_t n = 0; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+    ran.output.append(buffer, n);
+  }
+  const int status = ::pclose(pipe);
+  ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return ran;
+}
+
+}  // namespace desk

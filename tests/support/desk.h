@@ -1,0 +1,98 @@
+// What tests share: a phone in a temporary directory, the modem in it, and what passed on the bus.
+//
+// The client library and the vendor client keep one state a process: ctest runs each test in a
+// process of its own.
+#ifndef TESTS_SUPPORT_DESK_H_
+#define TESTS_SUPPORT_DESK_H_
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sim/modem.h"
+#include "support/test_clock.h"
+
+namespace desk {
+
+// "0A FF" for octets, and back; blanks do not matter.
+std::string hex(std::span<const uint8_t> octets);
+std::vector<uint8_t> unhex(std::string_view text);
+
+// One message that passed on the simulated bus, from its QMI header on.
+struct Message {
+  std::string service;
+  sim::FaultKind kind;
+  std::vector<uint8_t> octets;
+
+  uint16_t id() const { return static_cast<uint16_t>(octets.at(3) | octets.at(4) << 8); }
+  std::string tlvs() const { return hex(std::span(octets).subspan(7)); }
+};
+
+// A phone's directory that goes with the test; VEX_PHONE names it.
+class PhoneDirectory {
+ public:
+  PhoneDirectory();
+  ~PhoneDirectory();
+  PhoneDirectory(const PhoneDirectory&) = delete;
+  PhoneDirectory& operator=(const PhoneDirectory&) = delete;
+
+  sim::Phone phone() const { return sim::Phone(root_); }
+  std::string file(const std::string& path) const;  // contents; empty when it is not there
+  bool has(const std::string& path) const;
+  void write(const std::string& path, std::string_view contents) const;
+  const std::string& root() const { return root_; }
+
+ private:
+  std::string root_;
+};
+
+// A test that talks to a modem inside its process, on the test's clock.
+class Desk : public testing::Test {
+ protected:
+  // The modem of the default phone with `toml` added (tables only); from then on it is the one that
+  // the client library finds.
+  sim::Modem& start_modem(std::string_view toml = "");
+  // Messages of one kind that passed so far.
+  std::vector<Message> passed(sim::FaultKind kind);
+  size_t requests() { return passed(sim::FaultKind::kRequest).size(); }
+
+  TestClock& clock_ = TestClock::install();
+  PhoneDirectory directory_;
+
+ private:
+  struct Record {
+    std::mutex mutex;
+    std::vector<Message> messages;
+  };
+  std::shared_ptr<Record> record_ = std::make_shared<Record>();
+};
+
+// What `call` writes to standard output.
+template <class Call>
+std::string output_of(Call call) {
+  testing::internal::CaptureStdout();
+  call();
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+// The messages of shell trace lines, without "RIL[source:line] function: ".
+std::vector<std::string> trace_messages(const std::string& output);
+
+// Whether a trace message is among them.
+bool said(const std::string& output, const std::string& message);
+
+struct Ran {
+  int status;
+  std::string output;  // of both streams, as a shell interleaves them
+};
+// Runs a shell line with the built programs' folder in $BIN.
+Ran run(const std::string& line);
+
+}  // namespace desk
+
+#endif  // TESTS_SUPPORT_DESK_H_

@@ -1,0 +1,57 @@
+// Fills a message's C structure with whatever its rows allow: every flag, count and number.
+#ifndef TESTS_SUPPORT_RANDOM_MESSAGE_H_
+#define TESTS_SUPPORT_RANDOM_MESSAGE_H_
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "qcci/idl/element.h"
+
+namespace desk {
+
+class RandomMessage {
+ public:
+  explicit RandomMessage(uint32_t seed) : random_(seed) {}
+
+  std::vector<uint8_t> fill(const qcci::idl::Message& message) {
+    std::vector<uint8_t> c(message.c_size);
+    for (uint32_t i = 0; i < message.tlv_count; ++i) {
+      const qcci::idl::Tlv& tlv = message.tlvs[i];
+      if (tlv.is_optional) {
+        if (below(4) == 0) continue;  // left out: its members stay zero
+        c[tlv.flag_offset] = 1;
+      }
+      fill(tlv.elements, tlv.count, c.data());
+    }
+    return c;
+  }
+
+ private:
+  uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
+
+  void fill(const qcci::idl::Element* elements, size_t count, uint8_t* c) {
+    using qcci::idl::Shape;
+    for (const qcci::idl::Element* e = elements; e != elements + count; ++e) {
+      uint32_t items = e->max;
+      if (e->shape != Shape::kValue) items = below(8) == 0 ? e->max : below(e->max + 1);
+      if (e->shape == Shape::kCounted) std::memcpy(c + e->count_offset, &items, 4);
+      for (uint32_t i = 0; i < items; ++i) {
+        uint8_t* item = c + e->offset + i * e->stride;
+        if (e->record != nullptr) {
+          fill(e->record, e->record_count, item);
+          continue;
+        }
+        for (uint32_t b = 0; b < e->wire_width; ++b) {
+          item[b] = static_cast<uint8_t>(e->shape == Shape::kText ? 'a' + below(26) : random_());
+        }
+      }
+    }
+  }
+
+  std::mt19937 random_;
+};
+
+}  // namespace desk
+
+#endif  // TESTS_SUPPORT_RANDOM_MESSAGE_H_

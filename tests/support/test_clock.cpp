@@ -1,0 +1,126 @@
+#include "support/test_clock.h"
+
+namespace desk {
+namespace {
+
+// A waiter looks that often whether the test has moved the time.
+constexpr auto kGlance = std::chrono::milliseconds(1);
+// Everybody has been waiting for so many glances: nobody is on the way to anything.
+constexpr int kQuietGlances = 10;
+// A waiter that is away for longer is doing something else.
+constexpr auto kLongGlance = std::chrono::milliseconds(5);
+// And one that is away for this long may have ended.
+constexpr auto kGone = std::chrono::milliseconds(100);
+
+}  // namespace
+
+void TestClock::enter(const void* on, platform::Time deadline) {
+  const std::lock_guard lock(mutex_);
+  const Waiter now{on, deadline, false, {}};
+  const auto [at, is_new] = waiters_.try_emplace(std::this_thread::get_id(), now);
+  if (is_new || at->second.on != on || at->second.deadline != deadline) ++changes_;
+  at->second = now;
+}
+
+void TestClock::leave(Leave how) {
+  const std::lock_guard lock(mutex_);
+  if (how == Leave::kForGood) {
+    waiters_.erase(std::this_thread::get_id());
+    ++changes_;
+  } else {
+    Waiter& waiter = waiters_.at(std::this_thread::get_id());
+    waiter.away = true;
+    waiter.since = std::chrono::steady_clock::now();
+  }
+}
+
+TestClock& TestClock::install() {
+  static TestClock* const clock = [] {
+    auto* made = new TestClock;
+    platform::set_clock(made);
+    return made;
+  }();
+  return *clock;
+}
+
+platform::Time TestClock::now() {
+  const std::lock_guard lock(mutex_);
+  return now_;
+}
+
+platform::Duration TestClock::passed() { return now() - platform::Time{} - std::chrono::hours(1); }
+
+void TestClock::sleep_until(platform::Time deadline) {
+  enter(this, deadline);
+  while (now() < deadline) std::this_thread::sleep_for(kGlance);
+  leave(Leave::kForGood);
+}
+
+bool TestClock::wait_until(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                           platform::Time deadline) {
+  enter(&condition, deadline);
+  const bool notified = condition.wait_for(lock, kGlance) == std::cv_status::no_timeout;
+  const bool over = now() >= deadline;
+  leave(notified || over ? Leave::kForGood : Leave::kForAGlance);
+  return !over;
+}
+
+int TestClock::poll_until(pollfd* fds, nfds_t count, platform::Time deadline) {
+  enter(fds, deadline);
+  int ready = 0;
+  do {
+    ready = ::poll(fds, count, static_cast<int>(kGlance.count()));
+  } while (ready == 0 && now() < deadline);
+  leave(Leave::kForGood);
+  return ready;
+}
+
+void TestClock::advance(platform::Duration by) {
+  const std::lock_guard lock(mutex_);
+  now_ += by;
+}
+
+void TestClock::await_waiter(platform::Duration from_now) {
+  for (;;) {
+    {
+      const std::lock_guard lock(mutex_);
+      for (const auto& [thread, waiter] : waiters_) {
+        if (waiter.deadline == now_ + from_now) return;
+      }
+    }
+    std::this_thread::sleep_for(kGlance);
+  }
+}
+
+void TestClock::run_by_itself() {
+  std::thread([this] { run(); }).detach();
+}
+
+void TestClock::run() {
+  uint64_t seen = 0;
+  int quiet = 0;
+  for (;;) {
+    std::this_thread::sleep_for(kGlance);
+    const auto real_now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(mutex_);
+    platform::Time next = platform::kNever;
+    bool busy = changes_ != seen || holds_ != 0;
+    seen = changes_;
+    std::erase_if(waiters_, [&](const auto& entry) {
+      return entry.second.away && real_now - entry.second.since > kGone;
+    });
+    for (const auto& [thread, waiter] : waiters_) {
+      if (waiter.away && real_now - waiter.since > kLongGlance) {
+        busy = true;
+      } else if (waiter.deadline > now_) {
+        next = std::min(next, waiter.deadline);
+      }
+    }
+    quiet = busy ? 0 : quiet + 1;
+    if (quiet < kQuietGlances || next == platform::kNever) continue;
+    now_ = next;
+    quiet = 0;
+  }
+}
+
+}  // namespace desk

@@ -1,0 +1,233 @@
+// The programs as a person runs them.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "support/desk.h"
+
+namespace {
+
+using desk::Ran;
+using desk::run;
+using desk::said;
+
+struct Tool : testing::Test {
+  // vex without its debug lines.
+  static std::string vex(const std::string& words) {
+    const Ran ran = run("VEX_SHELL_LEVELS=11 $BIN/vex " + words);
+    EXPECT_EQ(ran.status, 0) << words << "\n" << ran.output;
+    return ran.output;
+  }
+  // The dump of a read: its octets as " %02X" lines.
+  static std::string dumped(const std::string& words) {
+    std::string octets;
+    for (const std::string& message : desk::trace_messages(vex(words))) {
+      if (message.size() == 3 && message[0] == ' ') octets += message;
+    }
+    return octets;
+  }
+  desk::PhoneDirectory directory_;
+};
+
+TEST_F(Tool, PrintsTheWholeUsageForWhatIsNoCommand) {
+  std::ifstream in(VEX_TEST_DATA "/usage.txt");
+  const std::string usage{std::istreambuf_iterator<char>(in), {}};
+  ASSERT_GT(usage.size(), 6000u);
+  for (const char* words : {"", "0", "13", "-1", "abc", "99999999999"}) {
+    EXPECT_EQ(vex(words), usage) << words;
+  }
+}
+
+TEST_F(Tool, ReservedCommandsSayNotSupport) {
+  for (const char* words : {"1", "2 0", " 1x"}) {
+    const std::string output = vex(words);
+    EXPECT_TRUE(output.starts_with("RIL[kelvor_vex_test_main.cpp:")) << output;
+    EXPECT_TRUE(output.ends_with("] main: Not support\n")) << output;
+  }
+}
+
+TEST_F(Tool, ReadsAndWritesItemsAndFiles) {
+  EXPECT_EQ(dumped("4 1 0 550"), " 08 1A 32 54 76 98 10 32 74");
+  EXPECT_EQ(dumped("4x 1 0 550"), " 08 1A 32 54 76 98 10 32 74");
+  const std::string output = vex("4 1 0 550");
+  EXPECT_NE(output.find(": data len(9)\ndata: \n\nRIL["), std::string::npos) << output;
+  EXPECT_TRUE(output.ends_with("kelvor_nvefs_test_nv_read: \n")) << output;
+
+  EXPECT_EQ(vex("4 2 0 10 1 2 3 300 -1 x"), "");
+  EXPECT_EQ(dumped("4 1 0 10"), " 01 02 03 2C FF 00");
+  EXPECT_EQ(vex("4 3 0 10"), "");
+  EXPECT_TRUE(said(vex("4 1 0 10"), "note: Error happen! error_code(-2)"));
+  EXPECT_EQ(vex("4 5 0 /nv/item_files/x 9 8 7"), "");
+  EXPECT_EQ(directory_.file("efs/0/nv/item_files/x"), "\x09\x08\x07");
+  EXPECT_EQ(dumped("4 4 0 /nv/item_files/x"), " 09 08 07");
+  EXPECT_EQ(vex("4 6 0 /nv/item_files/x"), "");
+  EXPECT_FALSE(directory_.has("efs/0/nv/item_files/x"));
+}
+
+TEST_F(Tool, WrongWordsGetTheirNoteAndTheSectionOnly) {
+  const std::string section = [] {
+    const std::string all = vex("0");
+    const size_t at = all.find("4: nvefs option cmd: \n");
+    return all.substr(at, all.find("5: cmn option cmd: ") - at);
+  }();
+  ASSERT_FALSE(section.empty());
+  const std::string many = [] {
+    std::string words;
+    for (int i = 0; i < 366; ++i) words += " 1";
+    return words;
+  }();
+  const std::pair<std::string, const char*> rows[] = {
+      {"4", "note: Too few parameters, Pls refer to the following cmd:"},
+      {"4 7 0 1", "note: the second parameters is invalid, Pls refer to the following cmd:"},
+      {"4 0", "note: the second parameters is invalid, Pls refer to the following cmd:"},
+      {"4 1 0", "note: need 5 inputs, Pls refer to the following cmd:"},
+      {"4 1 0 550 1", "note: need 5 inputs, Pls refer to the following cmd:"},
+      {"4 6 0", "note: need 5 inputs, Pls refer to the following cmd:"},
+      {"4 2 0 10", "note: Too few inputs, Pls refer to the following cmd:"},
+      {"4 5 0", "note: Too few inputs, Pls refer to the following cmd:"},
+      {"4 2 0 10" + many,
+       "note: Too many inputs, at most 365 data, Pls refer to the following cmd:"},
+  };
+  for (const auto& [words, note] : rows) {
+    const std::string output = vex(words);
+    EXPECT_TRUE(said(output, note)) << output;
+    EXPECT_EQ(output.substr(output.find('\n') + 1), section) << words;
+  }
+  EXPECT_FALSE(directory_.has("nv/0/10"));
+  EXPECT_TRUE(said(vex("4 1 0 7233"), "nv_id is out range(7232)"));
+  EXPECT_TRUE(said(vex("4 1 -1 5"), "sub invalid"));
+  EXPECT_EQ(vex("4 2 0 10" + many.substr(2)), "") << "365 are taken";
+  EXPECT_EQ(directory_.file("nv/0/10").size(), 365u);
+}
+
+TEST_F(Tool, WithoutAModemTheFailureIsToldAndTheStatusIsZero) {
+  for (const char* modem : {"unix:/nowhere", "qmi"}) {
+    const Ran ran = run("VEX_MODEM=" + std::string(modem) + " $BIN/vex 4 1 0 550");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(said(ran.output, "-2 QMI client init failed")) << ran.output;
+    EXPECT_TRUE(said(ran.output, "note: Error happen! error_code(-102)")) << ran.output;
+  }
+  directory_.write("phone.toml", "[sar]\nstate = 1\nbad = 1\n");
+  const Ran ran = run("$BIN/vex 4 1 0 550");
+  EXPECT_NE(ran.output.find("vex: no modem: " + directory_.root() +
+                            "/phone.toml:3: sar: unknown key \"bad\"\n"),
+            std::string::npos)
+      << ran.output;
+}
+
+TEST_F(Tool, EveryLineOfTheLogIsOneMessage) {
+  run("$BIN/vex 4 1 0 550; $BIN/vex 0");
+  std::ifstream log(directory_.root() + "/log/system.log");
+  std::string line;
+  size_t lines = 0;
+  while (std::getline(log, line)) {
+    ++lines;
+    EXPECT_EQ(line.substr(4, 1) + line.substr(10, 1) + line.substr(23, 1), "-  ") << line;
+    EXPECT_NE(line.find(" [vex]["), std::string::npos) << line;
+  }
+  EXPECT_GT(lines, 100u);
+}
+
+TEST_F(Tool, TwoHundredWritersAtOnceLoseNothing) {
+  const Ran ran = run(
+      "for i in $(seq 200); do $BIN/vex 4 2 0 $((i + 1000)) $i $((i / 2)) >/dev/null & done; wait");
+  EXPECT_EQ(ran.status, 0) << ran.output;
+  for (int i = 1; i <= 200; ++i) {
+    EXPECT_EQ(directory_.file("nv/0/" + std::to_string(i + 1000)),
+              (std::string{static_cast<char>(i), static_cast<char>(i / 2)}))
+        << i;
+  }
+}
+
+TEST_F(Tool, AWriterThatIsKilledLeavesTheOldItemOrTheNew) {
+  const std::string ones(300, '\1');
+  const std::string twos(300, '\2');
+  std::string words[2];
+  for (int i = 0; i < 300; ++i) {
+    words[0] += " 1";
+    words[1] += " 2";
+  }
+  run("$BIN/vex 4 2 0 7" + words[0]);
+  ASSERT_EQ(directory_.file("nv/0/7"), ones);
+  for (int i = 0; i < 60; ++i) {
+    char delay[16];
+    std::snprintf(delay, sizeof delay, "0.%04d", i * 2);
+    run("$BIN/vex 4 2 0 7" + words[i % 2] + " >/dev/null & p=$!; sleep " + delay +
+        "; kill -9 $p; wait $p");
+    const std::string item = directory_.file("nv/0/7");
+    ASSERT_TRUE(item == ones || item == twos)
+        << desk::hex({reinterpret_cast<const uint8_t*>(item.data()), item.size()});
+  }
+}
+
+// ---- a served phone
+
+constexpr const char kServe[] =
+    "$BIN/vex-phone serve >$VEX_PHONE/out 2>&1 & server=$!; "
+    "for i in $(seq 200); do grep -qs listening $VEX_PHONE/out && break; sleep 0.02; done; ";
+
+TEST_F(Tool, AServedModemIsUsedByEveryoneAndByNobodyElse) {
+  const Ran ran = run(std::string(kServe) +
+                      "ls -l $VEX_PHONE/modem.sock; $BIN/vex-phone show | grep modem; "
+                      "for i in $(seq 20); do $BIN/vex 4 2 1 $i $i >/dev/null & w=\"$w $!\"; done; "
+                      "wait $w; $BIN/vex-phone serve; kill $server; wait $server; "
+                      "$BIN/vex-phone show | grep modem");
+  EXPECT_EQ(ran.output.find("srw-------"), 0u) << ran.output;
+  EXPECT_NE(ran.output.find("served at modem.sock"), std::string::npos) << ran.output;
+  EXPECT_NE(ran.output.find("another process serves this phone"), std::string::npos) << ran.output;
+  EXPECT_TRUE(ran.output.ends_with("embedded in each vex\n")) << ran.output;
+  EXPECT_FALSE(directory_.has("modem.sock"));
+  EXPECT_EQ(directory_.file("out"), "listening on " + directory_.root() + "/modem.sock\n");
+  for (int i = 1; i <= 20; ++i) {
+    EXPECT_EQ(directory_.file("nv/1/" + std::to_string(i)), std::string(1, static_cast<char>(i)));
+  }
+}
+
+TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
+  run("$BIN/vex-phone init");
+  std::ofstream(directory_.root() + "/phone.toml", std::ios::app)
+      << "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\naction = \"drop\"\nnth = 1\n"
+         "[[fault]]\nservice = \"nas\"\naction = \"drop\"\n";
+  const Ran ran = run(std::string(kServe) +
+                      "$BIN/vex 4 1 0 550 >$VEX_PHONE/vex & v=$!; sleep 0.3; kill -9 $server; "
+                      "wait $v; " +
+                      kServe +
+                      "$BIN/vex 4 1 0 550 >/dev/null; "
+                      "$BIN/vex 4 1 0 550; kill $server; wait $server");
+  EXPECT_TRUE(said(directory_.file("vex"), "send msg sync failed:-2")) << directory_.file("vex");
+  EXPECT_TRUE(said(ran.output, "rsp.data_len_all = 9")) << ran.output;
+  EXPECT_NE(directory_.file("out").find("fault rule met no message: "), std::string::npos)
+      << directory_.file("out");
+}
+
+TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
+  const std::string deep = directory_.root() + "/" + std::string(120, 'd');
+  ::setenv("VEX_PHONE", deep.c_str(), 1);
+  const Ran ran = run("mkdir -p $VEX_PHONE; " + std::string(kServe) +
+                      "$BIN/vex 4 1 0 550 | grep data_len_all; $BIN/vex-phone show | grep modem; "
+                      "kill $server; wait $server");
+  EXPECT_NE(ran.output.find("served at modem.sock"), std::string::npos) << ran.output;
+  EXPECT_NE(ran.output.find("rsp.data_len_all = 9"), std::string::npos) << ran.output;
+}
+
+TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
+  EXPECT_EQ(run("$BIN/vex-phone show").status, 1);
+  EXPECT_EQ(run("$BIN/vex-phone init").output, directory_.root() + "\n");
+  run("$BIN/vex 4 5 1 /nv/x 171");
+  const std::string shown = run("$BIN/vex-phone show").output;
+  EXPECT_NE(shown.find("0/550"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("08 1A 32 54 76 98 10 32 74"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("1/nv/x                                   AB"), std::string::npos) << shown;
+  const Ran traced =
+      run("$BIN/vex-phone serve --trace >$VEX_PHONE/out & server=$!; sleep 0.3; "
+          "$BIN/vex 4 1 0 550 >/dev/null; kill $server; wait $server; "
+          "cat $VEX_PHONE/out");
+  EXPECT_NE(traced.output.find("vendor 0x0002 generic request 1: id=2 data_len=512 data=[01 00 26"),
+            std::string::npos)
+      << traced.output;
+}
+
+}  // namespace

@@ -22,7 +22,7 @@ std::string text(const Octets& octets) { return {octets.begin(), octets.end()}; 
 
 struct NvEfs : desk::Desk {
   static int32_t read(const std::string& path, Octets* out, uint32_t room = 200000) {
-    out->assign(room, 0xEE);
+    out->assign(room + 1, 0xEE);
     const int32_t result =
         kelvor_efs_read(0, path.c_str(), static_cast<uint32_t>(path.size()), out->data(), &room);
     out->resize(room);
@@ -233,7 +233,7 @@ TEST_F(NvEfs, AModemThatLiesIsNotBelieved) {
     const char* change;
     int32_t nv_read, efs_read;
   } kRows[] = {
-      {"a whole length beyond what came", "at = 28\noctets = [255, 1, 0, 0]", -108, -108},
+      {"a whole length beyond what came", "at = 28\noctets = [255, 1, 0, 0]", -108, -22},
       {"a whole length of nothing", "at = 28\noctets = [0, 0, 0, 0]", -108, 0},
       {"a chunk beyond what came", "at = 24\noctets = [4]", 0, -108},
       {"a chunk beyond any", "at = 24\noctets = [255, 255, 255, 127]", 0, -108},

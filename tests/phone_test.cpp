@@ -258,7 +258,7 @@ TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
   }
   const auto unmet = modem.unmet_faults();
   ASSERT_EQ(unmet.size(), 1u);
-  EXPECT_NE(unmet[0].find("'sar'"), std::string::npos) << unmet[0];
+  EXPECT_NE(unmet[0].find("\"sar\""), std::string::npos) << unmet[0];
 }
 
 TEST_F(Faults, AResponseCanComeBehindItsIndication) {

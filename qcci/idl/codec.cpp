@@ -39,11 +39,11 @@ CodecError encode_elements(const Element* elements, size_t count, const uint8_t*
 
 CodecError encode_items(const Element& e, const uint8_t* c, size_t items, Writer& out) {
   const uint8_t* item = c + e.offset;
-  if (e.record == nullptr && e.wire_width == e.stride) {
+  if (e.record_count == 0 && e.wire_width == e.stride) {
     return out.put(item, items * e.stride) ? CodecError::kOk : CodecError::kNoRoom;
   }
   for (size_t i = 0; i < items; ++i, item += e.stride) {
-    if (e.record != nullptr) {
+    if (e.record_count != 0) {
       const CodecError error = encode_elements(e.record, e.record_count, item, out);
       if (error != CodecError::kOk) return error;
       continue;
@@ -98,13 +98,13 @@ CodecError decode_elements(const Element* elements, size_t count, Reader& in, ui
       if (e->shape == Shape::kCounted) store(c + e->count_offset, items, 4);
     }
     uint8_t* item = c + e->offset;
-    if (e->record == nullptr && e->wire_width == e->stride) {
+    if (e->record_count == 0 && e->wire_width == e->stride) {
       if (!in.take(items * e->stride, &from)) return CodecError::kTooShort;
       std::memcpy(item, from, items * e->stride);
       continue;
     }
     for (size_t i = 0; i < items; ++i, item += e->stride) {
-      if (e->record != nullptr) {
+      if (e->record_count != 0) {
         const CodecError error = decode_elements(e->record, e->record_count, in, item);
         if (error != CodecError::kOk) return error;
         continue;
@@ -128,11 +128,11 @@ void describe_items(const Element& e, const uint8_t* c, size_t octets, std::stri
   size_t items = e.max;
   if (e.shape == Shape::kCounted) items = load(c + e.count_offset, 4);
   const bool list = e.shape == Shape::kCounted || e.max > 1;
-  const size_t shown = e.record == nullptr && items > octets ? octets : items;
+  const size_t shown = e.record_count == 0 && items > octets ? octets : items;
   if (list) out += '[';
   for (size_t i = 0; i < shown; ++i, item += e.stride) {
     if (i > 0) out += ' ';
-    if (e.record != nullptr) {
+    if (e.record_count != 0) {
       out += '{';
       describe_elements(e.record, e.record_count, item, octets, out);
       out += '}';

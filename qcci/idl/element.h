@@ -38,14 +38,14 @@ struct Element {
   uint32_t count_offset = 0;
   uint32_t max = 1;                 // items; for text without its terminating zero
   uint32_t stride = 0;              // octets of one item in C
-  const Element* record = nullptr;  // the item's own elements, when it is a record
-  uint32_t record_count = 0;
+  const Element* record = nullptr;  // the elements of an item that is a record
+  uint32_t record_count = 0;        // 0: the item is a number
 };
 
 // A record's elements, and the type they describe.
 template <class S, size_t N>
 struct Record {
-  std::array<Element, N> elements;
+  Element elements[N];
 };
 
 template <class S, class T>
@@ -94,7 +94,7 @@ constexpr uint32_t encoded_max(const Element& e) {
   return e.count_width + e.max * item_encoded_max(e);
 }
 constexpr uint32_t item_encoded_max(const Element& e) {
-  if (e.record == nullptr) return e.wire_width;
+  if (e.record_count == 0) return e.wire_width;
   uint32_t sum = 0;
   for (uint32_t i = 0; i < e.record_count; ++i) sum += encoded_max(e.record[i]);
   return sum;
@@ -154,7 +154,7 @@ constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items,
   e.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
   e.max = N;
   e.stride = sizeof(T);
-  e.record = record.elements.data();
+  e.record = record.elements;
   e.record_count = R;
   return {e};
 }
@@ -166,7 +166,7 @@ constexpr Of<S> nested(Member<S, T> m, const Record<T, R>& record) {
   e.name = m.name;
   e.offset = m.offset;
   e.stride = sizeof(T);
-  e.record = record.elements.data();
+  e.record = record.elements;
   e.record_count = R;
   return {e};
 }
@@ -211,7 +211,7 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
 
 template <class S, size_t N>
 struct MessageTable {
-  std::array<Tlv, N> tlvs;
+  Tlv tlvs[N];
 
   constexpr Message view() const {
     uint32_t sum = 0;
@@ -219,7 +219,7 @@ struct MessageTable {
       sum += 3;
       for (uint32_t i = 0; i < tlv.count; ++i) sum += detail::encoded_max(tlv.elements[i]);
     }
-    return {tlvs.data(), N, sizeof(S), sum};
+    return {tlvs, N, sizeof(S), sum};
   }
 };
 
@@ -237,7 +237,7 @@ constexpr auto message(Rows... rows) {
     }
     taken[used++] = extent;
   };
-  for (size_t i = 0; i < table.tlvs.size(); ++i) {
+  for (size_t i = 0; i < sizeof...(Rows); ++i) {
     const Tlv& tlv = table.tlvs[i];
     if (i > 0 && table.tlvs[i - 1].type >= tlv.type) detail::bad_table("types must ascend");
     if (tlv.is_optional) take(tlv.flag_offset, 1);
@@ -247,7 +247,7 @@ constexpr auto message(Rows... rows) {
       if (e.shape == Shape::kCounted) take(e.count_offset, 4);
     }
   }
-  if (table.tlvs.size() > 64) detail::bad_table("more rows than the decoder keeps account of");
+  if (sizeof...(Rows) > 64) detail::bad_table("more rows than the decoder keeps account of");
   return table;
 }
 

@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
 namespace qcci {
 namespace {
@@ -111,7 +110,7 @@ bool LocalSocketLink::answers() {
 }
 
 int LocalSocketLink::open_descriptor(Address* own) {
-  const int spare = std::exchange(spare_fd_, -1);
+  const int spare = spare_fd_.exchange(-1);
   if (spare < 0) return connect(own);
   *own = spare_own_;
   return spare;

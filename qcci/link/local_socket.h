@@ -7,6 +7,7 @@
 #ifndef QCCI_LINK_LOCAL_SOCKET_H_
 #define QCCI_LINK_LOCAL_SOCKET_H_
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -38,7 +39,8 @@ class LocalSocketLink final : public PollLink {
   explicit LocalSocketLink(std::string path);
   ~LocalSocketLink() override;
 
-  // Whether somebody serves there now. The connection made is kept for the first endpoint.
+  // Whether somebody serves there now. The connection made is kept for the first endpoint. To be
+  // asked before the link is used by several threads.
   bool answers();
 
  private:
@@ -48,7 +50,7 @@ class LocalSocketLink final : public PollLink {
   int connect(Address* own) const;
 
   std::string path_;
-  int spare_fd_ = -1;
+  std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
   Address spare_own_;
 };
 

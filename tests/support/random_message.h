@@ -38,7 +38,7 @@ class RandomMessage {
       if (e->shape == Shape::kCounted) std::memcpy(c + e->count_offset, &items, 4);
       for (uint32_t i = 0; i < items; ++i) {
         uint8_t* item = c + e->offset + i * e->stride;
-        if (e->record != nullptr) {
+        if (e->record_count != 0) {
           fill(e->record, e->record_count, item);
           continue;
         }

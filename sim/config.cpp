@@ -194,13 +194,53 @@ FaultRule fault(Table table) {
   return rule;
 }
 
+// The parser's look-up of white space has no answer for most characters outside ASCII, and runs off
+// its end. It gets none: comments lose them, and texts must spell them as escapes. The line of the
+// first that stands elsewhere.
+std::optional<size_t> line_not_ascii(std::string& text) {
+  std::string_view quote;  // the one that the text we are in ends with; "#": a comment
+  size_t line = 1;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const std::string_view rest = std::string_view(text).substr(i);
+    if ((rest[0] & 0x80) != 0) {
+      if (quote != "#") return line;
+      text[i] = '?';
+    } else if (rest[0] == '\n') {
+      ++line;
+      if (quote.size() == 1) quote = {};
+    } else if (quote == "#") {
+      continue;
+    } else if (!quote.empty()) {
+      if (quote[0] == '"' && (rest.starts_with("\\\\") || rest.starts_with("\\\""))) {
+        ++i;
+      } else if (rest.starts_with(quote)) {
+        i += quote.size() - 1;
+        quote = {};
+      }
+    } else if (rest[0] == '#') {
+      quote = "#";
+    } else if (rest[0] == '"' || rest[0] == '\'') {
+      const std::string_view three = rest[0] == '"' ? "\"\"\"" : "\'\'\'";
+      quote = rest.starts_with(three) ? three : three.substr(0, 1);
+      i += quote.size() - 1;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
-bool parse_phone_config(std::string_view text, PhoneConfig* config, std::string* why) {
+bool parse_phone_config(std::string_view written, PhoneConfig* config, std::string* why) {
   const auto at = [why](const toml::source_region& where, std::string_view what) {
     *why = "phone.toml:" + std::to_string(where.begin.line) + ": " + std::string(what);
     return false;
   };
+  std::string text(written);
+  if (const auto line = line_not_ascii(text)) {
+    *why = "phone.toml:" + std::to_string(*line) +
+           ": characters outside ASCII are written as escapes, like \\u00E9";
+    return false;
+  }
   try {
     const toml::table root = toml::parse(text);
     Table top(root, "");

@@ -172,6 +172,10 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
       {"[[fault]]\naction = \"drop\"\nms = 5\n", "phone.toml:3: fault: unknown key \"ms\""},
       {"[[fault]]\naction = \"change\"\noctets = [256]\n",
        "phone.toml:3: fault.octets holds something that is not a number or does not fit"},
+      {"# \xC9\xA7\n[\xEF\xBB\x9F",
+       "phone.toml:2: characters outside ASCII are written as escapes, like \\u00E9"},
+      {"a = \"#\" # \xC9\n\"\xC9\"",
+       "phone.toml:2: characters outside ASCII are written as escapes, like \\u00E9"},
       {"[statistics]\noutdated_logs = 5\n",
        "phone.toml:2: statistics.outdated_logs must be a list of numbers"},
   };
@@ -187,6 +191,10 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
   std::string why;
   EXPECT_FALSE(sim::parse_phone_config("[sar\n", &config, &why));
   EXPECT_TRUE(why.starts_with("phone.toml:1: ")) << why;
+  ASSERT_TRUE(sim::parse_phone_config("[[network]] # \xC9\xA7\nname = \"\\\"#\\u00E9\" # \xC9\n",
+                                      &config, &why))
+      << why;
+  EXPECT_EQ(config.networks[0].name, "\"#\u00E9");
   ASSERT_TRUE(sim::parse_phone_config(sim::kDefaultPhoneToml, &config, &why)) << why;
   EXPECT_EQ(config.networks.size(), 3u);
   EXPECT_EQ(config.networks[0].status, 0b01100101) << "serving, home, allowed, preferred";

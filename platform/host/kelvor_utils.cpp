@@ -64,7 +64,8 @@ void append_escaped(std::string* line, const char* text) {
 }
 
 // One write a line: lines of several processes do not mix.
-void write_log(char priority, const char* format, va_list arguments) {
+__attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
+                                                     va_list arguments) {
   const int fd = log_file();
   if (fd < 0) return;
   timeval now{};

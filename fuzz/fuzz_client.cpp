@@ -1,0 +1,58 @@
+// The client library on a bus that says anything between a request and its answer. Input: one octet
+// for who speaks, one for how much of the request's header to repeat, one for the length, the
+// datagram; again and again.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+#include "platform/idl/sar.h"
+#include "platform/qmi_client.h"
+#include "qcci/client/core.h"
+#include "support/scripted_link.h"
+
+namespace {
+
+using desk::ScriptedLink;
+constexpr qcci::Address kServer{1, 7};
+
+ScriptedLink* make_bus() {
+  auto link = std::make_unique<ScriptedLink>();
+  ScriptedLink* bus = link.get();
+  bus->services[SAR_SERVICE_ID] = kServer;
+  qcci::Core::use_link(std::move(link));
+  return bus;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static ScriptedLink* const bus = make_bus();
+  bus->on_request = [&](const ScriptedLink::Sent& request) {
+    while (size > 3) {
+      const qcci::Address from[] = {kServer, {1, 8}, {2, 7}, ScriptedLink::kControl};
+      const size_t repeated = std::min<size_t>(data[1] % 8, data[2]);
+      std::vector<uint8_t> octets(data + 3, data + 3 + std::min<size_t>(size - 3, data[2]));
+      for (size_t i = 1; i < std::min(repeated, octets.size()); ++i) octets[i] = request.octets[i];
+      const size_t used = 3 + octets.size();
+      const qcci::EndpointId to = data[0] % 5 == 4 ? 1 : request.endpoint;  // 1: the look-ups'
+      bus->say(to, from[data[0] % 4], std::move(octets));
+      data += used;
+      size -= used;
+    }
+    // The fuzzer may have taken the service away: it comes back, and ends a wait at any rate.
+    bus->announce(qcci::Control::kDelServer, SAR_SERVICE_ID, kServer);
+    bus->announce(qcci::Control::kNewServer, SAR_SERVICE_ID, kServer);
+  };
+  const auto service = sar_get_service_object_internal_v01(1, 15, 6);
+  qmi_client_type client = nullptr;
+  if (qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr, 1000,
+                               &client) != 0) {
+    std::abort();
+  }
+  sar_rf_get_state_resp resp;
+  qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp, sizeof resp, 1000);
+  qmi_client_release(client);
+  bus->settle();
+  return 0;
+}

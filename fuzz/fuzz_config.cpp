@@ -1,0 +1,13 @@
+// phone.toml, whatever a person made of it.
+
+#include <cstdint>
+#include <string_view>
+
+#include "sim/config.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  sim::PhoneConfig config;
+  std::string why;
+  sim::parse_phone_config({reinterpret_cast<const char*>(data), size}, &config, &why);
+  return 0;
+}

@@ -5,6 +5,7 @@
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
+#include "platform/idl/vs.h"
 #include "qcci/services/services.h"
 #include "support/desk.h"
 #include "support/random_message.h"
@@ -187,6 +188,7 @@ TEST(Idl, ObjectsAreGivenForTheirOwnVersionOnly) {
       {kelvor_extend_get_service_object_internal_v01, 1, 1, 6},
       {nas_get_service_object_internal_v01, 1, 398, 6},
       {sar_get_service_object_internal_v01, 1, 15, 6},
+      {vs_get_service_object_internal_v01, 1, 2, 6},
   };
   for (const auto& row : kRows) {
     EXPECT_NE(row.get(row.major, row.minor, row.tool), nullptr);

@@ -1,4 +1,4 @@
-// TLV numbers that no public source names.
+// Numbers that no public source names.
 //
 // They fit the structures' sizes and the encoded lengths that are known of the services, and they
 // are the first to look at when a real modem refuses a message.
@@ -23,6 +23,16 @@ inline constexpr uint8_t kNasBindWidth = 1;
 inline constexpr uint8_t kSarExtra1 = 0x11;
 inline constexpr uint8_t kSarExtra2 = 0x12;
 inline constexpr uint8_t kSarExtra3 = 0x13;
+
+// `vs`, every message, and the service's id.
+namespace vs {
+inline constexpr uint32_t kServiceId = 0xFFE5;
+inline constexpr uint8_t kFirst = 0x01;
+inline constexpr uint8_t kSecond = 0x02;
+inline constexpr uint8_t kThird = 0x03;
+inline constexpr uint8_t kFourth = 0x04;
+inline constexpr uint8_t kOptional = 0x10;
+}  // namespace vs
 
 }  // namespace qcci::assumed
 

@@ -49,7 +49,9 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
   va_list again;
   va_copy(again, arguments);
   const int length = std::vsnprintf(room, sizeof room, format, arguments);
-  if (length >= static_cast<int>(sizeof room)) {
+  if (length < 0) {
+    room[0] = '\0';  // a message that cannot be formed is an empty one
+  } else if (length >= static_cast<int>(sizeof room)) {
     auto* more = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
     if (more != nullptr) {
       message = more;
@@ -67,21 +69,24 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
 
 namespace {
 
-constexpr const char* kEntry = "function entry ------------->";
+void write_at(const TraceSite& site, const char* text) {
+  trace_write(kTraceDebug, site.file, site.line, site.function, "%s", text);
+}
 
 }  // namespace
 
 TraceScope::TraceScope(TraceSite site) : site_(site) {
-  TRACE_FROM(site_, kTraceDebug, "%s", kEntry);
+  write_at(site_, "function entry ------------->");
 }
 
-TraceScope::~TraceScope() { TRACE_FROM(site_, kTraceDebug, "function exit <-------------"); }
+TraceScope::~TraceScope() { write_at(site_, "function exit <-------------"); }
 
 TraceResultScope::TraceResultScope(TraceSite site, const int32_t& result)
     : site_(site), result_(result) {
-  TRACE_FROM(site_, kTraceDebug, "%s", kEntry);
+  write_at(site_, "function entry ------------->");
 }
 
 TraceResultScope::~TraceResultScope() {
-  TRACE_FROM(site_, kTraceDebug, "function exit, ret = %d <-------------", result_);
+  trace_write(kTraceDebug, site_.file, site_.line, site_.function,
+              "function exit, ret = %d <-------------", result_);
 }

@@ -37,9 +37,9 @@ struct TraceSite {
 };
 #define TRACE_SITE() \
   TraceSite { __FILE__, __LINE__, __func__ }
-// A message of a helper, from where its caller stands.
+// A message of a helper, which bears the name of the function that it helps.
 #define TRACE_FROM(site, level, ...) \
-  trace_write(level, (site).file, (site).line, (site).function, __VA_ARGS__)
+  trace_write(level, __FILE__, __LINE__, (site).function, __VA_ARGS__)
 
 // Writes "function entry ------------->" now and "function exit <-------------" at the end of its
 // life.

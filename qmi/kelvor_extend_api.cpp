@@ -20,7 +20,6 @@ struct Client {
   qmi_client_os_params os_params{};
   qmi_client_type notifier = nullptr;
   qmi_client_type handle = nullptr;
-  bool opened = false;
   kelvor_vendor_msg request{};
   kelvor_vendor_msg response{};
 };
@@ -40,7 +39,11 @@ std::atomic<kelvor_extend_shared_handler> g_shared_handler{nullptr};
 
 int as_int(qmi_client_type handle) { return static_cast<int>(reinterpret_cast<intptr_t>(handle)); }
 
-void init_locked() {
+// With the mutex held. These bear the public names because trace lines show the function they come
+// from.
+namespace locked {
+
+void kelvor_extend_qmi_client_init() {
   g_client = Client{};
   g_client.service = kelvor_extend_get_service_object_internal_v01(
       KELVOR_VENDOR_IDL_MAJOR, KELVOR_VENDOR_IDL_MINOR, KELVOR_VENDOR_IDL_TOOL);
@@ -48,14 +51,14 @@ void init_locked() {
   g_initialised = true;
 }
 
+}  // namespace locked
+
 void init_once() {
   if (g_initialised) return;
   const std::lock_guard lock(g_mutex);
-  if (!g_initialised) init_locked();
+  if (!g_initialised) locked::kelvor_extend_qmi_client_init();
 }
 
-// With the mutex held. They bear the public names because trace lines show the function they come
-// from.
 namespace locked {
 
 qmi_client_type kelvor_extend_qmi_client_open() {
@@ -94,7 +97,6 @@ qmi_client_type kelvor_extend_qmi_client_open() {
     EXTEND_TRACE(kTraceError, "%d QMI client init failed", error);
   } else {
     EXTEND_TRACE(kTraceDebug, "QMI client inited");
-    client.opened = true;
   }
   return client.handle;
 }
@@ -134,21 +136,23 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
 
 }  // namespace locked
 
-void on_sub_id(qmi_client_type client, const void* encoded, uint32_t length) {
-  TRACE_DEBUG("KELVOR__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d ", KELVOR_VENDOR_SUB_ID,
-              static_cast<int>(length));
+void on_sub_id(TraceSite site, qmi_client_type client, const void* encoded, uint32_t length) {
+  TRACE_FROM(site, kTraceDebug, "KELVOR__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d ",
+             KELVOR_VENDOR_SUB_ID, static_cast<int>(length));
   kelvor_vendor_msg ind;
   if (qmi_client_message_decode(client, QMI_IDL_INDICATION, KELVOR_VENDOR_SUB_ID, encoded, length,
                                 &ind, sizeof ind) != 0) {
     return;
   }
   if (ind.id >= KELVOR_EXTEND_SUB_IDS) {
-    TRACE_DEBUG("Indicaion: %d greater than maximum known indication.", static_cast<int>(ind.id));
+    TRACE_FROM(site, kTraceDebug, "Indicaion: %d greater than maximum known indication.",
+               static_cast<int>(ind.id));
     return;
   }
   const kelvor_extend_sub_id_handler handler = g_sub_id_handlers[ind.id];
   if (handler == nullptr) {
-    TRACE_DEBUG("No function defined to handle indication: %d", static_cast<int>(ind.id));
+    TRACE_FROM(site, kTraceDebug, "No function defined to handle indication: %d",
+               static_cast<int>(ind.id));
     return;
   }
   const uint32_t data_len = std::min<uint32_t>(ind.data_len, sizeof ind.data);
@@ -186,7 +190,7 @@ extern "C" {
 
 void kelvor_extend_qmi_client_init(void) {
   const std::lock_guard lock(g_mutex);
-  init_locked();
+  locked::kelvor_extend_qmi_client_init();
 }
 
 qmi_client_type kelvor_extend_qmi_client_open(void) {
@@ -221,7 +225,7 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
 void kelvor_extend_qmi_ind_cb(qmi_client_type client, uint32_t message_id, const void* encoded,
                               uint32_t length, void* /*data*/) {
   if (message_id == KELVOR_VENDOR_SUB_ID) {
-    on_sub_id(client, encoded, length);
+    on_sub_id(TRACE_SITE(), client, encoded, length);
   } else {
     on_shared(client, message_id, encoded, length);
   }

@@ -17,10 +17,10 @@ constexpr uint32_t kNasInitTimeoutMs = 5000;
 
 static_assert(sizeof(kelvor_common_rsp) == KELVOR_COMMON_RSP_SIZE);
 
-// What the two common requests share: `value` is where the caller's octets go in `request`.
+// What the two common requests share: the caller's octets go to `value`, which lies in `request`.
 template <class Request>
-uint32_t send_common(Request& request, uint8_t* value, uint32_t l, uint32_t most, const uint8_t* v,
-                     uint8_t* rsp, TraceSite site) {
+uint32_t send_common(TraceSite site, Request& request, uint8_t* value, uint32_t most, uint32_t l,
+                     const uint8_t* v, uint8_t* rsp) {
   if (l > most) {
     TRACE_FROM(site, kTraceDebug, "l is out of range");
     return KELVOR_COMMON_BAD_ARGUMENT;
@@ -33,6 +33,16 @@ uint32_t send_common(Request& request, uint8_t* value, uint32_t l, uint32_t most
   uint32_t rsp_len = KELVOR_COMMON_RSP_SIZE;
   return static_cast<uint32_t>(
       kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, rsp, &rsp_len));
+}
+
+// Zeroes the caller's room; false when there is none.
+bool clear_response(TraceSite site, uint8_t* rsp) {
+  if (rsp == nullptr) {
+    TRACE_FROM(site, kTraceDebug, "rsp is NULL");
+    return false;
+  }
+  std::memset(rsp, 0, KELVOR_COMMON_RSP_SIZE);
+  return true;
 }
 
 qmi_client_type g_nas_client = nullptr;
@@ -102,30 +112,22 @@ extern "C" {
 
 uint32_t kelvor_send_common_qmi_msg(uint32_t t, uint32_t l, const uint8_t* v, uint8_t* rsp) {
   const TraceScope scope(TRACE_SITE());
-  if (rsp == nullptr) {
-    TRACE_DEBUG("rsp is NULL");
-    return KELVOR_COMMON_BAD_ARGUMENT;
-  }
-  std::memset(rsp, 0, KELVOR_COMMON_RSP_SIZE);
+  if (!clear_response(TRACE_SITE(), rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
   TRACE_DEBUG("t %d", static_cast<int>(t));
   TRACE_DEBUG("l %d", static_cast<int>(l));
   kelvor_common_item_req request{};
   request.command = KELVOR_COMMON_ITEM;
   request.t = t;
   request.l = l;
-  return send_common(request, request.v, l, KELVOR_COMMON_VALUE_MAX, v, rsp, TRACE_SITE());
+  return send_common(TRACE_SITE(), request, request.v, KELVOR_COMMON_VALUE_MAX, l, v, rsp);
 }
 
 uint32_t kelvor_common_qmi_req(uint32_t cmd, uint32_t l, const uint8_t* v, uint8_t* rsp) {
   const TraceScope scope(TRACE_SITE());
-  if (rsp == nullptr) {
-    TRACE_DEBUG("rsp is NULL");
-    return KELVOR_COMMON_BAD_ARGUMENT;
-  }
-  std::memset(rsp, 0, KELVOR_COMMON_RSP_SIZE);
+  if (!clear_response(TRACE_SITE(), rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
   kelvor_common_raw_req request{};
   request.command = cmd;
-  return send_common(request, request.payload, l, KELVOR_COMMON_PAYLOAD_MAX, v, rsp, TRACE_SITE());
+  return send_common(TRACE_SITE(), request, request.payload, KELVOR_COMMON_PAYLOAD_MAX, l, v, rsp);
 }
 
 int32_t kelvor_get_sar_dsi(void) {

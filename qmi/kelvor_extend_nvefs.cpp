@@ -85,6 +85,12 @@ int32_t check_file(TraceSite site, uint32_t sub, const char* efs_path, uint32_t 
   return KELVOR_NVEFS_OK;
 }
 
+// More octets are left than a transfer can carry.
+int32_t too_long(TraceSite site) {
+  TRACE_FROM(site, kTraceError, "len invalid");
+  return KELVOR_NVEFS_BAD_LENGTH;
+}
+
 kelvor_nvefs_req nv_request(uint8_t operation, uint32_t sub, uint32_t nv_id) {
   kelvor_nvefs_req request{};
   request.operation = operation;
@@ -209,7 +215,12 @@ bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uin
     return false;
   }
   const auto octets = static_cast<uint32_t>(chunk);
-  if (octets > buf_len - *recv || octets > reply.data_octets()) {
+  if (octets > reply.data_octets()) {
+    TRACE_FROM(site, kTraceError, "abort, data_len_send(%d) > data received(%d)", chunk,
+               static_cast<int>(reply.data_octets()));
+    return false;
+  }
+  if (octets > buf_len - *recv) {
     TRACE_FROM(site, kTraceError, "errro, abort, buf_len <= req.data_len_cur");
     return false;
   }
@@ -233,9 +244,11 @@ int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, u
   TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
   auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_READ, sub, efs_path, path_len);
   uint32_t recv = 0;
-  while (request.exchange < KELVOR_NVEFS_EXCHANGES_MAX &&
-         efs_read_chunk(TRACE_SITE(), request, buf, *p_buf_len, &recv, &result)) {
-    ++request.exchange;
+  while (efs_read_chunk(TRACE_SITE(), request, buf, *p_buf_len, &recv, &result)) {
+    if (++request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) {
+      result = too_long(TRACE_SITE());
+      break;
+    }
   }
   *p_buf_len = recv;
   return result;
@@ -257,8 +270,8 @@ int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, 
   request.data_len = buf_len;
   for (; request.data_done < buf_len; ++request.exchange) {
     const uint32_t left = buf_len - request.data_done;
+    if (request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) return too_long(TRACE_SITE());
     TRACE_DEBUG("left_num(%d)", static_cast<int>(left));
-    if (request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) return KELVOR_NVEFS_BAD_LENGTH;
     const uint32_t send = std::min<uint32_t>(left, KELVOR_NVEFS_CHUNK_MAX);
     TRACE_DEBUG("send_num(%d)", static_cast<int>(send));
     request.data_len_cur = static_cast<uint16_t>(send);
@@ -272,8 +285,14 @@ int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, 
         "data_len_cur = %d",
         static_cast<int>(buf_len), static_cast<int>(request.data_done),
         static_cast<int>(reply.rsp.data_len_recv), request.exchange, static_cast<int>(send));
-    if (result != 0) return result;
-    if (reply.rsp.result < 0) return reply.rsp.result;
+    if (result != 0) {
+      TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
+      return result;
+    }
+    if (reply.rsp.result < 0) {
+      TRACE_ERROR("qmi response fail");
+      return reply.rsp.result;
+    }
     request.data_done += send;
   }
   return KELVOR_NVEFS_OK;
@@ -289,6 +308,14 @@ int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len)
   return exchange_checked(
       efs_request<kelvor_efs_path_req>(KELVOR_NVEFS_EFS_DELETE, sub, efs_path, path_len), &reply,
       TRACE_SITE());
+}
+
+int32_t kelvor_nvefs_sync() {
+  kelvor_common_rsp rsp{};
+  const auto ret_sync = static_cast<int32_t>(kelvor_send_common_qmi_msg(
+      KELVOR_COMMON_ITEM_NV_SYNC, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
+  TRACE_DEBUG("kelvor_send_common_qmi_msg, ret_sync: %d, rsp.result: %d", ret_sync, rsp.result);
+  return ret_sync | rsp.result;
 }
 
 }  // namespace unframed
@@ -340,14 +367,7 @@ int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len)
 }
 
 int32_t kelvor_nvefs_sync(void) {
-  int32_t result = KELVOR_NVEFS_OK;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  kelvor_common_rsp rsp{};
-  const auto ret_sync = static_cast<int32_t>(kelvor_send_common_qmi_msg(
-      KELVOR_COMMON_ITEM_NV_SYNC, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
-  TRACE_DEBUG("kelvor_send_common_qmi_msg, ret_sync: %d, rsp.result: %d", ret_sync, rsp.result);
-  result = ret_sync | rsp.result;
-  return result;
+  return operate(TRACE_SITE(), [] { return unframed::kelvor_nvefs_sync(); });
 }
 
 int32_t kelvor_qmi_result_map(int32_t result) {

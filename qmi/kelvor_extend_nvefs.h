@@ -4,7 +4,7 @@
 // they run one at a time, and their lock is taken before the vendor client's.
 //
 // Results: 0, one of the codes below, a mapped error of the sending (kelvor_qmi_result_map), or the
-// modem's own result, which is negative.
+// modem's own result, any other number.
 #ifndef QMI_KELVOR_EXTEND_NVEFS_H_
 #define QMI_KELVOR_EXTEND_NVEFS_H_
 
@@ -37,13 +37,12 @@ int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id);
 // counters and data there is no room for more, and 255 for deletes.
 
 // Reads a whole file; *p_buf_len as for an item. A file that does not fit the room fails with
-// KELVOR_NVEFS_BAD_LENGTH, and *p_buf_len tells how much of it was read; of one longer than 299
-// exchanges the first 126,776 octets are read.
+// KELVOR_NVEFS_BAD_LENGTH, and so does one longer than 299 exchanges; *p_buf_len tells how much of
+// it was read.
 int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
                         uint32_t* p_buf_len);
-// Writes a whole file. The modem keeps the old one until the new one is complete; one longer than
-// 299 exchanges never is, and fails with KELVOR_NVEFS_BAD_LENGTH after them. Without octets there
-// is nothing to send, and nothing is written.
+// Writes a whole file. One longer than 299 exchanges fails with KELVOR_NVEFS_BAD_LENGTH after them,
+// incomplete. Without octets there is nothing to send, and nothing is written.
 int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
                          uint32_t buf_len);
 int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len);

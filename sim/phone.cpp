@@ -18,8 +18,8 @@ std::string Phone::default_root() {
   std::string root = variable("VEX_PHONE");
   if (root.empty()) {
     std::string state = variable("XDG_STATE_HOME");
-    if (state.empty()) state = variable("HOME") + "/.local/state";
-    root = state + "/vex/phone";
+    if (state.empty() && !variable("HOME").empty()) state = variable("HOME") + "/.local/state";
+    if (!state.empty()) root = state + "/vex/phone";
   }
   while (root.size() > 1 && root.back() == '/') root.pop_back();
   return root;
@@ -28,6 +28,10 @@ std::string Phone::default_root() {
 Phone::Phone(std::string root) : root_(std::move(root)) {}
 
 bool Phone::prepare(std::string* why) const {
+  if (root_.empty()) {
+    *why = "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty";
+    return false;
+  }
   const std::string toml = path("phone.toml");
   if (::access(toml.c_str(), F_OK) == 0) return true;
   for (const char* name : {"", "/nv", "/efs", "/log", "/dump", "/tmp"}) {

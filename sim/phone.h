@@ -21,7 +21,7 @@ namespace sim {
 
 class Phone {
  public:
-  // $VEX_PHONE, else below $XDG_STATE_HOME or ~/.local/state.
+  // $VEX_PHONE, else below $XDG_STATE_HOME or ~/.local/state; empty when none of them says where.
   static std::string default_root();
 
   explicit Phone(std::string root);

@@ -51,6 +51,7 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
   const auto wire = desk::unhex(
       "02 04 00 00 00 00 00 "
       "10 19 00 02 00 01 00 01 00 59 03 4F 6E 65 E7 03 46 00 26 08 52 6F 61 6D 69 6E 67 73 "
+      "11 0C 00 02 00 01 00 01 00 08 E7 03 46 00 0C "
       "12 07 00 01 00 01 00 01 00 01 "
       "13 04 00 02 00 00 00");
   static nas_network_scan_resp resp;
@@ -62,17 +63,21 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
   EXPECT_EQ(resp.networks[1].mcc, 999);
   EXPECT_EQ(resp.networks[1].mnc, 70);
   EXPECT_STREQ(resp.networks[1].name, "Roamings");
-  EXPECT_EQ(resp.rats_valid, 0);
+  ASSERT_EQ(resp.rats_len, 2u);
+  EXPECT_EQ(resp.rats[1].value, 12);
   EXPECT_EQ(resp.mnc_digits[0].value, 1);
   EXPECT_EQ(resp.scan_result, 2u);
 
   sar_rf_get_state_resp sar;
-  const auto failed = desk::unhex("02 04 00 01 00 5E 00 10 04 00 07 00 00 00");
+  const auto failed = desk::unhex(
+      "02 04 00 01 00 5E 00 10 04 00 07 00 00 00 11 04 00 01 00 00 00 12 04 00 02 00 00 00 "
+      "13 04 00 03 00 00 00");
   ASSERT_EQ(decode(*kSarService.find(QMI_IDL_RESPONSE, SAR_RF_GET_STATE), failed, &sar, sizeof sar),
             CodecError::kOk);
   EXPECT_EQ(sar.resp.result, 1u);
   EXPECT_EQ(sar.resp.error, 94u);
   EXPECT_EQ(sar.state, 7u);
+  EXPECT_EQ(sar.extra_3, 3u);
 }
 
 TEST(Codec, EveryMessageSurvivesTheWireWhateverItHolds) {

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "platform/idl/vendor_payload.h"
+#include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_nvefs.h"
 #include "support/desk.h"
 
@@ -65,6 +66,7 @@ TEST_F(NvEfs, NvArgumentsAreCheckedInOrderAndNothingIsSentForBadOnes) {
       {[&] { return kelvor_efs_read(0, "/x", 2, buf, nullptr); }, -108, "len invalid"},
       {[&] { return kelvor_efs_read(256, "/x", 2, buf, &room); }, -104, "sub invalid"},
       {[&] { return kelvor_efs_write(0, "/x", 72, buf, 1); }, -108, "len invalid"},
+      {[&] { return kelvor_efs_read(0, "/x", 72, buf, &room); }, -108, "len invalid"},
       {[&] { return kelvor_efs_write(0, "/x", 2, nullptr, 1); }, -108, "len invalid"},
       {[&] { return kelvor_efs_delete(0, nullptr, 1); }, -107, "efs_path is null"},
       {[&] { return kelvor_efs_delete(0, "/x", 256); }, -108, "len invalid"},
@@ -173,7 +175,7 @@ TEST_F(NvEfs, OneOctetTooManyStopsAfter299Exchanges) {
   const Octets longer = pattern(299 * 424 + 1);
   directory_.write("efs/0/long", text(longer));
   Octets back;
-  EXPECT_EQ(read("/long", &back), 0);
+  EXPECT_EQ(read("/long", &back), -108);
   EXPECT_EQ(requests(), 2 * 299u);
   EXPECT_EQ(back, Octets(longer.begin(), longer.end() - 1));
 }
@@ -217,12 +219,12 @@ TEST_F(NvEfs, PathsGoUpToTheirLengthOrTheirFirstZero) {
 
 TEST_F(NvEfs, ARestartBetweenTwoChunksEndsTheTransferAndLeavesTheOldFileWhole) {
   start_modem(
-      "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\nnth = 3\naction = \"restart\"\n"
-      "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\nnth = 8\naction = \"restart\"\n");
+      "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\nnth = 3\naction = \"restart\"\n");
   directory_.write("efs/0/nv/item_files/x", "old");
   const std::string output = output_of([&] { EXPECT_EQ(write(kPath, pattern(2000)), -103); });
   EXPECT_TRUE(said(output, "send msg sync failed:-2"));
   EXPECT_EQ(directory_.file("efs/0/nv/item_files/x"), "old");
+  EXPECT_EQ(requests(), 3u);
 }
 
 TEST_F(NvEfs, AModemThatLiesIsNotBelieved) {
@@ -275,22 +277,113 @@ TEST_F(NvEfs, AWriteServedByAnyInstanceSucceedsAndARefusedOneStops) {
   EXPECT_EQ(requests(), 3u);
 }
 
-TEST_F(NvEfs, ThreadsTransferOneAfterAnother) {
+TEST_F(NvEfs, EfsRequestsHaveTheirFieldsInTheirPlacesAndNothingOfTheChunkBefore) {
+  start_modem();
+  const Octets data(426, 0xD7);
+  ASSERT_EQ(write("/ab", data), 0);
+  Octets back;
+  ASSERT_EQ(read("/ab", &back), 0);
+  ASSERT_EQ(kelvor_efs_delete(1, "/ab", 3), -2);
+  const auto requests = passed(sim::FaultKind::kRequest);
+  ASSERT_EQ(requests.size(), 5u);
+  const auto payload = [&](size_t i, size_t from, size_t n) {
+    return desk::hex(std::span(requests[i].octets).subspan(24 + from, n));
+  };
+  EXPECT_EQ(payload(0, 0, 9), "05 00 00 00 03 2F 61 62 00");
+  EXPECT_EQ(payload(0, 76, 13), "AA 01 00 00 00 00 00 00 00 00 A8 01 D7");
+  EXPECT_EQ(payload(1, 76, 15), "AA 01 00 00 A8 01 00 00 01 00 02 00 D7 D7 00");
+  EXPECT_EQ(payload(2, 0, 9), "04 00 00 00 03 2F 61 62 00");
+  EXPECT_EQ(payload(2, 76, 12), "00 00 00 00 00 00 00 00 00 00 00 00");
+  EXPECT_EQ(payload(3, 76, 12), "00 00 00 00 A8 01 00 00 01 00 00 00");
+  EXPECT_EQ(payload(4, 0, 9), "06 01 00 00 03 2F 61 62 00");
+}
+
+TEST_F(NvEfs, TransfersOfSeveralThreadsDoNotMix) {
   start_modem();
   std::vector<std::thread> threads;
   std::atomic<int> wrong{0};
   for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&, t] {
-      const std::string path = "/t" + std::to_string(t);
-      for (size_t i = 1; i <= 10; ++i) {
-        const Octets data = pattern(i * 430);
-        Octets back;
-        if (write(path, data) != 0 || read(path, &back, 5000) != 0 || back != data) ++wrong;
+    threads.emplace_back([&] {
+      const Octets data = pattern(3 * 424);
+      for (int i = 0; i < 10; ++i) {
+        if (write("/same", data) != 0) ++wrong;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
+  size_t n = 0;
+  for (const desk::Message& request : passed(sim::FaultKind::kRequest)) {
+    EXPECT_EQ(request.octets[24 + 84], n++ % 3) << "the number of the exchange";
+  }
+}
+
+// The messages of an operation, in order and in full, with their levels.
+TEST_F(NvEfs, OperationsSayWhatTheyDo) {
+  start_modem("[[fault]]\nservice = \"vendor\"\naction = \"vendor-error\"\nnth = 5\nresult = 9\n");
+  directory_.write("nv/1/12", "abc");
+  const auto told = [](auto call) {
+    std::string lines;
+    for (const uint32_t level : {1u, 2u, 4u}) {
+      kelvor_hal_set_shell_print_mask(level);
+      lines += "level " + std::to_string(level) + "\n";
+      for (const std::string& message : desk::trace_messages(output_of(call))) {
+        lines += message + "\n";
+      }
+    }
+    kelvor_hal_set_shell_print_mask(15);
+    return lines;
+  };
+  uint8_t buf[4];
+  uint32_t room = 0;
+  kelvor_nv_delete(0, 1);  // the client is open from here on
+  EXPECT_EQ(told([&] {
+              room = sizeof buf;
+              kelvor_nv_read(1, 12, buf, &room);
+            }),
+            "level 1\nlevel 2\nlevel 4\n"
+            "function entry ------------->\n"
+            "kelvor_nv_read, sub_id 1, nv_id: 12\n"
+            "buf_len: 4\n"
+            "kelvor_extend_qmi_send_sync resp_len:23\n"
+            "kelvor_extend_qmi_handle_req_cb result:0\n"
+            "kelvor_qmi_result_map, old_result 0, new_result 0\n"
+            "result = 0, rsp.result = 0\n"
+            "rsp.data_len_all = 3\n"
+            "function exit, ret = 0 <-------------\n");
+  kelvor_hal_set_shell_print_mask(1);
+  EXPECT_EQ(desk::trace_messages(output_of([&] { kelvor_nv_delete(1, 3); })),
+            (std::vector<std::string>{"9 QMI service framework error. Check client",
+                                      "kelvor_extend_qmi_send_sync fail"}));
+  EXPECT_EQ(desk::trace_messages(output_of([&] { kelvor_nv_delete(1, 3); })),
+            (std::vector<std::string>{"qmi response fail"}));
+  kelvor_hal_set_shell_print_mask(4);
+  const Octets data(425, 1);
+  EXPECT_EQ(
+      desk::trace_messages(output_of([&] { write("/w", data); })),
+      (std::vector<std::string>{
+          "function entry ------------->", "kelvor_efs_write, sub_id 0, path_len: 2, buf_len: 425",
+          "path_value: /w", "left_num(425)", "send_num(424)",
+          "kelvor_extend_qmi_send_sync resp_len:20", "kelvor_extend_qmi_handle_req_cb result:0",
+          "kelvor_qmi_result_map, old_result 0, new_result 0",
+          "result = 0, rsp.result[>=0 is instance id] = 0",
+          "data_len_all = 425, data_len_send = 0, data_len_recv = 424, send_count = 0, "
+          "data_len_cur = 424",
+          "left_num(1)", "send_num(1)", "kelvor_extend_qmi_send_sync resp_len:20",
+          "kelvor_extend_qmi_handle_req_cb result:0",
+          "kelvor_qmi_result_map, old_result 0, new_result 0",
+          "result = 0, rsp.result[>=0 is instance id] = 0",
+          "data_len_all = 425, data_len_send = 424, data_len_recv = 425, send_count = 1, "
+          "data_len_cur = 1",
+          "function exit, ret = 0 <-------------"}));
+  const std::vector<std::string> read_lines = desk::trace_messages(output_of([&] {
+    Octets back;
+    read("/w", &back, 500);
+  }));
+  EXPECT_EQ(read_lines[1], "kelvor_efs_read, sub_id 0, path_len: 2");
+  EXPECT_EQ(read_lines[6],
+            "data_len_all = 425, data_len_send = 424, data_len_recv = 0, read_count = 0, "
+            "data_len_cur = 424");
 }
 
 }  // namespace

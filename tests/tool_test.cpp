@@ -166,7 +166,7 @@ TEST_F(Tool, AWriterThatIsKilledLeavesTheOldItemOrTheNew) {
 // ---- a served phone
 
 constexpr const char kServe[] =
-    "$BIN/vex-phone serve >$VEX_PHONE/out 2>&1 & server=$!; "
+    "rm -f $VEX_PHONE/out; $BIN/vex-phone serve >$VEX_PHONE/out 2>&1 & server=$!; "
     "for i in $(seq 200); do grep -qs listening $VEX_PHONE/out && break; sleep 0.02; done; ";
 
 TEST_F(Tool, AServedModemIsUsedByEveryoneAndByNobodyElse) {

@@ -116,7 +116,7 @@ TEST(Text, NumbersKeepTheirOddLimits) {
       {"0x80000000", 2147483647},
       {"0xFFFFFFFF", -1879048194},
       {"0x100000000", 2147483647},
-      // 16 octillions saturate per digit; ten saturated digits wrap.
+      // The first digit saturates, and the last one wraps the sum.
       {"0x10000000000000000000000000000000000000000000000001", -2147483648},
   };
   for (const auto& row : kRows) EXPECT_EQ(kelvor_string_to_int(row.text), row.number) << row.text;

@@ -16,7 +16,7 @@ using desk::output_of;
 using desk::said;
 
 struct Vendor : desk::Desk {
-  // One exchange with common request 35, which answers 508 octets less its empty payload: 8.
+  // One exchange with common request 35, whose answer is a command and a result: 8 octets.
   int32_t sync(uint32_t length = 512, uint32_t room = 512) {
     std::array<uint8_t, 600> request{};
     kelvor_common_item_req item{};
@@ -156,6 +156,7 @@ TEST_F(Vendor, WhatIsNotAnAnswerIsATransportError) {
     const std::string output = output_of([&] { EXPECT_EQ(sync(), -3) << row.rule; });
     EXPECT_TRUE(said(output, "send msg sync failed:" + std::to_string(row.error))) << output;
   }
+  EXPECT_EQ(clock_.passed(), std::chrono::milliseconds(4 * 3000));
   EXPECT_EQ(sync(), 0) << "and the next one works";
 }
 
@@ -175,6 +176,20 @@ TEST_F(Vendor, WithoutAModemTheOpenGivesUpAfterFiftyTriesAndTheNextTriesAgain) {
   EXPECT_TRUE(said(output, "-2 QMI client init failed"));
   modem.bring_up(KELVOR_VENDOR_SERVICE_ID);
   EXPECT_EQ(sync(), 0);
+}
+
+TEST_F(Vendor, OpeningSaysWhatItFinds) {
+  start_modem();
+  const std::vector<std::string> lines = desk::trace_messages(output_of([&] { sync(); }));
+  const std::vector<std::string> expected = {
+      "KELVOR_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1",
+      "qmi_client_get_service_list, err = 0, num_entries = 1, num_services = 1",
+      "qmi_client_init, err = 0, handle = 2, client_handle = 2",
+      "QMI client inited",
+      "kelvor_extend_qmi_send_sync resp_len:8",
+      "kelvor_extend_qmi_handle_req_cb result:0",
+  };
+  EXPECT_EQ(lines, expected);
 }
 
 TEST_F(Vendor, ThreadsTakeTurns) {

@@ -1,5 +1,6 @@
 // vex: the dispatcher. Its exit status is 0 whatever happened; failures are told by trace lines.
 
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 
@@ -64,6 +65,8 @@ extern "C" void show_help(int selector) {
 }
 
 int main(int argc, char** argv) {
+  // A reader at the other end of a pipe sees each line when it is written, however the run ends.
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
   const int command = argc < 2 ? 0 : std::atoi(argv[1]);
   if (command == kNvOption || command == kReserved) {
     TRACE_INFO("Not support");

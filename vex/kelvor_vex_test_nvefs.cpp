@@ -2,9 +2,10 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <span>
 
 #include "common/trace.h"
+#include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_nvefs.h"
 #include "vex/commands.h"
 #include "vex/usage.h"
@@ -13,30 +14,12 @@ namespace {
 
 using vex::kCommandNvEfs;
 
-enum Operation {
-  kNvRead = 1,
-  kNvWrite = 2,
-  kNvDelete = 3,
-  kEfsRead = 4,
-  kEfsWrite = 5,
-  kEfsDelete = 6,
-};
-
-constexpr vex::UsageRow kRows[] = {
-    {"%d: nvefs option cmd: \n"},
-    {"   vex %d %d sub nv_id             /* nv read */\n", kNvRead},
-    {"   vex %d %d sub nv_id nv_data     /* nv write */\n", kNvWrite},
-    {"   vex %d %d sub nv_id             /* nv delete */\n", kNvDelete},
-    {"   vex %d %d sub efs_path          /* efs read */\n", kEfsRead},
-    {"   vex %d %d sub efs_path efs_data /* efs write */\n", kEfsWrite},
-    {"   vex %d %d sub efs_path          /* efs delete */\n", kEfsDelete},
-};
-
 // Words of the argument vector.
 constexpr int kWordOperation = 2;
 constexpr int kWordSub = 3;
 constexpr int kWordTarget = 4;  // NV id or EFS path
 constexpr int kWordData = 5;
+constexpr int kTargetWords = 5;  // of a read or a delete
 
 constexpr uint32_t kDataMax = 365;  // octets that one command reads or writes
 
@@ -50,8 +33,9 @@ int refuse() {
 
 // Whether there are exactly the words of a read or a delete.
 bool exactly_the_target(int argc, TraceSite site) {
-  if (argc == kWordData) return true;
-  TRACE_FROM(site, kTraceError, "note: need %d inputs, Pls refer to the following cmd:", kWordData);
+  if (argc == kTargetWords) return true;
+  TRACE_FROM(site, kTraceError,
+             "note: need %d inputs, Pls refer to the following cmd:", kTargetWords);
   return false;
 }
 
@@ -141,12 +125,27 @@ int kelvor_nvefs_test_efs_delete(int argc, char** argv) {
   });
 }
 
-using Handler = int (*)(int argc, char** argv);
-constexpr Handler kHandlers[] = {
-    kelvor_nvefs_test_nv_read,  kelvor_nvefs_test_nv_write,  kelvor_nvefs_test_nv_delete,
-    kelvor_nvefs_test_efs_read, kelvor_nvefs_test_efs_write, kelvor_nvefs_test_efs_delete,
+constexpr vex::UsageRow kTitle[] = {{"%d: nvefs option cmd: \n"}};
+
+// The operations in the order of their numbers, which are also the modem's.
+struct Operation {
+  vex::UsageRow usage;
+  int (*run)(int argc, char** argv);
 };
-static_assert(kEfsDelete == sizeof kHandlers / sizeof kHandlers[0]);
+constexpr Operation kOperations[] = {
+    {{"   vex %d %d sub nv_id             /* nv read */\n", KELVOR_NVEFS_NV_READ},
+     kelvor_nvefs_test_nv_read},
+    {{"   vex %d %d sub nv_id nv_data     /* nv write */\n", KELVOR_NVEFS_NV_WRITE},
+     kelvor_nvefs_test_nv_write},
+    {{"   vex %d %d sub nv_id             /* nv delete */\n", KELVOR_NVEFS_NV_DELETE},
+     kelvor_nvefs_test_nv_delete},
+    {{"   vex %d %d sub efs_path          /* efs read */\n", KELVOR_NVEFS_EFS_READ},
+     kelvor_nvefs_test_efs_read},
+    {{"   vex %d %d sub efs_path efs_data /* efs write */\n", KELVOR_NVEFS_EFS_WRITE},
+     kelvor_nvefs_test_efs_write},
+    {{"   vex %d %d sub efs_path          /* efs delete */\n", KELVOR_NVEFS_EFS_DELETE},
+     kelvor_nvefs_test_efs_delete},
+};
 
 }  // namespace
 
@@ -161,15 +160,20 @@ extern "C" int kelvor_test_nvefs_do(int argc, char** argv) {
     return refuse();
   }
   const int operation = std::atoi(argv[kWordOperation]);
-  if (operation < kNvRead || operation > kEfsDelete) {
-    TRACE_ERROR("note: the second parameters is invalid, Pls refer to the following cmd:");
-    return refuse();
+  for (const Operation& known : kOperations) {
+    if (known.usage.number != operation) continue;
+    const int result = known.run(argc, argv);
+    if (result != 0) TRACE_ERROR("note: Error happen! error_code(%d)", result);
+    return result;
   }
-  const int result = kHandlers[operation - kNvRead](argc, argv);
-  if (result != 0) TRACE_ERROR("note: Error happen! error_code(%d)", result);
-  return result;
+  TRACE_ERROR("note: the second parameters is invalid, Pls refer to the following cmd:");
+  return refuse();
 }
 
 extern "C" int kelvor_test_nvefs_show_help(int selector) {
-  return PRINT_SECTION(selector, kCommandNvEfs, kRows);
+  PRINT_SECTION(selector, kCommandNvEfs, kTitle);
+  for (const Operation& operation : kOperations) {
+    PRINT_SECTION(selector, kCommandNvEfs, std::span(&operation.usage, 1));
+  }
+  return selector;
 }

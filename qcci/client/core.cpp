@@ -304,8 +304,8 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
   int result = QMI_CLIENT_TIMED_OUT;
   for (;;) {
     if (const Instance* found = find_instance(service, instance)) {
-      const qmi_service_info info{service->id, found->instance, found->version,
-                                  found->address.node, found->address.port};
+      const qmi_service_info info{service->id, found->instance, found->version, found->address.node,
+                                  found->address.port};
       lock.unlock();
       result = open_client(service, info, callback, data, handle);
       lock.lock();

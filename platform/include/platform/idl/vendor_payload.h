@@ -32,8 +32,8 @@ enum {
 };
 
 // NV requests, and EFS reads and writes. A write's chunk says where in the file it belongs
-// (data_done) and how long the whole will be (data_len): the modem keeps the file when the whole is
-// there, and the old one until then.
+// (data_done) and how long the whole will be (data_len), so that a modem can keep the old file until
+// the new one is there.
 typedef struct {
   uint8_t operation;
   uint8_t sub;
@@ -61,8 +61,7 @@ typedef struct {
   uint32_t data_len_all;   // octets of the whole item or file
   uint32_t data_len_recv;  // octets of a write that the modem has so far
   uint32_t exchange;       // as in the request
-  int32_t result;          // 0 success; an EFS write: 0 or more is the instance that served it;
-                           // negative: an errno number's negative
+  int32_t result;          // 0 success; an EFS write: 0 or more is the instance that served it
   uint8_t data[KELVOR_NVEFS_CHUNK_MAX];
 } kelvor_nvefs_rsp;
 
@@ -112,6 +111,9 @@ static_assert(offsetof(kelvor_nvefs_req, nv_id) == 2, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, path_len) == 4, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, path) == 5, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, data_len) == 76, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, data_done) == 80, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, exchange) == 84, "NV/EFS request");
+static_assert(offsetof(kelvor_nvefs_req, data_len_cur) == 86, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, data) == 88, "NV/EFS request");
 static_assert(sizeof(kelvor_efs_path_req) == 512, "EFS path request");
 static_assert(offsetof(kelvor_efs_path_req, path) == 5, "EFS path request");

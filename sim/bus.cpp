@@ -21,7 +21,8 @@ void Bus::control(Address client, std::span<const uint8_t> octets) {
   if (!ControlPacket::parse(octets, &packet)) return;
   if (packet.command == Control::kDelLookup) lookups_[client].erase(packet.service);
   if (packet.command != Control::kNewLookup) return;
-  lookups_[client].insert(packet.service);
+  std::set<uint32_t>& watched = lookups_[client];
+  if (watched.size() < kLookupsMax) watched.insert(packet.service);
   for (const auto& [address, server] : servers_) {
     if (packet.service != 0 && packet.service != server.service) continue;
     if (packet.instance != 0 && packet.instance != server.instance) continue;

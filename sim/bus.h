@@ -27,10 +27,12 @@ class Port {
 class Bus {
  public:
   static constexpr uint32_t kNode = 1;
+  static constexpr size_t kLookupsMax = 256;  // of one client
   static constexpr Address kControl{kNode, qcci::kControlPort};
 
   Address attach(Port& port);
   void detach(Address client);
+  bool attached(Address client) const { return clients_.contains(client); }
   // A control packet from a client.
   void control(Address client, std::span<const uint8_t> octets);
 

@@ -48,17 +48,17 @@ class EmbeddedLink final : public qcci::Link {
     for (size_t i = queue_.size(); i < before; ++i) platform::clock().release();
   }
 
-  bool send(EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
+  qcci::Sent send(EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
     Address from;
     {
       const std::lock_guard lock(mutex_);
       const auto found = ends_.find(endpoint);
-      if (found == ends_.end()) return false;
+      if (found == ends_.end()) return qcci::Sent::kCut;
       from = found->second->address;
     }
     modem_->send(from, to, octets);
     if (modem_->next_due() != platform::kNever) wake();
-    return true;
+    return qcci::Sent::kSent;
   }
 
   Received receive(Datagram* datagram, platform::Time deadline) override {

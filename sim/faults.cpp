@@ -11,6 +11,8 @@ namespace {
 
 using qcci::QmiHeader;
 
+constexpr size_t kMostCopies = 16;
+
 uint8_t octet(uint32_t v, int n) { return static_cast<uint8_t>(v >> 8 * n); }
 
 std::vector<uint8_t> error_response(const QmiHeader& header, const FaultRule& rule) {
@@ -48,12 +50,8 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
         break;
       case FaultAction::kQmiError:
       case FaultAction::kVendorError:
-        if (kind == FaultKind::kRequest) {
-          fate.answer = error_response(header, rule);
-          copies = 0;
-        } else {
-          octets = error_response(header, rule);
-        }
+        octets = error_response(header, rule);
+        fate.answered = kind == FaultKind::kRequest;
         break;
       case FaultAction::kTruncate:
         octets.resize(std::min<size_t>(octets.size(), rule.keep));
@@ -64,7 +62,7 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
         }
         break;
       case FaultAction::kDuplicate:
-        copies *= 2;
+        copies = std::min(copies * 2, kMostCopies);
         break;
       case FaultAction::kWrongTransaction:
         if (octets.size() > 1) octets[1] = static_cast<uint8_t>(octets[1] ^ 0x55);

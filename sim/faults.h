@@ -18,7 +18,7 @@ namespace sim {
 struct Fate {
   std::vector<std::vector<uint8_t>> copies;  // what goes on, in order; none: it is lost
   std::chrono::milliseconds delay{0};
-  std::vector<uint8_t> answer;    // a response that the rule gives in the service's place
+  bool answered = false;  // the copies of a request are responses, given in the service's place
   bool after_indication = false;  // held back until the client's next indication has gone
   bool restart = false;           // the modem restarts
 };

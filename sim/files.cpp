@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <vector>
@@ -16,6 +15,7 @@ namespace sim {
 namespace {
 
 constexpr size_t kMaxName = 255;
+constexpr off_t kLargestFile = 16 * 1024 * 1024;
 constexpr time_t kScratchAge = 600;  // seconds; nobody is that long about one file
 
 int split(std::string_view path, std::vector<std::string>* names) {
@@ -68,6 +68,23 @@ int write_all(int fd, std::string_view contents) {
   return 0;
 }
 
+// Of a regular file: anything else might never end, or never begin.
+int read_all(int fd, std::string* contents) {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) return errno;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  if (!S_ISREG(status.st_mode)) return EINVAL;
+  if (status.st_size > kLargestFile) return EFBIG;
+  char buffer[65536];
+  for (;;) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    if (n == 0) return 0;
+    contents->append(buffer, static_cast<size_t>(n));
+  }
+}
+
 void list_below(int folder, const std::string& prefix,
                 const std::function<void(const std::string&, size_t)>& each) {
   DIR* stream = ::fdopendir(folder);
@@ -105,10 +122,12 @@ Descriptor::~Descriptor() {
 
 FileLock::FileLock(const std::string& path)
     : file_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+  if (!file_) return;
   int result = 0;
   do {
-    result = file_ ? ::flock(file_.get(), LOCK_EX) : 0;
+    result = ::flock(file_.get(), LOCK_EX);
   } while (result != 0 && errno == EINTR);
+  if (result != 0) file_ = Descriptor();
 }
 
 Folder::Folder(std::string root, std::string scratch)
@@ -119,29 +138,20 @@ int Folder::read(std::string_view path, std::string* contents) const {
   Descriptor parent;
   std::string leaf;
   if (const int error = open_parent(root_, path, false, &parent, &leaf); error != 0) return error;
-  const Descriptor file(::openat(parent.get(), leaf.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-  if (!file) return errno;
-  char buffer[65536];
-  for (;;) {
-    const ssize_t n = ::read(file.get(), buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return errno;
-    if (n == 0) return 0;
-    contents->append(buffer, static_cast<size_t>(n));
-  }
+  const Descriptor file(
+      ::openat(parent.get(), leaf.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file ? read_all(file.get(), contents) : errno;
 }
 
 int Folder::write(std::string_view path, std::string_view contents) const {
   Descriptor parent;
   std::string leaf;
   if (const int error = open_parent(root_, path, true, &parent, &leaf); error != 0) return error;
-  static std::atomic<unsigned> count{0};
-  const std::string beside =
-      scratch_ + "/" + std::to_string(::getpid()) + "." + std::to_string(++count);
+  // A name of nobody else's: process ids are not unique between containers on one directory.
+  std::string beside = scratch_ + "/XXXXXX";
   int error = 0;
   {
-    const Descriptor file(
-        ::open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const Descriptor file(::mkostemp(beside.data(), O_CLOEXEC));
     if (!file) return errno;
     error = write_all(file.get(), contents);
     if (error == 0 && ::fsync(file.get()) != 0) error = errno;
@@ -167,6 +177,12 @@ int Folder::remove(std::string_view path) const {
 void Folder::list(const std::function<void(const std::string&, size_t)>& each) const {
   const int folder = ::open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder >= 0) list_below(folder, "", each);
+}
+
+int read_file(const std::string& path, std::string* contents) {
+  contents->clear();
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  return file ? read_all(file.get(), contents) : errno;
 }
 
 int make_folders(const std::string& path) {

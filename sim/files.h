@@ -41,6 +41,7 @@ class Folder {
  public:
   Folder(std::string root, std::string scratch);
 
+  // Regular files of at most 16 MiB.
   int read(std::string_view path, std::string* contents) const;
   // Makes the folders on the way. The contents are on the disk when this returns.
   int write(std::string_view path, std::string_view contents) const;
@@ -56,6 +57,8 @@ class Folder {
   std::string scratch_;
 };
 
+// A file that is no modem's: links are followed.
+int read_file(const std::string& path, std::string* contents);
 int make_folders(const std::string& path);
 // Removes what writers that crashed left behind.
 void clear_scratch(const std::string& scratch);

@@ -66,23 +66,27 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
   Fate fate = faults_.apply(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
   if (fate.restart) restart();
-  if (!fate.answer.empty()) {
-    emit(service, to, client, FaultKind::kResponse, std::move(fate.answer));
-  }
   for (std::vector<uint8_t>& copy : fate.copies) {
+    const auto go_on = [this, &service, to, client,
+                        answered = fate.answered](std::vector<uint8_t> message) {
+      if (answered) {
+        emit(service, to, client, FaultKind::kResponse, std::move(message));
+      } else {
+        handle(service, to, client, std::move(message));
+      }
+    };
     if (fate.delay.count() == 0) {
-      handle(service, to, client, std::move(copy));
-      continue;
+      go_on(std::move(copy));
+    } else {
+      schedule(fate.delay, [go_on, copy = std::move(copy)] { go_on(copy); });
     }
-    schedule(fate.delay, [this, &service, to, client, copy = std::move(copy)]() mutable {
-      handle(service, to, client, std::move(copy));
-    });
   }
 }
 
 void Modem::handle(Service& service, Address at, Address client, std::vector<uint8_t> octets) {
   QmiHeader header;
-  if (bus_.service_at(at) != service.idl().id || !QmiHeader::parse(octets, &header)) return;
+  if (bus_.service_at(at) != service.idl().id || !bus_.attached(client)) return;  // gone meanwhile
+  if (!QmiHeader::parse(octets, &header)) return;
   const qcci::idl::Message* asks = service.idl().find(QMI_IDL_REQUEST, header.message);
   const qcci::idl::Message* answers = service.idl().find(QMI_IDL_RESPONSE, header.message);
   const Service::Handler* handler = service.handler(header.message);
@@ -128,6 +132,7 @@ void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t
 
 void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
                  std::vector<uint8_t> octets) {
+  if (!bus_.attached(client)) return;
   Fate fate = faults_.apply(service.idl().id, kind, std::move(octets));
   if (fate.restart) restart();
   for (std::vector<uint8_t>& copy : fate.copies) {
@@ -245,7 +250,7 @@ std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   if (!phone.prepare(why)) return nullptr;
   clear_scratch(phone.path("tmp"));
   std::string toml;
-  if (const int error = phone.all().read("phone.toml", &toml); error != 0) {
+  if (const int error = read_file(phone.path("phone.toml"), &toml); error != 0) {
     *why = phone.path("phone.toml") + ": " + std::strerror(error);
     return nullptr;
   }

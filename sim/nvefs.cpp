@@ -15,9 +15,12 @@ std::string nv_path(const kelvor_nvefs_req& request) {
   return std::to_string(request.sub) + "/" + std::to_string(request.nv_id);
 }
 
-// The path ends at its length or its first zero octet.
+// Below efs/: the path, which ends at its length or its first zero octet, in its subscription's
+// folder. A path without a name is given none at all, and refused as that.
 std::string efs_path(uint8_t sub, const char* path, size_t length) {
-  return std::to_string(sub) + "/" + std::string(path, strnlen(path, length));
+  const std::string_view name(path, strnlen(path, length));
+  if (name.find_first_not_of('/') == std::string_view::npos) return "";
+  return std::to_string(sub) + "/" + std::string(name);
 }
 
 std::string efs_path(const kelvor_nvefs_req& request) {
@@ -118,7 +121,7 @@ void NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nv
   if (request.data_done == 0) transfers_[key].clear();
   const auto found = transfers_.find(key);
   if (found == transfers_.end() || request.data_done != found->second.size() ||
-      request.data_len_cur > sizeof request.data ||
+      request.data_len_cur > sizeof request.data || request.data_done > request.data_len ||
       request.data_len - request.data_done < request.data_len_cur) {
     reply->result = -EINVAL;
     return;

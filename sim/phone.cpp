@@ -1,6 +1,5 @@
 #include "sim/phone.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -18,6 +17,7 @@ std::string Phone::default_root() {
   std::string root = variable("VEX_PHONE");
   if (root.empty()) {
     std::string state = variable("XDG_STATE_HOME");
+    if (!state.starts_with('/')) state.clear();  // a relative one is none
     if (state.empty() && !variable("HOME").empty()) state = variable("HOME") + "/.local/state";
     if (!state.empty()) root = state + "/vex/phone";
   }
@@ -32,16 +32,20 @@ bool Phone::prepare(std::string* why) const {
     *why = "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty";
     return false;
   }
-  const std::string toml = path("phone.toml");
-  if (::access(toml.c_str(), F_OK) == 0) return true;
   for (const char* name : {"", "/nv", "/efs", "/log", "/dump", "/tmp"}) {
+    if (::access((root_ + name).c_str(), F_OK) == 0) continue;
     if (const int error = make_folders(root_ + name); error != 0) {
       *why = root_ + name + ": " + std::strerror(error);
       return false;
     }
   }
-  ::chmod(root_.c_str(), 0700);  // a directory that was there before may be open to others
+  const std::string toml = path("phone.toml");
+  if (::access(toml.c_str(), F_OK) == 0) return true;
   const FileLock only_one = lock();
+  if (!only_one.held()) {
+    *why = path(".lock") + ": cannot be locked";
+    return false;
+  }
   if (::access(toml.c_str(), F_OK) == 0) return true;
   const Folder folder = all();
   for (const DefaultFile& file : default_files()) {

@@ -33,7 +33,7 @@ class Server::Connection final : public Port {
   Connection& operator=(const Connection&) = delete;
 
   void deliver(Address from, std::span<const uint8_t> octets) override {
-    if (backlog_.empty() && qcci::local_frame_write(fd_.get(), from, octets)) return;
+    if (backlog_.empty() && write(from, octets)) return;
     backlog_octets_ += octets.size();
     backlog_.push_back({from, {octets.begin(), octets.end()}});
   }
@@ -45,7 +45,7 @@ class Server::Connection final : public Port {
   void flush() {
     while (!backlog_.empty()) {
       const auto& [from, octets] = backlog_.front();
-      if (!qcci::local_frame_write(fd_.get(), from, octets)) return;
+      if (!write(from, octets)) return;
       backlog_octets_ -= octets.size();
       backlog_.pop_front();
     }
@@ -64,6 +64,10 @@ class Server::Connection final : public Port {
   }
 
  private:
+  bool write(Address from, std::span<const uint8_t> octets) {
+    return qcci::local_frame_write(fd_.get(), from, octets) == qcci::Sent::kSent;
+  }
+
   Modem& modem_;
   Descriptor fd_;
   Address address_;
@@ -100,7 +104,7 @@ bool Server::listen(const std::string& path, std::string* why) {
 
 void Server::run(int stop) {
   for (;;) {
-    std::vector<pollfd> polled{{stop, POLLIN, 0}, {listening_.get(), POLLIN, 0}};
+    std::vector<pollfd> polled{{stop, POLLIN, 0}, {full_ ? -1 : listening_.get(), POLLIN, 0}};
     for (const auto& [fd, connection] : connections_) {
       polled.push_back({fd, connection->wanted(), 0});
     }
@@ -109,7 +113,9 @@ void Server::run(int stop) {
     modem_.run_due();
     for (size_t i = 2; i < polled.size(); ++i) {
       const auto found = connections_.find(polled[i].fd);
-      if (!serve(*found->second, polled[i].revents)) connections_.erase(found);
+      if (serve(*found->second, polled[i].revents)) continue;
+      connections_.erase(found);
+      full_ = false;
     }
     if (polled[1].revents != 0) accept_all();
   }
@@ -126,7 +132,10 @@ bool Server::serve(Connection& connection, short events) {
 void Server::accept_all() {
   for (;;) {
     const int fd = ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (fd < 0) return;
+    if (fd < 0) {
+      full_ = (errno == EMFILE || errno == ENFILE) && !connections_.empty();
+      return;
+    }
     if (!qcci::local_peer_trusted(fd)) {
       ::close(fd);
       continue;

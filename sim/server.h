@@ -33,6 +33,8 @@ class Server {
   // False when the connection is over.
   bool serve(Connection& connection, short events);
 
+  bool full_ = false;  // no descriptor for another connection until one ends
+
   Modem& modem_;
   std::string path_;
   Descriptor lock_;

@@ -113,7 +113,7 @@ int show(const Phone& phone) {
   if (::access(phone.path("phone.toml").c_str(), F_OK) != 0) {
     return fail(phone.root() + ": no phone here (vex-phone init makes one)");
   }
-  phone.all().read("phone.toml", &toml);
+  sim::read_file(phone.path("phone.toml"), &toml);
   sim::PhoneConfig config;
   if (!sim::parse_phone_config(toml, &config, &why)) return fail(phone.root() + "/" + why);
 

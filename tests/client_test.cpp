@@ -179,6 +179,60 @@ TEST_F(HostileBus, AnAnswerThatDoesNotDecodeIsAnInternalErrorAndLeavesNothingBeh
   EXPECT_EQ(resp.resp.result, 0u);
 }
 
+TEST_F(HostileBus, WhatCannotBeSentFailsAtOnceAndLeavesNothingBehind) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  sar_rf_get_state_resp resp;
+  link_->outcome = qcci::Sent::kBusy;
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_INTERNAL);
+  ScriptedLink::Sent lost{};
+  link_->on_request = [&](const ScriptedLink::Sent& request) {
+    lost = request;
+    throw std::bad_alloc();
+  };
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_INTERNAL);
+  link_->say(lost.endpoint, kServer, answer(lost, 9));  // for a request that is no more
+  link_->settle();
+  link_->outcome = qcci::Sent::kSent;
+  link_->on_request = [&](const ScriptedLink::Sent& request) {
+    link_->say(request.endpoint, kServer, answer(request, 5));
+  };
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
+  link_->outcome = qcci::Sent::kCut;
+  link_->on_request = nullptr;
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE);
+  link_->outcome = qcci::Sent::kSent;
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE) << "and stays with it";
+}
+
+TEST_F(HostileBus, ABusThatNeverAnswersALookUpIsGivenUp) {
+  link_->answers = false;
+  clock_.run_by_itself();
+  uint32_t services = 9;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
+            QMI_CLIENT_SERVICE_GONE);
+  EXPECT_EQ(clock_.passed(), 5s);
+  for (int i = 0; i < 50; ++i) qmi_client_get_service_list(kSar, nullptr, nullptr, &services);
+  EXPECT_EQ(clock_.passed(), 5s) << "and not waited for again at once";
+}
+
+TEST_F(HostileBus, ACallbackMayLookForServicesWithoutWaitingForItself) {
+  static std::atomic<int> result{1};
+  qmi_client_type notifier = nullptr;
+  ASSERT_EQ(qmi_client_notifier_init(kNas, nullptr, &notifier), QMI_CLIENT_OK);
+  qmi_client_register_notify_cb(
+      notifier,
+      [](qmi_client_type, qmi_idl_service_object_type, qmi_client_notify_event, void*) {
+        uint32_t services = 0;
+        result = qmi_client_get_service_list(kVendor, nullptr, nullptr, &services);
+      },
+      nullptr);
+  link_->announce(Control::kNewServer, NAS_SERVICE_ID, {1, 9});
+  while (result == 1) std::this_thread::yield();
+  EXPECT_EQ(result, QMI_CLIENT_SERVICE_GONE);
+  EXPECT_EQ(clock_.passed(), 0s);
+}
+
 TEST_F(HostileBus, AServiceOfAnotherVersionIsNotFound) {
   link_->services.clear();
   uint32_t services = 9;
@@ -218,6 +272,8 @@ TEST_F(Client, PendingRequestsEndTheMomentTheServiceGoesAndTheErrorIsToldOnce) {
   sim::Modem& modem = start_modem("[[fault]]\nservice = \"sar\"\nnth = 1\naction = \"drop\"\n");
   qmi_client_type client = nullptr;
   ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  qmi_client_type silent = nullptr;
+  ASSERT_EQ(open(kSar, 4, &silent), QMI_CLIENT_OK);
   static std::atomic<int> errors;
   static std::atomic<int> last_error;
   qmi_client_register_error_cb(
@@ -236,10 +292,12 @@ TEST_F(Client, PendingRequestsEndTheMomentTheServiceGoesAndTheErrorIsToldOnce) {
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
   while (errors == 0) std::this_thread::yield();
   EXPECT_EQ(last_error, QMI_CLIENT_SERVICE_GONE);
-  // Told late, it is told all the same.
-  qmi_client_register_error_cb(
-      client, [](qmi_client_type, int, void* data) { *static_cast<std::atomic<int>*>(data) = 1; },
-      &last_error);
+  const auto told_late = [](qmi_client_type, int, void* data) {
+    *static_cast<std::atomic<int>*>(data) = 1;
+  };
+  qmi_client_register_error_cb(client, told_late, &last_error);
+  // Who has not been told is told late.
+  qmi_client_register_error_cb(silent, told_late, &last_error);
   while (last_error != 1) std::this_thread::yield();
   EXPECT_EQ(errors, 1);
   EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);

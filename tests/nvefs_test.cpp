@@ -133,6 +133,8 @@ TEST_F(NvEfs, ItemsThatAreNotThereFailWithTheModemsOwnResult) {
   EXPECT_EQ(read("/none", &file), -2);
   EXPECT_TRUE(file.empty());
   EXPECT_EQ(read("/none/../../../properties", &file), -22);
+  EXPECT_EQ(write("/", pattern(3)), -22) << "a path without a name";
+  EXPECT_EQ(write("/x", pattern(3)), 0) << "and the subscription's folder is still one";
 }
 
 TEST_F(NvEfs, FilesOfEveryLengthComeBackAsTheyWent) {

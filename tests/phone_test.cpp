@@ -101,6 +101,55 @@ TEST_F(PhoneFiles, ManyProcessesMakeOnePhone) {
   EXPECT_FALSE(std::filesystem::exists(root + "/nv/0/550"));
 }
 
+TEST_F(PhoneFiles, ADirectoryThatWasThereKeepsItsModeAndGetsWhatIsMissing) {
+  directory_.write("phone.toml", "");
+  ASSERT_EQ(::chmod(directory_.root().c_str(), 0755), 0);
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  EXPECT_EQ(directory_.phone().nv().write("0/1", "x"), 0);
+  struct stat status {};
+  ASSERT_EQ(::stat(directory_.root().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0755u);
+}
+
+TEST_F(PhoneFiles, OnlyRegularFilesAreRead) {
+  std::string why;
+  std::string read;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  ASSERT_EQ(::mkfifo((directory_.root() + "/efs/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(directory_.phone().efs().read("pipe", &read), EINVAL);
+  ASSERT_EQ(::truncate((directory_.root() + "/nv/0/550").c_str(), 17 << 20), 0);
+  EXPECT_EQ(directory_.phone().nv().read("0/550", &read), EFBIG);
+}
+
+TEST_F(PhoneFiles, PropertiesThatCannotBeReadAreNotWrittenOver) {
+  ASSERT_EQ(property_set("a", "1"), 0);
+  std::filesystem::rename(directory_.root() + "/properties", directory_.root() + "/elsewhere");
+  std::filesystem::create_symlink("elsewhere", directory_.root() + "/properties");
+  EXPECT_EQ(property_set("b", "2"), -1);
+  EXPECT_EQ(directory_.file("elsewhere"), "a=1\n");
+}
+
+TEST_F(PhoneFiles, ThePlaceIsTakenFromTheEnvironment) {
+  static const struct {
+    const char *phone, *state, *home, *root;
+  } kRows[] = {
+      {"/p/", "/s", "/h", "/p"},
+      {"", "/s", "/h", "/s/vex/phone"},
+      {"", "relative", "/h", "/h/.local/state/vex/phone"},
+      {"", "", "", ""},
+  };
+  for (const auto& row : kRows) {
+    ::setenv("VEX_PHONE", row.phone, 1);
+    ::setenv("XDG_STATE_HOME", row.state, 1);
+    ::setenv("HOME", row.home, 1);
+    EXPECT_EQ(sim::Phone::default_root(), row.root);
+  }
+  std::string why;
+  EXPECT_FALSE(sim::Phone("").prepare(&why));
+  EXPECT_EQ(why, "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty");
+}
+
 TEST_F(PhoneFiles, APhoneThatCannotBeSaysWhy) {
   directory_.write("file", "");
   std::string why;
@@ -233,11 +282,11 @@ TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
       {"kind = \"request\"\naction = \"change\"\nat = 3\noctets = [0x99]", -3, 0},
       {"kind = \"request\"\naction = \"duplicate\"", 0, 0},
       {"kind = \"request\"\naction = \"delay\"\nms = 2990", 0, 0},
-      {"action = \"delay\"\nms = 3010", -3, 0},
       {"action = \"qmi-error\"\nerror = 3", 0, 3},
       {"action = \"truncate\"\noctets = 3", -3, 0},
       {"action = \"wrong-transaction\"", -3, 0},
       {"action = \"duplicate\"", 0, 0},
+      {"action = \"delay\"\nms = 3010", -3, 0},
       {"action = \"restart\"", -2, 0},
   };
   std::string toml = "[[fault]]\nservice = \"sar\"\naction = \"drop\"\n";

@@ -1,5 +1,8 @@
 // Which modem this process talks to.
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -18,7 +21,9 @@ class NoLink final : public qcci::Link {
  public:
   bool open(qcci::Endpoint*) override { return false; }
   void close(qcci::EndpointId) override {}
-  bool send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override { return false; }
+  qcci::Sent send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override {
+    return qcci::Sent::kCut;
+  }
   qcci::Received receive(qcci::Datagram*, platform::Time deadline) override {
     platform::clock().sleep_until(deadline);
     return qcci::Received::kNothing;
@@ -61,6 +66,12 @@ const sim::Phone& phone() {
   return *instance;
 }
 
+// Whoever serves the phone holds this lock.
+static bool phone_is_served() {
+  const sim::Descriptor file(::open(phone().path("modem.sock.lock").c_str(), O_RDWR | O_CLOEXEC));
+  return file && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+}
+
 }  // namespace host
 
 namespace qcci {
@@ -71,6 +82,9 @@ std::unique_ptr<Link> make_process_link() {
   if (wanted.empty()) {
     auto served = std::make_unique<LocalSocketLink>(host::phone().path("modem.sock"));
     if (served->answers()) return served;
+    if (host::phone_is_served()) {
+      std::fprintf(stderr, "vex: the served modem does not answer; using an embedded one\n");
+    }
     return host::embedded();
   }
   if (wanted == "embedded") return host::embedded();

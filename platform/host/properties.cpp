@@ -3,6 +3,7 @@
 #include "platform/properties.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -71,7 +72,8 @@ int property_set(const char* key, const char* value) {
   const sim::FileLock lock = phone.lock();
   if (!lock.held()) return -1;
   std::string text;
-  phone.all().read(kFile, &text);
+  // Properties that cannot be read must not be written over.
+  if (const int error = phone.all().read(kFile, &text); error != 0 && error != ENOENT) return -1;
   std::string changed;
   for_each_line(text, [&](std::string_view line) {
     std::string_view old;

@@ -12,8 +12,12 @@ using platform::Time;
 // How long the bus may take to answer a look-up. A bus answers at once, whatever services it has;
 // this only keeps a dead one from holding its caller for ever.
 constexpr auto kLookupTime = std::chrono::seconds(5);
-// How often a bus that went away is looked for, while somebody waits for a service.
+// How often a bus that went away is looked for, while somebody waits for a service, and how long
+// one that is there but does not answer is left alone.
 constexpr auto kReconnectTime = std::chrono::milliseconds(100);
+constexpr auto kMuteTime = std::chrono::seconds(5);
+// An attempt to get on a bus that took longer has met one that does not answer.
+constexpr auto kPromptTime = std::chrono::milliseconds(200);
 
 std::unique_ptr<Link>& link_for_tests() {
   static std::unique_ptr<Link> link;
@@ -126,6 +130,8 @@ void Core::on_closed(EndpointId endpoint) {
 void Core::bus_lost() {
   if (control_) link_->close(control_->id);
   control_.reset();
+  ++bus_;
+  no_bus_until_ = platform::clock().now() + kReconnectTime;
   apply(registry_.lose_all());
   for (const auto& [handle, client] : clients_) {
     if (!client->is_notifier) lose(handle, *client);
@@ -168,6 +174,8 @@ void Core::run_callbacks(Lock& lock) {
     if (client == nullptr) continue;
     running_ = event.handle;
     const Callbacks call = client->callbacks;
+    const bool told = client->error_told;
+    if (event.kind == Event::kError && call.on_error != nullptr) client->error_told = true;
     lock.unlock();
     const auto c = reinterpret_cast<qmi_client_type>(event.handle);
     switch (event.kind) {
@@ -176,7 +184,8 @@ void Core::run_callbacks(Lock& lock) {
                            static_cast<uint32_t>(event.octets.size()), call.indication_data);
         break;
       case Event::kError:
-        if (call.on_error != nullptr) call.on_error(c, QMI_CLIENT_SERVICE_GONE, call.error_data);
+        if (call.on_error == nullptr || told) break;
+        call.on_error(c, QMI_CLIENT_SERVICE_GONE, call.error_data);
         break;
       case Event::kNotify:
         if (call.on_notify == nullptr) break;
@@ -192,18 +201,33 @@ void Core::run_callbacks(Lock& lock) {
 
 // ---- finding services
 
+// The link has no memory for it: as good as no bus.
+bool Core::try_open(Endpoint* endpoint) {
+  try {
+    return link_->open(endpoint);
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
 // One thread connects at a time; the others wait for how it ends.
 bool Core::connect_control(Lock& lock) {
   while (connecting_) changed_.wait(lock);
   if (control_) return true;
+  const Time begun = platform::clock().now();
+  if (begun < no_bus_until_) return false;
   connecting_ = true;
   lock.unlock();
   Endpoint endpoint;
-  const bool open = link_->open(&endpoint);
+  const bool open = try_open(&endpoint);
   lock.lock();
   connecting_ = false;
   changed_.notify_all();
-  if (!open) return false;
+  if (!open) {
+    const Time now = platform::clock().now();
+    if (now - begun > kPromptTime) no_bus_until_ = now + kMuteTime;
+    return false;
+  }
   control_ = endpoint;
   // Services that were asked for on a bus that is gone are asked for again.
   std::vector<uint32_t> known;
@@ -225,8 +249,14 @@ void Core::await_answer(Lock& lock, uint32_t service) {
   registry_.service(service);
   if (!connect_control(lock)) return;
   look_up(service);
+  if (on_own_thread()) return;  // which is the one that would hear the answer
   const Time deadline = platform::clock().now() + kLookupTime;
-  while (control_ && !registry_.service(service).answered && platform::clock().now() < deadline) {
+  while (control_ && !registry_.service(service).answered) {
+    if (platform::clock().now() >= deadline) {
+      bus_lost();
+      no_bus_until_ = platform::clock().now() + kMuteTime;
+      return;
+    }
     platform::clock().wait_until(changed_, lock, deadline);
   }
 }
@@ -277,12 +307,15 @@ int Core::open_client(qmi_idl_service_object_type service, const qmi_service_inf
   client->server = {info.node, info.port};
   client->callbacks.on_indication = callback;
   client->callbacks.indication_data = data;
-  if (!link_->open(&client->endpoint)) return QMI_CLIENT_SERVICE_GONE;
   Lock lock(mutex_);
+  const uint64_t bus = bus_;
+  lock.unlock();
+  if (!try_open(&client->endpoint)) return QMI_CLIENT_SERVICE_GONE;
+  lock.lock();
   const auto& instances = registry_.service(service->id).instances;
   const bool there = std::any_of(instances.begin(), instances.end(),
                                  [&](const Instance& i) { return i.address == client->server; });
-  if (!there) {
+  if (!there || bus != bus_) {
     lock.unlock();
     link_->close(client->endpoint.id);
     return QMI_CLIENT_SERVICE_GONE;
@@ -309,12 +342,15 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
       lock.unlock();
       result = open_client(service, info, callback, data, handle);
       lock.lock();
-      // Gone again meanwhile: wait for the next. There, but not for us: say so.
-      if (result != QMI_CLIENT_SERVICE_GONE || find_instance(service, instance) != nullptr) break;
+      if (result != QMI_CLIENT_SERVICE_GONE) break;
     }
-    result = QMI_CLIENT_TIMED_OUT;
-    if (platform::clock().now() >= deadline) break;
-    platform::clock().wait_until(changed_, lock, deadline);
+    // Not there, or gone again meanwhile.
+    const Time now = platform::clock().now();
+    if (now >= deadline) break;
+    const bool known = find_instance(service, instance) != nullptr;
+    platform::clock().wait_until(changed_, lock,
+                                 known ? std::min(deadline, now + kReconnectTime) : deadline);
+    if (!known) result = QMI_CLIENT_TIMED_OUT;
   }
   --waiting_openers_;
   return result;
@@ -343,7 +379,7 @@ int Core::register_error(Handle handle, qmi_client_error_cb callback, void* data
   if (client == nullptr || client->is_notifier) return QMI_CLIENT_PORT_NOT_OPEN;
   client->callbacks.on_error = callback;
   client->callbacks.error_data = data;
-  if (client->gone && callback != nullptr) {
+  if (client->gone && !client->error_told && callback != nullptr) {
     due_.push_back({Event::kError, handle, 0, {}});
     link_->wake();
   }
@@ -420,9 +456,19 @@ int Core::send(Handle handle, uint32_t message, const void* request, uint32_t re
   const EndpointId endpoint = client->endpoint.id;
   const Address server = client->server;
   lock.unlock();
-  const bool sent = link_->send(endpoint, server, octets);
+  Sent sent = Sent::kBusy;
+  try {
+    sent = link_->send(endpoint, server, octets);
+  } catch (const std::exception&) {
+    // No memory on the way: the request has not gone out, and `pending` must not stay behind.
+  }
   lock.lock();
-  if (!sent && !pending.result) pending.result = QMI_CLIENT_INTERNAL;
+  if (sent == Sent::kBusy && !pending.result) pending.result = QMI_CLIENT_INTERNAL;
+  if (sent == Sent::kCut) {
+    lose(handle, *client);
+    if (!pending.result) pending.result = QMI_CLIENT_SERVICE_GONE;
+    link_->wake();
+  }
   while (!pending.result) {
     if (platform::clock().now() >= deadline) {
       pending.result = QMI_CLIENT_TIMED_OUT;

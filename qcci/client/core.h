@@ -78,6 +78,7 @@ class Core {
     Endpoint endpoint;
     Address server;
     bool gone = false;
+    bool error_told = false;
     uint16_t last_transaction = 0;
     std::map<uint16_t, Pending*> pending;
     Callbacks callbacks;
@@ -105,6 +106,7 @@ class Core {
   void run_callbacks(Lock& lock);
 
   bool on_own_thread() const { return std::this_thread::get_id() == thread_id_.load(); }
+  bool try_open(Endpoint* endpoint);
   bool connect_control(Lock& lock);
   void look_up(uint32_t service);
   void await_answer(Lock& lock, uint32_t service);
@@ -119,6 +121,9 @@ class Core {
   bool started_ = false;
   std::atomic<std::thread::id> thread_id_;
   std::optional<Endpoint> control_;
+  uint64_t bus_ = 0;  // how many have been lost: an endpoint of an earlier one is worth nothing
+  platform::Time
+      no_bus_until_{};  // a bus that went away or does not answer is left alone till then
   bool connecting_ = false;
   size_t waiting_openers_ = 0;
   Registry registry_;

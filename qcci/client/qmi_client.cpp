@@ -3,8 +3,7 @@
 #include "platform/qmi_client.h"
 
 #include <cstring>
-#include <new>
-#include <system_error>
+#include <exception>
 
 #include "qcci/client/core.h"
 #include "qcci/idl/codec.h"
@@ -14,14 +13,12 @@ using qcci::Handle;
 
 namespace {
 
-// No memory and no thread are the only surprises: both become an internal error.
+// No memory and no thread are the only surprises to be had: they become an internal error.
 template <class Call>
 int guarded(Call call) noexcept {
   try {
     return call();
-  } catch (const std::bad_alloc&) {
-    return QMI_CLIENT_INTERNAL;
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     return QMI_CLIENT_INTERNAL;
   }
 }

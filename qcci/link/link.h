@@ -32,6 +32,12 @@ struct Datagram {
   std::vector<uint8_t> octets;
 };
 
+enum class Sent {
+  kSent,
+  kBusy,  // there is no room for it now; it has not gone out
+  kCut,   // the endpoint is cut off from the bus, or was never on it
+};
+
 enum class Received {
   kDatagram,  // one datagram
   kClosed,    // `endpoint` is cut off from the bus for good, and is closed
@@ -46,8 +52,8 @@ class Link {
   virtual bool open(Endpoint* endpoint) = 0;
   // Nothing is received for the endpoint once this has returned.
   virtual void close(EndpointId endpoint) = 0;
-  // Never blocks. False when the datagram cannot have gone out.
-  virtual bool send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) = 0;
+  // Never blocks.
+  virtual Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) = 0;
 
   virtual Received receive(Datagram* datagram, platform::Time deadline) = 0;
   virtual void wake() = 0;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/uio.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -12,7 +13,8 @@
 namespace qcci {
 namespace {
 
-constexpr auto kHelloTime = std::chrono::seconds(2);
+// A server that has not taken a connection, or greeted it, by then is not answering.
+constexpr auto kHelloTime = std::chrono::milliseconds(500);
 
 // A socket address has room for 107 octets; a longer path goes through a descriptor of its folder.
 template <class Call>
@@ -45,7 +47,7 @@ int with_address(const std::string& path, Call call) {
 
 }  // namespace
 
-bool local_frame_write(int fd, Address peer, std::span<const uint8_t> octets) {
+Sent local_frame_write(int fd, Address peer, std::span<const uint8_t> octets) {
   LocalFrame frame{peer};
   static_assert(sizeof frame == LocalFrame::kHeader);
   iovec parts[2] = {{&frame, sizeof frame}, {const_cast<uint8_t*>(octets.data()), octets.size()}};
@@ -56,7 +58,8 @@ bool local_frame_write(int fd, Address peer, std::span<const uint8_t> octets) {
   do {
     sent = ::sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
   } while (sent < 0 && errno == EINTR);
-  return sent == static_cast<ssize_t>(sizeof frame + octets.size());
+  if (sent >= 0) return Sent::kSent;
+  return errno == EAGAIN || errno == EWOULDBLOCK || errno == ENOBUFS ? Sent::kBusy : Sent::kCut;
 }
 
 int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets) {
@@ -119,6 +122,8 @@ int LocalSocketLink::open_descriptor(Address* own) {
 int LocalSocketLink::connect(Address* own) const {
   const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   if (fd < 0) return -1;
+  const timeval limit{0, std::chrono::microseconds(kHelloTime).count()};
+  ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   if (local_connect(fd, path_) == 0 && local_peer_trusted(fd)) {
     pollfd readable{fd, POLLIN, 0};
     platform::Clock& clock = platform::clock();
@@ -142,7 +147,7 @@ PollLink::Read LocalSocketLink::read(int fd, Address* from, std::vector<uint8_t>
   return got > 0 ? Read::kDatagram : got == 0 ? Read::kNothing : Read::kClosed;
 }
 
-bool LocalSocketLink::write(int fd, Address to, std::span<const uint8_t> octets) {
+Sent LocalSocketLink::write(int fd, Address to, std::span<const uint8_t> octets) {
   return local_frame_write(fd, to, octets);
 }
 

@@ -23,7 +23,7 @@ struct LocalFrame {
 
 // Sends or takes one record; never blocks. read: more than 0 for a datagram, 0 for none yet, -1
 // when the connection is over or not in order.
-bool local_frame_write(int fd, Address peer, std::span<const uint8_t> octets);
+Sent local_frame_write(int fd, Address peer, std::span<const uint8_t> octets);
 int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
 
 // Whether the other end of a connection may talk to us.
@@ -46,7 +46,7 @@ class LocalSocketLink final : public PollLink {
  private:
   int open_descriptor(Address* own) override;
   Read read(int fd, Address* from, std::vector<uint8_t>* octets) override;
-  bool write(int fd, Address to, std::span<const uint8_t> octets) override;
+  Sent write(int fd, Address to, std::span<const uint8_t> octets) override;
   int connect(Address* own) const;
 
   std::string path_;

@@ -37,10 +37,10 @@ void PollLink::close(EndpointId endpoint) {
   wake();
 }
 
-bool PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) {
+Sent PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) {
   const std::lock_guard lock(mutex_);
   const auto found = descriptors_.find(endpoint);
-  return found != descriptors_.end() && write(found->second, to, octets);
+  return found != descriptors_.end() ? write(found->second, to, octets) : Sent::kCut;
 }
 
 Received PollLink::receive(Datagram* datagram, platform::Time deadline) {

@@ -18,7 +18,7 @@ class PollLink : public Link {
 
   bool open(Endpoint* endpoint) final;
   void close(EndpointId endpoint) final;
-  bool send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final;
+  Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final;
   Received receive(Datagram* datagram, platform::Time deadline) final;
   void wake() final;
 
@@ -29,7 +29,7 @@ class PollLink : public Link {
   virtual int open_descriptor(Address* own) = 0;
   // One datagram of at most kMaxDatagram octets; never blocks.
   virtual Read read(int fd, Address* from, std::vector<uint8_t>* octets) = 0;
-  virtual bool write(int fd, Address to, std::span<const uint8_t> octets) = 0;
+  virtual Sent write(int fd, Address to, std::span<const uint8_t> octets) = 0;
 
  private:
   std::mutex mutex_;

@@ -25,6 +25,9 @@ class ScriptedLink final : public qcci::Link {
 
   // The services that look-ups find; service id to address.
   std::map<uint32_t, qcci::Address> services;
+  bool answers = true;  // look-ups
+  // What becomes of a datagram that is no look-up.
+  qcci::Sent outcome = qcci::Sent::kSent;
   // Called for every datagram that is no look-up, on the sender's thread.
   std::function<void(const Sent&)> on_request;
 
@@ -36,20 +39,21 @@ class ScriptedLink final : public qcci::Link {
   }
   void close(qcci::EndpointId) override {}
 
-  bool send(qcci::EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
+  qcci::Sent send(qcci::EndpointId endpoint, qcci::Address to,
+                  std::span<const uint8_t> octets) override {
     qcci::ControlPacket packet;
     if (to == kControl && qcci::ControlPacket::parse(octets, &packet)) {
-      if (packet.command == qcci::Control::kNewLookup) {
+      if (packet.command == qcci::Control::kNewLookup && answers) {
         control_ = endpoint;
         if (const auto at = services.find(packet.service); at != services.end()) {
           announce(qcci::Control::kNewServer, packet.service, at->second);
         }
         control(kControl, {qcci::Control::kNewServer, 0, 0, 0, 0});
       }
-      return true;
+      return qcci::Sent::kSent;
     }
     if (on_request) on_request({endpoint, to, {octets.begin(), octets.end()}});
-    return true;
+    return outcome;
   }
 
   void announce(qcci::Control command, uint32_t service, qcci::Address at) {

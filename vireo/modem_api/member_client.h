@@ -1,0 +1,62 @@
+// Declares and defines a member's prefixed operations: forwards to its ServiceClient.
+#ifndef VIREO_MODEM_API_MEMBER_CLIENT_H_
+#define VIREO_MODEM_API_MEMBER_CLIENT_H_
+
+#include "vireo/modem_api/service_client.h"
+
+// The operations that every member has. init: the service object, null when there is none.
+// client_init: 1 when connected, 0 after the last attempt. release: 1.
+#define VIREO_DECLARE_MEMBER(prefix)                                                              \
+  extern "C" {                                                                                    \
+  qmi_idl_service_object_type prefix##_init(void);                                                \
+  int prefix##_client_init(modem_api_indication_cb callback);                                     \
+  void prefix##_client_set_operational_status_callback(modem_api_operational_cb callback);        \
+  int prefix##_client_send_msg_sync(uint32_t message_id, const void* request,                     \
+                                    uint32_t request_len, void* response, uint32_t response_len); \
+  int prefix##_client_release(void);                                                              \
+  uint32_t prefix##_client_get_master_port(void);                                                 \
+  void prefix##_client_unsol_ind_cb(qmi_client_type client, uint32_t message_id,                  \
+                                    const void* encoded, uint32_t length, void* data);            \
+  void prefix##_client_service_down_event(qmi_client_type client, int error, void* data);         \
+  void prefix##_client_service_up_event(qmi_client_type notifier,                                 \
+                                        qmi_idl_service_object_type service,                      \
+                                        qmi_client_notify_event event, void* data);               \
+  }
+
+#define VIREO_DEFINE_MEMBER(prefix, client)                                                        \
+  extern "C" {                                                                                     \
+  qmi_idl_service_object_type prefix##_init(void) { return client.init(); }                        \
+  int prefix##_client_init(modem_api_indication_cb callback) {                                     \
+    return client.client_init(callback) ? 1 : 0;                                                   \
+  }                                                                                                \
+  void prefix##_client_set_operational_status_callback(modem_api_operational_cb callback) {        \
+    client.set_status_callback(callback);                                                          \
+  }                                                                                                \
+  int prefix##_client_send_msg_sync(uint32_t message_id, const void* request,                      \
+                                    uint32_t request_len, void* response, uint32_t response_len) { \
+    return client.send(message_id, request, request_len, response, response_len);                  \
+  }                                                                                                \
+  int prefix##_client_release(void) {                                                              \
+    client.release();                                                                              \
+    return 1;                                                                                      \
+  }                                                                                                \
+  uint32_t prefix##_client_get_master_port(void) { return client.master_port(); }                  \
+  void prefix##_client_unsol_ind_cb(qmi_client_type handle, uint32_t message_id,                   \
+                                    const void* encoded, uint32_t length, void*) {                 \
+    client.unsol_indication(handle, message_id, encoded, length);                                  \
+  }                                                                                                \
+  void prefix##_client_service_down_event(qmi_client_type handle, int error, void*) {              \
+    client.service_down(handle, error);                                                            \
+  }                                                                                                \
+  void prefix##_client_service_up_event(qmi_client_type notifier, qmi_idl_service_object_type,     \
+                                        qmi_client_notify_event event, void*) {                    \
+    client.service_up(notifier, event);                                                            \
+  }                                                                                                \
+  }
+
+// The last part of a member's row: its own functions and their names.
+#define VIREO_MEMBER_FUNCTIONS(prefix)                                                          \
+  modem_api_process_response, prefix##_client_unsol_ind_cb, prefix##_client_service_down_event, \
+      prefix##_client_service_up_event, VIREO_MEMBER_NAMES(#prefix)
+
+#endif  // VIREO_MODEM_API_MEMBER_CLIENT_H_

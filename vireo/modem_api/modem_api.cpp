@@ -1,0 +1,393 @@
+#include "vireo/modem_api/modem_api.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+
+#include "common/trace.h"
+#include "platform/idl/nas.h"
+#include "platform/kelvor_utils.h"
+#include "vireo/modem_api/nas/nas_0_client.h"
+#include "vireo/modem_api/nas/nas_1_client.h"
+#include "vireo/modem_api/sar/sar_client.h"
+#include "vireo/modem_api/vs/vs_client.h"
+#include "vireo/vireo_common/vireo_mem.h"
+
+namespace {
+
+// A client type: its operations, and the words for it when it is there already.
+struct TypeRow {
+  qmi_idl_service_object_type (*init)(void);
+  int (*client_init)(modem_api_indication_cb callback);
+  void (*set_status_callback)(modem_api_operational_cb callback);
+  int (*client_release)(void);
+  const char* connected_name;
+  const char* other_name;
+};
+constexpr TypeRow kTypes[] = {
+    {vs_init, vs_client_init, vs_client_set_operational_status_callback, vs_client_release, "vs",
+     "vs"},
+    {sar_init, sar_client_init, sar_client_set_operational_status_callback, sar_client_release,
+     "sar", "sar"},
+    {nas_0_init, nas_0_client_init, nas_0_client_set_operational_status_callback,
+     nas_0_client_release, "nas", "nas 0"},
+    // The second one's text names the first.
+    {nas_1_init, nas_1_client_init, nas_1_client_set_operational_status_callback,
+     nas_1_client_release, "nas", "nas 0"},
+};
+static_assert(std::size(kTypes) == kModemApiClientTypes);
+
+struct ClientRecord {
+  uint32_t client_type;
+  int32_t client_id;
+  uint64_t operational_status;
+  uint16_t reserved;
+  modem_api_indication_cb on_indication;
+  modem_api_status_cb on_status;
+  bool freeing;  // its service client is being released
+};
+
+// Recursive: a status callback, which runs under it, may free its client. It is not held while a
+// service client connects or is released, since both wait for callbacks.
+std::recursive_mutex g_table_mutex;
+ClientRecord* g_clients[MODEM_API_CLIENTS_MAX];
+
+std::mutex g_static_mutex;
+int32_t g_references = 0;  // 0 or 1
+
+using TableLock = std::lock_guard<std::recursive_mutex>;
+
+void empty_slots() {
+  const TableLock lock(g_table_mutex);
+  std::fill(std::begin(g_clients), std::end(g_clients), nullptr);
+}
+
+void free_record(ClientRecord* record) { vireo_free_adv(record, __func__, __LINE__); }
+
+// The record is taken off the table, if it is still there.
+bool take_off(int32_t id, const ClientRecord* record) {
+  const TableLock lock(g_table_mutex);
+  if (g_clients[id] != record) return false;
+  g_clients[id] = nullptr;
+  return true;
+}
+
+// Whether a client of that id has that type and is connected.
+bool is_connected(int32_t client_id, uint32_t type) {
+  if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) return false;
+  const TableLock lock(g_table_mutex);
+  const ClientRecord* record = g_clients[client_id];
+  return record != nullptr && record->client_type == type &&
+         record->operational_status == OP_STATUS_CONNECTED;
+}
+
+uint32_t unexpected(TraceSite site) {
+  TRACE_FROM(site, kTraceError, "Unexpected condition, return error %d!", MODEM_API_INVALID_CLIENT);
+  return MODEM_API_INVALID_CLIENT;
+}
+
+// Stores the record in the lowest free slot, unless its type is there already.
+uint32_t enter_table(ClientRecord* record, TraceSite site) {
+  const TableLock lock(g_table_mutex);
+  const TypeRow& type = kTypes[record->client_type];
+  for (const ClientRecord* other : g_clients) {
+    if (other == nullptr || other->client_type != record->client_type) continue;
+    if (other->operational_status == OP_STATUS_CONNECTED) {
+      TRACE_FROM(site, kTraceError, "Already another client init %s client successfully",
+                 type.connected_name);
+      return MODEM_API_CLIENT_CONNECTED;
+    }
+    TRACE_FROM(site, kTraceError, "Another client init %s client with operational status %d",
+               type.other_name, static_cast<int>(other->operational_status));
+    return MODEM_API_CLIENT_EXISTS;
+  }
+  const auto slot = std::find(std::begin(g_clients), std::end(g_clients), nullptr);
+  if (slot == std::end(g_clients)) {
+    TRACE_FROM(site, kTraceError, "no more client can be added");
+    return MODEM_API_NO_FREE_SLOT;
+  }
+  record->client_id = static_cast<int32_t>(slot - std::begin(g_clients));
+  *slot = record;
+  return MODEM_API_SUCCESS;
+}
+
+uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication,
+                     modem_api_status_cb on_status, int32_t* client_id, TraceSite site) {
+  if (!modem_api_check_white_list()) {
+    TRACE_FROM(site, kTraceError, "check fail, do nothing");
+    return MODEM_API_NOT_PERMITTED;
+  }
+  auto* record =
+      static_cast<ClientRecord*>(vireo_malloc_adv(sizeof(ClientRecord), site.function, __LINE__));
+  if (record == nullptr) {
+    TRACE_FROM(site, kTraceError, "could not allocate memory");
+    return MODEM_API_NO_MEMORY;
+  }
+  if (client_type >= kModemApiClientTypes) {
+    TRACE_FROM(site, kTraceError, "modem api client type %d not supported",
+               static_cast<int>(client_type));
+    free_record(record);
+    return MODEM_API_NOT_SUPPORTED;
+  }
+  *record = {client_type, -1, OP_STATUS_RELEASED, 0, on_indication, on_status, false};
+  if (const uint32_t result = enter_table(record, site); result != MODEM_API_SUCCESS) {
+    free_record(record);
+    return result;
+  }
+  const int32_t id = record->client_id;
+  const TypeRow& type = kTypes[client_type];
+  type.set_status_callback(modem_api_operational_status_cb);
+  if (type.client_init(on_indication) == 0) {
+    // Whoever freed it meanwhile has freed the record too.
+    if (take_off(id, record)) free_record(record);
+    return MODEM_API_FAILURE;
+  }
+  // This one reports no status of its own.
+  if (client_type == kModemApiVs) modem_api_operational_status_cb(kModemApiVs, OP_STATUS_CONNECTED);
+  if (client_id != nullptr) *client_id = id;
+  TRACE_FROM(site, kTraceDebug, "new client: type %d, id %d", static_cast<int>(client_type), id);
+  if (client_type == kModemApiNas0 || client_type == kModemApiNas1) {
+    modem_api_util_enable_networking_indications(id, client_type - kModemApiNas0);
+  }
+  return MODEM_API_SUCCESS;
+}
+
+// A QMI error's result; what is not here is a failure.
+struct ErrorRow {
+  uint32_t error;
+  ModemApiResult result;
+};
+constexpr ErrorRow kErrors[] = {
+    {0, MODEM_API_SUCCESS},           {26, MODEM_API_SUCCESS},  // no effect
+    {4, MODEM_API_ABORTED},           {17, MODEM_API_INVALID_ARG},   {19, MODEM_API_INVALID_ARG},
+    {48, MODEM_API_INVALID_ARG},      {49, MODEM_API_INVALID_ARG},   {24, MODEM_API_NOT_SUPPORTED},
+    {42, MODEM_API_NOT_SUPPORTED},    {77, MODEM_API_NOT_SUPPORTED}, {94, MODEM_API_NOT_SUPPORTED},
+    {52, MODEM_API_INFO_UNAVAILABLE},
+};
+
+// A response whose payload is a length and as many octets.
+struct CountedResponse {
+  qmi_standard_result resp;
+  uint32_t length;
+};
+
+void hand_over(uint32_t message_id, const void* response, uint32_t response_len,
+               const modem_api_callback_record& record, int transport_error) {
+  CountedResponse head{};
+  if (response == nullptr || response_len < sizeof head.resp) {
+    record.callback(nullptr, 0, record.user_data, MODEM_API_NO_MEMORY);
+    return;
+  }
+  std::memcpy(&head, response, std::min<size_t>(response_len, sizeof head));
+  const uint32_t result = modem_api_map_qmi_error_to_modem_api(transport_error, &head.resp);
+  if (result != MODEM_API_SUCCESS) {
+    record.callback(nullptr, 0, record.user_data, result);
+    return;
+  }
+  if (message_id == 0) {
+    const auto room =
+        static_cast<uint32_t>(response_len > sizeof head ? response_len - sizeof head : 0);
+    const uint32_t length = std::min(head.length, room);
+    void* copy =
+        vireo_malloc_adv(std::max(length, 1u), "modem_api_common_command_cb_handler", __LINE__);
+    if (copy == nullptr) {
+      record.callback(nullptr, 0, record.user_data, MODEM_API_NO_MEMORY);
+    } else {
+      std::memcpy(copy, static_cast<const uint8_t*>(response) + sizeof head, length);
+      record.callback(copy, length, record.user_data, MODEM_API_SUCCESS);
+    }
+  }
+  record.callback(nullptr, 0, record.user_data, MODEM_API_RESPONSE_DONE);
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t modem_api_init(void) {
+  if (!modem_api_check_white_list()) {
+    TRACE_ERROR("check fail, do nothing");
+    return MODEM_API_NOT_PERMITTED;
+  }
+  {
+    const std::lock_guard lock(g_static_mutex);
+    if (g_references == 0) {
+      g_references = 1;
+      empty_slots();
+    }
+  }
+  for (const TypeRow& type : kTypes) type.init();
+  return MODEM_API_SUCCESS;
+}
+
+uint32_t modem_api_release(void) {
+  const std::lock_guard lock(g_static_mutex);
+  if (g_references >= 1) {
+    empty_slots();
+    --g_references;
+  }
+  return MODEM_API_SUCCESS;
+}
+
+uint32_t modem_api_init_client(uint32_t client_type, modem_api_indication_cb on_indication,
+                               modem_api_status_cb on_status, int32_t* client_id) {
+  TRACE_DEBUG("function entry ------------->");
+  const uint32_t result =
+      init_client(client_type, on_indication, on_status, client_id, TRACE_SITE());
+  TRACE_DEBUG("function exit, ret(%d) <-------------", static_cast<int>(result));
+  return result;
+}
+
+uint32_t modem_api_free_client(int32_t client_id) {
+  TRACE_DEBUG("client_id %d", client_id);
+  if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) {
+    TRACE_ERROR("invalid client_id %d", client_id);
+    return MODEM_API_INVALID_CLIENT;
+  }
+  ClientRecord* record = nullptr;
+  {
+    const TableLock lock(g_table_mutex);
+    record = g_clients[client_id];
+    if (record == nullptr || record->freeing) {
+      TRACE_DEBUG("client already freed");
+      return MODEM_API_SUCCESS;
+    }
+    record->freeing = true;
+  }
+  kTypes[record->client_type].client_release();
+  take_off(client_id, record);
+  free_record(record);
+  return MODEM_API_SUCCESS;
+}
+
+void modem_api_operational_status_cb(uint32_t client_type, uint64_t operational_status) {
+  const TableLock lock(g_table_mutex);
+  for (ClientRecord* const record : g_clients) {
+    if (record == nullptr || record->client_type != client_type) continue;
+    record->operational_status = operational_status;
+    TRACE_DEBUG("client type %d, client id %d, operational_status %d",
+                static_cast<int>(client_type), record->client_id,
+                static_cast<int>(operational_status));
+    if (record->on_status == nullptr) continue;
+    if (operational_status == OP_STATUS_CONNECTED) {
+      record->on_status(MODEM_API_EVENT_CONNECTED, client_type);
+    } else if (operational_status == OP_STATUS_SUSPENDING) {
+      record->on_status(MODEM_API_EVENT_SUSPENDING, client_type);
+    }
+  }
+}
+
+void modem_api_process_response(uint32_t message_id, void* response, uint32_t response_len,
+                                struct modem_api_callback_record* record, int transport_error) {
+  if (record != nullptr && record->callback != nullptr) {
+    hand_over(message_id, response, response_len, *record, transport_error);
+  }
+  vireo_free_adv(response, __func__, __LINE__);
+  vireo_free_adv(record, __func__, __LINE__);
+}
+
+uint32_t modem_api_util_enable_networking_indications(int32_t client_id, uint32_t nas) {
+  if (!is_connected(client_id, nas == 0 ? kModemApiNas0 : kModemApiNas1)) {
+    return unexpected(TRACE_SITE());
+  }
+  nas_indication_register_req request{};
+  request.serving_system_valid = 1;  // with the value 0
+  nas_plain_resp response{};
+  const auto send = nas == 0 ? nas_0_client_send_msg_sync : nas_1_client_send_msg_sync;
+  const int error =
+      send(NAS_INDICATION_REGISTER, &request, sizeof request, &response, sizeof response);
+  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+  TRACE_DEBUG("enable_indication result: %d", static_cast<int>(result));
+  return result;
+}
+
+uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value, uint8_t a, uint8_t b,
+                                            uint8_t c) {
+  if (!is_connected(client_id, kModemApiVs)) return unexpected(TRACE_SITE());
+  const vs_feature_status_req request{value, a, b, c};
+  vs_plain_resp response{};
+  const int error = vs_client_send_msg_sync(VS_FEATURE_STATUS, &request, sizeof request, &response,
+                                            sizeof response);
+  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+  TRACE_DEBUG("result %d", static_cast<int>(result));
+  return result;
+}
+
+uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
+                                       uint32_t* count, vs_parameter* parameters) {
+  TRACE_DEBUG("client_id = %d, sub = %d, slot = %d", client_id, sub, slot);
+  if (!is_connected(client_id, kModemApiVs)) return unexpected(TRACE_SITE());
+  if (parameters == nullptr || count == nullptr) {
+    TRACE_ERROR("stats_para_data is null");
+    return MODEM_API_INVALID_ARG;
+  }
+  if (*count < 1 || *count > VS_PARAMETERS_MAX) {
+    TRACE_ERROR("para_num(%d) is invalid", static_cast<int>(*count));
+    return MODEM_API_INVALID_ARG;
+  }
+  static constexpr size_t kHexRoom = 30;
+  vs_get_parameters_req request{};
+  request.sub = sub;
+  request.slot = slot;
+  request.parameters_len = *count;
+  for (uint32_t i = 0; i < *count; ++i) {
+    const vs_parameter& parameter = parameters[i];
+    request.parameters[i] = parameter;
+    uint64_t first = 0;
+    std::memcpy(&first, parameter.data, sizeof first);
+    char hex[kHexRoom];
+    kelvor_get_hex_str(hex, sizeof hex, first);
+    TRACE_DEBUG("ids[%d] = %d, value_len = %d, type = %d, value: %s", static_cast<int>(i),
+                static_cast<int>(parameter.id), static_cast<int>(parameter.data_len),
+                static_cast<int>(parameter.sub), hex);
+  }
+  vs_get_parameters_resp response{};
+  const int error = vs_client_send_msg_sync(VS_GET_PARAMETERS, &request, sizeof request, &response,
+                                            sizeof response);
+  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+  if (result != MODEM_API_SUCCESS) return result;
+  if (response.parameters_valid != 1) return MODEM_API_FAILURE;
+  *count = response.parameters_len;
+  std::copy_n(response.parameters, std::min<uint32_t>(response.parameters_len, VS_PARAMETERS_MAX),
+              parameters);
+  return MODEM_API_SUCCESS;
+}
+
+uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error,
+                                              const qmi_standard_result* resp) {
+  switch (transport_error) {
+    case QMI_CLIENT_PORT_NOT_OPEN:
+    case QMI_CLIENT_INTERNAL:
+      return MODEM_API_TRANSPORT_ERROR;
+    case QMI_CLIENT_TIMED_OUT:
+      return MODEM_API_TIMEOUT;
+    case QMI_CLIENT_OK:
+    case QMI_CLIENT_SERVICE_GONE:
+      break;
+    default:
+      return MODEM_API_FAILURE;
+  }
+  if (resp == nullptr) return MODEM_API_FAILURE;
+  if (resp->result == 0) return MODEM_API_SUCCESS;
+  if (resp->result != 1) return MODEM_API_FAILURE;
+  for (const ErrorRow& row : kErrors) {
+    if (row.error == resp->error) return row.result;
+  }
+  return MODEM_API_FAILURE;
+}
+
+bool modem_api_check_white_list(void) {
+  static constexpr const char* kPermitted[] = {"qcrilNrd", "vex", "modem_api_test"};
+  const char* name = kelvor_utils_get_pid_name();
+  for (const char* permitted : kPermitted) {
+    if (std::strcmp(name, permitted) != 0) continue;
+    TRACE_DEBUG("check pass, p_id: %d, p_name: %s", ::getpid(), name);
+    return true;
+  }
+  TRACE_ERROR("check fail, p_id: %d, p_name: %s", ::getpid(), name);
+  return false;
+}
+
+}  // extern "C"

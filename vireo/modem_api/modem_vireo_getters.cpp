@@ -1,0 +1,298 @@
+#include "vireo/modem_api/modem_vireo_getters.h"
+
+#include <cstring>
+#include <mutex>
+#include <span>
+
+#include "common/trace.h"
+#include "platform/kelvor_utils.h"
+#include "vireo/modem_api/modem_vireo_mgr.h"
+
+namespace {
+
+// From the fetch of a record to the end of its decoding.
+std::mutex g_getter_mutex;
+
+// A field of a packed record, and where it goes; kDropped: nowhere.
+constexpr size_t kDropped = SIZE_MAX;
+struct Field {
+  const char* name;
+  size_t width;
+  size_t offset;
+};
+#define FIELD(S, member, name) \
+  { name, sizeof(S::member), offsetof(S, member) }
+#define FIELD_AT(S, array, i, member, name)                                  \
+  {                                                                          \
+    name, sizeof(S::array[0].member),                                        \
+        offsetof(S, array) + (i) * sizeof(S::array[0]) +                     \
+            offsetof(std::remove_reference_t<decltype(S::array[0])>, member) \
+  }
+#define ITEM_AT(S, array, i, name) \
+  { name, sizeof(S::array[0]), offsetof(S, array) + (i) * sizeof(S::array[0]) }
+constexpr Field kVersion{"version", 1, kDropped};
+
+// Reads the next octets of the store.
+bool read_field(const char* name, size_t width, void* to, TraceSite site) {
+  modem_vireo_data_store& store = g_vireo_data;
+  const auto octets = static_cast<int32_t>(width);
+  if (store.length < octets) {
+    TRACE_FROM(site, kTraceError, "g_vireo_data_left(%d) is not enough for %s, id(0x%x)",
+               store.length, name, store.record_id);
+    return false;
+  }
+  if (store.read_offset < 0) {
+    TRACE_FROM(site, kTraceError, "g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)",
+               store.read_offset, name, store.record_id);
+    return false;
+  }
+  std::memcpy(to, store.data + store.read_offset, width);
+  store.read_offset += octets;
+  store.length -= octets;
+  return true;
+}
+
+bool decode(std::span<const Field> fields, void* out, TraceSite site) {
+  for (const Field& field : fields) {
+    uint64_t dropped = 0;
+    void* to = &dropped;
+    if (field.offset != kDropped) to = static_cast<unsigned char*>(out) + field.offset;
+    if (!read_field(field.name, field.width, to, site)) return false;
+  }
+  return true;
+}
+
+bool fetch_and_decode(uint32_t sub, uint32_t record_id, std::span<const Field> fields, void* out,
+                      size_t size, TraceSite site) {
+  TRACE_FROM(site, kTraceDebug, "sub = %d, ptr_vireo_data = 0x%x", static_cast<int>(sub),
+             static_cast<unsigned>(reinterpret_cast<uintptr_t>(out)));
+  if (out == nullptr) {
+    TRACE_FROM(site, kTraceError, "ptr_vireo_data is NULL");
+    return false;
+  }
+  const std::lock_guard lock(g_getter_mutex);
+  if (modem_vireo_data_get(sub, record_id) != 0) {
+    TRACE_FROM(site, kTraceError, "modem_vireo_data_get failed");
+    return false;
+  }
+  std::memset(out, 0, size);
+  return decode(fields, out, site);
+}
+
+template <class S>
+bool get(uint32_t sub, uint32_t record_id, std::span<const Field> fields, S* out, TraceSite site) {
+  int32_t ret = 0;
+  const TraceResultScope scope(site, ret);
+  ret = fetch_and_decode(sub, record_id, fields, out, sizeof *out, site) ? 1 : 0;
+  return ret != 0;
+}
+
+// ---- the records: field by field, as they are packed
+
+namespace lte {
+using S = modem_vireo_lte_srv_meas_info;
+#define CHAIN(i)                                                                  \
+  FIELD_AT(S, rx, i, rsrp, "rsrp_rx" #i), FIELD_AT(S, rx, i, rsrq, "rsrq_rx" #i), \
+      FIELD_AT(S, rx, i, rssi, "rssi_rx" #i), FIELD_AT(S, rx, i, snr, "snr_rx" #i)
+constexpr Field kFields[] = {kVersion,
+                             FIELD(S, earfcn, "earfcn"),
+                             FIELD(S, pci, "pci"),
+                             FIELD(S, rx_valid, "rx_valid"),
+                             CHAIN(0),
+                             CHAIN(1),
+                             CHAIN(2),
+                             CHAIN(3)};
+#undef CHAIN
+}  // namespace lte
+
+namespace nr {
+using S = modem_vireo_nr5g_srv_meas_info;
+constexpr Field kFields[] = {kVersion,
+                             ITEM_AT(S, rsrp, 0, "rsrp_rx0"),
+                             ITEM_AT(S, rsrp, 1, "rsrp_rx1"),
+                             ITEM_AT(S, rsrp, 2, "rsrp_rx2"),
+                             ITEM_AT(S, rsrp, 3, "rsrp_rx3"),
+                             FIELD(S, rsrq, "rsrq")};
+}  // namespace nr
+
+namespace agc {
+using S = modem_vireo_nr5g_ll1_fw_rx_control_agc;
+constexpr Field kFields[] = {kVersion,
+                             FIELD(S, leading, "leading"),
+                             ITEM_AT(S, rssi, 0, "rssi_rx0"),
+                             ITEM_AT(S, rssi, 1, "rssi_rx1"),
+                             ITEM_AT(S, rssi, 2, "rssi_rx2"),
+                             ITEM_AT(S, rssi, 3, "rssi_rx3")};
+}  // namespace agc
+
+namespace ftl {
+using S = modem_vireo_nr5g_ll1_fw_serving_ftl;
+constexpr Field kFields[] = {kVersion,
+                             FIELD(S, leading, "leading"),
+                             ITEM_AT(S, snr, 0, "snr_rx0"),
+                             ITEM_AT(S, snr, 1, "snr_rx1"),
+                             ITEM_AT(S, snr, 2, "snr_rx2"),
+                             ITEM_AT(S, snr, 3, "snr_rx3")};
+}  // namespace ftl
+
+namespace diversity {
+using S = modem_vireo_nr5g_ml1_antenna_switch_diversity;
+#define CHANGE(array, i)                                           \
+  FIELD_AT(S, array, i, old_antenna, "ant_" #array "_" #i "_old"), \
+      FIELD_AT(S, array, i, new_antenna, "ant_" #array "_" #i "_new")
+constexpr Field kFields[] = {kVersion,      CHANGE(rx, 0), CHANGE(rx, 1), CHANGE(rx, 2),
+                             CHANGE(rx, 3), CHANGE(tx, 0), CHANGE(tx, 1)};
+#undef CHANGE
+}  // namespace diversity
+
+namespace wcdma {
+using S = modem_vireo_wcdma_pn_search_edition2;
+constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
+                             ITEM_AT(S, rx_agc, 0, "rx_agc_0"), ITEM_AT(S, rx_agc, 1, "rx_agc_1")};
+}  // namespace wcdma
+
+namespace gsm {
+using S = modem_vireo_gsm_l1_rx_diversity_metrics;
+constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FIELD(S, rx_prx, "rx_prx"),
+                             FIELD(S, rx_drx, "rx_drx")};
+}  // namespace gsm
+
+namespace asdiv {
+using S = modem_vireo_mcs_trm_asdiv;
+constexpr Field kFields[] = {
+    FIELD(S, version, "version"),       FIELD(S, ant_num, "ant_num"),
+    FIELD(S, ant_path, "ant_path"),     FIELD(S, sig_path, "sig_path"),
+    FIELD(S, old_config, "old_config"), FIELD(S, new_config, "new_config")};
+}  // namespace asdiv
+
+namespace nr_power {
+using S = modem_vireo_nr5g_mac_ul_phy_ch_power_info;
+constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
+                             FIELD(S, tx_power, "tx_power")};
+}  // namespace nr_power
+
+namespace lte_power {
+using S = modem_vireo_lte_pusch_power_info;
+constexpr Field kFields[] = {
+    FIELD(S, version, "version"), FIELD(S, pusch_tx_power, "pusch_tx_power"),
+    FIELD(S, dl_path_loss, "dl_path_loss"), FIELD(S, max_power, "max_power"),
+    FIELD(S, pusch_ex_tx_power, "pusch_ex_tx_power")};
+}  // namespace lte_power
+
+constexpr uint32_t kSysModeRecord = 0x2C;
+constexpr int32_t kRatLte = 9;
+constexpr int32_t kRatNr = 12;
+
+// The first stack's technology, for the subscription; -1 when the record has none.
+int32_t sys_mode(uint32_t sub, TraceSite site) {
+  const std::lock_guard lock(g_getter_mutex);
+  uint8_t stack_max = 0;
+  int32_t rat = -1;
+  if (modem_vireo_data_get(sub, kSysModeRecord) != 0) {
+    TRACE_FROM(site, kTraceError, "modem_vireo_data_get failed");
+    return -1;
+  }
+  if (!read_field("stack_max", sizeof stack_max, &stack_max, site) || stack_max == 0) return -1;
+  return read_field("rat", sizeof rat, &rat, site) ? rat : -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+bool modem_vireo_lte_srv_meas_info_get(uint32_t sub, modem_vireo_lte_srv_meas_info* out,
+                                       uint32_t record_id) {
+  return get(sub, record_id, lte::kFields, out, TRACE_SITE());
+}
+
+bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub, modem_vireo_nr5g_srv_meas_info* out,
+                                        uint32_t record_id) {
+  return get(sub, record_id, nr::kFields, out, TRACE_SITE());
+}
+
+// A carrier's getter, by its record.
+#define CARRIER(base, carrier, record_id)                                              \
+  bool modem_vireo_##base##_get_for_##carrier(uint32_t sub, modem_vireo_##base* out) { \
+    return modem_vireo_##base##_get(sub, out, record_id);                              \
+  }
+CARRIER(lte_srv_meas_info, pcc, 0x52)
+CARRIER(lte_srv_meas_info, scc1, 0x67)
+CARRIER(lte_srv_meas_info, scc2, 0x68)
+CARRIER(lte_srv_meas_info, scc3, 0x69)
+CARRIER(lte_srv_meas_info, scc4, 0x6A)
+CARRIER(lte_srv_meas_info, scc5, 0x6B)
+CARRIER(lte_srv_meas_info, scc6, 0x6C)
+CARRIER(nr5g_srv_meas_info, pcc, 0x87)
+// The secondary carriers' ids lie far from the primary's.
+CARRIER(nr5g_srv_meas_info, scc1, 0x06)
+CARRIER(nr5g_srv_meas_info, scc2, 0x07)
+#undef CARRIER
+
+// A measurement's getter: its record and the record's fields.
+#define MEASUREMENT(name, record_id, fields)                             \
+  bool modem_vireo_##name##_get(uint32_t sub, modem_vireo_##name* out) { \
+    return get(sub, record_id, fields::kFields, out, TRACE_SITE());      \
+  }
+MEASUREMENT(nr5g_mac_ul_phy_ch_power_info, 0x5A, nr_power)
+MEASUREMENT(nr5g_ll1_fw_rx_control_agc, 0x5E, agc)
+MEASUREMENT(lte_pusch_power_info, 0x62, lte_power)
+MEASUREMENT(mcs_trm_asdiv, 0x64, asdiv)
+MEASUREMENT(wcdma_pn_search_edition2, 0x6E, wcdma)
+MEASUREMENT(gsm_l1_rx_diversity_metrics, 0x6F, gsm)
+MEASUREMENT(nr5g_ll1_fw_serving_ftl, 0x70, ftl)
+MEASUREMENT(nr5g_ml1_antenna_switch_diversity, 0x71, diversity)
+#undef MEASUREMENT
+
+int32_t modem_sys_mode_get(uint32_t sub) {
+  TRACE_DEBUG("function entry ------------->");
+  const int32_t rat = sys_mode(sub, TRACE_SITE());
+  TRACE_DEBUG("function exit, rat = %d <-------------", rat);
+  return rat;
+}
+
+int32_t modem_tx_power_get_by_sub(uint32_t sub) {
+  TRACE_DEBUG("function entry ------------->");
+  const int32_t rat = modem_sys_mode_get(sub);
+  TRACE_DEBUG("sub = %d, rat = %d", static_cast<int>(sub), rat);
+  int32_t tx_power = MODEM_TX_POWER_NONE;
+  if (rat == kRatNr) {
+    modem_vireo_nr5g_mac_ul_phy_ch_power_info info;
+    if (!modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(sub, &info)) {
+      TRACE_ERROR("modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile");
+    } else if (info.tx_power > -32768.0F && info.tx_power < 32768.0F) {
+      tx_power = static_cast<int32_t>(info.tx_power);
+    }
+  } else if (rat == kRatLte) {
+    modem_vireo_lte_pusch_power_info info;
+    if (!modem_vireo_lte_pusch_power_info_get(sub, &info)) {
+      TRACE_ERROR("modem_vireo_lte_pusch_power_info_get faile");
+    } else {
+      tx_power = info.pusch_tx_power;
+    }
+  } else {
+    TRACE_ERROR("rat(%d) is invalid", rat);
+  }
+  TRACE_DEBUG("function exit, tx_power = %d <-------------", tx_power);
+  return tx_power;
+}
+
+int32_t modem_tx_power_get_for_dds_sub(void) {
+  TRACE_DEBUG("function entry ------------->");
+  const int32_t dds_sub = kelvor_get_default_data_sub();
+  const int32_t tx_power = modem_tx_power_get_by_sub(static_cast<uint32_t>(dds_sub));
+  TRACE_DEBUG("function exit, dds_sub = %d, tx_power = %d <-------------", dds_sub, tx_power);
+  return tx_power;
+}
+
+int32_t modem_tx_power_get_for_max_sub(void) {
+  TRACE_DEBUG("function entry ------------->");
+  const int32_t p0 = modem_tx_power_get_by_sub(0);
+  const int32_t p1 = modem_tx_power_get_by_sub(1);
+  const bool first = p0 != MODEM_TX_POWER_NONE && (p1 == MODEM_TX_POWER_NONE || p1 <= p0);
+  const int32_t tx_power = first ? p0 : p1;
+  TRACE_DEBUG("function exit, tx_power0 = %d, tx_power1 = %d, tx_power = %d <-------------", p0, p1,
+              tx_power);
+  return tx_power;
+}
+
+}  // extern "C"

@@ -1,0 +1,344 @@
+#include "vireo/modem_api/service_client.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/clock.h"
+#include "platform/idl/nas.h"
+#include "vireo/vireo_common/vireo_mem.h"
+
+namespace vireo {
+namespace {
+
+constexpr int kAttempts = 10;
+constexpr uint32_t kBetweenAttemptsMs = 1000;
+constexpr uint32_t kInitTimeout = 4;  // ms: a service that is not there is asked for again instead
+constexpr uint32_t kSendTimeoutMs = 30000;
+
+// Status callbacks that this thread is inside of.
+thread_local int t_reports = 0;
+
+}  // namespace
+
+// A trace line of the member's function.
+#define SITE(function) \
+  TraceSite { __FILE__, __LINE__, member_.names.function }
+
+qmi_idl_service_object_type ServiceClient::init() {
+  const TraceScope scope(SITE(init));
+  // A life that nobody ended is ended without a word.
+  qmi_client_type notifier = nullptr;
+  const qmi_client_type client = end_life(nullptr, &notifier);
+  if (client != nullptr) qmi_client_release(client);
+  if (notifier != nullptr) qmi_client_release(notifier);
+  const std::lock_guard lock(mutex_);
+  context_.on_command = member_.on_command;
+  context_.service = member_.get_service(member_.major, member_.minor, member_.tool);
+  return context_.service;
+}
+
+bool ServiceClient::client_init(modem_api_indication_cb callback) {
+  const TraceScope scope(SITE(client_init));
+  Life life = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    context_.on_event = callback;
+    life = life_;
+  }
+  TRACE_FROM(SITE(client_init), kTraceDebug, "Client connecting to QMI FW");
+  if (member_.suspends) report(life, OP_STATUS_CONNECTING);
+  const bool connected = connect(life);
+  announce(life, connected, OP_STATUS_CONNECT_FAILED);
+  return connected;
+}
+
+// How connecting ended. A loss that comes before this has been told waits for it, so that no status
+// overtakes another.
+void ServiceClient::announce(Life life, bool connected, ModemApiOperationalStatus failure) {
+  if (!member_.suspends) return;
+  report(life, connected ? OP_STATUS_CONNECTED : failure);
+  bool lost = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (life != life_) return;
+    context_.announcing = false;
+    lost = std::exchange(context_.lost, false);
+  }
+  if (lost) enter_suspend(life);
+}
+
+void ServiceClient::set_status_callback(modem_api_operational_cb callback) {
+  const std::lock_guard lock(mutex_);
+  context_.on_status = callback;
+}
+
+uint32_t ServiceClient::master_port() const {
+  TRACE_FROM(SITE(master_port), kTraceDebug, "using port %d", QMI_CLIENT_INSTANCE_ANY);
+  return QMI_CLIENT_INSTANCE_ANY;
+}
+
+bool ServiceClient::connect(Life life) {
+  const TraceScope scope(SITE(connect));
+  const uint32_t port = master_port();
+  qmi_client_type client = nullptr;
+  int error = QMI_CLIENT_SERVICE_GONE;
+  for (int attempt = 0; attempt < kAttempts && error != 0; ++attempt) {
+    if (attempt > 0) platform_sleep_ms(kBetweenAttemptsMs);
+    qmi_idl_service_object_type service = nullptr;
+    qmi_client_os_params os_params{};
+    {
+      const std::lock_guard lock(mutex_);
+      if (life != life_) return false;
+      service = context_.service;
+      os_params = context_.os_params;
+    }
+    TRACE_FROM(SITE(connect), kTraceDebug, "Trying qmi_client_init_instance() try # %d port[%d]",
+               attempt, static_cast<int>(port));
+    error = qmi_client_init_instance(service, port, member_.on_indication, nullptr, &os_params,
+                                     kInitTimeout, &client);
+    if (member_.subscription != kNoSubscription) bind(client);
+  }
+  TRACE_FROM(SITE(connect), kTraceDebug, "qmi_client_init_instance returned (%d)", error);
+  if (error != 0) {
+    TRACE_FROM(SITE(connect), kTraceError, "qmi_client_init_instance returned failure(%d)", error);
+    return false;
+  }
+  if (member_.subscription != kNoSubscription) register_indications(client);
+  {
+    const std::lock_guard lock(mutex_);
+    if (life == life_) {
+      context_.client = client;
+      context_.connected = 1;
+      context_.resuming = false;
+      context_.announcing = member_.suspends;
+      qmi_client_register_error_cb(client, member_.on_service_down, nullptr);
+      return true;
+    }
+  }
+  qmi_client_release(client);
+  return false;
+}
+
+// Sent after a failed attempt too, when there is no client to send it.
+void ServiceClient::bind(qmi_client_type client) {
+  const nas_bind_subscription_req request{static_cast<uint32_t>(member_.subscription)};
+  nas_plain_resp response;
+  qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request, sizeof request, &response,
+                           sizeof response, kSendTimeoutMs);
+}
+
+int ServiceClient::register_indications(qmi_client_type client) {
+  nas_indication_register_req request{};
+  request.serving_system_valid = 1;  // with the value 0
+  nas_plain_resp response;
+  const int result =
+      qmi_client_send_msg_sync(client, NAS_INDICATION_REGISTER, &request, sizeof request, &response,
+                               sizeof response, kSendTimeoutMs);
+  TRACE_FROM(SITE(set_indications), kTraceDebug, "enable_indication result: %d", result);
+  return result;
+}
+
+int ServiceClient::set_networking_indications() {
+  qmi_client_type client = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    client = context_.client;
+  }
+  return register_indications(client);
+}
+
+int ServiceClient::send(uint32_t message_id, const void* request, uint32_t request_len,
+                        void* response, uint32_t response_len) {
+  const TraceScope scope(SITE(send));
+  qmi_client_type client = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    client = context_.client;
+  }
+  return qmi_client_send_msg_sync(client, message_id, request, request_len, response, response_len,
+                                  kSendTimeoutMs);
+}
+
+// Begins a new life with an empty context; what the old one held is the caller's to give back.
+qmi_client_type ServiceClient::end_life(modem_api_operational_cb* on_status,
+                                        qmi_client_type* notifier) {
+  const std::lock_guard lock(mutex_);
+  ++life_;
+  if (on_status != nullptr) *on_status = context_.on_status;
+  *notifier = context_.notifier;
+  const qmi_client_type client = context_.client;
+  context_ = Context{};
+  return client;
+}
+
+void ServiceClient::release() {
+  const TraceScope scope(SITE(release));
+  modem_api_operational_cb on_status = nullptr;
+  qmi_client_type notifier = nullptr;
+  const qmi_client_type client = end_life(&on_status, &notifier);
+  if (on_status != nullptr) on_status(member_.type, OP_STATUS_RELEASED);
+  if (client != nullptr) qmi_client_release(client);
+  if (notifier != nullptr) qmi_client_release(notifier);
+  std::unique_lock lock(mutex_);
+  while (reports_ > t_reports) reported_.wait(lock);
+}
+
+void ServiceClient::report(Life life, ModemApiOperationalStatus status) {
+  modem_api_operational_cb callback = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    if (life != life_ || context_.on_status == nullptr) return;
+    callback = context_.on_status;
+    ++reports_;
+  }
+  ++t_reports;
+  callback(member_.type, status);
+  --t_reports;
+  const std::lock_guard lock(mutex_);
+  --reports_;
+  reported_.notify_all();
+}
+
+bool ServiceClient::start(void (ServiceClient::*body)(Life), Life life) {
+  try {
+    std::thread([this, body, life] { (this->*body)(life); }).detach();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+// ---- the service goes
+
+void ServiceClient::service_down(qmi_client_type client, int error) {
+  TRACE_FROM(SITE(service_down), kTraceDebug, "service down with error %d", error);
+  if (!member_.suspends) return;
+  Life life = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (client != context_.client) return;  // of a life that is over
+    if (context_.announcing) {
+      context_.lost = true;
+      return;
+    }
+    life = life_;
+  }
+  enter_suspend(life);
+}
+
+void ServiceClient::enter_suspend(Life life) {
+  const TraceScope scope(SITE(enter_suspend));
+  report(life, OP_STATUS_SUSPENDING);
+  if (!start(&ServiceClient::release_thread, life)) report(life, OP_STATUS_RELEASED);
+}
+
+void ServiceClient::release_thread(Life life) {
+  const TraceScope scope(SITE(release_thread));
+  qmi_client_type client = nullptr;
+  qmi_client_type notifier = nullptr;
+  qmi_idl_service_object_type service = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    if (life != life_) return;
+    context_.connected = 0;
+    client = std::exchange(context_.client, nullptr);
+    notifier = context_.notifier;
+    service = context_.service;
+  }
+  if (client != nullptr) qmi_client_release(client);
+  report(life, OP_STATUS_SUSPENDED);
+  if (notifier == nullptr) {
+    qmi_client_os_params os_params{};
+    const int error = qmi_client_notifier_init(service, &os_params, &notifier);
+    TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_notifier_init return %d", error);
+    if (error != 0) return;
+    std::unique_lock lock(mutex_);
+    if (life != life_) {
+      lock.unlock();
+      qmi_client_release(notifier);
+      return;
+    }
+    context_.notifier = notifier;
+    context_.os_params = os_params;
+  }
+  const int error = qmi_client_register_notify_cb(notifier, member_.on_service_up, nullptr);
+  TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_register_notify_cb %d", error);
+}
+
+// ---- and comes back
+
+void ServiceClient::service_up(qmi_client_type notifier, qmi_client_notify_event event) {
+  if (event != QMI_CLIENT_SERVICE_COUNT_INC) return;
+  const TraceScope scope(SITE(enter_resume));
+  Life life = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    // Not of this life, or a second instance while the first is being connected to.
+    if (notifier != context_.notifier || context_.resuming) return;
+    context_.resuming = true;
+    life = life_;
+  }
+  report(life, OP_STATUS_RESUMING);
+  if (!start(&ServiceClient::resume_thread, life)) report(life, OP_STATUS_RESUME_FAILED);
+}
+
+void ServiceClient::resume_thread(Life life) {
+  const TraceScope scope(SITE(resume_thread));
+  qmi_client_type notifier = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    if (life != life_) return;
+    notifier = std::exchange(context_.notifier, nullptr);
+  }
+  if (notifier != nullptr) qmi_client_release(notifier);
+  const bool connected = connect(life);
+  if (!connected) {
+    const std::lock_guard lock(mutex_);
+    if (life == life_) context_.resuming = false;
+  }
+  announce(life, connected, OP_STATUS_RESUME_FAILED);
+}
+
+// ---- indications
+
+void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id,
+                                     const void* encoded, uint32_t length) {
+  const TraceScope scope(SITE(unsol_ind));
+  modem_api_indication_cb callback = nullptr;
+  qmi_idl_service_object_type service = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    callback = context_.on_event;
+    service = context_.service;
+  }
+  const auto error = [this](const char* text) {
+    TRACE_FROM(SITE(unsol_ind), kTraceError, "%s", text);
+  };
+  if (callback == nullptr) return error("Unexpected NULL pointer!");
+  uint32_t size = 0;
+  qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
+  if (size == 0 && member_.handle != nullptr) {
+    TRACE_FROM(SITE(unsol_ind), kTraceError, "decoded_payload_len(%d) can not <= 0",
+               static_cast<int>(size));
+    return;
+  }
+  // One octet more than nothing for an indication that the service does not describe.
+  void* decoded = vireo_malloc_adv(size + 1, member_.names.unsol_ind, __LINE__);
+  if (decoded == nullptr) return error(member_.no_memory);
+  const int failed = size == 0 ? 0
+                               : qmi_client_message_decode(client, QMI_IDL_INDICATION, message_id,
+                                                           encoded, length, decoded, size);
+  if (failed != 0) {
+    TRACE_FROM(SITE(unsol_ind), kTraceError, "Indication decode failed for msg 0x%x with error %d",
+               message_id, failed);
+  } else {
+    TRACE_FROM(SITE(ind_hdlr), kTraceDebug, "Handling indication msg 0x%x", message_id);
+    if (member_.handle == nullptr || !member_.handle(message_id, decoded, callback)) {
+      TRACE_FROM(SITE(ind_hdlr), kTraceDebug, "Unknown indication msg %0x", message_id);
+    }
+  }
+  vireo_free_adv(decoded, member_.names.unsol_ind, __LINE__);
+}
+
+}  // namespace vireo

@@ -1,0 +1,146 @@
+// The one mechanism behind the four service clients: `vs`, `sar`, `nas_0`, `nas_1`.
+//
+// A client connects with a bounded number of attempts, notices when its service goes, drops its
+// handle, waits for the service to come back and reconnects, and reports every step of that life.
+// What a member is, its row says; its prefixed operations are forwards.
+//
+// Threads. Every operation may be called from any thread. The mutex guards the context and is held
+// neither while a callback runs nor while the modem is waited for. Suspending and resuming run on
+// detached threads, each for the life of the client in which it was started: `release` begins a new
+// one, after which an old thread changes nothing, reports nothing and gives back what it holds.
+// Once release has returned, no callback of that life is running or will run (but for the one that
+// called release).
+#ifndef VIREO_MODEM_API_SERVICE_CLIENT_H_
+#define VIREO_MODEM_API_SERVICE_CLIENT_H_
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+#include "common/trace.h"
+#include "platform/qmi_client.h"
+
+enum ModemApiClientType : uint32_t {
+  kModemApiVs = 0,
+  kModemApiSar = 1,
+  kModemApiNas0 = 2,
+  kModemApiNas1 = 3,
+  kModemApiClientTypes = 4,
+};
+
+enum ModemApiOperationalStatus : uint64_t {
+  OP_STATUS_RELEASED = 0,
+  OP_STATUS_CONNECTING = 1,
+  OP_STATUS_CONNECT_FAILED = 2,
+  OP_STATUS_CONNECTED = 3,
+  OP_STATUS_SUSPENDING = 4,
+  OP_STATUS_SUSPENDED = 5,
+  OP_STATUS_RESUMING = 6,
+  OP_STATUS_RESUME_FAILED = 7,
+};
+
+struct modem_api_callback_record;
+
+extern "C" {
+// An asynchronous response: it and the record are freed by whoever is called.
+typedef void (*modem_api_command_cb)(uint32_t message_id, void* response, uint32_t response_len,
+                                     struct modem_api_callback_record* record, int transport_error);
+// An event: its id, and what follows the id.
+typedef void (*modem_api_indication_cb)(uint32_t event_id, const void* data, uint32_t length);
+typedef void (*modem_api_operational_cb)(uint32_t client_type, uint64_t operational_status);
+}
+
+namespace vireo {
+
+// The names that a member's trace lines bear.
+struct MemberNames {
+  const char *init, *client_init, *connect, *send, *set_indications, *release, *master_port,
+      *unsol_ind, *ind_hdlr, *service_down, *enter_suspend, *release_thread, *enter_resume,
+      *resume_thread;
+};
+#define VIREO_MEMBER_NAMES(prefix)                                                                 \
+  {                                                                                                \
+    prefix "_init", prefix "_client_init", prefix "_client_init_client_handles",                   \
+        prefix "_client_send_msg_sync", prefix "_client_set_networking_indications",               \
+        prefix "_client_release", prefix "_client_get_master_port", prefix "_client_unsol_ind_cb", \
+        prefix "_client_ind_hdlr", prefix "_client_service_down_event",                            \
+        prefix "_client_enter_suspend", prefix "_client_release_qmi_client_thread",                \
+        prefix "_client_enter_resume", prefix "_client_resume_qmi_client_thread"                   \
+  }
+
+constexpr int kNoSubscription = -1;
+
+struct Member {
+  ModemApiClientType type;
+  qmi_idl_service_object_type (*get_service)(int32_t major, int32_t minor, int32_t tool);
+  int32_t major, minor, tool;
+  int subscription;  // bound to after every attempt; kNoSubscription: none, and no registration
+  bool suspends;     // and reports its status
+  const char* no_memory;  // what is traced when an indication finds none
+  // Turns a decoded indication into an event; false for an id without a row.
+  bool (*handle)(uint32_t message_id, const void* decoded, modem_api_indication_cb callback);
+  // The member's own functions, as the client library and threads call them.
+  modem_api_command_cb on_command;
+  qmi_client_ind_cb on_indication;
+  qmi_client_error_cb on_service_down;
+  qmi_client_notify_cb on_service_up;
+  MemberNames names;
+};
+
+class ServiceClient {
+ public:
+  explicit ServiceClient(const Member& member) : member_(member) {}
+
+  qmi_idl_service_object_type init();
+  bool client_init(modem_api_indication_cb callback);
+  void set_status_callback(modem_api_operational_cb callback);
+  int send(uint32_t message_id, const void* request, uint32_t request_len, void* response,
+           uint32_t response_len);
+  int set_networking_indications();
+  void release();
+  uint32_t master_port() const;
+
+  void unsol_indication(qmi_client_type client, uint32_t message_id, const void* encoded,
+                        uint32_t length);
+  void service_down(qmi_client_type client, int error);
+  void service_up(qmi_client_type notifier, qmi_client_notify_event event);
+
+ private:
+  struct Context {
+    qmi_idl_service_object_type service = nullptr;
+    qmi_client_type client = nullptr;
+    qmi_client_os_params os_params{};
+    qmi_client_type notifier = nullptr;
+    modem_api_command_cb on_command = nullptr;
+    modem_api_indication_cb on_event = nullptr;
+    modem_api_operational_cb on_status = nullptr;
+    uint32_t connected = 0;
+    bool resuming = false;
+    bool announcing = false;  // connected, but the status callback has not been told yet
+    bool lost = false;        // meanwhile the service has gone
+  };
+  using Life = uint64_t;
+
+  bool connect(Life life);
+  void announce(Life life, bool connected, ModemApiOperationalStatus failure);
+  void bind(qmi_client_type client);
+  int register_indications(qmi_client_type client);
+  void report(Life life, ModemApiOperationalStatus status);
+  void enter_suspend(Life life);
+  void release_thread(Life life);
+  void resume_thread(Life life);
+  // Runs on a detached thread; false when there is none to be had.
+  bool start(void (ServiceClient::*body)(Life), Life life);
+  qmi_client_type end_life(modem_api_operational_cb* on_status, qmi_client_type* notifier);
+
+  const Member& member_;
+  std::mutex mutex_;
+  std::condition_variable reported_;
+  Life life_ = 0;
+  int reports_ = 0;  // status callbacks that are running
+  Context context_;
+};
+
+}  // namespace vireo
+
+#endif  // VIREO_MODEM_API_SERVICE_CLIENT_H_

@@ -1,121 +1,28 @@
 #include "sim/config.h"
 
-#include <set>
-
-#define TOML_EXCEPTIONS 1
-#include <toml++/toml.h>
-
 #include "qcci/idl/service.h"
+#include "sim/toml_table.h"
 
 namespace sim {
 namespace {
 
-struct Bad {
-  toml::source_region where;
-  std::string what;
-};
+// The service of a name; null when the phone has none of that name.
+qmi_idl_service_object_type service_named(const std::string& name) {
+  for (const auto known : qcci::idl::all_services()) {
+    if (name == known->name) return known;
+  }
+  return nullptr;
+}
 
-// A table that knows which of its keys have been read; the rest is an error.
-class Table {
- public:
-  Table(const toml::table& table, std::string name) : table_(table), name_(std::move(name)) {}
-
-  bool has(const char* key) {
-    known_.insert(key);
-    return table_.contains(key);
+std::vector<uint32_t> absent_services(Table& modem) {
+  std::vector<uint32_t> ids;
+  for (const std::string& name : modem.texts("absent")) {
+    const auto service = service_named(name);
+    if (service == nullptr) modem.fail("absent", "holds \"" + name + "\", not a service");
+    ids.push_back(service->id);
   }
-  uint32_t number(const char* key, uint32_t fallback, uint32_t least, uint32_t most) {
-    if (!has(key)) return fallback;
-    const auto value = table_[key].value_exact<int64_t>();
-    if (!value || *value < least || *value > most) {
-      fail(key, "must be a number from " + std::to_string(least) + " to " + std::to_string(most));
-    }
-    return static_cast<uint32_t>(*value);
-  }
-  bool flag(const char* key, bool fallback) {
-    if (!has(key)) return fallback;
-    const auto value = table_[key].value_exact<bool>();
-    if (!value) fail(key, "must be true or false");
-    return *value;
-  }
-  std::string text(const char* key, const char* fallback, size_t most) {
-    if (!has(key)) return fallback;
-    const auto value = table_[key].value_exact<std::string>();
-    if (!value || value->size() > most) {
-      fail(key, "must be a text of at most " + std::to_string(most) + " octets");
-    }
-    return *value;
-  }
-  template <class Number>
-  std::vector<Number> numbers(const char* key) {
-    std::vector<Number> all;
-    if (!has(key)) return all;
-    const toml::array* array = table_[key].as_array();
-    if (array == nullptr) fail(key, "must be a list of numbers");
-    for (const toml::node& node : *array) {
-      const auto value = node.value_exact<int64_t>();
-      if (!value || *value < 0 || *value > std::numeric_limits<Number>::max()) {
-        fail(key, "holds something that is not a number or does not fit");
-      }
-      all.push_back(static_cast<Number>(*value));
-    }
-    return all;
-  }
-  // The value that stands beside the text.
-  template <class T, size_t N>
-  T one_of(const char* key, const char* fallback, const std::pair<const char*, T> (&rows)[N]) {
-    const std::string value = text(key, fallback, 64);
-    std::string names;
-    for (const auto& [name, result] : rows) {
-      if (value == name) return result;
-      names += std::string(names.empty() ? "" : ", ") + name;
-    }
-    fail(key, "must be one of " + names);
-  }
-  Table table(const char* key) {
-    static const toml::table kNone;
-    if (!has(key)) return {kNone, key};
-    const toml::table* found = table_[key].as_table();
-    if (found == nullptr) fail(key, "must be a table");
-    return {*found, key};
-  }
-  std::vector<Table> tables(const char* key) {
-    std::vector<Table> all;
-    if (!has(key)) return all;
-    const toml::array* array = table_[key].as_array();
-    if (array == nullptr) fail(key, "must be a list of tables");
-    for (const toml::node& node : *array) {
-      if (!node.is_table()) fail(key, "must be a list of tables");
-      all.emplace_back(*node.as_table(), key);
-    }
-    return all;
-  }
-  void done() const {
-    for (const auto& [key, node] : table_) {
-      if (!known_.contains(std::string(key.str()))) {
-        throw Bad{node.source(), (name_.empty() ? "" : name_ + ": ") + "unknown key \"" +
-                                     std::string(key.str()) + "\""};
-      }
-    }
-  }
-  [[noreturn]] void fail(const char* key, const std::string& what) const {
-    const toml::node* node = table_.get(key);
-    throw Bad{node != nullptr ? node->source() : table_.source(),
-              (name_.empty() ? "" : name_ + ".") + key + " " + what};
-  }
-  std::string written() const {
-    std::ostringstream out;
-    out << toml::toml_formatter(table_, toml::format_flags::none);
-    std::string text = out.str();
-    for (char& c : text) c = c == '\n' ? ' ' : c;
-    return text;
-  }
-
- private:
-  const toml::table& table_;
-  std::string name_;
-  std::set<std::string> known_;
-};
+  return ids;
+}
 
 NetworkConfig network(Table table) {
   static constexpr std::pair<const char*, uint8_t> kRats[] = {
@@ -156,9 +63,7 @@ FaultRule fault(Table table) {
   FaultRule rule;
   rule.text = table.written();
   const std::string service = table.text("service", "any", 64);
-  for (const auto known : qcci::idl::all_services()) {
-    if (service == known->name) rule.service = known->id;
-  }
+  if (const auto known = service_named(service)) rule.service = known->id;
   if (!rule.service && service != "any") table.fail("service", "is not a service of this phone");
   if (table.has("message")) {
     rule.message = static_cast<uint16_t>(table.number("message", 0, 0, 0xFFFF));
@@ -248,6 +153,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
 
     Table modem = top.table("modem");
     read.restart = std::chrono::milliseconds(modem.number("restart_ms", 1500, 0, 3600000));
+    read.absent = absent_services(modem);
     modem.done();
     Table sar = top.table("sar");
     read.sar_valid = sar.flag("valid", true);
@@ -256,7 +162,11 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     Table statistics = top.table("statistics");
     read.statistics_enabled = statistics.flag("enabled", true);
     read.outdated_logs = statistics.numbers<uint16_t>("outdated_logs");
+    read.cmd_ok_count = static_cast<uint64_t>(statistics.integer("cmd_ok_count", 0, 0, INT64_MAX));
+    read.cmd_fail_count =
+        static_cast<uint64_t>(statistics.integer("cmd_fail_count", 0, 0, INT64_MAX));
     statistics.done();
+    read.measurements = read_measurements(top.table("measurements"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));
     for (Table& table : top.tables("fault")) read.faults.push_back(fault(std::move(table)));
     top.done();
@@ -273,7 +183,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     return true;
   } catch (const toml::parse_error& error) {
     return at(error.source(), error.description());
-  } catch (const Bad& bad) {
+  } catch (const BadToml& bad) {
     return at(bad.where, bad.what);
   }
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/measurements.h"
+
 namespace sim {
 
 struct NetworkConfig {
@@ -51,10 +53,14 @@ struct FaultRule {
 
 struct PhoneConfig {
   std::chrono::milliseconds restart{1500};
+  std::vector<uint32_t> absent;  // services that are not there until they are brought up
   bool sar_valid = true;
   uint32_t sar_state = 0;
   bool statistics_enabled = true;
+  uint64_t cmd_ok_count = 0;
+  uint64_t cmd_fail_count = 0;
   std::vector<uint16_t> outdated_logs;
+  Measurements measurements;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

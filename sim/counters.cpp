@@ -21,8 +21,9 @@ class Packer {
   std::string octets_;
 };
 
-// Block sizes at version 4, and what precedes the outdated logs' number in the main block.
+// Block sizes at version 4, and what the main block's first counters take.
 constexpr size_t kMain = 57;
+constexpr size_t kMainFirst = 1 + 3 * 8;
 constexpr size_t kDiag = 95;
 constexpr size_t kCm = 58;
 constexpr size_t kUim = 10;
@@ -34,7 +35,9 @@ std::string statistics_counters(const PhoneConfig& config) {
   packer.add(kVersion, 1)
       .add(config.statistics_enabled ? 1 : 0, 1)
       .add(config.outdated_logs.size(), 8)
-      .zeros(kMain - 1 - 8)
+      .add(config.cmd_ok_count, 8)
+      .add(config.cmd_fail_count, 8)
+      .zeros(kMain - kMainFirst)
       .zeros(kDiag)
       .zeros(kCm)
       .zeros(kUim);

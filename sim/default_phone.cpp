@@ -9,6 +9,8 @@ const std::string_view kDefaultPhoneToml =
 [modem]
 # How long the services stay away when the modem restarts, in milliseconds.
 restart_ms = 1500
+# Services that are not there, by name; a restart does not bring them either.
+absent = []
 
 [sar]
 # The device state index (DSI), 0 to 20. valid = false: the modem sends none.
@@ -20,6 +22,108 @@ valid = true
 # named by its id.
 enabled = true
 outdated_logs = []
+cmd_ok_count = 0
+cmd_fail_count = 0
+
+# What the modem measures, a table a subscription, sub0 and sub1; in it a table a record. A record
+# that is left out is one that the modem does not have; a value that is left out is 0. Levels are in
+# dBm, ratios in dB; lists have a value for each of the chains.
+#   rat         the technology in use: none, gsm, wcdma, lte, nr, or its number
+#   lte_pcc, lte_scc1 to lte_scc6
+#               earfcn, pci, rx_valid (a bit a chain), rsrp, rsrq, rssi and snr (lists of 4)
+#   nr_pcc, nr_scc1, nr_scc2
+#               rsrp (a list of 4), rsrq
+#   nr_agc      rssi (a list of 4)
+#   nr_ftl      snr (a list of 4)
+#   nr_antenna  rx_old and rx_new (lists of 4), tx_old and tx_new (lists of 2)
+#   nr_power    tx_power
+#   lte_power   pusch_tx_power, dl_path_loss, max_power, pusch_ex_tx_power (whole numbers)
+#   wcdma       rx_agc (a list of 2)
+#   gsm         prx, drx
+#   antenna     ant_num, ant_path, sig_path, old_config, new_config
+#   raw         "0x52" = "01 02 ..."   the octets of that record, whatever the tables say; at most 700
+[measurements.sub0]
+rat = "nr"
+
+[measurements.sub0.lte_pcc]
+earfcn = 1300
+pci = 101
+rx_valid = 15
+rsrp = [-91.5, -93.0, -96.25, -97.0]
+rsrq = [-10.0, -10.5, -11.0, -11.5]
+rssi = [-62.5, -64.0, -67.0, -68.0]
+snr = [18.5, 17.0, 14.5, 14.0]
+
+[measurements.sub0.lte_power]
+pusch_tx_power = 23
+dl_path_loss = 108
+max_power = 23
+pusch_ex_tx_power = 23
+
+[measurements.sub0.nr_pcc]
+rsrp = [-84.0, -85.5, -88.0, -89.5]
+rsrq = -10.5
+
+[measurements.sub0.nr_agc]
+rssi = [-55.0, -56.5, -59.0, -60.0]
+
+[measurements.sub0.nr_ftl]
+snr = [24.5, 23.0, 20.5, 19.0]
+
+[measurements.sub0.nr_antenna]
+rx_old = [0, 1, 2, 3]
+rx_new = [0, 1, 2, 3]
+tx_old = [0, 1]
+tx_new = [1, 0]
+
+[measurements.sub0.nr_power]
+tx_power = 12.9
+
+[measurements.sub0.wcdma]
+rx_agc = [-78.0, -80.5]
+
+[measurements.sub0.gsm]
+prx = -75.0
+drx = -77.5
+
+[measurements.sub0.antenna]
+ant_num = 4
+ant_path = 1
+sig_path = 2
+old_config = 0
+new_config = 1
+
+[measurements.sub1]
+rat = "lte"
+
+[measurements.sub1.lte_pcc]
+earfcn = 3350
+pci = 27
+rx_valid = 3
+rsrp = [-104.0, -106.5, -140.0, -140.0]
+rsrq = [-13.0, -13.5, -20.0, -20.0]
+rssi = [-75.0, -77.5, -110.0, -110.0]
+snr = [7.5, 6.0, -20.0, -20.0]
+
+[measurements.sub1.lte_power]
+pusch_tx_power = 23
+dl_path_loss = 119
+max_power = 23
+pusch_ex_tx_power = 23
+
+[measurements.sub1.wcdma]
+rx_agc = [-92.0, -94.5]
+
+[measurements.sub1.gsm]
+prx = -88.0
+drx = -90.5
+
+[measurements.sub1.antenna]
+ant_num = 2
+ant_path = 0
+sig_path = 1
+old_config = 0
+new_config = 0
 
 # What a network scan finds. rat: gsm, umts, lte, tdscdma or nr.
 # in_use: serving, available or unknown.
@@ -57,7 +161,7 @@ forbidden = true
 preferred = false
 
 # Faults. Each rule watches the messages of one service and acts on those that match.
-#   service  "vendor", "nas", "sar", or "any"
+#   service  "vendor", "nas", "sar", "vs", or "any"
 #   message  the message id; left out: any
 #   kind     "request", "response" or "indication"
 #   nth      which match, from 1; 0 or left out: every one

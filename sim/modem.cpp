@@ -36,7 +36,7 @@ std::vector<uint8_t> encode(const qcci::idl::Message& message, QmiHeader header,
 Modem::Modem(Phone phone, PhoneConfig config)
     : phone_(std::move(phone)), config_(std::move(config)), faults_(config_.faults) {
   services_ = make_services(*this);
-  for (const auto& service : services_) publish(*service);
+  come_up();
 }
 
 Modem::~Modem() = default;
@@ -87,6 +87,7 @@ void Modem::handle(Service& service, Address at, Address client, std::vector<uin
   QmiHeader header;
   if (bus_.service_at(at) != service.idl().id || !bus_.attached(client)) return;  // gone meanwhile
   if (!QmiHeader::parse(octets, &header)) return;
+  service.client_asked(client);
   const qcci::idl::Message* asks = service.idl().find(QMI_IDL_REQUEST, header.message);
   const qcci::idl::Message* answers = service.idl().find(QMI_IDL_RESPONSE, header.message);
   const Service::Handler* handler = service.handler(header.message);
@@ -123,10 +124,23 @@ void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t
   const qcci::idl::Message* row = idl.find(QMI_IDL_INDICATION, message);
   if (at == up_.end() || row == nullptr) return;
   std::vector<uint8_t> octets = encode(*row, {QMI_IDL_INDICATION, 0, message, 0}, c, size);
+  if (octets.empty()) {
+    log(std::string(idl.name) + ": an indication that cannot be encoded");
+    return;
+  }
   if (handling_) {
     after_response_.push_back({client, at->second, std::move(octets)});
   } else {
     emit(*find(idl.id), at->second, client, FaultKind::kIndication, std::move(octets));
+  }
+}
+
+void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
+  const Lock lock(mutex_);
+  const Service* service = find(id);
+  if (service == nullptr) return;
+  for (const Address client : service->clients()) {
+    indicate(service->idl(), client, message, c, size);
   }
 }
 
@@ -193,9 +207,16 @@ void Modem::go_down() {
   for (const auto& service : services_) take_down(service->idl().id);
   held_.clear();
   schedule(config_.restart, [this] {
-    for (const auto& service : services_) bring_up(service->idl().id);
+    come_up();
     log("modem is up");
   });
+}
+
+void Modem::come_up() {
+  for (const auto& service : services_) {
+    const uint32_t id = service->idl().id;
+    if (std::ranges::find(config_.absent, id) == config_.absent.end()) bring_up(id);
+  }
 }
 
 void Modem::take_down(uint32_t id) {

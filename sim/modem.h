@@ -44,6 +44,8 @@ class Modem final : private Surroundings {
   // One service by its id; bringing one up that is there changes nothing.
   void take_down(uint32_t service);
   void bring_up(uint32_t service);
+  // Sends an indication to every client that has sent the service a request.
+  void indicate_all(uint32_t service, uint16_t message, const void* c, size_t size);
 
   void set_tap(Tap tap);
   void set_log(Log log);
@@ -64,6 +66,7 @@ class Modem final : private Surroundings {
 
   void schedule(platform::Duration delay, std::function<void()> action);
   void go_down();
+  void come_up();
   void handle(Service& service, Address at, Address client, std::vector<uint8_t> octets);
   void emit(const Service& service, Address at, Address client, FaultKind kind,
             std::vector<uint8_t> octets);

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -48,9 +49,18 @@ class Service {
     return found == handlers_.end() ? nullptr : &found->second;
   }
 
-  virtual void client_gone(Address /*client*/) {}
+  // Those that have sent the service a request.
+  const std::set<Address>& clients() const { return clients_; }
+  void client_asked(Address client) { clients_.insert(client); }
+  void client_gone(Address client) {
+    clients_.erase(client);
+    forget(client);
+  }
   // What lives in the modem's memory is lost.
-  virtual void restarted() {}
+  void restarted() {
+    clients_.clear();
+    forget_all();
+  }
 
  protected:
   template <class S, class Request, class Response>
@@ -72,6 +82,10 @@ class Service {
   Surroundings& modem_;
 
  private:
+  // What a service keeps for one client, and all that it keeps.
+  virtual void forget(Address /*client*/) {}
+  virtual void forget_all() {}
+
   void check_size(qmi_idl_message_type type, uint16_t message, size_t size) const {
     const qcci::idl::Message* row = idl_.find(type, message);
     if (row == nullptr || row->c_size != size) throw std::logic_error("handler of another message");
@@ -79,6 +93,7 @@ class Service {
 
   const qmi_idl_service_object& idl_;
   std::map<uint16_t, Handler> handlers_;
+  std::set<Address> clients_;
 };
 
 }  // namespace sim

@@ -28,10 +28,10 @@ class VendorService final : public Service {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
   }
 
-  void client_gone(Address client) override { nvefs_.client_gone(client); }
-  void restarted() override { nvefs_.forget_all(); }
-
  private:
+  void forget(Address client) override { nvefs_.client_gone(client); }
+  void forget_all() override { nvefs_.forget_all(); }
+
   void generic(Address client, const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
     response.data_valid = 1;
     if (request.data_len > sizeof request.data) {
@@ -144,6 +144,7 @@ std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
   services.push_back(make_vendor_service(modem));
   services.push_back(make_nas_service(modem));
   services.push_back(make_sar_service(modem));
+  services.push_back(make_vs_service(modem));
   return services;
 }
 

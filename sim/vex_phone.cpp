@@ -87,7 +87,8 @@ int serve(const Phone& phone, bool trace) {
   return 0;
 }
 
-std::string hex(const std::string& octets, size_t most) {
+template <class Octets>
+std::string hex(const Octets& octets, size_t most) {
   std::string text;
   char two[4];
   for (size_t i = 0; i < octets.size() && i < most; ++i) {
@@ -124,6 +125,12 @@ int show(const Phone& phone) {
   std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
   std::printf("statistics %s, %zu outdated logs\n",
               config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());
+  for (size_t sub = 0; sub < config.measurements.size(); ++sub) {
+    for (const auto& [id, octets] : config.measurements[sub]) {
+      std::printf("record     sub%zu %-10s 0x%02X %s\n", sub, sim::record_name(id), id,
+                  hex(octets, octets.size()).c_str());
+    }
+  }
   for (const sim::NetworkConfig& network : config.networks) {
     std::printf("network    %03u-%0*u rat %u status 0x%02x \"%s\"\n", network.mcc,
                 network.mnc_three_digits ? 3 : 2, network.mnc, network.rat, network.status,

@@ -1,0 +1,199 @@
+#include "sim/measurements.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "platform/idl/vs.h"
+#include "sim/toml_table.h"
+
+namespace sim {
+namespace {
+
+constexpr uint8_t kVersion = 1;
+constexpr uint32_t kTechnology = 0x2C;
+
+struct Kind {
+  size_t width;
+  int64_t least, most;  // both 0: a float
+};
+constexpr Kind kU8{1, 0, UINT8_MAX};
+constexpr Kind kU16{2, 0, UINT16_MAX};
+constexpr Kind kU32{4, 0, UINT32_MAX};
+constexpr Kind kI16{2, INT16_MIN, INT16_MAX};
+constexpr Kind kI32{4, INT32_MIN, INT32_MAX};
+constexpr Kind kF32{4, 0, 0};
+
+// A field is one value, or a list of one for each chain. Lists that stand side by side and are of
+// one length are packed chain by chain: the first chain's value of each, then the second's.
+struct Field {
+  const char* key;  // null: a word that is 0
+  Kind kind;
+  size_t chains = 0;  // 0: one value
+};
+constexpr Field kZeroWord{nullptr, kU32};
+
+constexpr Field kLteCell[] = {{"earfcn", kU32},  {"pci", kU16},     {"rx_valid", kU16},
+                              {"rsrp", kF32, 4}, {"rsrq", kF32, 4}, {"rssi", kF32, 4},
+                              {"snr", kF32, 4}};
+constexpr Field kNrCell[] = {{"rsrp", kF32, 4}, {"rsrq", kF32}};
+constexpr Field kNrAgc[] = {kZeroWord, {"rssi", kF32, 4}};
+constexpr Field kNrFtl[] = {kZeroWord, {"snr", kF32, 4}};
+constexpr Field kNrAntenna[] = {
+    {"rx_old", kI32, 4}, {"rx_new", kI32, 4}, {"tx_old", kI32, 2}, {"tx_new", kI32, 2}};
+constexpr Field kNrPower[] = {kZeroWord, {"tx_power", kF32}};
+constexpr Field kLtePower[] = {{"pusch_tx_power", kI16},
+                               {"dl_path_loss", kU8},
+                               {"max_power", kI16},
+                               {"pusch_ex_tx_power", kI16}};
+constexpr Field kWcdma[] = {kZeroWord, {"rx_agc", kF32, 2}};
+constexpr Field kGsm[] = {kZeroWord, {"prx", kF32}, {"drx", kF32}};
+constexpr Field kAntenna[] = {{"ant_num", kU8},
+                              {"ant_path", kU8},
+                              {"sig_path", kU8},
+                              {"old_config", kU8},
+                              {"new_config", kU8}};
+
+struct RecordRow {
+  const char* name;
+  uint32_t id;
+  std::span<const Field> fields;
+};
+constexpr RecordRow kRecords[] = {
+    {"lte_pcc", 0x52, kLteCell},      {"lte_scc1", 0x67, kLteCell}, {"lte_scc2", 0x68, kLteCell},
+    {"lte_scc3", 0x69, kLteCell},     {"lte_scc4", 0x6A, kLteCell}, {"lte_scc5", 0x6B, kLteCell},
+    {"lte_scc6", 0x6C, kLteCell},     {"nr_pcc", 0x87, kNrCell},    {"nr_scc1", 0x06, kNrCell},
+    {"nr_scc2", 0x07, kNrCell},       {"nr_agc", 0x5E, kNrAgc},     {"nr_ftl", 0x70, kNrFtl},
+    {"nr_antenna", 0x71, kNrAntenna}, {"nr_power", 0x5A, kNrPower}, {"lte_power", 0x62, kLtePower},
+    {"wcdma", 0x6E, kWcdma},          {"gsm", 0x6F, kGsm},          {"antenna", 0x64, kAntenna},
+};
+
+void append(std::vector<uint8_t>& to, const void* value, size_t width) {
+  const auto* octets = static_cast<const uint8_t*>(value);
+  to.insert(to.end(), octets, octets + width);
+}
+
+// The field's values one after the other, each in its width.
+std::vector<uint8_t> values(Table& table, const Field& field) {
+  std::vector<uint8_t> octets;
+  if (field.key == nullptr) {
+    octets.resize(field.kind.width);
+  } else if (field.kind.least == field.kind.most) {
+    const std::vector<float> all = field.chains == 0 ? std::vector{table.decimal(field.key)}
+                                                     : table.decimals(field.key, field.chains);
+    for (const float value : all) append(octets, &value, field.kind.width);
+  } else {
+    const auto& [width, least, most] = field.kind;
+    std::vector<int64_t> all = field.chains == 0
+                                   ? std::vector{table.integer(field.key, 0, least, most)}
+                                   : table.integers(field.key, least, most);
+    if (field.chains != 0 && !table.has(field.key)) all.resize(field.chains);
+    if (field.chains != 0 && all.size() != field.chains) {
+      table.fail(field.key, "must be a list of " + std::to_string(field.chains));
+    }
+    for (const int64_t value : all) append(octets, &value, width);
+  }
+  return octets;
+}
+
+std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
+  std::vector<uint8_t> record{kVersion};
+  while (!fields.empty()) {
+    const size_t chains = fields[0].chains;
+    size_t lists = 1;
+    while (chains != 0 && lists < fields.size() && fields[lists].chains == chains) ++lists;
+    std::vector<std::vector<uint8_t>> columns;
+    for (const Field& field : fields.first(lists)) columns.push_back(values(table, field));
+    for (size_t chain = 0; chain < std::max<size_t>(chains, 1); ++chain) {
+      for (size_t i = 0; i < lists; ++i) {
+        const size_t width = fields[i].kind.width;
+        append(record, columns[i].data() + chain * width, width);
+      }
+    }
+    fields = fields.subspan(lists);
+  }
+  table.done();
+  return record;
+}
+
+// How many stacks there are, and each one's radio technology.
+std::vector<uint8_t> technology(Table& sub) {
+  static constexpr std::pair<const char*, uint32_t> kRats[] = {
+      {"none", 0}, {"gsm", 3}, {"wcdma", 5}, {"lte", 9}, {"nr", 12}};
+  const bool number = sub.is_number("rat");
+  if (!number && sub.text("rat", "none", 64) == "none") return {0};
+  const uint32_t rat =
+      number ? sub.number("rat", 0, 0, UINT32_MAX) : sub.one_of("rat", "none", kRats);
+  std::vector<uint8_t> record{1};
+  append(record, &rat, sizeof rat);
+  return record;
+}
+
+// "0x52" or "82".
+std::optional<uint32_t> id_of(const std::string& key) {
+  const bool hex = key.starts_with("0x");
+  const char* end = key.data() + key.size();
+  uint32_t id = 0;
+  const auto read = std::from_chars(key.data() + (hex ? 2 : 0), end, id, hex ? 16 : 10);
+  if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
+  return id;
+}
+
+// Pairs of hex digits; blanks may stand between them.
+std::optional<std::vector<uint8_t>> octets_of(std::string_view text) {
+  std::vector<uint8_t> octets;
+  while (true) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    if (text.empty()) return octets;
+    uint8_t octet = 0;
+    const auto read =
+        std::from_chars(text.data(), text.data() + std::min<size_t>(text.size(), 2), octet, 16);
+    if (read.ec != std::errc() || read.ptr != text.data() + 2) return std::nullopt;
+    octets.push_back(octet);
+    text.remove_prefix(2);
+  }
+}
+
+void read_raw(Table raw, Records& records) {
+  for (const std::string& key : raw.keys()) {
+    const auto id = id_of(key);
+    if (!id) raw.fail(key, "is not the id of a record");
+    const auto octets = octets_of(raw.text(key, "", UINT16_MAX));
+    if (!octets) raw.fail(key, "must be octets in hex, like \"01 A0\"");
+    if (octets->size() > VS_DATA_MAX) {
+      raw.fail(key, "has more than " + std::to_string(VS_DATA_MAX) + " octets");
+    }
+    records[*id] = *octets;
+  }
+}
+
+}  // namespace
+
+Measurements read_measurements(Table table) {
+  static constexpr const char* kSubs[kMeasuredSubs] = {"sub0", "sub1"};
+  Measurements measurements;
+  for (size_t i = 0; i < kMeasuredSubs; ++i) {
+    Table sub = table.table(kSubs[i]);
+    Records& records = measurements[i];
+    if (sub.has("rat")) records[kTechnology] = technology(sub);
+    for (const RecordRow& row : kRecords) {
+      if (sub.has(row.name)) records[row.id] = pack(sub.table(row.name), row.fields);
+    }
+    read_raw(sub.table("raw"), records);
+    sub.done();
+  }
+  table.done();
+  return measurements;
+}
+
+const char* record_name(uint32_t id) {
+  if (id == kTechnology) return "rat";
+  for (const RecordRow& row : kRecords) {
+    if (row.id == id) return row.name;
+  }
+  return "raw";
+}
+
+}  // namespace sim

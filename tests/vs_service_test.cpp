@@ -1,0 +1,400 @@
+// The simulated statistics service as a client meets it: its records, the mistakes that a
+// phone.toml can make in them, services that are not there, and indications on demand.
+
+#include <mutex>
+#include <thread>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "platform/idl/vs.h"
+#include "platform/qmi_client.h"
+#include "qcci/client/core.h"
+#include "qcci/services/services.h"
+#include "sim/counters.h"
+#include "sim/embedded_link.h"
+#include "support/desk.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const auto kVs = vs_get_service_object_internal_v01(1, 2, 6);
+const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
+const auto kNas = nas_get_service_object_internal_v01(1, 398, 6);
+
+struct Vs : desk::Desk {
+  // The modem of this phone.toml and no other.
+  sim::Modem& start(std::string_view toml) {
+    sim::PhoneConfig config;
+    std::string why;
+    EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
+    const auto modem = std::make_shared<sim::Modem>(directory_.phone(), std::move(config));
+    qcci::Core::use_link(sim::make_embedded_link(modem));
+    return *modem;
+  }
+  static qmi_client_type open(qmi_idl_service_object_type service = kVs,
+                              qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
+    qmi_client_type client = nullptr;
+    qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr, 4, &client);
+    return client;
+  }
+  // "sub.id octets; ..." of the records that the modem has, "none" for a response without a list,
+  // or "error N".
+  static std::string get(qmi_client_type client, uint16_t sub,
+                         const std::vector<std::pair<uint32_t, uint32_t>>& wanted) {
+    static vs_get_parameters_req request;
+    static vs_get_parameters_resp response;
+    request = {};
+    request.sub = sub;
+    for (const auto& [entry_sub, id] : wanted) {
+      vs_parameter& entry = request.parameters[request.parameters_len++];
+      entry.sub = entry_sub;
+      entry.id = id;
+    }
+    const int result = qmi_client_send_msg_sync(client, VS_GET_PARAMETERS, &request, sizeof request,
+                                                &response, sizeof response, 3000);
+    if (result != 0) return "failed " + std::to_string(result);
+    if (response.resp.result != 0) return "error " + std::to_string(response.resp.error);
+    if (response.parameters_valid == 0) return "none";
+    std::string text;
+    for (uint32_t i = 0; i < response.parameters_len; ++i) {
+      const vs_parameter& record = response.parameters[i];
+      text += (i > 0 ? "; " : "") + std::to_string(record.sub) + "." + std::to_string(record.id) +
+              " " + desk::hex({record.data, record.data_len});
+    }
+    return text;
+  }
+  static int feature(qmi_client_type client) {
+    const vs_feature_status_req request{5, 1, 0, 1};
+    vs_plain_resp response;
+    const int result = qmi_client_send_msg_sync(client, VS_FEATURE_STATUS, &request, sizeof request,
+                                                &response, sizeof response, 3000);
+    return result != 0 ? result : static_cast<int>(response.resp.error);
+  }
+};
+
+sim::Measurements measured(const std::string& toml) {
+  sim::PhoneConfig config;
+  std::string why;
+  EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << toml << why;
+  return config.measurements;
+}
+
+constexpr const char* kLteCell =
+    "earfcn = 66486\npci = 503\nrx_valid = 0x8001\nrsrp = [-1, -2.5, 0, 4]\nrsrq = [8, 16, 32, "
+    "64]\n"
+    "rssi = [-128, 0.5, 0.25, -inf]\nsnr = [1e3, 3, 5, 7]\n";
+constexpr const char* kLteOctets =
+    "01 B6 03 01 00 F7 01 01 80 "
+    "00 00 80 BF 00 00 00 41 00 00 00 C3 00 00 7A 44 "
+    "00 00 20 C0 00 00 80 41 00 00 00 3F 00 00 40 40 "
+    "00 00 00 00 00 00 00 42 00 00 80 3E 00 00 A0 40 "
+    "00 00 80 40 00 00 80 42 00 00 80 FF 00 00 E0 40";
+constexpr const char* kNrCell = "rsrp = [-1, 2, -4, 8]\nrsrq = 0.5\n";
+constexpr const char* kNrOctets = "01 00 00 80 BF 00 00 00 40 00 00 80 C0 00 00 00 41 00 00 00 3F";
+constexpr const char* kFourOctets =
+    "01 00 00 00 00 00 00 80 3F 00 00 00 40 00 00 80 40 00 00 00 41";
+
+TEST(VsConfig, RecordsArePackedFromReadableValues) {
+  static const struct {
+    const char* name;
+    uint32_t id;
+    const char* values;
+    const char* octets;
+  } kRows[] = {
+      {"lte_pcc", 0x52, kLteCell, kLteOctets},
+      {"lte_scc1", 0x67, kLteCell, kLteOctets},
+      {"lte_scc2", 0x68, kLteCell, kLteOctets},
+      {"lte_scc3", 0x69, kLteCell, kLteOctets},
+      {"lte_scc4", 0x6A, kLteCell, kLteOctets},
+      {"lte_scc5", 0x6B, kLteCell, kLteOctets},
+      {"lte_scc6", 0x6C, kLteCell, kLteOctets},
+      {"nr_pcc", 0x87, kNrCell, kNrOctets},
+      {"nr_scc1", 0x06, kNrCell, kNrOctets},
+      {"nr_scc2", 0x07, kNrCell, kNrOctets},
+      {"nr_agc", 0x5E, "rssi = [1, 2, 4, 8]", kFourOctets},
+      {"nr_ftl", 0x70, "snr = [1, 2, 4, 8]", kFourOctets},
+      {"nr_antenna", 0x71,
+       "rx_old = [1, 3, 5, 7]\nrx_new = [2, 4, 6, -8]\ntx_old = [9, 11]\ntx_new = [10, 12]",
+       "01 01 00 00 00 02 00 00 00 03 00 00 00 04 00 00 00 05 00 00 00 06 00 00 00 07 00 00 00 "
+       "F8 FF FF FF 09 00 00 00 0A 00 00 00 0B 00 00 00 0C 00 00 00"},
+      {"nr_power", 0x5A, "tx_power = 12.9", "01 00 00 00 00 66 66 4E 41"},
+      {"lte_power", 0x62,
+       "pusch_tx_power = -2\ndl_path_loss = 200\nmax_power = 23\npusch_ex_tx_power = -32768",
+       "01 FE FF C8 17 00 00 80"},
+      {"wcdma", 0x6E, "rx_agc = [-1, 2]", "01 00 00 00 00 00 00 80 BF 00 00 00 40"},
+      {"gsm", 0x6F, "prx = -1\ndrx = 2", "01 00 00 00 00 00 00 80 BF 00 00 00 40"},
+      {"gsm", 0x6F, "drx = 2", "01 00 00 00 00 00 00 00 00 00 00 00 40"},
+      {"antenna", 0x64, "ant_num = 1\nant_path = 2\nsig_path = 3\nold_config = 4\nnew_config = 255",
+       "01 01 02 03 04 FF"},
+      {"nr_antenna", 0x71, "tx_new = [1, 2]",
+       "01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
+       "00 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00 02 00 00 00"},
+  };
+  for (const auto& row : kRows) {
+    const sim::Measurements measurements =
+        measured("[measurements.sub1." + std::string(row.name) + "]\n" + row.values + "\n");
+    EXPECT_TRUE(measurements[0].empty());
+    ASSERT_EQ(measurements[1].size(), 1u) << row.name;
+    EXPECT_EQ(measurements[1].begin()->first, row.id) << row.name;
+    EXPECT_EQ(desk::hex(measurements[1].begin()->second), row.octets) << row.name;
+  }
+}
+
+TEST(VsConfig, TheTechnologyIsANameOrANumber) {
+  static const struct {
+    const char* rat;
+    const char* record;
+  } kRows[] = {
+      {"\"lte\"", "01 09 00 00 00"},    {"\"nr\"", "01 0C 00 00 00"},
+      {"\"wcdma\"", "01 05 00 00 00"},  {"\"gsm\"", "01 03 00 00 00"},
+      {"0x01020304", "01 04 03 02 01"}, {"\"none\"", "00"},
+  };
+  for (const auto& row : kRows) {
+    const auto measurements = measured("[measurements.sub0]\nrat = " + std::string(row.rat) + "\n");
+    ASSERT_TRUE(measurements[0].contains(0x2C)) << row.rat;
+    EXPECT_EQ(desk::hex(measurements[0].at(0x2C)), row.record) << row.rat;
+  }
+}
+
+TEST_F(Vs, RequestsGetWhatThePhoneHasOfThem) {
+  start_modem(
+      "[measurements.sub0.raw]\n\"0x64\" = \"FF\"\n\"0x123\" = \"00a0 Bb\"\n\"7\" = \"\"\n"
+      "[measurements.sub1.raw]\n\"0xFFFFFFFF\" = \"" +
+      std::string(1400, '5') + "\"\n");
+  static const struct {
+    uint16_t sub;
+    std::vector<std::pair<uint32_t, uint32_t>> wanted;
+    std::string answer;
+  } kRows[] = {
+      {0, {}, ""},
+      {0, {{0, 0x55}}, ""},
+      {1, {{1, 0x87}}, ""},  // no NR there
+      {0, {{0, 0x64}}, "0.100 FF"},
+      {0, {{0, 0x123}, {0, 7}}, "0.291 00 A0 BB; 0.7 "},
+      {0, {{1, 0x2C}, {1, 0x71}, {0, 0x2C}}, "1.44 01 09 00 00 00; 0.44 01 0C 00 00 00"},
+      {1, {{1, 0xFFFFFFFF}}, "1.4294967295 " + desk::hex(std::vector<uint8_t>(700, 0x55))},
+      {2, {{0, 0x2C}}, "error 48"},
+      {0, {{0, 0x2C}, {2, 0x2C}}, "error 48"},
+      {0, {{0xFFFFFFFF, 0x2C}}, "error 48"},
+  };
+  const qmi_client_type client = open();
+  for (const auto& row : kRows) EXPECT_EQ(get(client, row.sub, row.wanted), row.answer);
+  EXPECT_EQ(feature(client), 0);
+}
+
+TEST(VsConfig, MistakesAreNamedWithTheirLine) {
+  static const struct {
+    std::string toml;
+    const char* why;
+  } kRows[] = {
+      {"[measurements.sub2]\n", "phone.toml:1: measurements: unknown key \"sub2\""},
+      {"[measurements.sub0]\nrats = 1\n", "phone.toml:2: measurements.sub0: unknown key \"rats\""},
+      {"[measurements.sub1.gsm]\n\npeak = 1\n",
+       "phone.toml:3: measurements.sub1.gsm: unknown key \"peak\""},
+      {"[measurements]\nsub0 = 1\n", "phone.toml:2: measurements.sub0 must be a table"},
+      {"[measurements.sub0]\nrat = \"5g\"\n",
+       "phone.toml:2: measurements.sub0.rat must be one of none, gsm, wcdma, lte, nr"},
+      {"[measurements.sub0]\nrat = -1\n",
+       "phone.toml:2: measurements.sub0.rat must be a number from 0 to 4294967295"},
+      {"[measurements.sub0.lte_pcc]\npci = 65536\n",
+       "phone.toml:2: measurements.sub0.lte_pcc.pci must be a number from 0 to 65535"},
+      {"[measurements.sub0.lte_power]\nmax_power = -32769\n",
+       "phone.toml:2: measurements.sub0.lte_power.max_power must be a number from -32768 to 32767"},
+      {"[measurements.sub0.lte_power]\nmax_power = 23.5\n",
+       "phone.toml:2: measurements.sub0.lte_power.max_power must be a number from -32768 to 32767"},
+      {"[measurements.sub0.nr_pcc]\nrsrp = [1, 2, 3]\n",
+       "phone.toml:2: measurements.sub0.nr_pcc.rsrp must be a list of 4"},
+      {"[measurements.sub0.nr_pcc]\nrsrp = [1, 2, 3, \"4\"]\n",
+       "phone.toml:2: measurements.sub0.nr_pcc.rsrp holds something that is not a number"},
+      {"[measurements.sub0.nr_pcc]\nrsrp = -90\n",
+       "phone.toml:2: measurements.sub0.nr_pcc.rsrp must be a list of numbers"},
+      {"[measurements.sub0.nr_pcc]\nrsrq = 1e39\n",
+       "phone.toml:2: measurements.sub0.nr_pcc.rsrq holds a number that does not fit"},
+      {"[measurements.sub0.nr_antenna]\ntx_new = []\n",
+       "phone.toml:2: measurements.sub0.nr_antenna.tx_new must be a list of 2"},
+      {"[measurements.sub0.nr_antenna]\nrx_old = [0, 0, 0, 2147483648]\n",
+       "phone.toml:2: measurements.sub0.nr_antenna.rx_old holds something that is not a number or "
+       "does not fit"},
+      {"[measurements.sub0.raw]\n\"0x\" = \"\"\n",
+       "phone.toml:2: measurements.sub0.raw.0x is not the id of a record"},
+      {"[measurements.sub0.raw]\nlte_pcc = \"\"\n",
+       "phone.toml:2: measurements.sub0.raw.lte_pcc is not the id of a record"},
+      {"[measurements.sub0.raw]\n\"0x100000000\" = \"\"\n",
+       "phone.toml:2: measurements.sub0.raw.0x100000000 is not the id of a record"},
+      {"[measurements.sub0.raw]\n\"0x52\" = \"01 2\"\n",
+       "phone.toml:2: measurements.sub0.raw.0x52 must be octets in hex, like \"01 A0\""},
+      {"[measurements.sub0.raw]\n\"0x52\" = \"1 2\"\n",
+       "phone.toml:2: measurements.sub0.raw.0x52 must be octets in hex, like \"01 A0\""},
+      {"[measurements.sub0.raw]\n\"0x52\" = \"" + std::string(1402, '0') + "\"\n",
+       "phone.toml:2: measurements.sub0.raw.0x52 has more than 700 octets"},
+      {"[modem]\nabsent = [\"nas\", \"gps\"]\n",
+       "phone.toml:2: modem.absent holds \"gps\", not a service"},
+      {"[modem]\nabsent = \"nas\"\n", "phone.toml:2: modem.absent must be a list of texts"},
+      {"[modem]\nabsent = [3]\n", "phone.toml:2: modem.absent must be a list of texts"},
+      {"[statistics]\ncmd_fail_count = -1\n",
+       "phone.toml:2: statistics.cmd_fail_count must be a number from 0 to 9223372036854775807"},
+  };
+  for (const auto& row : kRows) {
+    sim::PhoneConfig config;
+    std::string why;
+    EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
+    EXPECT_EQ(why, row.why);
+  }
+}
+
+TEST(VsConfig, CommandCountsStandBehindTheDiagLogs) {
+  sim::PhoneConfig config;
+  std::string why;
+  ASSERT_TRUE(
+      sim::parse_phone_config("[statistics]\nenabled = true\noutdated_logs = [7, 8]\n"
+                              "cmd_ok_count = 0x1122334455667788\ncmd_fail_count = 9\n",
+                              &config, &why))
+      << why;
+  const std::string counters = sim::statistics_counters(config);
+  EXPECT_EQ(desk::hex({reinterpret_cast<const uint8_t*>(counters.data()), 30}),
+            "04 01 02 00 00 00 00 00 00 00 88 77 66 55 44 33 22 11 09 00 00 00 00 00 00 00 00 00 "
+            "00 00");
+  EXPECT_EQ(counters.size(), 1u + 57 + 95 + 58 + 10);
+}
+
+TEST_F(Vs, ServicesCanBeAbsentUntilTheyAreBroughtUp) {
+  sim::Modem& modem = start("[modem]\nabsent = [\"nas\", \"vs\"]\n");
+  const auto services = [](qmi_idl_service_object_type service) {
+    uint32_t count = 0;
+    qmi_client_get_service_list(service, nullptr, nullptr, &count);
+    return count;
+  };
+  EXPECT_EQ(services(kSar), 1u);
+  EXPECT_EQ(services(kNas), 0u);
+  EXPECT_EQ(services(kVs), 0u);
+  modem.bring_up(qcci::idl::kVsService.id);
+  while (services(kVs) != 1) std::this_thread::yield();
+  EXPECT_EQ(services(kNas), 0u);
+  EXPECT_EQ(feature(open()), 0);
+
+  modem.restart();
+  while (services(kSar) != 0 || services(kVs) != 0) std::this_thread::yield();
+  clock_.await_waiter(1500ms);
+  clock_.advance(1500ms);
+  while (services(kSar) != 1) std::this_thread::yield();
+  EXPECT_EQ(services(kNas), 0u);
+  EXPECT_EQ(services(kVs), 0u);
+}
+
+// ---- indications on demand
+
+// What one client was told, each indication encoded anew from what was decoded.
+struct Told {
+  std::mutex mutex;
+  std::vector<std::string> messages;
+
+  static void callback(qmi_client_type client, uint32_t message, const void* encoded,
+                       uint32_t length, void* data) {
+    auto& told = *static_cast<Told*>(data);
+    static union {
+      vs_flags_ind flags;
+      vs_records_ind records;
+      vs_values_ind values;
+      vs_byte_ind byte;
+    } ind;
+    static std::mutex one_at_a_time;
+    const std::lock_guard decoding(one_at_a_time);
+    uint32_t octets = 0;
+    qmi_idl_get_message_c_struct_len(kVs, QMI_IDL_INDICATION, message, &octets);
+    const int result = qmi_client_message_decode(client, QMI_IDL_INDICATION, message, encoded,
+                                                 length, &ind, octets);
+    std::string text = "decode " + std::to_string(result);
+    const auto record = [](const vs_ind_record& one) {
+      return std::to_string(one.id) + ":" + std::to_string(one.data_len) + ":" +
+             desk::hex({one.data, 1}) + ":" + std::to_string(one.x) + ":" + std::to_string(one.y);
+    };
+    if (result != 0) {
+    } else if (message == VS_IND_FLAGS) {
+      text = "flags " + std::to_string(ind.flags.word) + " " + std::to_string(ind.flags.flag_1) +
+             std::to_string(ind.flags.flag_2);
+    } else if (message == VS_IND_RECORDS) {
+      text = "records " + std::to_string(ind.records.word);
+      for (uint32_t i = 0; i < ind.records.records_len; ++i) {
+        text += " " + record(ind.records.records[i]);
+      }
+      text += " blobs " + std::to_string(ind.records.blobs_len) + " last " +
+              (ind.records.last_valid != 0 ? std::to_string(ind.records.last) : "none");
+    } else if (message == VS_IND_VALUES) {
+      text = "values " + desk::hex({ind.values.values, ind.values.values_len}) + " " +
+             std::to_string(ind.values.y);
+    } else if (message == VS_IND_BYTE) {
+      text = "byte " + std::to_string(ind.byte.byte);
+    }
+    const std::lock_guard lock(told.mutex);
+    told.messages.push_back(text);
+  }
+  std::vector<std::string> after(size_t n) {
+    while (true) {
+      {
+        const std::lock_guard lock(mutex);
+        if (messages.size() >= n) return messages;
+      }
+      std::this_thread::yield();
+    }
+  }
+};
+
+TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
+  static Told asked, quiet, other, gone;
+  sim::Modem& modem = start_modem();
+  const qmi_client_type first = open(kVs, Told::callback, &asked);
+  const qmi_client_type second = open(kVs, Told::callback, &quiet);
+  const qmi_client_type third = open(kNas, Told::callback, &other);
+  const qmi_client_type fourth = open(kVs, Told::callback, &gone);
+  EXPECT_EQ(feature(first), 0);
+  EXPECT_EQ(get(first, 5, {}), "error 48") << "refused, it has asked all the same";
+  EXPECT_EQ(feature(fourth), 0);
+  const nas_bind_subscription_req bind{0};
+  nas_plain_resp resp;
+  EXPECT_EQ(qmi_client_send_msg_sync(third, NAS_BIND_SUBSCRIPTION, &bind, sizeof bind, &resp,
+                                     sizeof resp, 3000),
+            0);
+  qmi_client_release(fourth);
+
+  const uint32_t vs = qcci::idl::kVsService.id;
+  const vs_flags_ind flags{7, 0, 1};
+  static vs_records_ind records;
+  records.word = 3;
+  records.records_len = VS_IND_RECORDS_MAX;
+  records.records[0] = {0x52, 2, {0xAB, 1}, 4, 5};
+  records.records[15] = {0x53, VS_IND_DATA_MAX, {0xCD}, 65535, 6};
+  records.last_valid = 1;
+  records.last = 9;
+  const vs_values_ind values{1, 2, {8, 9}, 0, 77};
+  vs_byte_ind byte{1};
+  modem.indicate_all(vs, VS_IND_FLAGS, &flags, sizeof flags);
+  modem.indicate_all(vs, VS_IND_RECORDS, &records, sizeof records);
+  modem.indicate_all(vs, VS_IND_VALUES, &values, sizeof values);
+  modem.indicate_all(vs, VS_IND_BYTE, &byte, sizeof byte);
+  modem.indicate_all(vs, VS_IND_BYTE, &values, sizeof values);  // of another message
+  modem.indicate_all(vs, 0x99, &byte, sizeof byte);
+  modem.indicate_all(0x99, VS_IND_BYTE, &byte, sizeof byte);
+  std::string all = "records 3 82:2:AB:4:5";
+  for (int i = 0; i < 14; ++i) all += " 0:0:00:0:0";
+  all += " 83:1024:CD:65535:6 blobs 0 last 9";
+  EXPECT_EQ(asked.after(4),
+            (std::vector<std::string>{"flags 7 01", all, "values 08 09 77", "byte 1"}));
+
+  // Whoever asks later hears what comes later.
+  EXPECT_EQ(feature(second), 0);
+  byte.byte = 2;
+  modem.indicate_all(vs, VS_IND_BYTE, &byte, sizeof byte);
+  EXPECT_EQ(quiet.after(1), std::vector<std::string>{"byte 2"});
+  EXPECT_EQ(asked.after(5).size(), 5u);
+
+  // A service that has been away has forgotten them.
+  modem.take_down(vs);
+  modem.bring_up(vs);
+  modem.indicate_all(vs, VS_IND_BYTE, &byte, sizeof byte);
+  EXPECT_EQ(passed(sim::FaultKind::kIndication).size(), 4u + 2u);
+  EXPECT_TRUE(other.after(0).empty());
+  EXPECT_TRUE(gone.after(0).empty());
+}
+
+}  // namespace

@@ -66,6 +66,11 @@ sim::Modem& Desk::start_modem(std::string_view toml) {
   std::string why;
   EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
   directory_.write("phone.toml", std::string(sim::kDefaultPhoneToml) + std::string(toml));
+  return start_written_modem();
+}
+
+sim::Modem& Desk::start_written_modem() {
+  std::string why;
   std::shared_ptr<sim::Modem> modem = sim::make_modem(directory_.phone(), &why);
   EXPECT_NE(modem, nullptr) << why;
   modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,

@@ -56,6 +56,8 @@ class Desk : public testing::Test {
   // The modem of the default phone with `toml` added (tables only); from then on it is the one that
   // the client library finds.
   sim::Modem& start_modem(std::string_view toml = "");
+  // The same for the phone.toml that the test has written.
+  sim::Modem& start_written_modem();
   // Messages of one kind that passed so far.
   std::vector<Message> passed(sim::FaultKind kind);
   size_t requests() { return passed(sim::FaultKind::kRequest).size(); }

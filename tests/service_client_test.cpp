@@ -1,0 +1,259 @@
+// The life of the statistics framework's service clients, against the simulated modem.
+
+#include <atomic>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "support/desk.h"
+#include "vireo/modem_api/nas/nas_0_client.h"
+#include "vireo/modem_api/nas/nas_1_client.h"
+#include "vireo/modem_api/sar/sar_client.h"
+#include "vireo/modem_api/vs/vs_client.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Statuses = std::vector<uint64_t>;
+
+// What was reported, by client type.
+std::mutex g_mutex;
+Statuses g_reported[kModemApiClientTypes];
+std::atomic<bool> g_released;
+std::atomic<int> g_late;
+
+void on_status(uint32_t client_type, uint64_t status) {
+  if (g_released && status != OP_STATUS_RELEASED) ++g_late;
+  const std::lock_guard lock(g_mutex);
+  g_reported[client_type].push_back(status);
+}
+
+Statuses reported(ModemApiClientType type) {
+  const std::lock_guard lock(g_mutex);
+  return g_reported[type];
+}
+
+void await(ModemApiClientType type, size_t count) {
+  while (reported(type).size() < count) std::this_thread::sleep_for(1ms);
+}
+
+void ignore_event(uint32_t, const void*, uint32_t) {}
+
+size_t threads() {
+  size_t n = 0;
+  for ([[maybe_unused]] const auto& entry :
+       std::filesystem::directory_iterator("/proc/self/task")) {
+    ++n;
+  }
+  return n;
+}
+
+struct ServiceClients : desk::Desk {
+  // A modem whose services stay away for a tenth of a second.
+  sim::Modem& start() {
+    directory_.write("phone.toml", "[modem]\nrestart_ms = 100\n");
+    sim::Modem& modem = start_written_modem();
+    clock_.run_by_itself();
+    return modem;
+  }
+  static int connect_nas_0() {
+    nas_0_init();
+    nas_0_client_set_operational_status_callback(on_status);
+    return nas_0_client_init(ignore_event);
+  }
+  static int connect_nas_1() {
+    nas_1_init();
+    nas_1_client_set_operational_status_callback(on_status);
+    return nas_1_client_init(ignore_event);
+  }
+  static int bind(int (*send)(uint32_t, const void*, uint32_t, void*, uint32_t)) {
+    const nas_bind_subscription_req request{0};
+    nas_plain_resp response;
+    return send(NAS_BIND_SUBSCRIPTION, &request, sizeof request, &response, sizeof response);
+  }
+  // What NAS was asked so far: message id and TLVs.
+  std::vector<std::string> asked() {
+    std::vector<std::string> all;
+    for (const desk::Message& request : passed(sim::FaultKind::kRequest)) {
+      all.push_back(std::to_string(request.id()) + ": " + request.tlvs());
+    }
+    return all;
+  }
+};
+
+TEST_F(ServiceClients, ConnectBindsAndRegistersInThatOrder) {
+  start();
+  ASSERT_EQ(connect_nas_1(), 1);
+  EXPECT_EQ(reported(kModemApiNas1), (Statuses{1, 3}));
+  EXPECT_EQ(asked(), (std::vector<std::string>{"69: 01 01 00 01", "3: 13 01 00 00"}));
+  EXPECT_EQ(bind(nas_1_client_send_msg_sync), 0);
+  EXPECT_EQ(nas_1_client_set_networking_indications(), 0);
+  EXPECT_EQ(nas_1_client_get_master_port(), 65535u);
+  EXPECT_EQ(nas_1_client_release(), 1);
+  EXPECT_EQ(reported(kModemApiNas1), (Statuses{1, 3, 0}));
+  EXPECT_EQ(bind(nas_1_client_send_msg_sync), QMI_CLIENT_PORT_NOT_OPEN);
+  ASSERT_EQ(connect_nas_1(), 1) << "and again";
+}
+
+TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {
+  static const struct {
+    ModemApiClientType type;
+    uint32_t service;
+    qmi_idl_service_object_type (*init)();
+    void (*set_status)(modem_api_operational_cb);
+    int (*client_init)(modem_api_indication_cb);
+    Statuses statuses;
+  } kRows[] = {
+      {kModemApiNas0,
+       NAS_SERVICE_ID,
+       nas_0_init,
+       nas_0_client_set_operational_status_callback,
+       nas_0_client_init,
+       {1, 2}},
+      {kModemApiNas1,
+       NAS_SERVICE_ID,
+       nas_1_init,
+       nas_1_client_set_operational_status_callback,
+       nas_1_client_init,
+       {1, 2}},
+      {kModemApiSar,
+       SAR_SERVICE_ID,
+       sar_init,
+       sar_client_set_operational_status_callback,
+       sar_client_init,
+       {1, 2}},
+      {kModemApiVs, 0xFFE5, vs_init, vs_client_set_operational_status_callback, vs_client_init, {}},
+  };
+  sim::Modem& modem = start();
+  for (const auto& row : kRows) {
+    modem.take_down(row.service);
+    row.init();
+    row.set_status(on_status);
+    const auto before = clock_.passed();
+    const std::string output =
+        desk::output_of([&] { EXPECT_EQ(row.client_init(ignore_event), 0); });
+    EXPECT_EQ(clock_.passed() - before, 9s + 10 * 4ms) << row.type;
+    EXPECT_EQ(reported(row.type), row.statuses) << row.type;
+    for (const char* line : {"Trying qmi_client_init_instance() try # 0 port[65535]",
+                             "Trying qmi_client_init_instance() try # 9 port[65535]",
+                             "qmi_client_init_instance returned (-3)",
+                             "qmi_client_init_instance returned failure(-3)"}) {
+      EXPECT_TRUE(desk::said(output, line)) << line;
+    }
+    EXPECT_FALSE(desk::said(output, "Trying qmi_client_init_instance() try # 10 port[65535]"));
+  }
+}
+
+TEST_F(ServiceClients, AServiceThatComesBetweenTwoAttemptsIsConnectedTo) {
+  sim::Modem& modem = start();
+  modem.take_down(NAS_SERVICE_ID);
+  std::thread later([&] {
+    while (clock_.passed() < 3s) std::this_thread::sleep_for(1ms);
+    modem.bring_up(NAS_SERVICE_ID);
+  });
+  EXPECT_EQ(connect_nas_0(), 1);
+  later.join();
+  EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3}));
+  EXPECT_LT(clock_.passed(), 9s);
+}
+
+TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
+  sim::Modem& modem = start();
+  ASSERT_EQ(connect_nas_0(), 1);
+  ASSERT_EQ(connect_nas_1(), 1);
+  const size_t before = threads();
+  Statuses expected{1, 3};
+  for (int i = 0; i < 50; ++i) {
+    const size_t asked_before = asked().size();
+    modem.restart();
+    expected.insert(expected.end(), {4, 5, 6, 3});
+    await(kModemApiNas0, expected.size());
+    await(kModemApiNas1, expected.size());
+    ASSERT_EQ(reported(kModemApiNas0), expected);
+    ASSERT_EQ(reported(kModemApiNas1), expected);
+    ASSERT_EQ(asked().size(), asked_before + 4) << "bound and registered again, each of them";
+    ASSERT_EQ(bind(nas_0_client_send_msg_sync), 0);
+    ASSERT_EQ(bind(nas_1_client_send_msg_sync), 0);
+  }
+  while (threads() > before) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(threads(), before);
+  nas_0_client_release();
+  nas_1_client_release();
+}
+
+TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
+  sim::Modem& modem = start();
+  vs_init();
+  vs_client_set_operational_status_callback(on_status);
+  ASSERT_EQ(vs_client_init(ignore_event), 1);
+  const vs_feature_status_req request{2, 1, 1, 1};
+  vs_plain_resp response;
+  const auto send = [&] {
+    return vs_client_send_msg_sync(VS_FEATURE_STATUS, &request, sizeof request, &response,
+                                   sizeof response);
+  };
+  EXPECT_EQ(send(), 0);
+  modem.take_down(0xFFE5);
+  EXPECT_EQ(send(), QMI_CLIENT_SERVICE_GONE);
+  modem.bring_up(0xFFE5);
+  EXPECT_EQ(send(), QMI_CLIENT_SERVICE_GONE);
+  vs_client_release();
+  vs_init();
+  ASSERT_EQ(vs_client_init(ignore_event), 1);
+  EXPECT_EQ(send(), 0);
+  EXPECT_EQ(reported(kModemApiVs), (Statuses{0}));
+}
+
+TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
+  start();
+  ASSERT_EQ(connect_nas_0(), 1);
+  std::string output =
+      desk::output_of([] { nas_0_client_unsol_ind_cb(nullptr, 0x85, nullptr, 0, nullptr); });
+  EXPECT_TRUE(desk::said(output, "Indication decode failed for msg 0x85 with error -5"));
+  static nas_incremental_network_scan_req request;
+  nas_plain_resp response;
+  output = desk::output_of([&] {
+    EXPECT_EQ(nas_0_client_send_msg_sync(NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request,
+                                         &response, sizeof response),
+              0);
+    nas_0_client_release();
+  });
+  output += desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
+  EXPECT_TRUE(desk::said(output, "Unexpected NULL pointer!")) << "before a callback is there";
+}
+
+// Loss and release at any moment of connecting, suspending and resuming.
+TEST_F(ServiceClients, ReleaseAtAnyMomentEndsTheLifeAndEveryCallbackOfIt) {
+  sim::Modem& modem = start();
+  std::mt19937 random(7);
+  const size_t before = threads() + 1;  // the client library's
+  for (int i = 0; i < 60; ++i) {
+    g_released = false;
+    std::atomic<bool> stop{false};
+    std::thread restarting([&, seed = random()] {
+      std::mt19937 own(seed);
+      while (!stop) {
+        modem.take_down(NAS_SERVICE_ID);
+        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+        modem.bring_up(NAS_SERVICE_ID);
+        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+      }
+    });
+    nas_0_init();
+    nas_0_client_set_operational_status_callback(on_status);
+    std::thread connecting([] { nas_0_client_init(ignore_event); });
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
+    nas_0_client_release();
+    g_released = true;
+    std::this_thread::sleep_for(2ms);
+    EXPECT_EQ(g_late, 0);
+    stop = true;
+    restarting.join();
+    connecting.join();
+  }
+  while (threads() > before) std::this_thread::sleep_for(1ms);
+}
+
+}  // namespace

@@ -34,14 +34,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Sink sink;
   const sim::Address client = modem->attach(sink);
   while (size > 3) {
-    const uint32_t port = data[0] % 5 == 4 ? qcci::kControlPort : data[0] % 5;
+    const uint32_t port = data[0] % 8 == 7 ? qcci::kControlPort : data[0] % 8;
     const size_t length = std::min<size_t>(size - 3, data[1] | (data[2] & 3) << 8);
     modem->send(client, {1, port}, {data + 3, length});
     data += 3 + length;
     size -= 3 + length;
   }
   modem->run_due();
-  for (const uint32_t service : {0xFFE4u, 3u, 0x11u}) modem->bring_up(service);
+  for (const auto service : qcci::idl::all_services()) modem->bring_up(service->id);
   modem->detach(client);
   return 0;
 }

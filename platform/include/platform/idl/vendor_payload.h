@@ -32,8 +32,8 @@ enum {
 };
 
 // NV requests, and EFS reads and writes. A write's chunk says where in the file it belongs
-// (data_done) and how long the whole will be (data_len), so that a modem can keep the old file until
-// the new one is there.
+// (data_done) and how long the whole will be (data_len), so that a modem can keep the old file
+// until the new one is there.
 typedef struct {
   uint8_t operation;
   uint8_t sub;

@@ -285,10 +285,10 @@ void store(uint32_t version, const uint64_t (&fields)[kFields]) {
 extern "C" void modem_stats_parse_xxxx_diag_xxxx(void) {
   uint64_t version = 0;
   if (!unpack::unpk_i("version", 4, &version)) return;
-  unpack::base_with_bit(kVersionBits);
   size_t column = 0;
   while (column < std::size(kVersions) && kVersions[column] != version) ++column;
   if (column == std::size(kVersions)) return;
+  unpack::base_with_bit(kVersionBits);
   uint64_t fields[kFields] = {};
   for (size_t i = 0; i < kFields; ++i) {
     const ServingCellField& field = kServingCell[i];

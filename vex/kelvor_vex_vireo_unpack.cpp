@@ -60,7 +60,6 @@ bool unpk_high(const char* name, uint64_t tmp1, uint64_t tmp2, int32_t low, int3
     }
     *value = tmp1;
   } else {
-    bits = kSpanBits + 1 - low;
     if (low < 1 || low > kSpanBits) {
       std::printf("UNPK_MID, low(%d) should be in [1, 128] for %s, id(0x%x)\n", low, name,
                   g_unpk.id);
@@ -76,6 +75,7 @@ bool unpk_high(const char* name, uint64_t tmp1, uint64_t tmp2, int32_t low, int3
                   g_unpk.id);
       return false;
     }
+    bits = kSpanBits + 1 - low;
     if (low > kSpanWord + 1) {
       std::printf("UNPK_HIGH, bit_num(%d) should be in [64, 128] for %s, id(0x%x)\n", bits, name,
                   g_unpk.id);

@@ -60,7 +60,6 @@ bool unpk_high(const char* name, uint64_t tmp1, uint64_t tmp2, int32_t low, int3
     }
     *value = tmp1;
   } else {
-    bits = kSpanBits + 1 - low;
     if (low < 1 || low > kSpanBits) {
       std::printf("UNPK_MID, low(%d) should be in [1, 128] for %s, id(0x%x)\n", low, name,
                   g_unpk.id);
@@ -76,6 +75,7 @@ bool unpk_high(const char* name, uint64_t tmp1, uint64_t tmp2, int32_t low, int3
                   g_unpk.id);
       return false;
     }
+    bits = kSpanBits + 1 - low;
     if (low > kSpanWord + 1) {
       std::printf("UNPK_HIGH, bit_num(%d) should be in [64, 128] for %s, id(0x%x)\n", bits, name,
                   g_unpk.id);
@@ -285,10 +285,10 @@ void store(uint32_t version, const uint64_t (&fields)[kFields]) {
 extern "C" void modem_stats_parse_xxxx_diag_xxxx(void) {
   uint64_t version = 0;
   if (!unpack::unpk_i("version", 4, &version)) return;
-  unpack::base_with_bit(kVersionBits);
   size_t column = 0;
   while (column < std::size(kVersions) && kVersions[column] != version) ++column;
   if (column == std::size(kVersions)) return;
+  unpack::base_with_bit(kVersionBits);
   uint64_t fields[kFields] = {};
   for (size_t i = 0; i < kFields; ++i) {
     const ServingCellField& field = kServingCell[i];

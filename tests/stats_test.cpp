@@ -1,0 +1,500 @@
+// The modem's statistics on the tool's side: records decoded bit by bit, the feature's counters,
+// and command 7, which shows both.
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+
+#include "platform/kelvor_utils.h"
+#include "qcci/client/core.h"
+#include "sim/embedded_link.h"
+#include "support/desk.h"
+#include "vex/commands.h"
+#include "vex/kelvor_vex_vireo_unpack.h"
+
+namespace {
+
+using desk::output_of;
+using desk::trace_messages;
+using Lines = std::vector<std::string>;
+using Octets = std::vector<uint8_t>;
+
+// The shell lines of `vex` with these words.
+Lines vex(Lines words) {
+  words.insert(words.begin(), "vex");
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  return trace_messages(
+      output_of([&] { kelvor_test_modem_stats_do(static_cast<int>(argv.size()), argv.data()); }));
+}
+
+Lines lines_of(const std::function<void()>& call) { return trace_messages(output_of(call)); }
+
+const char* const kSampleSummary[] = {
+    "version = 196609, mcc = 29440, mnc_num 128, mnc 704, tac 497189504, cgi 2028284490176, pci "
+    "51666",
+    "freq_band_ind = 64, dl_earfcn = 27450241, dl_bw 1280, ul_earfcn 24836608, ul_bw 1280, "
+    "allow_access 128, scs 0"};
+
+TEST(Sample, ShowsItsSummaryAloneOrBehindEveryStep) {
+  EXPECT_EQ(vex({"7", "0", "0"}),
+            (Lines{"length = 48, print_flag = 0", kSampleSummary[0], kSampleSummary[1]}));
+
+  const Lines shown = vex({"7", "0", "1"});
+  const Lines begin = {
+      "length = 48, print_flag = 1",
+      "    UNPK_I, name: version, val: 196609(0x010003), val_size: 4, unpk_cnt: 4, data_base: 0, "
+      "base_bit: 0",
+      "BASE_WITH_BIT, g_unpk_data_base_bit(32), g_unpk_data_base(4), g_unpk_data_cnt(0), bit(32), "
+      "id(0x123)",
+      "UNPK_SET_BIT, g_unpk_data_base_bit(32), g_unpk_data_base(4), g_unpk_data_cnt(31), bit(250), "
+      "id(0x123)",
+      "PRINT_CNT, base_bit: 32, base_byte: 4, data_cnt: 31, low: 3, high: 18, param: 250, name: "
+      "mcc",
+      "    UNPK_I, name: mcc_tmp1, val: 721138937611013120(0x00CC01020B00020A), val_size: 8, "
+      "unpk_cnt: 39, data_base: 4, base_bit: 32",
+      "    UNPK_I, name: mcc_tmp2, val: 16807562(0x8A760001), val_size: 8, unpk_cnt: 47, "
+      "data_base: 4, base_bit: 32",
+      "UNPK_HIGH, old_val: 9403656771257529088, new_val: 29440, bit_num: 126, name: mcc, id(0x123)",
+      "UNPK_LOW, old_val: 29440, new_val: 29440, bit_num: 16, mask_max(0xffff), old_size(2), name: "
+      "mcc, id(0x123)",
+      "UNPK_MID, old_val: 9403656771257529088, new_val: 29440, low: 3, high: 18, name: mcc, "
+      "id(0x123)",
+      "    UNPK_AT, name: mcc, val: 29440(0x0073), low: 3, high: 18, bit_start: 250, bit_num: 16"};
+  constexpr size_t kStepsOfAField = 8;
+  ASSERT_EQ(shown.size(), begin.size() + 11 * kStepsOfAField + 2);
+  EXPECT_EQ(Lines(shown.begin(), shown.begin() + static_cast<ptrdiff_t>(begin.size())), begin);
+  EXPECT_EQ(Lines(shown.end() - 2, shown.end()), (Lines{kSampleSummary[0], kSampleSummary[1]}));
+}
+
+// ---- records
+
+// A record of one version with fields where that version has them, noise around, and not an octet
+// more than the decoder may read.
+struct Layout {
+  uint32_t version;
+  size_t mcc, mnc_num, mnc, tac, cgi, pci, band, dl_earfcn, dl_bw, ul_earfcn, ul_bw, access;
+};
+constexpr Layout kLayouts[] = {
+    {4, 176, 192, 200, 224, 112, 0, 256, 16, 80, 48, 96, 216},
+    {0x30000, 240, 256, 264, 288, 176, 0, 320, 80, 144, 112, 160, 280},
+    {0x30001, 250, 266, 274, 298, 186, 10, 330, 90, 154, 122, 170, 290},
+    {0x30002, 264, 280, 288, 312, 200, 24, 344, 104, 168, 136, 184, 304},
+};
+
+void put(Octets* octets, size_t bit, size_t width, uint64_t value) {
+  for (size_t i = 0; i < width; ++i, ++bit, value >>= 1) {
+    uint8_t& octet = octets->at(bit / 8);
+    octet = static_cast<uint8_t>((octet & ~(1u << bit % 8)) | (value & 1) << bit % 8);
+  }
+}
+
+Octets record(const Layout& at) {
+  constexpr size_t kVersion = 32;
+  Octets octets((kVersion + at.band) / 8 + 16, 0xA5);
+  put(&octets, 0, 32, at.version);
+  const auto field = [&](size_t bit, size_t width, uint64_t value) {
+    put(&octets, kVersion + bit, width, value);
+  };
+  field(at.mcc, 16, 0xF1CC);
+  field(at.mnc_num, 8, 0x83);
+  field(at.mnc, 16, 0x8001);
+  field(at.tac, 32, 0x8000'0001);
+  field(at.cgi, 64, 0xFEDC'BA98'7654'3210);
+  field(at.pci, 16, 0x81F7);
+  field(at.band, 16, 0xC003);
+  field(at.dl_earfcn, 32, 0xFFFF'FFFF);
+  field(at.dl_bw, 16, 0x9669);
+  field(at.ul_earfcn, 32, 0x7FFF'FFFE);
+  field(at.ul_bw, 16, 0x6996);
+  field(at.access, 8, 0xC1);
+  return octets;
+}
+
+Lines decode(const Octets& octets, uint8_t print) {
+  g_unpk.print = print;
+  return lines_of([&] { kelvor_test_modem_stats_parsing_process_do(octets.data()); });
+}
+
+TEST(Record, OfEveryVersionIsDecodedWholeWhetherStepsAreShownOrNot) {
+  for (const Layout& layout : kLayouts) {
+    SCOPED_TRACE(layout.version);
+    const Octets octets = record(layout);
+    for (const uint8_t print : {0, 1}) {
+      g_modem_stats_record = {};
+      const Lines shown = decode(octets, print);
+      ASSERT_EQ(shown.size(), print == 0 ? 2u : 2u + 12 * 8 + 2u);
+      EXPECT_EQ(
+          shown[shown.size() - 2],
+          "version = " + std::to_string(layout.version) +
+              ", mcc = 61900, mnc_num 131, mnc 32769, tac -2147483647, cgi 18364758544493064720, "
+              "pci 33271");
+      EXPECT_EQ(shown.back(),
+                "freq_band_ind = 49155, dl_earfcn = -1, dl_bw 38505, ul_earfcn 2147483646, ul_bw "
+                "27030, allow_access 193, scs 0");
+      ASSERT_EQ(g_modem_stats_record.length, 38);
+      Octets packed(38);
+      std::memcpy(packed.data(), g_modem_stats_record.data, packed.size());
+      put(&packed, 0, 32, 0);
+      EXPECT_EQ(desk::hex(packed),
+                "00 00 00 00 CC F1 01 80 01 00 00 80 10 32 54 76 98 BA DC FE F7 81 03 C0 "
+                "FF FF FF FF 69 96 FE FF FF 7F 96 69 C1 00");
+      EXPECT_EQ(g_modem_stats_record.data->version, layout.version);
+    }
+  }
+}
+
+TEST(Record, ThatCannotBeDecodedLeavesTheOneBefore) {
+  decode(record(kLayouts[0]), 0);
+  const Octets unknown = {5, 0, 0, 0};
+  EXPECT_EQ(decode(unknown, 0), Lines{});
+  EXPECT_EQ(decode(unknown, 1),
+            Lines{"    UNPK_I, name: version, val: 5(0x05), val_size: 4, unpk_cnt: 4, data_base: "
+                  "0, base_bit: 0"});
+
+  g_unpk.print = 0;
+  EXPECT_EQ(lines_of([] { kelvor_test_modem_stats_parsing_process_do(nullptr); }),
+            Lines{"UNPK_START, payload is NULL, id(0x123)"});
+  EXPECT_EQ(lines_of(modem_stats_parse_xxxx_diag_xxxx),
+            Lines{"DATA_UNPK, g_unpk_data_ptr is NULL, name: version, id(0x123)"});
+
+  // Ten fields fit below the limit.
+  const Octets other = record(kLayouts[3]);
+  g_unpk_data_ptr = other.data();
+  g_unpk_data_base = g_unpk_data_base_bit = g_unpk_data_cnt = 0;
+  g_unpk.position_limit = 43;
+  EXPECT_EQ(lines_of(modem_stats_parse_xxxx_diag_xxxx),
+            Lines{"UNPK_SET_BIT, pos(43) should be[0, 43), id(0x123)"});
+  ASSERT_EQ(g_modem_stats_record.length, 38);
+  EXPECT_EQ(g_modem_stats_record.data->version, 4u);
+}
+
+// ---- the cursor
+
+struct Cursor : testing::Test {
+  Cursor() {
+    g_unpk = {0x123, 2000, 0};
+    at(0, 0, 0);
+  }
+  static void at(int32_t base, int32_t base_bit, int32_t cnt) {
+    g_unpk_data_base = base;
+    g_unpk_data_base_bit = base_bit;
+    g_unpk_data_cnt = cnt;
+  }
+};
+
+TEST_F(Cursor, AFieldLiesWithinItsSpanAndItsType) {
+  constexpr uint64_t kTmp1 = 0x8877665544332211;
+  constexpr uint64_t kTmp2 = 0x00FFEEDDCCBBAA99;
+  const struct {
+    int32_t low, high;
+    int width;
+    uint64_t value;
+    const char* message;  // null: the field has the value
+  } rows[] = {
+      {1, 64, 64, kTmp1, nullptr},
+      {1, 3, 8, 1, nullptr},
+      {2, 65, 64, 0xC43BB32AA2199108, nullptr},
+      {8, 23, 16, 0x6644, nullptr},
+      {60, 75, 16, 0x5331, nullptr},
+      {64, 127, 64, 0x01FFDDBB99775533, nullptr},
+      {65, 128, 64, 0x88FFEEDDCCBBAA99, nullptr},  // one half over the other
+      {1, 0, 8, 0, "UNPK_MID, high(0) should be in [1, 64] for f, id(0x123)"},
+      {1, 65, 64, 0, "UNPK_MID, high(65) should be in [1, 64] for f, id(0x123)"},
+      {0, 8, 8, 0, "UNPK_MID, low(0) should be in [1, 128] for f, id(0x123)"},
+      {INT_MIN, 8, 8, 0, "UNPK_MID, low(-2147483648) should be in [1, 128] for f, id(0x123)"},
+      {129, 200, 8, 0, "UNPK_MID, low(129) should be in [1, 128] for f, id(0x123)"},
+      {2, 0, 8, 0, "UNPK_MID, high(0) should be in [1, 128] for f, id(0x123)"},
+      {66, 129, 64, 0, "UNPK_MID, high(129) should be in [1, 128] for f, id(0x123)"},
+      {70, 69, 8, 0, "UNPK_MID, low(70) should <= high(69) for f, id(0x123)"},
+      {66, 70, 8, 0, "UNPK_HIGH, bit_num(63) should be in [64, 128] for f, id(0x123)"},
+      {128, 128, 8, 0, "UNPK_HIGH, bit_num(1) should be in [64, 128] for f, id(0x123)"},
+      {1, 9, 8, 0, "UNPK_LOW, bit_num(9) should be in [1, 8] for f, id(0x123)"},
+      {3, 19, 16, 0, "UNPK_LOW, bit_num(17) should be in [1, 16] for f, id(0x123)"},
+      {65, 97, 32, 0, "UNPK_LOW, bit_num(33) should be in [1, 32] for f, id(0x123)"},
+      {2, 66, 64, 0, "UNPK_LOW, bit_num(65) should be in [1, 64] for f, id(0x123)"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.low << " to " << row.high << " in " << row.width);
+    uint64_t value = 0;
+    const Lines shown = lines_of([&] {
+      EXPECT_EQ(unpack::unpk_mid("f", kTmp1, kTmp2, row.low, row.high, row.width, &value),
+                row.message == nullptr);
+    });
+    EXPECT_EQ(shown, row.message == nullptr ? Lines{} : Lines{row.message});
+    if (row.message == nullptr) {
+      EXPECT_EQ(value, row.value);
+    }
+  }
+  g_unpk.print = 1;
+  uint64_t value = 0;
+  EXPECT_EQ(lines_of([&] { unpack::unpk_mid("f", kTmp1, kTmp2, 1, 3, 8, &value); }),
+            (Lines{"UNPK_HIGH, old_val: 9833440827789222417, new_val: 17, bit_num: 64, name: f, "
+                   "id(0x123)",
+                   "UNPK_LOW, old_val: 1, new_val: 1, bit_num: 3, mask_max(0xff), old_size(1), "
+                   "name: f, id(0x123)",
+                   "UNPK_MID, old_val: 9833440827789222417, new_val: 1, low: 1, high: 3, name: f, "
+                   "id(0x123)"}));
+}
+
+TEST_F(Cursor, PositionsHaveBounds) {
+  const Octets octets(2016, 0x5A);
+  g_unpk_data_ptr = octets.data();
+  uint64_t value = 0;
+  const auto set = [](int32_t bit) { return [bit] { return unpack::unpk_set_bit(bit); }; };
+  const auto read = [&] { return unpack::unpk_i("f", 8, &value); };
+  const auto field = [&] { return unpack::unpk_at("f", 15904, 8, 8, &value); };
+  const struct {
+    const char* rule;
+    int32_t base, base_bit, cnt, limit;
+    std::function<bool()> call;
+    int32_t cnt_after;
+    const char* message;  // null: it succeeds
+  } rows[] = {
+      {"the last position", 4, 32, 7, 2000, set(15999), 1999, nullptr},
+      {"at the limit", 4, 32, 7, 2000, set(16000), 7,
+       "UNPK_SET_BIT, pos(2000) should be[0, 2000), id(0x123)"},
+      {"a limit of its own", 4, 32, 7, 10, set(80), 7,
+       "UNPK_SET_BIT, pos(10) should be[0, 10), id(0x123)"},
+      {"before the base", 4, 32, 7, 2000, set(-40), 7,
+       "UNPK_SET_BIT, pos(-5) should be[0, 2000), id(0x123)"},
+      {"division goes towards zero", 0, 0, 7, 2000, set(-7), 0, nullptr},
+      {"the last read", 4, 32, 1995, 9999, read, 2003, nullptr},
+      {"a read at the bound", 4, 32, 1996, 9999, read, 1996,
+       "DATA_UNPK, (base + cnt)(2000) is can not >= 2000 for f, id(0x123)"},
+      {"the span's second half", 4, 32, 0, 2000, field, 1996,
+       "DATA_UNPK, (base + cnt)(2000) is can not >= 2000 for f_tmp2, id(0x123)"},
+      {"the span's first half", 12, 96, 0, 2000, field, 1988,
+       "DATA_UNPK, (base + cnt)(2000) is can not >= 2000 for f_tmp1, id(0x123)"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.rule);
+    at(row.base, row.base_bit, row.cnt);
+    g_unpk.position_limit = row.limit;
+    const Lines shown = lines_of([&] { EXPECT_EQ(row.call(), row.message == nullptr); });
+    EXPECT_EQ(shown, row.message == nullptr ? Lines{} : Lines{row.message});
+    EXPECT_EQ(g_unpk_data_cnt, row.cnt_after);
+  }
+  g_unpk_data_ptr = nullptr;
+  EXPECT_EQ(lines_of([&] { EXPECT_FALSE(read()); }),
+            Lines{"DATA_UNPK, g_unpk_data_ptr is NULL, name: f, id(0x123)"});
+}
+
+TEST_F(Cursor, BitBasesAddUpAndNeedNotBeginAnOctet) {
+  Octets octets(5 + 16);
+  put(&octets, 44, 12, 0xABC);
+  g_unpk_data_ptr = octets.data();
+  unpack::base_with_bit(32);
+  g_unpk_data_cnt = 3;
+  unpack::base_with_bit(12);
+  EXPECT_EQ(g_unpk_data_cnt, 0);
+  uint64_t value = 0;
+  EXPECT_TRUE(unpack::unpk_at("f", 0, 12, 16, &value));
+  EXPECT_EQ(value, 0xABCu);
+}
+
+TEST_F(Cursor, HexTextIsTheOctetsAsTheyLieWithoutZerosAtTheEnd) {
+  g_unpk.print = 1;
+  const std::pair<uint64_t, const char*> rows[] = {
+      {0, "val: 0(0x),"},
+      {1, "val: 1(0x01),"},
+      {0x0100, "val: 256(0x0001),"},
+      {0x100000000000000, "val: 72057594037927936(0x0000000000000001),"},
+      {~uint64_t{0}, "val: 18446744073709551615(0xFFFFFFFFFFFFFFFF),"},
+  };
+  for (const auto& [value, text] : rows) {
+    g_unpk_data_cnt = 0;
+    g_unpk_data_ptr = reinterpret_cast<const unsigned char*>(&value);
+    uint64_t read = 0;
+    const std::string shown = output_of([&] { unpack::unpk_i("f", 8, &read); });
+    EXPECT_NE(shown.find(text), std::string::npos) << shown;
+  }
+}
+
+// ---- counters
+
+TEST(Counters, HaveTheFieldsOfTheirVersion) {
+  const auto main = kelvor_modem_stats_main_info_unpk;
+  const auto diag = kelvor_modem_stats_diag_info_unpk;
+  const auto cm = kelvor_modem_stats_cm_info_unpk;
+  const auto uim = kelvor_modem_stats_uim_info_unpk;
+  static const std::string kMain = "[size:1], g_modem_stats_feature_enable_status = 1";
+  static const std::string kOther = "[size:1], init_state = 1";
+  const struct {
+    int (*unpack)(const unsigned char* data, int version);
+    int version, octets;
+    size_t lines;
+    std::string first, last;
+  } rows[] = {
+      {main, 0, 25, 4, kMain, "[size:8], g_modem_stats_cmd_fail_count = 1808220633999610642"},
+      {main, 1, 25, 4, kMain, "[size:8], g_modem_stats_cmd_fail_count = 1808220633999610642"},
+      {main, 2, 49, 8, kMain, "[size:4], modem_statsi_cmd_free_q_count = 825241390"},
+      {main, 3, 49, 8, kMain, "[size:4], modem_statsi_cmd_free_q_count = 825241390"},
+      {main, 4, 57, 10, kMain, "[size:4], g_vireo_log_stats_mask = 959985462"},
+      {main, 5, 57, 10, kMain, "[size:4], g_vireo_log_stats_mask = 959985462"},
+      {diag, 0, 43, 11, kOther, "[size:4], poll_update_parse_num = 724183336"},
+      {diag, 1, 67, 15, kOther, "[size:4], nr5g_cell_id_invalid_num = 1128415552"},
+      {diag, 2, 87, 20, kOther, "[size:4], debug_parse_num = 1465275732"},
+      {diag, 3, 95, 22, kOther, "[size:4], cust_event_parse_num = 1600019804"},
+      {diag, 5, 95, 22, kOther, "[size:4], cust_event_parse_num = 1600019804"},
+      {cm, 0, 58, 16, kOther, "[size:4], poll_update_nr5g_parse_num = 976828471"},
+      {cm, 5, 58, 16, kOther, "[size:4], poll_update_nr5g_parse_num = 976828471"},
+      {uim, 0, 10, 4, kOther, "[size:4], listener_event_parse_num = 168364039"},
+      {uim, 5, 10, 4, kOther, "[size:4], listener_event_parse_num = 168364039"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.last);
+    Octets octets(static_cast<size_t>(row.octets));
+    for (size_t i = 0; i < octets.size(); ++i) octets[i] = static_cast<uint8_t>(i + 1);
+    const Lines shown =
+        lines_of([&] { EXPECT_EQ(row.unpack(octets.data(), row.version), row.octets); });
+    ASSERT_EQ(shown.size(), row.lines);
+    EXPECT_EQ(shown.front(), "UNPK" + row.first);
+    EXPECT_EQ(shown.back(), "UNPK" + row.last);
+    EXPECT_EQ(lines_of([&] { EXPECT_EQ(row.unpack(nullptr, row.version), 0); }),
+              Lines{"ptr is null"});
+  }
+  EXPECT_EQ(lines_of([] { kelvor_modem_stats_support_status_check(nullptr); }),
+            Lines{"kelvor_modem_stats_support_status_check, ptr is null"});
+}
+
+// ---- command 7 and the modem
+
+struct Command7 : desk::Desk {
+  // The modem of this phone.toml and no other.
+  void start(std::string_view toml) {
+    sim::PhoneConfig config;
+    std::string why;
+    ASSERT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
+    qcci::Core::use_link(sim::make_embedded_link(
+        std::make_shared<sim::Modem>(directory_.phone(), std::move(config))));
+    kelvor_hal_set_shell_print_mask(1 | 2 | 8);  // without the library's debug lines
+  }
+};
+
+// A response, and what is done to it. From octet 28 on it has the result and the payload; that is
+// for request 20 the version, whether the feature is enabled, and how many logs are too old, and
+// for request 27 how many ids follow.
+std::string fault(int nth, const std::string& what) {
+  return "[[fault]]\nservice = \"vendor\"\nkind = \"response\"\nnth = " + std::to_string(nth) +
+         "\naction = " + what + "\n";
+}
+
+TEST_F(Command7, TheVerdictIsWhatTheModemSaysOfItsFeature) {
+  start(
+      "[statistics]\nenabled = true\noutdated_logs = [0xB0C0, 0x17]\ncmd_ok_count = 7\n"
+      "cmd_fail_count = 2\n" +
+      fault(3, "\"change\"\nat = 33\noctets = [0]") +
+      fault(4, "\"change\"\nat = 34\noctets = [0]") + fault(6, "\"vendor-error\"\nresult = 5") +
+      fault(8, "\"change\"\nat = 28\noctets = [4]") +
+      fault(10, "\"change\"\nat = 32\noctets = [0xFF, 0xFF]") +
+      fault(11, "\"vendor-error\"\nresult = 5") + fault(12, "\"change\"\nat = 28\noctets = [4]"));
+  const std::string rule = "===========================================";
+  const std::string fail = "================= FAIL ====================";
+  const auto status = [](int enabled, int too_old, const Lines& rest) {
+    Lines lines = {
+        "UNPK[size:1], version = 4",
+        "UNPK[size:1], modem_stats_feature_enable_status = " + std::to_string(enabled),
+        "UNPK[size:8], version_not_support_num = " + std::to_string(too_old),
+        "UNPK[size:8], modem_stats_cmd_ok_count = 7",
+        "UNPK[size:8], modem_stats_cmd_fail_count = 2",
+    };
+    lines.insert(lines.end(), rest.begin(), rest.end());
+    return lines;
+  };
+  const std::string framework = "5 QMI service framework error. Check client";
+  // Ids that the answer has no room for cannot be shown.
+  Lines lied = {"UNPK[size:2], log_num = 65535",
+                rule,
+                fail,
+                rule,
+                "Diag logs to be upgraded[num:65535]:",
+                "log_id[0]: 0xB0C0",
+                "log_id[1]: 0x0017"};
+  for (int i = 2; i < 249; ++i) lied.push_back("log_id[" + std::to_string(i) + "]: 0x0000");
+  const struct {
+    const char* rule;
+    Lines lines;
+  } rows[] = {
+      {"logs too old",
+       status(1, 2,
+              {"UNPK[size:2], log_num = 2", rule, fail, rule,
+               "Diag logs to be upgraded[num:2]:", "log_id[0]: 0xB0C0", "log_id[1]: 0x0017"})},
+      {"not enabled, whatever the logs",
+       status(0, 2, {rule, "================ CLOSED ===================", rule})},
+      {"all well", status(1, 0, {rule, "================ SUCCES ===================", rule})},
+      {"no list",
+       status(1, 2,
+              {framework, "kelvor_common_qmi_req fail, result = -3, rsp_not_support.result = 0"})},
+      {"a list refused",
+       status(1, 2, {"qmi response fail, result = 0, rsp_not_support.result = 4"})},
+      {"more logs than an answer holds", status(1, 2, lied)},
+      {"no status",
+       {framework, "kelvor_common_qmi_req fail, REQUEST_ID_COMMON, result = -3, rsp.result = 0"}},
+      {"a status refused", {"qmi response fail, result = 0, rsp.result = 4"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.rule);
+    Lines expected = {"Get the debug info of modem_stats, mask = 0x0"};
+    expected.insert(expected.end(), row.lines.begin(), row.lines.end());
+    EXPECT_EQ(vex({"7", "1", "0"}), expected);
+  }
+}
+
+TEST_F(Command7, BlocksFollowOneAnotherAsTheirVersionHasThem) {
+  start("[statistics]\nenabled = true\noutdated_logs = [1, 2, 3]\ncmd_ok_count = 258\n" +
+        fault(2, "\"change\"\nat = 32\noctets = [0]"));
+  const struct {
+    const char *mask, *shown_mask, *version;
+    int ends[4];
+    size_t counters;
+  } rows[] = {
+      {"5", "0x5", "4", {58, 153, 211, 221}, 10 + 22 + 16 + 4},
+      {"-1", "0xffffffff", "0", {26, 69, 127, 137}, 4 + 11 + 16 + 4},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.version);
+    const Lines shown = vex({"7", "1", row.mask});
+    ASSERT_EQ(shown.size(), 2 + 8 + row.counters);
+    EXPECT_EQ(shown[0], std::string("Get the debug info of modem_stats, mask = ") + row.shown_mask);
+    EXPECT_EQ(shown[1], std::string("UNPK[size:1], version = ") + row.version);
+    EXPECT_EQ(shown[4], "UNPK[size:8], g_unpk_version_not_support_num = 3");
+    EXPECT_EQ(shown[5], "UNPK[size:8], g_modem_stats_cmd_ok_count = 258");
+    Lines frames;
+    std::copy_if(shown.begin(), shown.end(), std::back_inserter(frames),
+                 [](const std::string& line) { return line.starts_with("-------- "); });
+    Lines expected;
+    for (size_t i = 0; i < 4; ++i) {
+      const std::string name =
+          std::string("-------- stats ") + std::array{"main", "diag", "cm", "uim"}[i];
+      expected.push_back(name + " info start --------");
+      expected.push_back(name + " info end, cnt(" + std::to_string(row.ends[i]) + ") --------");
+    }
+    EXPECT_EQ(frames, expected);
+  }
+}
+
+TEST_F(Command7, BadArgumentsAreNotedAboveTheHelp) {
+  const std::string few = "note: Too few parameters, Pls refer to the following cmd:";
+  const std::pair<Lines, Lines> rows[] = {
+      {{"7"}, {few}},
+      {{"7", "0"}, {few, "kelvor_test_modem_stats_parsing_process FAIL"}},
+      {{"7", "1"}, {few, "kelvor_test_modem_stats_get_debug_info FAIL"}},
+      {{"7", "2", "x"}, {"invalid type = 2"}},
+      {{"8", "0", "0"},
+       {"note: the first parameters should be 7, Pls refer to the following cmd:"}},
+  };
+  for (const auto& [words, notes] : rows) {
+    Lines expected = notes;
+    for (const char* row : {"7: kelvor modem stats test",
+                            "   vex 7 0 print                 /* modem stats diag-parsed test */",
+                            "   vex 7 1 type                  /* get the debug info of modem "
+                            "stats */"}) {
+      expected.insert(expected.end(), {row, ""});
+    }
+    EXPECT_EQ(vex(words), expected);
+  }
+}
+
+}  // namespace

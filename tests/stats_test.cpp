@@ -185,8 +185,8 @@ struct Cursor : testing::Test {
 };
 
 TEST_F(Cursor, AFieldLiesWithinItsSpanAndItsType) {
-  constexpr uint64_t kTmp1 = 0x8877665544332211;
-  constexpr uint64_t kTmp2 = 0x00FFEEDDCCBBAA99;
+  constexpr uint64_t kTmp1 = 0x7877665544332211;
+  constexpr uint64_t kTmp2 = 0x80FFEEDDCCBBAA99;
   const struct {
     int32_t low, high;
     int width;
@@ -195,11 +195,11 @@ TEST_F(Cursor, AFieldLiesWithinItsSpanAndItsType) {
   } rows[] = {
       {1, 64, 64, kTmp1, nullptr},
       {1, 3, 8, 1, nullptr},
-      {2, 65, 64, 0xC43BB32AA2199108, nullptr},
+      {2, 65, 64, 0xBC3BB32AA2199108, nullptr},
       {8, 23, 16, 0x6644, nullptr},
-      {60, 75, 16, 0x5331, nullptr},
-      {64, 127, 64, 0x01FFDDBB99775533, nullptr},
-      {65, 128, 64, 0x88FFEEDDCCBBAA99, nullptr},  // one half over the other
+      {60, 75, 16, 0x532F, nullptr},
+      {64, 127, 64, 0x01FFDDBB99775532, nullptr},
+      {65, 128, 64, 0xF8FFEEDDCCBBAA99, nullptr},  // one half over the other
       {1, 0, 8, 0, "UNPK_MID, high(0) should be in [1, 64] for f, id(0x123)"},
       {1, 65, 64, 0, "UNPK_MID, high(65) should be in [1, 64] for f, id(0x123)"},
       {0, 8, 8, 0, "UNPK_MID, low(0) should be in [1, 128] for f, id(0x123)"},
@@ -230,11 +230,11 @@ TEST_F(Cursor, AFieldLiesWithinItsSpanAndItsType) {
   g_unpk.print = 1;
   uint64_t value = 0;
   EXPECT_EQ(lines_of([&] { unpack::unpk_mid("f", kTmp1, kTmp2, 1, 3, 8, &value); }),
-            (Lines{"UNPK_HIGH, old_val: 9833440827789222417, new_val: 17, bit_num: 64, name: f, "
+            (Lines{"UNPK_HIGH, old_val: 8680519323182375441, new_val: 17, bit_num: 64, name: f, "
                    "id(0x123)",
                    "UNPK_LOW, old_val: 1, new_val: 1, bit_num: 3, mask_max(0xff), old_size(1), "
                    "name: f, id(0x123)",
-                   "UNPK_MID, old_val: 9833440827789222417, new_val: 1, low: 1, high: 3, name: f, "
+                   "UNPK_MID, old_val: 8680519323182375441, new_val: 1, low: 1, high: 3, name: f, "
                    "id(0x123)"}));
 }
 

@@ -118,7 +118,7 @@ int qmi_client_register_error_cb(qmi_client_type, qmi_client_error_cb, void*) { 
 int qmi_client_register_notify_cb(qmi_client_type, qmi_client_notify_cb, void*) { return 0; }
 int qmi_client_release(qmi_client_type) { return 0; }
 int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type, qmi_idl_message_type,
-                                     uint16_t message, uint32_t* length) {
+                                     uint32_t message, uint32_t* length) {
   *length = size_of(message);
   return 0;
 }

@@ -443,6 +443,11 @@ constexpr const char* kTwelve =
     "01 00 00 00 02 00 00 00 03 00 00 00 04 00 00 00 05 00 00 00 06 00 00 00 07 00 00 00 F8 FF FF "
     "FF 09 00 00 00 0A 00 00 00 0B 00 00 00 0C 00 00 00";
 
+std::string sys_mode(uint32_t sub) {
+  const int32_t technology = modem_sys_mode_get(sub);
+  return technology < 0 ? "failed" : std::to_string(technology);
+}
+
 TEST_F(Vireo, EveryGetterReadsItsRecordToTheLastOctet) {
   static const struct {
     uint32_t id;
@@ -450,50 +455,30 @@ TEST_F(Vireo, EveryGetterReadsItsRecordToTheLastOctet) {
     std::string version;    // what stands before the structure's octets
     std::string octets;     // of the record
     const char* structure;  // null: as the record
-    const char* missing;    // of a record that lacks one octet
+    int left;               // of a record that lacks one octet
+    const char* missing;
   } kRows[] = {
-      {0x52, GOT_FOR(lte_srv_meas_info, pcc), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x52)"},
-      {0x67, GOT_FOR(lte_srv_meas_info, scc1), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x67)"},
-      {0x68, GOT_FOR(lte_srv_meas_info, scc2), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x68)"},
-      {0x69, GOT_FOR(lte_srv_meas_info, scc3), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x69)"},
-      {0x6A, GOT_FOR(lte_srv_meas_info, scc4), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x6a)"},
-      {0x6B, GOT_FOR(lte_srv_meas_info, scc5), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x6b)"},
-      {0x6C, GOT_FOR(lte_srv_meas_info, scc6), "01 ", kLte, nullptr,
-       "(3) is not enough for snr_rx3, id(0x6c)"},
-      {0x87, GOT_FOR(nr5g_srv_meas_info, pcc), "01 ", kNr, nullptr,
-       "(3) is not enough for rsrq, id(0x87)"},
-      {0x06, GOT_FOR(nr5g_srv_meas_info, scc1), "01 ", kNr, nullptr,
-       "(3) is not enough for rsrq, id(0x6)"},
-      {0x07, GOT_FOR(nr5g_srv_meas_info, scc2), "01 ", kNr, nullptr,
-       "(3) is not enough for rsrq, id(0x7)"},
-      {0x5A, GOT(nr5g_mac_ul_phy_ch_power_info), "01 ", "09 00 00 00 00 00 4E 41", nullptr,
-       "(3) is not enough for tx_power, id(0x5a)"},
-      {0x5E, GOT(nr5g_ll1_fw_rx_control_agc), "01 ", kFour, nullptr,
-       "(3) is not enough for rssi_rx3, id(0x5e)"},
+      {0x52, GOT_FOR(lte_srv_meas_info, pcc), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x67, GOT_FOR(lte_srv_meas_info, scc1), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x68, GOT_FOR(lte_srv_meas_info, scc2), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x69, GOT_FOR(lte_srv_meas_info, scc3), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x6A, GOT_FOR(lte_srv_meas_info, scc4), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x6B, GOT_FOR(lte_srv_meas_info, scc5), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x6C, GOT_FOR(lte_srv_meas_info, scc6), "01 ", kLte, nullptr, 3, "snr_rx3"},
+      {0x87, GOT_FOR(nr5g_srv_meas_info, pcc), "01 ", kNr, nullptr, 3, "rsrq"},
+      {0x06, GOT_FOR(nr5g_srv_meas_info, scc1), "01 ", kNr, nullptr, 3, "rsrq"},
+      {0x07, GOT_FOR(nr5g_srv_meas_info, scc2), "01 ", kNr, nullptr, 3, "rsrq"},
+      {0x5A, GOT(nr5g_mac_ul_phy_ch_power_info), "01 ", "09 00 00 00 00 00 4E 41", nullptr, 3,
+       "tx_power"},
+      {0x5E, GOT(nr5g_ll1_fw_rx_control_agc), "01 ", kFour, nullptr, 3, "rssi_rx3"},
       {0x62, GOT(lte_pusch_power_info), "", "01 FE FF C8 17 00 00 80",
-       "01 00 FE FF C8 00 17 00 00 80", "(1) is not enough for pusch_ex_tx_power, id(0x62)"},
-      {0x64, GOT(mcs_trm_asdiv), "", "01 02 03 04 05 06", nullptr,
-       "(0) is not enough for new_config, id(0x64)"},
-      {0x6E, GOT(wcdma_pn_search_edition2), "01 ", kTwo, nullptr,
-       "(3) is not enough for rx_agc_1, id(0x6e)"},
-      {0x6F, GOT(gsm_l1_rx_diversity_metrics), "01 ", kTwo, nullptr,
-       "(3) is not enough for rx_drx, id(0x6f)"},
-      {0x70, GOT(nr5g_ll1_fw_serving_ftl), "01 ", kFour, nullptr,
-       "(3) is not enough for snr_rx3, id(0x70)"},
-      {0x71, GOT(nr5g_ml1_antenna_switch_diversity), "01 ", kTwelve, nullptr,
-       "(3) is not enough for ant_tx_1_new, id(0x71)"},
-      {0x2C,
-       [](uint32_t sub) {
-         const int32_t rat = modem_sys_mode_get(sub);
-         return rat < 0 ? std::string("failed") : std::to_string(rat);
-       },
-       "", "02 05 01 00 00", "261", "(3) is not enough for rat, id(0x2c)"},
+       "01 00 FE FF C8 00 17 00 00 80", 1, "pusch_ex_tx_power"},
+      {0x64, GOT(mcs_trm_asdiv), "", "01 02 03 04 05 06", nullptr, 0, "new_config"},
+      {0x6E, GOT(wcdma_pn_search_edition2), "01 ", kTwo, nullptr, 3, "rx_agc_1"},
+      {0x6F, GOT(gsm_l1_rx_diversity_metrics), "01 ", kTwo, nullptr, 3, "rx_drx"},
+      {0x70, GOT(nr5g_ll1_fw_serving_ftl), "01 ", kFour, nullptr, 3, "snr_rx3"},
+      {0x71, GOT(nr5g_ml1_antenna_switch_diversity), "01 ", kTwelve, nullptr, 3, "ant_tx_1_new"},
+      {0x2C, sys_mode, "", "02 05 01 00 00", "261", 3, "rat"},
   };
   std::string full = "[measurements.sub0.raw]\n";
   std::string cut = "[measurements.sub1.raw]\n";
@@ -506,8 +491,11 @@ TEST_F(Vireo, EveryGetterReadsItsRecordToTheLastOctet) {
   for (const auto& row : kRows) {
     EXPECT_EQ(row.get(0), row.structure != nullptr ? row.structure : row.octets) << row.id;
     EXPECT_EQ(g_vireo_data.length, 1) << row.id;
+    char missing[96];
+    std::snprintf(missing, sizeof missing, "g_vireo_data_left(%d) is not enough for %s, id(0x%x)",
+                  row.left, row.missing, row.id);
     const std::string output = output_of([&] { EXPECT_EQ(row.get(1), "failed") << row.id; });
-    EXPECT_TRUE(said(output, std::string("g_vireo_data_left") + row.missing)) << output;
+    EXPECT_TRUE(said(output, missing)) << output;
     EXPECT_EQ(said(output, "ptr_vireo_data is NULL"), row.id != 0x2C);
   }
 }
@@ -519,6 +507,7 @@ struct PowerRow {
   int32_t power[2];
   int32_t dds, max;
   const char* message;
+  friend void PrintTo(const PowerRow& row, std::ostream* out) { *out << row.name; }
 };
 std::string rat(uint8_t value) { return raw(0x2C, "01" + desk::hex({&value, 1}) + "000000"); }
 std::string nr(float power) {

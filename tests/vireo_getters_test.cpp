@@ -12,6 +12,7 @@
 #include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
+#include "vireo/vireo_common/vireo_mem.h"
 
 namespace {
 

@@ -32,6 +32,7 @@ qmi_idl_service_object_type ServiceClient::init() {
   const qmi_client_type client = end_life(nullptr, &notifier);
   if (client != nullptr) qmi_client_release(client);
   if (notifier != nullptr) qmi_client_release(notifier);
+  await_reports();
   const std::lock_guard lock(mutex_);
   context_.on_command = member_.on_command;
   context_.service = member_.get_service(member_.major, member_.minor, member_.tool);
@@ -180,6 +181,10 @@ void ServiceClient::release() {
   if (on_status != nullptr) on_status(member_.type, OP_STATUS_RELEASED);
   if (client != nullptr) qmi_client_release(client);
   if (notifier != nullptr) qmi_client_release(notifier);
+  await_reports();
+}
+
+void ServiceClient::await_reports() {
   std::unique_lock lock(mutex_);
   while (reports_ > t_reports) reported_.wait(lock);
 }

@@ -131,6 +131,8 @@ class ServiceClient {
   void resume_thread(Life life);
   // Runs on a detached thread; false when there is none to be had.
   bool start(void (ServiceClient::*body)(Life), Life life);
+  // Until no status callback but the caller's own is running.
+  void await_reports();
   qmi_client_type end_life(modem_api_operational_cb* on_status, qmi_client_type* notifier);
 
   const Member& member_;

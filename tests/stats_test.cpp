@@ -21,7 +21,7 @@ using Lines = std::vector<std::string>;
 using Octets = std::vector<uint8_t>;
 
 // The shell lines of `vex` with these words.
-Lines vex(Lines words) {
+Lines run_vex(Lines words) {
   words.insert(words.begin(), "vex");
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());
@@ -38,10 +38,10 @@ const char* const kSampleSummary[] = {
     "allow_access 128, scs 0"};
 
 TEST(Sample, ShowsItsSummaryAloneOrBehindEveryStep) {
-  EXPECT_EQ(vex({"7", "0", "0"}),
+  EXPECT_EQ(run_vex({"7", "0", "0"}),
             (Lines{"length = 48, print_flag = 0", kSampleSummary[0], kSampleSummary[1]}));
 
-  const Lines shown = vex({"7", "0", "1"});
+  const Lines shown = run_vex({"7", "0", "1"});
   const Lines begin = {
       "length = 48, print_flag = 1",
       "    UNPK_I, name: version, val: 196609(0x010003), val_size: 4, unpk_cnt: 4, data_base: 0, "
@@ -438,7 +438,7 @@ TEST_F(Command7, TheVerdictIsWhatTheModemSaysOfItsFeature) {
     SCOPED_TRACE(row.rule);
     Lines expected = {"Get the debug info of modem_stats, mask = 0x0"};
     expected.insert(expected.end(), row.lines.begin(), row.lines.end());
-    EXPECT_EQ(vex({"7", "1", "0"}), expected);
+    EXPECT_EQ(run_vex({"7", "1", "0"}), expected);
   }
 }
 
@@ -455,7 +455,7 @@ TEST_F(Command7, BlocksFollowOneAnotherAsTheirVersionHasThem) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.version);
-    const Lines shown = vex({"7", "1", row.mask});
+    const Lines shown = run_vex({"7", "1", row.mask});
     ASSERT_EQ(shown.size(), 2 + 8 + row.counters);
     EXPECT_EQ(shown[0], std::string("Get the debug info of modem_stats, mask = ") + row.shown_mask);
     EXPECT_EQ(shown[1], std::string("UNPK[size:1], version = ") + row.version);
@@ -493,7 +493,7 @@ TEST_F(Command7, BadArgumentsAreNotedAboveTheHelp) {
                             "stats */"}) {
       expected.insert(expected.end(), {row, ""});
     }
-    EXPECT_EQ(vex(words), expected);
+    EXPECT_EQ(run_vex(words), expected);
   }
 }
 

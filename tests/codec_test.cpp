@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/idl/nas.h"
+#include "platform/idl/pdc.h"
 #include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vs.h"
@@ -194,6 +195,7 @@ TEST(Idl, ObjectsAreGivenForTheirOwnVersionOnly) {
       {nas_get_service_object_internal_v01, 1, 398, 6},
       {sar_get_service_object_internal_v01, 1, 15, 6},
       {vs_get_service_object_internal_v01, 1, 2, 6},
+      {pdc_get_service_object_internal_v01, 1, 16, 6},
   };
   for (const auto& row : kRows) {
     EXPECT_NE(row.get(row.major, row.minor, row.tool), nullptr);

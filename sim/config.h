@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "sim/cards_config.h"
+#include "sim/carrier_configs.h"
 #include "sim/measurements.h"
 
 namespace sim {
@@ -63,6 +64,7 @@ struct PhoneConfig {
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
   CardsConfig cards;
+  PdcConfig pdc;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

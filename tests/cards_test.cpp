@@ -2,7 +2,6 @@
 // their power, logical channels, and what an eUICC does.
 
 #include <algorithm>
-#include <thread>
 
 #include "platform/idl/uim.h"
 #include "platform/qmi_client.h"
@@ -13,6 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 using Octets = std::vector<uint8_t>;
 
+const auto kUim = uim_get_service_object_internal_v01(1, 109, 6);
 const char* const kEsimEnable = "efs/1/nv/item_files/modem/uim/uimdrv/esim_enable";
 const std::string kEsimOn("\x01\0\0\0", 4);
 const char* const kIsdR = "A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00";
@@ -26,8 +26,7 @@ const char* const kDefaultEid = "89 04 40 99 12 34 56 78 90 12 34 56 78 90 12 20
 struct Cards : desk::Desk {
   static qmi_client_type make_client() {
     qmi_client_type client = nullptr;
-    qmi_client_init_instance(uim_get_service_object_internal_v01(1, 109, 6),
-                             QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr, 4, &client);
+    qmi_client_init_instance(kUim, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr, 4, &client);
     return client;
   }
   // "" or the QMI error.
@@ -152,8 +151,7 @@ TEST_F(Cards, AModemThatStartsFindsTheCardOfTheFileReady) {
   sim::Modem& modem = start_esim();
   EXPECT_EQ(eid(), kDefaultEid);
   directory_.write(kEsimEnable, "");
-  modem.take_down(UIM_SERVICE_ID);
-  modem.bring_up(UIM_SERVICE_ID);
+  desk::bounce(modem, kUim);
   client_ = make_client();
   EXPECT_EQ(eid(), "error 94");
 }
@@ -236,8 +234,7 @@ TEST_F(Cards, ACardHasThreeChannelsBesideTheBasicOne) {
   power_cycle();
   EXPECT_EQ(open(), "1 90 00") << "power closes them";
   EXPECT_EQ(open(kUsim, 1), "2 90 00") << "but not the other slot's";
-  modem.take_down(UIM_SERVICE_ID);
-  modem.bring_up(UIM_SERVICE_ID);
+  desk::bounce(modem, kUim);
   client_ = make_client();
   EXPECT_EQ(open(), "1 90 00") << "and so does a restart";
   EXPECT_EQ(open(kUsim, 1), "1 90 00");
@@ -332,8 +329,7 @@ TEST_F(Cards, AMemoryResetDeletesProfilesForGoodAndThenFindsNone) {
   EXPECT_EQ(status(), "1.0/1 1.0/0") << "the USIM was a profile's";
   EXPECT_EQ(open(kUsim), "error 80 6A 82");
   EXPECT_EQ(apdu(kReset), kNothing);
-  modem.take_down(UIM_SERVICE_ID);
-  modem.bring_up(UIM_SERVICE_ID);
+  desk::bounce(modem, kUim);
   client_ = make_client();
   open();
   EXPECT_EQ(apdu(kReset), kNothing) << "whatever restarts";

@@ -7,7 +7,7 @@
 #include <regex>
 #include <thread>
 
-#include "common/qcril_memory.h"
+#include "common/qcril_mem.h"
 #include "platform/idl/vendor.h"
 #include "qcci/client/core.h"
 #include "qcci/packet.h"
@@ -22,6 +22,7 @@ using desk::said;
 using std::chrono::milliseconds;
 using Octets = std::vector<uint8_t>;
 
+const auto kUim = uim_get_service_object_internal_v01(1, 109, 6);
 constexpr const char* kEsimEnable = "efs/1/nv/item_files/modem/uim/uimdrv/esim_enable";
 const std::string kEsimOn("\x01\0\0\0", 4);
 
@@ -112,33 +113,20 @@ const std::string kNewClient = "init_uim_qmi_client H";
 std::string rule(const std::string& what) { return "[[fault]]\nservice = \"uim\"\n" + what + "\n"; }
 
 struct Uim : desk::Desk {
-  ~Uim() override { EXPECT_EQ(qcril_blocks(), 0u) << "a block was not given back"; }
+  ~Uim() override { EXPECT_EQ(qcril_mem_blocks(), 0u) << "a block was not given back"; }
 
   std::vector<desk::Message> uim_requests() {
     auto requests = passed(sim::FaultKind::kRequest);
     std::erase_if(requests, [](const desk::Message& message) { return message.service != "uim"; });
     return requests;
   }
-  static uint32_t services() {
-    uint32_t count = 0;
-    qmi_client_get_service_list(uim_get_service_object_internal_v01(1, 109, 6), nullptr, nullptr,
-                                &count);
-    return count;
-  }
-  // The service goes and comes back, and the client library has noticed both.
-  static void bounce(sim::Modem& modem) {
-    modem.take_down(UIM_SERVICE_ID);
-    while (services() != 0) std::this_thread::yield();
-    modem.bring_up(UIM_SERVICE_ID);
-    while (services() != 1) std::this_thread::yield();
-  }
-  // The same of the whole modem.
+  // The modem goes and comes back, and the client library has noticed both.
   void restart(sim::Modem& modem) {
     modem.restart();
-    while (services() != 0) std::this_thread::yield();
+    while (desk::instances(kUim) != 0) std::this_thread::yield();
     clock_.await_waiter(milliseconds(1500));
     clock_.advance(milliseconds(1500));
-    while (services() != 1) std::this_thread::yield();
+    while (desk::instances(kUim) != 1) std::this_thread::yield();
   }
 };
 
@@ -244,7 +232,7 @@ TEST_F(Uim, EachOperationTellsItsOwnTextsButForTheApdu) {
                 {power_up, "kelvor_uim_request_uicc_power_ex"},
                 {power_down, "kelvor_uim_request_uicc_power_ex"}};
   for (const auto& row : kNames) {
-    bounce(modem);
+    desk::bounce(modem, kUim);
     card_status();  // drops the dead client
     EXPECT_TRUE(has(lines_of(row.call), std::string(row.name) + " try init_uim_qmi_client H"))
         << row.name;
@@ -284,7 +272,7 @@ TEST_F(Uim, AFailedSendIsTheClientLibrarysErrorAndCountedByEveryOperation) {
     EXPECT_TRUE(said(output, power ? text + ", failed_cnt = 1" : text)) << output;
     EXPECT_FALSE(said(output, "QMI error, try recovery")) << row.name;
     EXPECT_TRUE(said(output_of(power_down), "uicc_power_ex res = 0, failed_cnt = 1")) << row.name;
-    bounce(modem);
+    desk::bounce(modem, kUim);
     EXPECT_EQ(card_status(), -2) << "and another client next";
   }
 }
@@ -364,7 +352,7 @@ TEST_F(Uim, AClientThatIsKnownToBeDeadIsReplacedBeforeTheRequestButForCardStatus
   sim::Modem& modem = start_modem();
   for (const Named& row : kOperations) {
     card_status();  // a client there is
-    bounce(modem);
+    desk::bounce(modem, kUim);
     const size_t before = uim_requests().size();
     const auto lines = lines_of(row.call);
     if (row.message == UIM_CARD_STATUS) {

@@ -4,7 +4,6 @@
 #include "platform/idl/uim.h"
 
 #include <array>
-#include <regex>
 #include <thread>
 
 #include "common/qcril_mem.h"
@@ -97,11 +96,13 @@ constexpr Named kOperations[] = {
     {"send APDU", send_apdu, UIM_SEND_APDU, -1, "kelvor_uim_send_apdu failed"},
 };
 
-// Handles are another at every run.
+// A handle, which is another at every run, ends its line.
 std::vector<std::string> lines_of(int32_t (*call)()) {
   std::vector<std::string> lines = desk::trace_messages(output_of(call));
-  static const std::regex kHandle("0x[0-9a-f]+");
-  for (std::string& line : lines) line = std::regex_replace(line, kHandle, "H");
+  for (std::string& line : lines) {
+    const size_t at = line.find(" 0x");
+    if (at != std::string::npos) line.replace(at + 1, std::string::npos, "H");
+  }
   return lines;
 }
 bool has(const std::vector<std::string>& lines, const std::string& line) {

@@ -10,6 +10,7 @@ extern const qmi_idl_service_object kVendorService;
 extern const qmi_idl_service_object kNasService;
 extern const qmi_idl_service_object kSarService;
 extern const qmi_idl_service_object kVsService;
+extern const qmi_idl_service_object kDiagService;
 
 }  // namespace qcci::idl
 

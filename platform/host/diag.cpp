@@ -47,9 +47,9 @@ int32_t exchange(uint16_t mode, Exchange& packets, int32_t time_out) {
                                nullptr, kOpenTimeOutMs, &client) != 0) {
     return KELVOR_DIAG_NO_MODEM;
   }
-  const int error = qmi_client_send_msg_sync(
-      client, mode, &packets.request, sizeof packets.request, &packets.response,
-      sizeof packets.response, static_cast<uint32_t>(time_out));
+  const int error = qmi_client_send_msg_sync(client, mode, &packets.request, sizeof packets.request,
+                                             &packets.response, sizeof packets.response,
+                                             static_cast<uint32_t>(time_out));
   qmi_client_release(client);
   if (error != 0) return result_of(error);
   const qcci::DiagResponse& answer = packets.response;

@@ -24,9 +24,8 @@ constexpr auto kRequest = request_table();
 
 constexpr auto response_table() {
   using S = DiagResponse;
-  return message<S>(
-      standard_result(M(resp)), optional(kTag, M(tag_valid), value(M(tag))),
-      optional(kAnswerPacket, M(packet_valid), counted(M(packet_len), M(packet))));
+  return message<S>(standard_result(M(resp)), optional(kTag, M(tag_valid), value(M(tag))),
+                    optional(kAnswerPacket, M(packet_valid), counted(M(packet_len), M(packet))));
 }
 constexpr auto kResponse = response_table();
 
@@ -41,7 +40,7 @@ constexpr MessageRow kRows[] = {
 
 }  // namespace
 
-constinit const qmi_idl_service_object kDiagService{"diag", kServiceId, 1,    1,
-                                                    6,      kRows,      longest(kRows)};
+constinit const qmi_idl_service_object kDiagService{"diag", kServiceId,    1, 1, 6,
+                                                    kRows,  longest(kRows)};
 
 }  // namespace qcci::idl

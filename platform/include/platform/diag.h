@@ -7,8 +7,8 @@
 // Two ways to the modem. Callback mode takes the next packet that the modem sends; DCI (the diag
 // consumer interface) tags each command, and takes the answer that bears its tag.
 //
-// Threads. Every function may be called from any thread, and blocks: for at most 2000 ms while there
-// is no modem to talk to, and then for as long as told.
+// Threads. Every function may be called from any thread, and blocks: for at most 2000 ms while
+// there is no modem to talk to, and then for as long as told.
 //
 // Ownership. Buffers belong to the caller and are not kept beyond the call.
 #ifndef PLATFORM_DIAG_H_

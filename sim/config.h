@@ -61,6 +61,12 @@ struct DiagConfig {
   uint8_t hardware[2] = {};  // major, minor
 };
 
+// The card tray, as it is until it is set.
+struct TrayConfig {
+  uint32_t type = 2;  // kelvor_card_type
+  bool present[2] = {true, true};
+};
+
 struct PhoneConfig {
   std::chrono::milliseconds restart{1500};
   std::vector<uint32_t> absent;  // services that are not there until they are brought up
@@ -72,6 +78,7 @@ struct PhoneConfig {
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
   DiagConfig diag;
+  TrayConfig tray;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

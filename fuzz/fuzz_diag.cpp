@@ -1,5 +1,5 @@
-// The diag library over a modem that says anything. Input: one octet for the mode, two for the room,
-// the TLVs of the answer.
+// The diag library over a modem that says anything. Input: one octet for the mode, two for the
+// room, the TLVs of the answer.
 
 #include <algorithm>
 #include <cstdint>

@@ -95,7 +95,7 @@ static_assert(sizeof(kelvor_uim_send_apdu_out) == 1025, "APDU: an octet, then th
 // fails.
 int32_t kelvor_esim_request_uicc_power_ex(const kelvor_uim_power_in* in);
 
-// A card without an EID, or one of another length than an EID's, writes nothing.
+// A card without an EID writes nothing; octets that a shorter one does not have are 0.
 int32_t kelvor_uim_request_eid(const kelvor_uim_eid_in* in, kelvor_uim_eid_out* out);
 
 // Both states are written whatever happens; those that the modem does not report are

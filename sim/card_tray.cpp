@@ -10,8 +10,6 @@
 namespace sim {
 namespace {
 
-constexpr char kFile[] = "tray";
-
 uint64_t now_ms() {
   const auto since = platform::clock().now().time_since_epoch();
   return static_cast<uint64_t>(
@@ -54,7 +52,9 @@ bool CardTray::State::pulled(uint64_t now) const {
 // One line of numbers. A file that is not that is none.
 CardTray::State CardTray::load() const {
   State state{};
-  for (uint32_t sub = 0; sub < kSubs; ++sub) state.lines[sub] = {1, config_.present[sub]};
+  for (uint32_t sub = 0; sub < kSlots; ++sub) {
+    state.lines[sub] = {1, config_.sims[sub].state != UIM_CARD_ABSENT};
+  }
   std::string text;
   if (phone_.all().read(kFile, &text) != 0) return state;
   State kept{};
@@ -82,7 +82,7 @@ bool CardTray::present(const State& state, uint32_t sub) const {
   return state.lines[sub].high && !state.pulled(now_ms());
 }
 
-bool CardTray::present(uint32_t sub) const { return sub < kSubs && present(load(), sub); }
+bool CardTray::present(uint32_t sub) const { return sub < kSlots && present(load(), sub); }
 
 int32_t CardTray::query(Value value, std::string* answer) const {
   if (!value.empty()) return -EINVAL;
@@ -93,25 +93,26 @@ int32_t CardTray::query(Value value, std::string* answer) const {
 
 int32_t CardTray::get(Value value, std::string* answer) const {
   uint32_t sub = 0;
-  if (!read(value, &sub) || sub >= kSubs) return -EINVAL;
+  if (!read(value, &sub) || sub >= kSlots) return -EINVAL;
   add(uint32_t{present(sub)}, answer);
   return 0;
 }
 
 int32_t CardTray::set(Value value, std::string* answer) const {
   kelvor_card_set wanted;
-  if (!read(value, &wanted) || wanted.sub >= kSubs || wanted.mode > 1 || wanted.level > 1) {
+  if (!read(value, &wanted) || wanted.sub >= kSlots || wanted.mode > 1 || wanted.level > 1) {
     return -EINVAL;
   }
-  const int32_t result = change(
-      [&](State* state) { state->lines[wanted.sub] = {wanted.mode, wanted.level != 0}; });
+  const int32_t result = change([&](State* state) {
+    state->lines[wanted.sub] = {wanted.mode, wanted.level != 0};
+  });
   if (result == 0) add(uint32_t{present(wanted.sub)}, answer);
   return result;
 }
 
 int32_t CardTray::type(Value value, std::string* answer) const {
   if (!value.empty()) return -EINVAL;
-  add(config_.type, answer);
+  add(config_.tray, answer);
   return 0;
 }
 

@@ -1,7 +1,7 @@
 // The card tray: whether the cards are in, as the vendor service's items tell and set it.
 //
-// What was set, and a hot-swap test that runs, are kept in the phone's file `tray`, so that they
-// outlive the process and are everybody's. The test needs nobody to carry it out: where it is
+// What was set, and a hot-swap test that runs, are kept in the phone's file `cards/tray`, so that
+// they outlive the process and are everybody's. The test needs nobody to carry it out: where it is
 // follows from when it began, by the clock that runs since the computer started.
 #ifndef SIM_CARD_TRAY_H_
 #define SIM_CARD_TRAY_H_
@@ -10,19 +10,22 @@
 #include <string>
 
 #include "platform/idl/vendor_payload.h"
-#include "sim/config.h"
+#include "sim/cards_config.h"
 #include "sim/phone.h"
 
 namespace sim {
 
 class CardTray {
  public:
-  static constexpr uint32_t kSubs = 2;
+  // Below the phone's directory.
+  static constexpr const char* kFile = "cards/tray";
 
-  CardTray(const Phone& phone, const TrayConfig& config) : phone_(phone), config_(config) {}
+  // Until it is set otherwise, the cards that phone.toml has are in.
+  CardTray(const Phone& phone, const CardsConfig& config) : phone_(phone), config_(config) {}
 
   // An item's result, 0 or a negated errno number, and its answer; none when it is not the tray's.
   std::optional<int32_t> handle(const kelvor_common_item_req& request, std::string* answer) const;
+  // sub: from 0, as slots are in CardsConfig.
   bool present(uint32_t sub) const;
 
  private:
@@ -31,7 +34,7 @@ class CardTray {
       uint32_t mode;
       bool high;
     };
-    Line lines[kSubs];
+    Line lines[kSlots];
     uint64_t began_ms = 0;  // of the hot-swap test; 0: none
     kelvor_hot_swap test{};
     uint32_t done = 0;  // of the test that was stopped
@@ -56,8 +59,8 @@ class CardTray {
   int32_t type(Value value, std::string* answer) const;
   int32_t hot_swap(Value value, std::string* answer) const;
 
-  const Phone phone_;
-  const TrayConfig config_;
+  const Phone& phone_;
+  const CardsConfig& config_;
 };
 
 }  // namespace sim

@@ -1,6 +1,5 @@
 #include "sim/config.h"
 
-#include "platform/idl/vendor_payload.h"
 #include "qcci/idl/service.h"
 #include "sim/toml_table.h"
 
@@ -42,18 +41,6 @@ DiagConfig diag(Table table) {
   config.firmware = static_cast<uint16_t>(table.number("firmware", 0, 0, 0xFFFF));
   config.hardware[0] = static_cast<uint8_t>(table.number("hardware_major", 0, 0, 0xFF));
   config.hardware[1] = static_cast<uint8_t>(table.number("hardware_minor", 0, 0, 0xFF));
-  table.done();
-  return config;
-}
-
-TrayConfig tray(Table table) {
-  static constexpr std::pair<const char*, uint32_t> kTypes[] = {{"error", KELVOR_CARD_TYPE_ERROR},
-                                                                {"single", KELVOR_CARD_TYPE_SINGLE},
-                                                                {"multi", KELVOR_CARD_TYPE_MULTI}};
-  TrayConfig config;
-  config.type = table.one_of("type", "multi", kTypes);
-  config.present[0] = table.flag("card1", true);
-  config.present[1] = table.flag("card2", true);
   table.done();
   return config;
 }
@@ -201,8 +188,8 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
         static_cast<uint64_t>(statistics.integer("cmd_fail_count", 0, 0, INT64_MAX));
     statistics.done();
     read.diag = diag(top.table("diag"));
-    read.tray = tray(top.table("tray"));
     read.measurements = read_measurements(top.table("measurements"));
+    read.cards = read_cards(top.table("cards"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));
     for (Table& table : top.tables("fault")) read.faults.push_back(fault(std::move(table)));
     top.done();

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/cards_config.h"
 #include "sim/measurements.h"
 
 namespace sim {
@@ -61,12 +62,6 @@ struct DiagConfig {
   uint8_t hardware[2] = {};  // major, minor
 };
 
-// The card tray, as it is until it is set.
-struct TrayConfig {
-  uint32_t type = 2;  // kelvor_card_type
-  bool present[2] = {true, true};
-};
-
 struct PhoneConfig {
   std::chrono::milliseconds restart{1500};
   std::vector<uint32_t> absent;  // services that are not there until they are brought up
@@ -78,7 +73,7 @@ struct PhoneConfig {
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
   DiagConfig diag;
-  TrayConfig tray;
+  CardsConfig cards;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

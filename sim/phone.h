@@ -5,7 +5,6 @@
 //   properties           Android's properties (kept by the platform)
 //   phone.toml           what a person may edit
 //   log/system.log       the system log (kept by the platform)
-//   tray                 what was set of the card tray
 //   dump/                what a full dump leaves
 //   modem.sock           where a served modem listens
 //   tmp/                 files that are not whole yet

@@ -27,7 +27,7 @@ class VendorService final : public Service {
   explicit VendorService(Surroundings& modem)
       : Service(modem, qcci::idl::kVendorService),
         nvefs_(modem.phone()),
-        tray_(modem.phone(), modem.config().tray) {
+        tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
   }
 
@@ -153,6 +153,7 @@ std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
   services.push_back(make_sar_service(modem));
   services.push_back(make_vs_service(modem));
   services.push_back(make_diag_service(modem));
+  services.push_back(make_uim_service(modem));
   return services;
 }
 

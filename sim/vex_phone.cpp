@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "qcci/idl/codec.h"
 #include "qcci/link/local_socket.h"
+#include "sim/euicc.h"
 #include "sim/modem.h"
 #include "sim/server.h"
 
@@ -108,6 +110,28 @@ void show_files(const char* title, const sim::Folder& folder) {
   });
 }
 
+// What a modem that starts now finds in its slots.
+void show_cards(const Phone& phone, const sim::CardsConfig& cards) {
+  const bool esim = sim::esim_enabled(phone);
+  for (size_t i = 0; i < sim::kSlots; ++i) {
+    std::printf("card       sim%zu %s%s\n", i + 1, sim::card_state_name(cards.sims[i].state),
+                i == sim::kEsimSlot && esim ? ", not connected" : "");
+  }
+  std::printf("card       euicc eid \"%s\"%s\n", hex(cards.eid, cards.eid.size()).c_str(),
+              esim ? "" : ", not connected");
+  const auto left = sim::Euicc(phone, cards).profiles();
+  for (const sim::ProfileConfig& profile : cards.profiles) {
+    const bool there =
+        std::ranges::find(left, profile.iccid, &sim::ProfileConfig::iccid) != left.end();
+    std::printf("profile    %s %s %s \"%s\"\n", profile.iccid.c_str(),
+                sim::profile_class_name(profile.profile_class),
+                !there            ? "deleted"
+                : profile.enabled ? "enabled"
+                                  : "disabled",
+                profile.name.c_str());
+  }
+}
+
 int show(const Phone& phone) {
   std::string why;
   std::string toml;
@@ -131,6 +155,7 @@ int show(const Phone& phone) {
                   hex(octets, octets.size()).c_str());
     }
   }
+  show_cards(phone, config.cards);
   for (const sim::NetworkConfig& network : config.networks) {
     std::printf("network    %03u-%0*u rat %u status 0x%02x \"%s\"\n", network.mcc,
                 network.mnc_three_digits ? 3 : 2, network.mnc, network.rat, network.status,

@@ -19,6 +19,7 @@ std::string dumped(const std::string& output) {
   for (const std::string& message : desk::trace_messages(output)) {
     const bool prefixed = message.starts_with(" 0x");
     if (message.size() != (prefixed ? 5u : 3u) || message[0] != ' ') continue;
+    if (std::isxdigit(static_cast<unsigned char>(message[1])) == 0) continue;  // a value
     octets += (octets.empty() ? "" : " ") + message.substr(prefixed ? 3 : 1);
   }
   return octets;
@@ -154,9 +155,8 @@ TEST_F(Cmn, ItemsSendTheirValuesAndShowTheirAnswers) {
        "00 00 00 00"},
       {"5 1", "27 00 00 00 00 00 00 00", "param(cnt: 0):", "00 00 00 00"},
       {"5 4", "38 00 00 00 00 00 00 00", "param(cnt: 0):", "02 00 00 00"},
-      {"5 6 7 -1 2 3",
-       "50 00 00 00 10 00 00 00 07 00 00 00 FF FF FF FF 02 00 00 00 03 00 00 00", " -1",
-       "01 00 00 00 00 00 00 00"},
+      {"5 6 7 -1 2 3", "50 00 00 00 10 00 00 00 07 00 00 00 FF FF FF FF 02 00 00 00 03 00 00 00",
+       " -1", "01 00 00 00 00 00 00 00"},
       {"5 6 0", "50 00 00 00 04 00 00 00 00 00 00 00", "opt: 0", "00 00 00 00 00 00 00 00"},
       {"5 6 x 1 2", "50 00 00 00 04 00 00 00 00 00 00 00", "opt: 0", "00 00 00 00 00 00 00 00"},
   };
@@ -170,8 +170,9 @@ TEST_F(Cmn, ItemsSendTheirValuesAndShowTheirAnswers) {
         << output;
     EXPECT_EQ(dumped(output), row.answer) << row.line;
   }
-  EXPECT_EQ(hex(std::span(passed(sim::FaultKind::kRequest)[1].octets).subspan(7, 29)),
-            "01 04 00 04 00 00 00 02 04 00 00 02 00 00 10 00 02 02 00 00 00 00 00 00 00 37 00 00 00");
+  EXPECT_EQ(
+      hex(std::span(passed(sim::FaultKind::kRequest)[1].octets).subspan(7, 29)),
+      "01 04 00 04 00 00 00 02 04 00 00 02 00 00 10 00 02 02 00 00 00 00 00 00 00 37 00 00 00");
 }
 
 TEST_F(Cmn, ItemsThatFailSayWhere) {
@@ -198,12 +199,12 @@ TEST_F(Cmn, ItemsThatFailSayWhere) {
 TEST_F(Cmn, TheTrayIsThePhones) {
   start_modem("");
   vex("5 3 1 1 0");
-  EXPECT_EQ(directory_.file("tray"), "1 1 1 0 0 0 0 0 0\n");
-  directory_.write("tray", "1 0 0 1 0 0 0 0 0\n");
+  EXPECT_EQ(directory_.file("cards/tray"), "1 1 1 0 0 0 0 0 0\n");
+  directory_.write("cards/tray", "1 0 0 1 0 0 0 0 0\n");
   EXPECT_EQ(dumped(vex("5 2 0")), "00 00 00 00");
   EXPECT_EQ(dumped(vex("5 2 1")), "01 00 00 00");
   for (const char* broken : {"", "1 0 0", "x", "1 0 0 1 0 0 0 0 99999999999\n"}) {
-    directory_.write("tray", broken);
+    directory_.write("cards/tray", broken);
     EXPECT_EQ(dumped(vex("5 2 0")), "01 00 00 00") << broken;
   }
 }
@@ -213,8 +214,8 @@ TEST_F(Cmn, AHotSwapTestPushesAndPullsInTimeUntilItIsStopped) {
   const auto present = [] { return dumped(vex("5 2 0")).substr(0, 2); };
   EXPECT_EQ(dumped(vex("5 6 1 2 3 2")), "01 00 00 00 00 00 00 00");
   const std::pair<std::chrono::milliseconds, const char*> rows[] = {
-      {1999ms, "01"}, {1ms, "00"}, {2999ms, "00"}, {1ms, "01"}, {2000ms, "00"}, {3000ms, "01"},
-      {100000ms, "01"}};
+      {1999ms, "01"}, {1ms, "00"},    {2999ms, "00"},  {1ms, "01"},
+      {2000ms, "00"}, {3000ms, "01"}, {100000ms, "01"}};
   for (const auto& [pause, state] : rows) {
     clock_.advance(pause);
     EXPECT_EQ(present(), state) << pause.count();

@@ -36,10 +36,7 @@ constexpr kelvor_uim_power_in kCardOn{1, kSlot, 0, 0};
 
 // eUICC memory reset (SGP.22 ES10c) in a STORE DATA.
 constexpr kelvor_uim_send_apdu_in kMemoryReset{
-    kSlot,
-    0,
-    13,
-    {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34, 0x04, 0x82, 0x02, 0x05, 0xE0, 0x00}};
+    kSlot, 0, 13, {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34, 0x04, 0x82, 0x02, 0x05, 0xE0, 0x00}};
 constexpr int kShownOfApdu = 1 + 8;  // its length and the first octets of the response
 
 __attribute__((format(printf, 1, 2))) void print_result(const char* format, ...) {

@@ -337,7 +337,8 @@ TEST_F(Esim, AnEidThatIsThereIsKeptWhateverItIs) {
 
 TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
   // Requests to the vendor service: two files, the read, the write that is lost.
-  start("", "", "[[fault]]\nservice = \"vendor\"\nnth = 4\nkind = \"request\"\naction = \"drop\"\n");
+  start("", "",
+        "[[fault]]\nservice = \"vendor\"\nnth = 4\nkind = \"request\"\naction = \"drop\"\n");
   const std::string output = vex("5 10 1 1");
   EXPECT_TRUE(said(output, "save eid efs result = -103")) << output;
   EXPECT_FALSE(said(output, "save eid successfully, set IS_EID_SAVE TRUE"));
@@ -363,9 +364,9 @@ TEST(Eid, IsValidWhenItsDigitsLeaveOneOf97) {
   for (const auto& [digits, remainder] : rows) {
     const std::string output =
         desk::output_of([&] { EXPECT_EQ(is_eid_valid(digits), remainder == 1) << digits; });
-    EXPECT_TRUE(said(output, remainder == 1 ? "eid validate pass"
-                                            : "eid validate failed, result = " +
-                                                  std::to_string(remainder)))
+    EXPECT_TRUE(said(output, remainder == 1
+                                 ? "eid validate pass"
+                                 : "eid validate failed, result = " + std::to_string(remainder)))
         << output;
   }
 }

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstring>
 
-#include "common/qcril_memory.h"
+#include "common/qcril_mem.h"
 #include "common/trace.h"
 #include "platform/idl/uim.h"
 #include "platform/qmi_client.h"
@@ -107,22 +107,11 @@ constexpr Operation<uim_send_apdu_req, uim_send_apdu_resp> kSendApdu{
     .success = "kelvor_uim_send_apdu successfully",
     .failure = "kelvor_uim_send_apdu failed"};
 
-// A zeroed message that goes with its scope.
+// A zeroed message, or null.
 template <class T>
-class Block {
- public:
-  explicit Block(TraceSite site)
-      : site_(site), t_(static_cast<T*>(qcril_malloc_adv(sizeof(T), site.function, site.line))) {}
-  ~Block() { qcril_free_adv(t_, site_.function, site_.line); }
-  Block(const Block&) = delete;
-  Block& operator=(const Block&) = delete;
-  explicit operator bool() const { return t_ != nullptr; }
-  T& operator*() const { return *t_; }
-
- private:
-  TraceSite site_;
-  T* t_;
-};
+QcrilPtr<T> allocate(TraceSite site) {
+  return QcrilPtr<T>(static_cast<T*>(qcril_malloc_adv(sizeof(T), site.function, site.line)));
+}
 
 bool have_client(TraceSite site, const char* name) {
   if (g_client == nullptr) {
@@ -174,9 +163,9 @@ int32_t operate(TraceSite site, const Operation<Request, Response>& operation, B
   }
   int32_t result = KELVOR_UIM_FAILED;
   if (have_client(site, operation.client_name)) {
-    const Block<Request> request(site);
-    const Block<Response> response(site);
-    if (!request || !response) return KELVOR_UIM_FAILED;
+    const auto request = allocate<Request>(site);
+    const auto response = allocate<Response>(site);
+    if (request == nullptr || response == nullptr) return KELVOR_UIM_FAILED;
     if (build(*request)) result = exchange(site, operation, *request, *response, take);
   }
   if (operation.tells_count) {

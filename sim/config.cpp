@@ -190,6 +190,8 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     read.diag = diag(top.table("diag"));
     read.measurements = read_measurements(top.table("measurements"));
     read.cards = read_cards(top.table("cards"));
+    Table pdc = top.table("pdc");
+    read.pdc = read_pdc(std::move(pdc), top.tables("configuration"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));
     for (Table& table : top.tables("fault")) read.faults.push_back(fault(std::move(table)));
     top.done();

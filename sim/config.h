@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "sim/cards_config.h"
+#include "sim/carrier_configs.h"
 #include "sim/measurements.h"
 
 namespace sim {
@@ -74,6 +75,7 @@ struct PhoneConfig {
   Measurements measurements;
   DiagConfig diag;
   CardsConfig cards;
+  PdcConfig pdc;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

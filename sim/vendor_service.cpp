@@ -154,6 +154,7 @@ std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
   services.push_back(make_vs_service(modem));
   services.push_back(make_diag_service(modem));
   services.push_back(make_uim_service(modem));
+  services.push_back(make_pdc_service(modem));
   return services;
 }
 

@@ -81,7 +81,7 @@ typedef enum {
   UIM_FILE_CONTROL_FMD = 4,
 } uim_file_control;
 
-// No application, in the session lists of a card status; else the slot's index in the high octet
+// No application, where a card status names the one in use; else the slot's index in the high octet
 // and the application's in the low one, both from 0.
 #define UIM_NO_SESSION 0xFFFFu
 

@@ -1,7 +1,8 @@
 #include "sim/euicc.h"
 
 #include <algorithm>
-#include <cstring>
+#include <set>
+#include <sstream>
 #include <string>
 
 #include "sim/status_words.h"
@@ -47,13 +48,14 @@ bool esim_enabled(const Phone& phone) {
 }
 
 std::vector<ProfileConfig> Euicc::profiles() const {
-  std::string deleted;
-  phone_.all().read(kDeletedFile, &deleted);
-  deleted.insert(0, "\n");
+  std::string file;
+  phone_.all().read(kDeletedFile, &file);
+  std::istringstream lines(file);
+  std::set<std::string> deleted;
+  for (std::string line; std::getline(lines, line);) deleted.insert(line);
   std::vector<ProfileConfig> left = config_.profiles;
-  std::erase_if(left, [&](const ProfileConfig& profile) {
-    return deleted.find("\n" + profile.iccid + "\n") != std::string::npos;
-  });
+  std::erase_if(left,
+                [&](const ProfileConfig& profile) { return deleted.contains(profile.iccid); });
   return left;
 }
 

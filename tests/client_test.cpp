@@ -358,9 +358,11 @@ TEST_F(Client, NoCallbackRunsOnceReleaseHasReturned) {
     static nas_incremental_network_scan_req request;
     nas_plain_resp resp;
     for (int k = 0; k < 3; ++k) {
-      ASSERT_EQ(qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request,
-                                         sizeof request, &resp, sizeof resp, 1000),
-                QMI_CLIENT_OK);
+      const int sent = qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request,
+                                                sizeof request, &resp, sizeof resp, 1000);
+      // The library's thread, busy with callbacks, may hear of the last round's going only now.
+      if (sent == QMI_CLIENT_SERVICE_GONE) break;
+      ASSERT_EQ(sent, QMI_CLIENT_OK);
     }
     if (i % 2 == 0) modem.take_down(NAS_SERVICE_ID);
     EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);

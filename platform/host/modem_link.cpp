@@ -3,13 +3,16 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "host/host.h"
 #include "platform/kelvor_utils.h"
 #include "qcci/link/local_socket.h"
+#include "qcci/link/qrtr.h"
 #include "sim/embedded_link.h"
 #include "sim/modem.h"
 
@@ -89,7 +92,12 @@ std::unique_ptr<Link> make_process_link() {
   }
   if (wanted == "embedded") return host::embedded();
   if (wanted.starts_with("unix:")) return std::make_unique<LocalSocketLink>(wanted.substr(5));
-  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded or unix:PATH");
+  if (wanted == "qrtr") {
+    auto bus = std::make_unique<QrtrLink>();
+    if (bus->answers()) return bus;
+    return host::no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
+  }
+  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
 }
 
 }  // namespace qcci

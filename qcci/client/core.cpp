@@ -65,9 +65,9 @@ void Core::run() {
   Lock lock(mutex_);
   for (;;) {
     Time deadline = platform::kNever;
-    if (!control_ && anybody_waits_for_a_bus()) {
-      connect_control(lock);
-      if (!control_) deadline = platform::clock().now() + kReconnectTime;
+    if (control_ || anybody_waits_for_a_bus()) {
+      const bool all_asked = connect_control(lock) && look_up_known();
+      if (!all_asked) deadline = platform::clock().now() + kReconnectTime;
     }
     lock.unlock();
     const Received received = link_->receive(&datagram, deadline);
@@ -133,6 +133,7 @@ void Core::bus_lost() {
   ++bus_;
   no_bus_until_ = platform::clock().now() + kReconnectTime;
   apply(registry_.lose_all());
+  link_->wake();  // for the callbacks that this makes due
   for (const auto& [handle, client] : clients_) {
     if (!client->is_notifier) lose(handle, *client);
   }
@@ -229,18 +230,36 @@ bool Core::connect_control(Lock& lock) {
     return false;
   }
   control_ = endpoint;
-  // Services that were asked for on a bus that is gone are asked for again.
-  std::vector<uint32_t> known;
-  for (const auto& [id, state] : registry_.services()) known.push_back(id);
-  for (const uint32_t id : known) look_up(id);
-  return true;
+  look_up_known();  // services that were asked for on a bus that is gone are asked for again
+  return control_.has_value();
 }
 
+// Sends the look-up unless that has been done.
 void Core::look_up(uint32_t service) {
   if (!control_ || registry_.service(service).asked) return;
-  registry_.asked(service);
   const ControlPacket packet{Control::kNewLookup, service, 0, 0, 0};
-  link_->send(control_->id, {control_->own.node, kControlPort}, packet.octets());
+  switch (link_->send(control_->id, {control_->own.node, kControlPort}, packet.octets())) {
+    case Sent::kSent:
+      registry_.asked(service);
+      break;
+    case Sent::kBusy:  // the library's thread tries again, in a while
+      if (!on_own_thread()) link_->wake();
+      break;
+    case Sent::kCut:  // nobody at the control port: a bus without names is none
+      bus_lost();
+      break;
+  }
+}
+
+// False when a look-up could not be sent.
+bool Core::look_up_known() {
+  std::vector<uint32_t> missing;
+  for (const auto& [id, state] : registry_.services()) {
+    if (!state.asked) missing.push_back(id);
+  }
+  for (const uint32_t id : missing) look_up(id);
+  return std::all_of(missing.begin(), missing.end(),
+                     [this](uint32_t id) { return registry_.service(id).asked; });
 }
 
 // Returns when the list of the service's instances is complete, or there is no bus that answers.

@@ -109,6 +109,7 @@ class Core {
   bool try_open(Endpoint* endpoint);
   bool connect_control(Lock& lock);
   void look_up(uint32_t service);
+  bool look_up_known();
   void await_answer(Lock& lock, uint32_t service);
   const Instance* find_instance(qmi_idl_service_object_type service, uint32_t instance);
   bool anybody_waits_for_a_bus() const;

@@ -1,9 +1,10 @@
-// The door on the kernel's QRTR bus: the modem's services are published there as a real modem's are.
+// The door on the kernel's QRTR bus: the modem's services are published there as a real modem's
+// are.
 //
 // A bridge between two buses. It watches the simulated one: a service that is up there has a socket
 // here, which goes with it. Whoever sends to such a socket gets a port on the simulated bus, until
-// the kernel tells that the sender is gone. The bus knows no users: every process of the machine may
-// talk to the modem.
+// the kernel tells that the sender is gone. The bus knows no users: every process of the machine
+// may talk to the modem.
 #ifndef SIM_QRTR_SERVER_H_
 #define SIM_QRTR_SERVER_H_
 
@@ -47,8 +48,8 @@ class QrtrServer final : public Door {
   void send(Address at, Address client, std::span<const uint8_t> octets);
 
   Modem& modem_;
-  Address own_;                          // node of the kernel's bus
-  std::map<Address, Service> services_;  // by where they are on the simulated bus
+  Address own_;                                       // node of the kernel's bus
+  std::map<Address, Service> services_;               // by where they are on the simulated bus
   std::map<Address, std::unique_ptr<Guest>> guests_;  // by where they are on the kernel's
   std::unique_ptr<Watcher> watcher_;
 };

@@ -79,11 +79,9 @@ void Core::run() {
 }
 
 void Core::on_datagram(const Datagram& datagram) {
-  if (control_ && datagram.endpoint == control_->id) {
+  if (control_ && datagram.endpoint == control_->id && from_control(datagram, *control_)) {
     ControlPacket packet;
-    if (from_control(datagram, *control_) && ControlPacket::parse(datagram.octets, &packet)) {
-      on_control(packet);
-    }
+    if (ControlPacket::parse(datagram.octets, &packet)) on_control(packet);
     return;
   }
   const auto found = by_endpoint_.find(datagram.endpoint);
@@ -138,6 +136,14 @@ void Core::bus_lost() {
     if (!client->is_notifier) lose(handle, *client);
   }
   changed_.notify_all();
+}
+
+// Only a client that shared the look-ups' endpoint is still known to its service then.
+void Core::leave_if_idle() {
+  if (!control_ || !control_shared_ || stays_ != 0 || !clients_.empty()) return;
+  link_->close(control_->id);
+  control_.reset();
+  registry_ = Registry();
 }
 
 void Core::apply(const std::vector<ServiceChange>& changes) {
@@ -230,6 +236,7 @@ bool Core::connect_control(Lock& lock) {
     return false;
   }
   control_ = endpoint;
+  control_shared_ = false;
   look_up_known();  // services that were asked for on a bus that is gone are asked for again
   return control_.has_value();
 }
@@ -280,6 +287,12 @@ void Core::await_answer(Lock& lock, uint32_t service) {
   }
 }
 
+bool Core::is_there(qmi_idl_service_object_type service, Address server) {
+  const auto& instances = registry_.service(service->id).instances;
+  return std::any_of(instances.begin(), instances.end(),
+                     [&](const Instance& i) { return i.address == server; });
+}
+
 const Instance* Core::find_instance(qmi_idl_service_object_type service, uint32_t instance) {
   for (const Instance& known : registry_.service(service->id).instances) {
     if (known.version != static_cast<uint32_t>(service->major)) continue;
@@ -291,6 +304,7 @@ const Instance* Core::find_instance(qmi_idl_service_object_type service, uint32_
 int Core::service_list(qmi_idl_service_object_type service, qmi_service_info* list,
                        uint32_t capacity, uint32_t* entries, uint32_t* services) {
   Lock lock(mutex_);
+  const Stay stay(*this);
   await_answer(lock, service->id);
   uint32_t found = 0;
   *entries = 0;
@@ -327,17 +341,22 @@ int Core::open_client(qmi_idl_service_object_type service, const qmi_service_inf
   client->callbacks.on_indication = callback;
   client->callbacks.indication_data = data;
   Lock lock(mutex_);
-  const uint64_t bus = bus_;
-  lock.unlock();
-  if (!try_open(&client->endpoint)) return QMI_CLIENT_SERVICE_GONE;
-  lock.lock();
-  const auto& instances = registry_.service(service->id).instances;
-  const bool there = std::any_of(instances.begin(), instances.end(),
-                                 [&](const Instance& i) { return i.address == client->server; });
-  if (!there || bus != bus_) {
+  const Stay stay(*this);
+  await_answer(lock, service->id);
+  if (!is_there(service, client->server)) return QMI_CLIENT_SERVICE_GONE;
+  if (control_ && !control_shared_) {
+    control_shared_ = true;
+    client->endpoint = *control_;
+  } else {
+    const uint64_t bus = bus_;
     lock.unlock();
-    link_->close(client->endpoint.id);
-    return QMI_CLIENT_SERVICE_GONE;
+    const bool open = try_open(&client->endpoint);
+    lock.lock();
+    if (!open) return QMI_CLIENT_SERVICE_GONE;
+    if (!is_there(service, client->server) || bus != bus_) {
+      link_->close(client->endpoint.id);
+      return QMI_CLIENT_SERVICE_GONE;
+    }
   }
   start_thread();
   *handle = add(std::move(client));
@@ -349,6 +368,7 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
                         Handle* handle) {
   if (on_own_thread()) return QMI_CLIENT_INTERNAL;
   Lock lock(mutex_);
+  const Stay stay(*this);
   await_answer(lock, service->id);
   const Time deadline = in(timeout_ms);
   ++waiting_openers_;  // the library's thread looks for a bus meanwhile, if there is none
@@ -516,8 +536,11 @@ int Core::release(Handle handle) {
   if (!on_own_thread()) {
     while (running_ == handle) changed_.wait(lock);
   }
+  const bool own_endpoint =
+      !client->is_notifier && !(control_ && control_->id == client->endpoint.id);
+  leave_if_idle();
   lock.unlock();
-  if (!client->is_notifier) link_->close(client->endpoint.id);
+  if (own_endpoint) link_->close(client->endpoint.id);
   return QMI_CLIENT_OK;
 }
 

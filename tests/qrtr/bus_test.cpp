@@ -33,9 +33,7 @@ Octets packet(Control command, uint32_t a, uint32_t b, Address server = {}) {
 }
 
 // A SAR "get state" request, and the response to it with a state.
-Octets request(uint8_t transaction) {
-  return {0, transaction, 0, SAR_RF_GET_STATE, 0, 0, 0};
-}
+Octets request(uint8_t transaction) { return {0, transaction, 0, SAR_RF_GET_STATE, 0, 0, 0}; }
 Octets answer(const Octets& request, uint8_t state) {
   Octets octets = unhex("02 00 00 02 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
   octets[1] = request.at(1);
@@ -188,9 +186,9 @@ TEST(QrtrPhone, AnswersWhatCanBeAnsweredAndOutlivesTheRest) {
   ASSERT_GE(services.size(), 4u);
   const Address sar = services.at(SAR_SERVICE_ID);
   for (const auto& [id, at] : services) {
-    for (const char* junk : {"", "00", "00 01 00 02 00", "00 01 00 02 00 05 00",
-                             "00 01 00 02 00 00 00 FF", "02 01 00 02 00 00 00",
-                             "04 00 00 02 00 00 00", "FF FF FF FF FF FF FF"}) {
+    for (const char* junk :
+         {"", "00", "00 01 00 02 00", "00 01 00 02 00 05 00", "00 01 00 02 00 00 00 FF",
+          "02 01 00 02 00 00 00", "04 00 00 02 00 00 00", "FF FF FF FF FF FF FF"}) {
       peer.insist(at, unhex(junk));
     }
     peer.insist(at, Octets(qcci::kMaxDatagram));
@@ -249,13 +247,14 @@ TEST(QrtrStatistics, AClientOutlivesAModemThatIsKilledAndStartedAgain) {
   desk::call_process("vex");
   ASSERT_EQ(modem_api_init(), 0u);
   int32_t id = -1;
-  ASSERT_EQ(modem_api_init_client(2, nullptr,
-                                  [](uint32_t event, uint32_t) {
-                                    const std::lock_guard lock(g_mutex);
-                                    g_events.push_back(event);
-                                    g_told.notify_all();
-                                  },
-                                  &id),
+  ASSERT_EQ(modem_api_init_client(
+                2, nullptr,
+                [](uint32_t event, uint32_t) {
+                  const std::lock_guard lock(g_mutex);
+                  g_events.push_back(event);
+                  g_told.notify_all();
+                },
+                &id),
             0u);
   for (size_t life = 0; life < 3; ++life) {
     ASSERT_TRUE(told(2 * life + 1)) << life;
@@ -269,10 +268,10 @@ TEST(QrtrStatistics, AClientOutlivesAModemThatIsKilledAndStartedAgain) {
     phone.start();
   }
   ASSERT_TRUE(told(7));
-  const std::vector<uint32_t> in_turn = {
-      MODEM_API_EVENT_CONNECTED,  MODEM_API_EVENT_SUSPENDING, MODEM_API_EVENT_CONNECTED,
-      MODEM_API_EVENT_SUSPENDING, MODEM_API_EVENT_CONNECTED,  MODEM_API_EVENT_SUSPENDING,
-      MODEM_API_EVENT_CONNECTED};
+  const std::vector<uint32_t> in_turn = {MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED};
   EXPECT_EQ(g_events, in_turn);
   EXPECT_EQ(modem_api_free_client(id), 0u);
 }

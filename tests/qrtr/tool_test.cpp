@@ -149,8 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n\tMCC with PCS digit: 'yes'\n"
                 "Network \\[1\\]:\n\tMCC: '1'\n\tMNC: '1'\n\tMCC with PCS digit: 'no'\n"
                 "Network scan result: success\n"},
-        Reading{"AnError",
-                "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nerror = 52\n",
+        Reading{"AnError", "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nerror = 52\n",
                 "qmicli -d qrtr://1 --sar-rf-get-state",
                 "error: couldn't get SAR RF state: QMI protocol error \\(52\\): "
                 "'DeviceNotReady'\n"}),

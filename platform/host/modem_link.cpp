@@ -1,6 +1,7 @@
 // Which modem this process talks to.
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/file.h>
 
 #include <cerrno>
@@ -80,6 +81,8 @@ static bool phone_is_served() {
 namespace qcci {
 
 std::unique_ptr<Link> make_process_link() {
+  // An arena each would cost the library's thread more than it ever takes from it.
+  ::mallopt(M_ARENA_MAX, 1);
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";
   if (wanted.empty()) {

@@ -271,9 +271,10 @@ bool Core::look_up_known() {
 
 // Returns when the list of the service's instances is complete, or there is no bus that answers.
 void Core::await_answer(Lock& lock, uint32_t service) {
-  start_thread();
   registry_.service(service);
-  if (!connect_control(lock)) return;
+  const bool on_a_bus = connect_control(lock);
+  start_thread();
+  if (!on_a_bus) return;
   look_up(service);
   if (on_own_thread()) return;  // which is the one that would hear the answer
   const Time deadline = platform::clock().now() + kLookupTime;
@@ -401,9 +402,10 @@ int Core::open_notifier(qmi_idl_service_object_type service, qmi_client_os_param
   notifier->service = service;
   notifier->is_notifier = true;
   Lock lock(mutex_);
+  const bool on_a_bus = connect_control(lock);
   start_thread();
   *handle = add(std::move(notifier));
-  if (connect_control(lock)) look_up(service->id);
+  if (on_a_bus) look_up(service->id);
   if (os_params != nullptr) {
     *os_params = {*handle, registry_.service(service->id).changes, 0, 0};
   }

@@ -3,6 +3,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace qcci {
 
 PollLink::PollLink() : wake_fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -59,6 +61,8 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
   polled_ids_.assign(1, 0);
   {
     const std::lock_guard lock(mutex_);
+    if (std::exchange(woken_, false)) return Received::kNothing;
+    polling_ = true;
     auto at = descriptors_.upper_bound(served_);
     for (size_t i = 0; i < descriptors_.size(); ++i, ++at) {
       if (at == descriptors_.end()) at = descriptors_.begin();
@@ -66,14 +70,14 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
       polled_ids_.push_back(at->first);
     }
   }
-  if (platform::clock().poll_until(polled_.data(), polled_.size(), deadline) <= 0) {
-    return Received::kNothing;
-  }
+  const int ready = platform::clock().poll_until(polled_.data(), polled_.size(), deadline);
+  const std::lock_guard lock(mutex_);
+  polling_ = false;
+  if (ready <= 0) return Received::kNothing;
   if (polled_[0].revents != 0) {
     uint64_t ignored = 0;
     [[maybe_unused]] const ssize_t n = ::read(wake_fd_, &ignored, sizeof ignored);
   }
-  const std::lock_guard lock(mutex_);
   for (size_t i = 1; i < polled_.size(); ++i) {
     const auto at = descriptors_.find(polled_ids_[i]);
     if (polled_[i].revents == 0 || at == descriptors_.end()) continue;
@@ -93,7 +97,13 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
   return Received::kNothing;
 }
 
+// The descriptor only rouses who sleeps; it is nothing to tell a receiver that is up.
 void PollLink::wake() {
+  {
+    const std::lock_guard lock(mutex_);
+    woken_ = !polling_;
+    if (woken_) return;
+  }
   const uint64_t one = 1;
   [[maybe_unused]] const ssize_t n = ::write(wake_fd_, &one, sizeof one);
 }

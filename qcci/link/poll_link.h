@@ -42,6 +42,8 @@ class PollLink : public Link {
   std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
   Address spare_own_;
   std::mutex mutex_;
+  bool polling_ = false;  // the receiver may be asleep
+  bool woken_ = false;    // it was not, when somebody woke it
   std::map<EndpointId, int> descriptors_;
   EndpointId last_ = 0;
   EndpointId served_ = 0;  // the endpoint read last: the next one goes first

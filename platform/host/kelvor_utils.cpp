@@ -76,6 +76,19 @@ void append_escaped(std::string* line, const char* text) {
   }
 }
 
+// Most lines of a run fall into one second.
+const char* text_of_second(time_t second) {
+  static thread_local time_t known = -1;
+  static thread_local char text[64];
+  if (second != known) {
+    tm local{};
+    ::localtime_r(&second, &local);
+    ::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    known = second;
+  }
+  return text;
+}
+
 // One write a line: lines of several processes do not mix.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
                                                      va_list arguments) {
@@ -83,12 +96,9 @@ __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* 
   if (fd < 0) return;
   timeval now{};
   ::gettimeofday(&now, nullptr);
-  tm local{};
-  ::localtime_r(&now.tv_sec, &local);
-  char head[64];
-  size_t n = ::strftime(head, sizeof head, "%Y-%m-%d %H:%M:%S", &local);
-  std::snprintf(head + n, sizeof head - n, ".%03d %5d %c ", static_cast<int>(now.tv_usec / 1000),
-                static_cast<int>(own_pid()), priority);
+  char head[96];
+  std::snprintf(head, sizeof head, "%s.%03d %5d %c ", text_of_second(now.tv_sec),
+                static_cast<int>(now.tv_usec / 1000), static_cast<int>(own_pid()), priority);
   char* text = nullptr;
   if (::vasprintf(&text, format, arguments) < 0) return;
   std::string line = head;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/idl/nas.h"
+#include "platform/idl/pdc.h"
 #include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vs.h"
@@ -166,6 +167,39 @@ TEST(Codec, DecoderRefusesWhatIsNotTheMessage) {
             "number=5 items=[{a=7 b=2312}] optional=4660 name=\"abc\"");
 }
 
+TEST(Codec, AnOverfullArrayKeepsItsRoomAndTheSendersCount) {
+  struct Few {
+    uint32_t numbers_len;
+    uint16_t numbers[2];
+    uint16_t behind;
+  };
+  static constexpr auto kFew = message<Few>(
+      mandatory(0x01, overfull(QCCI_MEMBER(Few, numbers_len), QCCI_MEMBER(Few, numbers)),
+                value(QCCI_MEMBER(Few, behind))));
+  static const struct {
+    const char* wire;
+    CodecError error;
+    const char* described;
+  } kRows[] = {
+      {"01 05 00 01 01 00 FF EE", CodecError::kOk, "numbers=[1] behind=61183"},
+      {"01 07 00 02 01 00 02 00 FF EE", CodecError::kOk, "numbers=[1 2] behind=61183"},
+      {"01 09 00 03 01 00 02 00 03 00 FF EE", CodecError::kOk,
+       "numbers=[1 2 ... 3 in all] behind=61183"},
+      {"01 08 00 03 01 00 02 00 03 FF EE", CodecError::kTooShort, nullptr},
+      {"01 05 00 FF 01 00 02 00", CodecError::kTooShort, nullptr},
+  };
+  for (const auto& row : kRows) {
+    Few few;
+    EXPECT_EQ(decode(kFew.view(), desk::unhex(row.wire), &few, sizeof few), row.error) << row.wire;
+    if (row.described != nullptr) {
+      EXPECT_EQ(describe(kFew.view(), &few), row.described);
+    }
+  }
+  const Few lied{3, {1, 2}, 4};
+  std::vector<uint8_t> out(100);
+  EXPECT_EQ(encode(kFew.view(), &lied, sizeof lied, out).error, CodecError::kCountTooLarge);
+}
+
 TEST(Codec, EncoderRefusesWhatTheWireCannotCarry) {
   const auto encode_into = [](const Sample& sample, size_t room) {
     std::vector<uint8_t> out(room);
@@ -194,6 +228,7 @@ TEST(Idl, ObjectsAreGivenForTheirOwnVersionOnly) {
       {nas_get_service_object_internal_v01, 1, 398, 6},
       {sar_get_service_object_internal_v01, 1, 15, 6},
       {vs_get_service_object_internal_v01, 1, 2, 6},
+      {pdc_get_service_object_internal_v01, 1, 16, 6},
   };
   for (const auto& row : kRows) {
     EXPECT_NE(row.get(row.major, row.minor, row.tool), nullptr);

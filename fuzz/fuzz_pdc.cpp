@@ -1,5 +1,6 @@
-// Every PDC indication, as octets from a modem that says anything, while a request of every kind may
-// be waiting for it. The rows that decode them are the real ones; what is under them is this file.
+// Every PDC indication, as octets from a modem that says anything, while a request of every kind
+// may be waiting for it. The rows that decode them are the real ones; what is under them is this
+// file.
 
 #include <algorithm>
 #include <cstdint>

@@ -76,8 +76,10 @@ struct Pdc : desk::Desk {
     Sequence all;
     for (const desk::Message& request : passed(FaultKind::kRequest)) {
       static constexpr std::pair<uint16_t, const char*> kNames[] = {
-          {PDC_GET_SELECTED_CONFIG, "get"},   {PDC_SET_SELECTED_CONFIG, "set"},
-          {PDC_ACTIVATE_CONFIG, "activate"},  {PDC_DEACTIVATE_CONFIG, "deactivate"},
+          {PDC_GET_SELECTED_CONFIG, "get"},
+          {PDC_SET_SELECTED_CONFIG, "set"},
+          {PDC_ACTIVATE_CONFIG, "activate"},
+          {PDC_DEACTIVATE_CONFIG, "deactivate"},
           {PDC_LIST_CONFIGS, "list"}};
       std::string text = "sync";
       for (const auto& [id, name] : kNames) {
@@ -155,7 +157,8 @@ TEST_F(Pdc, ARequestGoesWithWhatItsTypeAsksFor) {
 
 TEST_F(Pdc, AnIndicationBeforeTheResponseIsWaitedForByNobody) {
   connect(fault("response", PDC_ACTIVATE_CONFIG, "action = \"after-indication\""));
-  const std::string output = desk::output_of([] { EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0); });
+  const std::string output =
+      desk::output_of([] { EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0); });
   EXPECT_EQ(output.find("qmi_pdc_request_timer_start"), std::string::npos) << output;
 }
 
@@ -243,8 +246,9 @@ TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
     const char* rule;
     const char* fault;
     int message;
-  } rows[] = {{"twice", "nth = 1\naction = \"duplicate\"", PDC_GET_SELECTED_CONFIG},
-              {"of a foreign size", "nth = 1\naction = \"truncate\"\noctets = 10", PDC_SET_FEATURE}};
+  } rows[] = {
+      {"twice", "nth = 1\naction = \"duplicate\"", PDC_GET_SELECTED_CONFIG},
+      {"of a foreign size", "nth = 1\naction = \"truncate\"\noctets = 10", PDC_SET_FEATURE}};
   sim::Modem& modem = connect(fault("indication", rows[0].message, rows[0].fault) +
                               fault("indication", rows[1].message, rows[1].fault));
   pdc_config_pdc_info id{};
@@ -288,8 +292,9 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
       EXPECT_TRUE(is_list || outcome() == failed);
     });
     const bool default_info = kind.req_type == PDC_REQ_DEFAULT_INFO;
-    EXPECT_TRUE(said(output, is_list ? "pdc_list_configs_flag, g_pdc_info.is_pdc_list_handling is not "
-                                    "running, do nothing"
+    EXPECT_TRUE(said(output, is_list
+                                 ? "pdc_list_configs_flag, g_pdc_info.is_pdc_list_handling is not "
+                                   "running, do nothing"
                              : default_info ? "NULL pointer for config_info"
                                             : "NULL pointer for ind_data_ptr"))
         << output;
@@ -344,8 +349,8 @@ TEST_F(Pdc, TimersAreFoundByKindAndById) {
       qmi_pdc_request_timer_stop(type);
     }
   });
-  EXPECT_TRUE(said(output,
-                   "find the timer is running, will stop it af first, timer_id = 10, req_type = 10"))
+  EXPECT_TRUE(said(
+      output, "find the timer is running, will stop it af first, timer_id = 10, req_type = 10"))
       << output;
   EXPECT_TRUE(said(output, "not find this timer_id(10)")) << output;
 }
@@ -407,9 +412,8 @@ TEST_F(Pdc, AListThatBreaksOffIsNoListAndLeaksNothing) {
        "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
       {"a frame that is lost", fault("indication", PDC_LIST_CONFIGS, "nth = 3\naction = \"drop\""),
        3, "pdc_list is waiting, will stop it."},
-      {"a service that goes",
-       fault("request", PDC_LIST_CONFIGS, "nth = 3\naction = \"restart\""), 3,
-       "qmi send mssage error for list_configs, errno: -2 0"},
+      {"a service that goes", fault("request", PDC_LIST_CONFIGS, "nth = 3\naction = \"restart\""),
+       3, "qmi send mssage error for list_configs, errno: -2 0"},
       {"a frame of nothing that promises more",
        fault("indication", PDC_LIST_CONFIGS,
              "nth = 1\naction = \"change\"\nat = 12\n"
@@ -425,8 +429,8 @@ TEST_F(Pdc, AListThatBreaksOffIsNoListAndLeaksNothing) {
           std::vector<pdc_config_info*> list(200);
           unsigned int count = 200;
           int result = 0;
-          const std::string output = desk::output_of(
-              [&] { result = pdc_list_configs(kSoftware, list.data(), &count); });
+          const std::string output =
+              desk::output_of([&] { result = pdc_list_configs(kSoftware, list.data(), &count); });
           const bool good = result == -1 && count == 0 && nothing_leaked() &&
                             asked().size() == row.asked && said(output, row.said);
           if (!good) std::fprintf(stderr, "%s\n", output.c_str());
@@ -477,10 +481,18 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
       unsigned int count = 8;
       int result = 0;
       switch (choice() % 5) {
-        case 0: result = pdc_get_current_config(&id, kSoftware, choice() % 2); break;
-        case 1: result = pdc_select_config(&id, kSoftware, choice() % 2); break;
-        case 2: result = pdc_activate_config(kSoftware, choice() % 2); break;
-        case 3: result = pdc_deactivate_config(choice() % 2, kSoftware); break;
+        case 0:
+          result = pdc_get_current_config(&id, kSoftware, choice() % 2);
+          break;
+        case 1:
+          result = pdc_select_config(&id, kSoftware, choice() % 2);
+          break;
+        case 2:
+          result = pdc_activate_config(kSoftware, choice() % 2);
+          break;
+        case 3:
+          result = pdc_deactivate_config(choice() % 2, kSoftware);
+          break;
         default:
           result = pdc_list_configs(kSoftware, list, &count);
           for (unsigned int i = 0; result == 0 && i < count; ++i) qcril_free(list[i]);
@@ -534,7 +546,10 @@ TEST_F(Mbn, EveryMaskAndTypeDoesWhatItNames) {
       {kRefresh, 3, 1, 0, {kSoft0, kSoft1}, "SUB_1 pdc_activate_config_ex ret 0"},
       {kRefresh, 4, 1, -1, {}, kRange},
       {kRefresh, 1, 2, -1, {}, kType},
-      {kRefresh, 2, 0, 0,
+      {kRefresh,
+       2,
+       0,
+       0,
        {"activate 01 04 00 00 00 00 00 11 04 00 01 00 00 00 13 04 00 01 00 00 00"},
        "mbn_type 0"},
       {kReactivate, 0, 1, -1, {}, kRange},
@@ -577,16 +592,30 @@ TEST_F(Mbn, AStepThatFailsStopsWhatDependsOnItAlone) {
     Sequence asked;
     const char* said;
   } rows[] = {
-      {"a refused refresh goes on", kRefresh, refused(PDC_ACTIVATE_CONFIG), 0, {kSoft0, kSoft1},
+      {"a refused refresh goes on",
+       kRefresh,
+       refused(PDC_ACTIVATE_CONFIG),
+       0,
+       {kSoft0, kSoft1},
        "SUB_0 pdc_activate_config_ex ret -1"},
-      {"the last refresh counts", kRefresh,
-       fault("indication", PDC_ACTIVATE_CONFIG, "nth = 2\naction = \"qmi-error\"\nerror = 3"), -1,
-       {kSoft0, kSoft1}, "SUB_1 pdc_activate_config_ex ret -1"},
-      {"no current configuration, no turn", kReactivate, refused(PDC_GET_SELECTED_CONFIG), -1,
-       {kGet0}, "SUB_0 pdc_get_current_config fail"},
-      {"SUB_1's is its own", kReactivate,
-       fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 2\naction = \"drop\""), -1,
-       {kGet0, kDeactivate0, "sync", kSet0, kRegular0, kGet1}, "SUB_1 pdc_get_current_config fail"},
+      {"the last refresh counts",
+       kRefresh,
+       fault("indication", PDC_ACTIVATE_CONFIG, "nth = 2\naction = \"qmi-error\"\nerror = 3"),
+       -1,
+       {kSoft0, kSoft1},
+       "SUB_1 pdc_activate_config_ex ret -1"},
+      {"no current configuration, no turn",
+       kReactivate,
+       refused(PDC_GET_SELECTED_CONFIG),
+       -1,
+       {kGet0},
+       "SUB_0 pdc_get_current_config fail"},
+      {"SUB_1's is its own",
+       kReactivate,
+       fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 2\naction = \"drop\""),
+       -1,
+       {kGet0, kDeactivate0, "sync", kSet0, kRegular0, kGet1},
+       "SUB_1 pdc_get_current_config fail"},
       {"deactivation", kReactivate, refused(PDC_DEACTIVATE_CONFIG), 0, both,
        "pdc_deactivate_config, ret_pdc: -1, ret_sync: 0, sub: 0, config_type: 1"},
       {"selection", kReactivate, refused(PDC_SET_SELECTED_CONFIG), 0, both,
@@ -600,8 +629,7 @@ TEST_F(Mbn, AStepThatFailsStopsWhatDependsOnItAlone) {
           start(row.fault);
           clock_.run_by_itself();
           int result = 0;
-          const std::string output =
-              desk::output_of([&] { result = row.operation(3, kSoftware); });
+          const std::string output = desk::output_of([&] { result = row.operation(3, kSoftware); });
           const bool good = result == row.result && asked() == row.asked && said(output, row.said);
           if (!good) {
             std::fprintf(stderr, "%d\n%s\n", result, output.c_str());

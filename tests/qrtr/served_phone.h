@@ -7,17 +7,30 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "qcci/services/services.h"
 #include "support/desk.h"
 
 namespace desk {
 
+// Whether simulated phones have a service of this id.
+inline bool has_service(uint32_t id) {
+  const auto all = qcci::idl::all_services();
+  return std::ranges::any_of(all, [id](const auto* service) { return service->id == id; });
+}
+
 class ServedPhone {
  public:
-  // The default phone, with `toml` for its phone.toml unless that is empty.
-  explicit ServedPhone(std::string_view toml = "") {
+  // The default phone, with `toml` for its phone.toml unless that is empty, and these files.
+  explicit ServedPhone(std::string_view toml = "",
+                       const std::map<std::string, std::string>& files = {}) {
     std::string why;
     EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
     if (!toml.empty()) directory_.write("phone.toml", toml);
+    for (const auto& [path, contents] : files) directory_.write(path, contents);
     start();
   }
   ~ServedPhone() { stop(SIGTERM); }

@@ -20,11 +20,15 @@ struct Family {
 };
 std::string family_name(const testing::TestParamInfo<Family>& info) { return info.param.name; }
 
-// The default phone, whose modem is back at once when it restarts.
+// The default phone, but that it takes no time for anything.
 std::string quick_phone() {
-  std::string toml(sim::kDefaultPhoneToml);
-  const std::string slow = "restart_ms = 1500";
-  return toml.replace(toml.find(slow), slow.size(), "restart_ms = 0");
+  const std::string toml(sim::kDefaultPhoneToml);
+  return std::regex_replace(toml, std::regex("\n([a-z]+_ms) = [0-9]+"), "\n$1 = 0");
+}
+
+// Whether an answer is there before it is waited for, and a timer needed, is a matter of chance.
+std::string without_timers(const std::string& output) {
+  return std::regex_replace(output, std::regex("[^\n]*timer_(start|stop): [^\n]*\n"), "");
 }
 
 class Families : public testing::TestWithParam<Family> {};
@@ -37,7 +41,8 @@ TEST_P(Families, SayAndDoTheSameAsOnTheEmbeddedModem) {
       script += "echo \"# " + std::string(words) + "\"; vex " + words + " 2>&1\n";
     }
     // And what it has made of the phone.
-    return run(script + "find nv efs dump properties -type f | sort | xargs md5sum").output;
+    const std::string kept = "find . -type f ! -name trace ! -path './log/*' ! -name '*.lock'";
+    return without_timers(run(script + kept + " | sort | xargs md5sum").output);
   };
   const desk::PhoneDirectory embedded;
   std::string why;
@@ -64,9 +69,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "4 6 1 /nv/item_files/x", "4 4 1 /nv/item_files/x"},
                9},
         Family{"Common5",
-               {"5 1", "5 2 0", "5 3 0 1 1", "5 4", "5 5", "5 6 0", "5 6 1 2 3 4", "5 10 4 1",
-                "5 10 1 1", "5 10 3 1", "5 10 5 1", "5 10 2 1"},
-               12},
+               {"5 0 0 0 2000 0x26 0x26 0x02", "5 0 1 0 2000 0", "5 0 0 1 0 0", "5 1", "5 2 0",
+                "5 3 0 1 0", "5 2 0", "5 4", "5 5", "5 6 0", "5 6 1 0 0 1", "5 10 4 1", "5 10 1 1",
+                "5 10 3 1", "5 10 5 1", "5 10 5 1", "5 10 2 1", "5 10 4 1"},
+               25},
         Family{"RawQmi6", {"6 2 1 0 0x26 2", "6 4 20 0 0 0", "6 5 1", "6 6 1"}, 3},
         Family{"DiagStats7", {"7 0 1", "7 1 0", "7 1 1"}, 2},
         Family{"QmiStats9",
@@ -84,19 +90,58 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct Reading {
   const char* rule;
+  uint32_t service;  // that it is about, 0: none
   const char* toml;
   const char* command;
   const char* says;  // a regular expression for the whole of it
 };
 std::string reading_name(const testing::TestParamInfo<Reading>& info) { return info.param.rule; }
 
+// Their ids, as the tools know them.
+constexpr uint32_t kNas = 0x03;
+constexpr uint32_t kUim = 0x0B;
+constexpr uint32_t kSar = 0x11;
+constexpr uint32_t kPdc = 0x24;
+
 class Peers : public testing::TestWithParam<Reading> {};
 
 TEST_P(Peers, ReadWhatThePhoneHolds) {
+  if (GetParam().service != 0 && !desk::has_service(GetParam().service)) {
+    GTEST_SKIP() << "the phone does not have this service yet";
+  }
   const ServedPhone phone(GetParam().toml);
   const desk::Ran ran = run(std::string("timeout -s KILL 20 ") + GetParam().command);
   EXPECT_TRUE(std::regex_match(ran.output, std::regex(GetParam().says))) << ran.output;
 }
+
+constexpr const char kTwoConfigurations[] = R"(
+[[configuration]]
+type = "software"
+id = "0102"
+description = "Alpha"
+version = 0x0A0B0C0D
+size = 300
+[[configuration]]
+type = "platform"
+id = "FF"
+description = "Board"
+version = 1
+size = 2
+[[configuration]]
+type = "software"
+id = "5F0A61C2D3E4F5061728394A5B6C7D8E9FA0B1C2"
+description = "Beta"
+version = 0x00000203
+size = 70000
+)";
+
+constexpr const char kTwoCards[] = R"(
+[cards.sim1]
+state = "error"
+error = "no-atr"
+[cards.sim2]
+state = "absent"
+)";
 
 constexpr const char kTwoNetworks[] = R"(
 [[network]]
@@ -124,7 +169,7 @@ preferred = false
 INSTANTIATE_TEST_SUITE_P(
     Tools, Peers,
     testing::Values(
-        Reading{"EveryServiceIsInTheList", "", "qrtr-lookup | sort -n",
+        Reading{"EveryServiceIsInTheList", 0, "", "qrtr-lookup | sort -n",
                 " *Service Version Instance Node  Port\n"
                 "( +[0-9]+ +1 +0 +1 +[0-9]+ .*\n)*"
                 " +3 +1 +0 +1 +[0-9]+ Network Access Service\n"
@@ -133,11 +178,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "( +[0-9]+ +1 +0 +1 +[0-9]+ .*\n)*"
                 " +65508 +1 +0 +1 +[0-9]+ <unknown>\n"
                 " +65509 +1 +0 +1 +[0-9]+ <unknown>\n"},
-        Reading{"AServiceThatIsAbsentIsNot", "[modem]\nabsent = [\"nas\"]\n",
+        Reading{"AServiceThatIsAbsentIsNot", 0, "[modem]\nabsent = [\"nas\"]\n",
                 "qrtr-lookup | grep Network", ""},
-        Reading{"SarState", "[sar]\nstate = 7\n", "qmicli -d qrtr://1 --sar-rf-get-state",
+        Reading{"SarState", kSar, "[sar]\nstate = 7\n", "qmicli -d qrtr://1 --sar-rf-get-state",
                 "\\[qrtr://1\\] Successfully got SAR RF state: 7\n"},
-        Reading{"NetworkScan", kTwoNetworks, "qmicli -d qrtr://1 --nas-network-scan",
+        Reading{"NetworkScan", kNas, kTwoNetworks, "qmicli -d qrtr://1 --nas-network-scan",
                 "\\[qrtr://1\\] Successfully scanned networks\n"
                 "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n"
                 "\tStatus: 'current-serving, roaming, not-forbidden, preferred'\n"
@@ -149,7 +194,40 @@ INSTANTIATE_TEST_SUITE_P(
                 "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n\tMCC with PCS digit: 'yes'\n"
                 "Network \\[1\\]:\n\tMCC: '1'\n\tMNC: '1'\n\tMCC with PCS digit: 'no'\n"
                 "Network scan result: success\n"},
-        Reading{"AnError", "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nerror = 52\n",
+        Reading{"CardsThatAreReady", kUim, "", "qmicli -d qrtr://1 --uim-get-card-status",
+                "\\[qrtr://1\\] Successfully got card status\n"
+                "Provisioning applications:\n"
+                "\tPrimary GW:   slot '1', application '1'\n"
+                "\tPrimary 1X:   session doesn't exist\n"
+                "\tSecondary GW: slot '2', application '1'\n"
+                "\tSecondary 1X: session doesn't exist\n"
+                "(Slot \\[[12]\\]:\n\tCard state: 'present'\n(\t.*\n)*"
+                "\t\tApplication type:  'usim \\(2\\)'\n\t\tApplication state: 'ready'\n"
+                "\t\tApplication ID:\n\t\t\tA0:00:00:00:87:10:02:.*\n(\t.*\n)*){2}"},
+        Reading{"CardsThatAreNot", kUim, kTwoCards, "qmicli -d qrtr://1 --uim-get-card-status",
+                "\\[qrtr://1\\] Successfully got card status\n"
+                "Provisioning applications:\n(\t.*session doesn't exist\n){4}"
+                "Slot \\[1\\]:\n\tCard state: 'error: no-atr-received \\(3\\)'\n(\t.*\n)*"
+                "Slot \\[2\\]:\n\tCard state: 'absent'\n(\t.*\n)*"},
+        Reading{"ConfigurationsAndTheActiveOne", kPdc, kTwoConfigurations,
+                "sh -c 'set -- qmicli -d qrtr://1; "
+                "$@ --pdc-activate-config=software,5F0A61C2D3E4F5061728394A5B6C7D8E9FA0B1C2 && "
+                "$@ --pdc-list-configs=software'",
+                "\\[qrtr://1\\] Successfully requested config activation\n"
+                "Total configurations: 2\n"
+                "Configuration 1:\n\tDescription: Alpha\n\tType:        software\n"
+                "\tSize:        300\n\tStatus:      Inactive\n\tVersion:     0xA0B0C0D\n"
+                "\tID:          01:02\n\n"
+                "Configuration 2:\n\tDescription: Beta\n\tType:        software\n"
+                "\tSize:        70000\n\tStatus:      Active\n\tVersion:     0x203\n"
+                "\tID:          5F:0A:61:C2:D3:E4:F5:06:17:28:39:4A:5B:6C:7D:8E:9F:A0:B1:C2\n\n"},
+        Reading{"ThePlatformsConfiguration", kPdc, kTwoConfigurations,
+                "qmicli -d qrtr://1 --pdc-list-configs=platform",
+                "Total configurations: 1\nConfiguration 1:\n\tDescription: Board\n"
+                "\tType:        platform\n\tSize:        2\n\tStatus:      Inactive\n"
+                "\tVersion:     0x1\n\tID:          FF\n\n"},
+        Reading{"AnError", kSar,
+                "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nerror = 52\n",
                 "qmicli -d qrtr://1 --sar-rf-get-state",
                 "error: couldn't get SAR RF state: QMI protocol error \\(52\\): "
                 "'DeviceNotReady'\n"}),

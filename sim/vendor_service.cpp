@@ -10,6 +10,7 @@
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
 #include "qcci/services/services.h"
+#include "sim/card_tray.h"
 #include "sim/counters.h"
 #include "sim/nvefs.h"
 #include "sim/services.h"
@@ -24,7 +25,9 @@ constexpr uint32_t kBadLength = 2;
 class VendorService final : public Service {
  public:
   explicit VendorService(Surroundings& modem)
-      : Service(modem, qcci::idl::kVendorService), nvefs_(modem.phone()) {
+      : Service(modem, qcci::idl::kVendorService),
+        nvefs_(modem.phone()),
+        tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
   }
 
@@ -76,6 +79,9 @@ class VendorService final : public Service {
                                      : item.command == row.number;
       if (asked) reply.result = (this->*row.run)(&payload);
     }
+    if (item.command == KELVOR_COMMON_ITEM) {
+      if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
+    }
     std::memcpy(reply.payload, payload.data(), payload.size());
     std::memcpy(response.data, &reply, sizeof reply);
     response.data_len =
@@ -123,6 +129,7 @@ class VendorService final : public Service {
   }
 
   NvEfs nvefs_;
+  const CardTray tray_;
 };
 
 const VendorService::CommonRow VendorService::kCommon[] = {
@@ -145,6 +152,8 @@ std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
   services.push_back(make_nas_service(modem));
   services.push_back(make_sar_service(modem));
   services.push_back(make_vs_service(modem));
+  services.push_back(make_diag_service(modem));
+  services.push_back(make_uim_service(modem));
   services.push_back(make_pdc_service(modem));
   return services;
 }

@@ -253,6 +253,7 @@ TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
                               fault("indication", rows[1].message, rows[1].fault));
   pdc_config_pdc_info id{};
   EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
+  EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0) << "behind the second on the client's thread";
   pdc_config_pdc_info next{};
   EXPECT_EQ(pdc_get_current_config(&next, kSoftware, 1), 0);
   EXPECT_EQ(desk::hex(std::span(next.id, next.id_len)), "BB 00") << "the second's own";

@@ -90,7 +90,8 @@ void Core::on_datagram(const Datagram& datagram) {
 
 void Core::on_control(const ControlPacket& packet) {
   apply(registry_.apply(packet));
-  changed_.notify_all();
+  // Everybody who waits for a service waits for the end of its list first.
+  if (!registry_.within_list(packet)) changed_.notify_all();
 }
 
 // Only the client's own server is heard, and only a response whose transaction and message are

@@ -67,6 +67,12 @@ std::vector<ServiceChange> Registry::apply(const ControlPacket& packet) {
   return changes;
 }
 
+bool Registry::within_list(const ControlPacket& packet) const {
+  if (packet.command != Control::kNewServer || packet.ends_list()) return false;
+  const auto found = services_.find(packet.service);
+  return found != services_.end() && !found->second.answered;
+}
+
 std::vector<ServiceChange> Registry::lose_all() {
   std::vector<ServiceChange> changes;
   remove_if([](uint32_t, const Instance&) { return true; }, &changes);

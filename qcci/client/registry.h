@@ -42,6 +42,8 @@ class Registry {
   // What one control packet changes. Strays, repetitions and services nobody asked for change
   // nothing.
   std::vector<ServiceChange> apply(const ControlPacket& packet);
+  // Whether the packet belongs to a list that has not come to its end.
+  bool within_list(const ControlPacket& packet) const;
   // The bus is gone, and every service and look-up with it.
   std::vector<ServiceChange> lose_all();
 

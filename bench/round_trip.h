@@ -49,26 +49,30 @@ inline void vendor_round_trip(benchmark::State& state) {
   }
 }
 
-// Of as many octets as one transfer can carry.
+// Of so many full chunks, up to what one transfer can carry.
 inline void efs_transfer(benchmark::State& state, bool write) {
-  constexpr uint32_t kOctets = KELVOR_NVEFS_EXCHANGES_MAX * KELVOR_NVEFS_CHUNK_MAX;
+  const auto octets = static_cast<uint32_t>(state.range(0)) * KELVOR_NVEFS_CHUNK_MAX;
   static const char kPath[] = "/bench";
-  std::vector<uint8_t> data(kOctets, 0x5A);
-  int32_t result = kelvor_efs_write(0, kPath, sizeof kPath - 1, data.data(), kOctets);
+  std::vector<uint8_t> data(octets, 0x5A);
+  int32_t result = kelvor_efs_write(0, kPath, sizeof kPath - 1, data.data(), octets);
   for (auto _ : state) {
-    uint32_t length = kOctets;
-    result |= write ? kelvor_efs_write(0, kPath, sizeof kPath - 1, data.data(), kOctets)
+    uint32_t length = octets;
+    result |= write ? kelvor_efs_write(0, kPath, sizeof kPath - 1, data.data(), octets)
                     : kelvor_efs_read(0, kPath, sizeof kPath - 1, data.data(), &length);
   }
   if (result != 0) state.SkipWithError("transfer failed");
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kOctets);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * octets);
 }
 
 inline void register_round_trips(const std::string& link) {
   const auto name = [&link](const char* what) { return link + "/" + what; };
   benchmark::RegisterBenchmark(name("vendor_round_trip").c_str(), vendor_round_trip)->UseRealTime();
-  benchmark::RegisterBenchmark(name("efs_read_126776").c_str(), efs_transfer, false)->UseRealTime();
-  benchmark::RegisterBenchmark(name("efs_write_126776").c_str(), efs_transfer, true)->UseRealTime();
+  for (const bool write : {false, true}) {
+    benchmark::RegisterBenchmark(name(write ? "efs_write" : "efs_read").c_str(), efs_transfer,
+                                 write)
+        ->ArgsProduct({{1, 10, 100, KELVOR_NVEFS_EXCHANGES_MAX}})
+        ->UseRealTime();
+  }
 }
 
 inline int run(int argc, char** argv) {

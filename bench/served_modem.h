@@ -1,0 +1,52 @@
+// A simulated phone whose modem is served over the local socket by a thread of this process.
+#ifndef BENCH_SERVED_MODEM_H_
+#define BENCH_SERVED_MODEM_H_
+
+#include <sys/eventfd.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "sim/modem.h"
+#include "sim/phone.h"
+#include "sim/server.h"
+
+namespace bench {
+
+class ServedModem {
+ public:
+  // Of the phone in this directory. It serves when good() says so.
+  explicit ServedModem(const std::string& root) : phone_(root), stop_(::eventfd(0, EFD_CLOEXEC)) {
+    std::string why;
+    modem_ = sim::make_modem(phone_, &why);
+    if (modem_ == nullptr) return;
+    server_ = std::make_unique<sim::Server>(*modem_);
+    if (!server_->listen(path(), &why)) return;
+    serving_ = std::thread([this] {
+      sim::Door* const doors[] = {server_.get()};
+      sim::serve_modem(*modem_, doors, stop_.get());
+    });
+  }
+  ~ServedModem() {
+    if (!good()) return;
+    ::eventfd_write(stop_.get(), 1);
+    serving_.join();
+  }
+  ServedModem(const ServedModem&) = delete;
+  ServedModem& operator=(const ServedModem&) = delete;
+
+  bool good() const { return serving_.joinable(); }
+  std::string path() const { return phone_.path("modem.sock"); }
+
+ private:
+  const sim::Phone phone_;
+  const sim::Descriptor stop_;
+  std::shared_ptr<sim::Modem> modem_;
+  std::unique_ptr<sim::Server> server_;
+  std::thread serving_;
+};
+
+}  // namespace bench
+
+#endif  // BENCH_SERVED_MODEM_H_

@@ -40,8 +40,8 @@ int refuse() { return kelvor_smart_test_show_help(kCommandSmart); }
 // A request whose value is one word, or nothing.
 int send(uint32_t item, const uint32_t* word) {
   uint8_t rsp[KELVOR_COMMON_RSP_SIZE] = {};
-  return static_cast<int>(kelvor_send_common_qmi_msg(
-      item, word != nullptr ? sizeof *word : 0, reinterpret_cast<const uint8_t*>(word), rsp));
+  return static_cast<int>(kelvor_send_common_qmi_msg(item, word != nullptr ? sizeof *word : 0,
+                                                     reinterpret_cast<const uint8_t*>(word), rsp));
 }
 
 int kelvor_smart_test_modem_ssr() {
@@ -208,8 +208,7 @@ int show_share_memory(TraceSite site, int fd) {
     TRACE_FROM(site, kTraceError, "ftruncate error");
     return -1;
   }
-  void* const mapped =
-      ::mmap(nullptr, kShareMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  void* const mapped = ::mmap(nullptr, kShareMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   TRACE_FROM(site, kTraceDebug, "mmap, data_ptr: 0x%08x",
              static_cast<unsigned>(reinterpret_cast<uintptr_t>(mapped)));
   if (mapped == MAP_FAILED) {
@@ -316,7 +315,8 @@ constexpr Action kActions[] = {
     {{"   vex %d %d                      /* share memory test */\n", 7},
      Takes::kNothing,
      [](int) { return kelvor_smart_test_share_memory(); }},
-    {{"   vex %d %d timeout_s            /* kelvor timer test, timeout_s - the expired time(s) */\n",
+    {{"   vex %d %d timeout_s            /* kelvor timer test, timeout_s - the expired time(s) "
+      "*/\n",
       8},
      Takes::kSeconds,
      [](int word) { return kelvor_smart_test_kelvor_timer(static_cast<unsigned long>(word)); }},

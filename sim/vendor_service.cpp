@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <span>
 #include <type_traits>
 
 #include "platform/idl/vendor.h"
@@ -12,6 +13,7 @@
 #include "qcci/services/services.h"
 #include "sim/counters.h"
 #include "sim/nvefs.h"
+#include "sim/rf_configuration.h"
 #include "sim/services.h"
 #include "sim/storage.h"
 
@@ -49,7 +51,7 @@ class VendorService final : public Service {
         break;
       }
       case REQUEST_ID_COMMON:
-        common(request.data, response);
+        common(request, response);
         break;
       default:
         response.id = kNoSuchFamily;
@@ -67,9 +69,9 @@ class VendorService final : public Service {
   static constexpr size_t kRows = 5;
   static const CommonRow kCommon[kRows];
 
-  void common(const uint8_t (&octets)[512], kelvor_vendor_msg& response) {
+  void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
     kelvor_common_item_req item;
-    std::memcpy(&item, octets, sizeof item);
+    std::memcpy(&item, request.data, sizeof item);
     kelvor_common_rsp reply{};
     reply.command = item.command;
     reply.result = -ENOSYS;
@@ -79,6 +81,8 @@ class VendorService final : public Service {
                                      : item.command == row.number;
       if (asked) reply.result = (this->*row.run)(&payload);
     }
+    const std::span octets(request.data, request.data_len);
+    if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
     std::memcpy(reply.payload, payload.data(), payload.size());
     std::memcpy(response.data, &reply, sizeof reply);
     response.data_len =

@@ -118,8 +118,7 @@ const std::string kClose = "need to close ssr";
 const Texts kNoWait = {"ssr wait_s = 0", "modem ssr will not wait"};
 
 std::string state(const std::string& current, const std::string& backup) {
-  return "Will trigger Full Dump, the current state: " + current +
-         ", the default state: " + backup;
+  return "Will trigger Full Dump, the current state: " + current + ", the default state: " + backup;
 }
 Texts counted(const std::string& read, int old, int length, int write, int now) {
   Texts texts = {"PROP_MODEM_SSR_UPDATE_COUNT read ret: " + read +
@@ -138,10 +137,30 @@ const DumpRow kDumpRows[] = {
      with(with({kSave, state("ALL_ENABLE", ""), kClose}, counted("-2", 0, 0, 0, 1)),
           {"ssr wait_s = 5", "wait-start(5s) ...", "wait-end(5s)"}),
      "ALL_DISABLE", "ALL_ENABLE", word(1), 5s, true},
-    {"TheSecondFindsItOff", "ALL_DISABLE", "ALL_ENABLE", nullptr, word(1), "",
-     {state("ALL_DISABLE", "ALL_ENABLE")}, "ALL_DISABLE", "ALL_ENABLE", word(1), 0s, true},
-    {"OffWithoutABackupIsSavedAsThat", "ALL_DISABLE", nullptr, nullptr, "", "",
-     {kSave, state("ALL_DISABLE", "")}, "ALL_DISABLE", "ALL_DISABLE", "", 0s, true},
+    {"TheSecondFindsItOff",
+     "ALL_DISABLE",
+     "ALL_ENABLE",
+     nullptr,
+     word(1),
+     "",
+     {state("ALL_DISABLE", "ALL_ENABLE")},
+     "ALL_DISABLE",
+     "ALL_ENABLE",
+     word(1),
+     0s,
+     true},
+    {"OffWithoutABackupIsSavedAsThat",
+     "ALL_DISABLE",
+     nullptr,
+     nullptr,
+     "",
+     "",
+     {kSave, state("ALL_DISABLE", "")},
+     "ALL_DISABLE",
+     "ALL_DISABLE",
+     "",
+     0s,
+     true},
     {"ABackupIsKeptAndTheCountGoesOn", "SOME", "KEPT", "0", word(258), "",
      with(with({state("SOME", "KEPT"), kClose}, counted("0", 258, 4, 0, 259)), kNoWait),
      "ALL_DISABLE", "KEPT", word(259), 0s, true},
@@ -205,9 +224,9 @@ struct SwitchRow {
   const char *name, *opt;
   bool was_on;
   const char* fault;
-  Texts says;      // after the title
+  Texts says;  // after the title
   Texts asks;
-  bool is_on;      // when the modem is up again
+  bool is_on;  // when the modem is up again
   int result;
 };
 const Texts kDone = {"Will trigger NV SYNC", "Will trigger SSR of modem",
@@ -215,19 +234,55 @@ const Texts kDone = {"Will trigger NV SYNC", "Will trigger SSR of modem",
 const SwitchRow kSwitchRows[] = {
     {"On", "1", false, "", kDone, {"efs", kSync, kSsr}, true, 0},
     {"Off", "0", true, "", kDone, {"efs", kSync, kSsr}, false, 0},
-    {"OnThatIsNotWrittenEnds", "1", false, "kind = \"request\"\naction = \"drop\"\nnth = 1",
-     {"kelvor_efs_write failed"}, {"efs"}, false, -103},
-    {"OnThatTheModemRefusesEnds", "1", false, "action = \"vendor-error\"\nresult = 9\nnth = 1",
-     {"kelvor_efs_write failed"}, {"efs"}, true, -103},
+    {"OnThatIsNotWrittenEnds",
+     "1",
+     false,
+     "kind = \"request\"\naction = \"drop\"\nnth = 1",
+     {"kelvor_efs_write failed"},
+     {"efs"},
+     false,
+     -103},
+    {"OnThatTheModemRefusesEnds",
+     "1",
+     false,
+     "action = \"vendor-error\"\nresult = 9\nnth = 1",
+     {"kelvor_efs_write failed"},
+     {"efs"},
+     true,
+     -103},
     {"OffThatIsOffEnds", "0", false, "", {"kelvor_efs_delete failed"}, {"efs"}, false, -2},
-    {"OffThatIsNotAnsweredEnds", "0", true, "kind = \"request\"\naction = \"drop\"\nnth = 1",
-     {"kelvor_efs_delete failed"}, {"efs"}, true, -103},
-    {"OnThatIsNotSyncedIsLost", "1", false, "kind = \"request\"\naction = \"drop\"\nnth = 2",
-     kDone, {"efs", kSync, kSsr}, false, -3},
-    {"OffThatIsNotSyncedIsLost", "0", true, "kind = \"request\"\naction = \"drop\"\nnth = 2",
-     kDone, {"efs", kSync, kSsr}, true, -3},
-    {"ARestartThatFailsIsTheResult", "1", false, "kind = \"request\"\naction = \"drop\"\nnth = 3",
-     kDone, {"efs", kSync, kSsr}, true, -3},
+    {"OffThatIsNotAnsweredEnds",
+     "0",
+     true,
+     "kind = \"request\"\naction = \"drop\"\nnth = 1",
+     {"kelvor_efs_delete failed"},
+     {"efs"},
+     true,
+     -103},
+    {"OnThatIsNotSyncedIsLost",
+     "1",
+     false,
+     "kind = \"request\"\naction = \"drop\"\nnth = 2",
+     kDone,
+     {"efs", kSync, kSsr},
+     false,
+     -3},
+    {"OffThatIsNotSyncedIsLost",
+     "0",
+     true,
+     "kind = \"request\"\naction = \"drop\"\nnth = 2",
+     kDone,
+     {"efs", kSync, kSsr},
+     true,
+     -3},
+    {"ARestartThatFailsIsTheResult",
+     "1",
+     false,
+     "kind = \"request\"\naction = \"drop\"\nnth = 3",
+     kDone,
+     {"efs", kSync, kSsr},
+     true,
+     -3},
 };
 
 struct PrintSwitch : Smart, testing::WithParamInterface<std::tuple<Switch, SwitchRow>> {};
@@ -260,8 +315,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, PrintSwitch,
 // The lines of one run, with what differs from run to run taken out.
 Texts shared_memory_says(const std::string& path) {
   g_share_memory_file_path = path.c_str();
-  Texts texts =
-      desk::messages_of(kSource, desk::vex(kelvor_smart_test_do, "11 7"));
+  Texts texts = desk::messages_of(kSource, desk::vex(kelvor_smart_test_do, "11 7"));
   for (std::string& text : texts) {
     if (text.starts_with("open, fd: ") && text != "open, fd: -1") text = "open, fd: N";
     if (text.starts_with("mmap, data_ptr: 0x") && text.size() == 26) text = "mmap, data_ptr: N";
@@ -270,10 +324,10 @@ Texts shared_memory_says(const std::string& path) {
 }
 
 Texts probe(const std::string& path, const Texts& says) {
-  return with(with({"share_memory", "function entry ------------->",
-                    "g_share_memory_file_path: " + path},
-                   says),
-              {"function exit <-------------"});
+  return with(
+      with({"share_memory", "function entry ------------->", "g_share_memory_file_path: " + path},
+           says),
+      {"function exit <-------------"});
 }
 Texts shows(const std::vector<int>& octets) {
   Texts texts = {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N"};
@@ -325,15 +379,15 @@ TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
 TEST_F(Smart, ASharedMemoryThatCannotBeHadIsToldAtItsStep) {
   std::string path = directory_.root() + "/none/share_memory";
   EXPECT_EQ(shared_memory_says(path), probe(path, kCannotOpen)) << "no directory";
-  EXPECT_EQ(shared_memory_says("/dev/null"),
-            probe("/dev/null", {"open, fd: N", "ftruncate, ret: -1", "ftruncate error", "close fd"}));
+  EXPECT_EQ(
+      shared_memory_says("/dev/null"),
+      probe("/dev/null", {"open, fd: N", "ftruncate, ret: -1", "ftruncate error", "close fd"}));
   // A file that takes its size but no writer of its octets.
   const int sealed = ::memfd_create("sealed", MFD_ALLOW_SEALING);
   ASSERT_EQ(::fcntl(sealed, F_ADD_SEALS, F_SEAL_FUTURE_WRITE), 0);
   path = "/proc/self/fd/" + std::to_string(sealed);
-  EXPECT_EQ(shared_memory_says(path),
-            probe(path, {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N",
-                         "mmap error", "close fd"}));
+  EXPECT_EQ(shared_memory_says(path), probe(path, {"open, fd: N", "ftruncate, ret: 0",
+                                                   "mmap, data_ptr: N", "mmap error", "close fd"}));
 }
 
 TEST_F(Smart, ASharedMemoryWithoutPermissionIsTold) {
@@ -370,8 +424,7 @@ TEST_P(Timer, CountsTheSecondsUntilItExpires) {
   Texts expected = {"Timer test start, timeout_s = " + std::to_string(timeout),
                     "Start one timer(timer_id 1), will pause until this timer is expired ..."};
   for (int n = 1; n <= polls; ++n) {
-    expected.push_back(n == 1 ? "1 second has passed"
-                              : std::to_string(n) + " seconds have passed");
+    expected.push_back(n == 1 ? "1 second has passed" : std::to_string(n) + " seconds have passed");
   }
   expected.push_back("Timer test done");
   EXPECT_EQ(texts, expected);

@@ -1,11 +1,12 @@
 // What a restart of the modem leaves of its items and files.
 
+#include "sim/storage.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <sstream>
 
-#include "sim/storage.h"
 #include "support/desk.h"
 
 namespace {

@@ -19,8 +19,7 @@ inline std::string vex(Handler handler, std::vector<std::string> words, int* res
   argv.push_back(nullptr);
   int ignored = 0;
   return output_of([&] {
-    *(result != nullptr ? result : &ignored) =
-        handler(static_cast<int>(words.size()), argv.data());
+    *(result != nullptr ? result : &ignored) = handler(static_cast<int>(words.size()), argv.data());
   });
 }
 
@@ -57,8 +56,7 @@ inline std::vector<VendorRequest> vendor_requests(const std::vector<Message>& me
   constexpr size_t kId = 7 + 3, kLength = kId + 4 + 3, kData = kLength + 4 + 3;
   const auto word = [](const Message& message, size_t at) {
     return static_cast<uint32_t>(message.octets.at(at) | message.octets.at(at + 1) << 8 |
-                                 message.octets.at(at + 2) << 16 |
-                                 message.octets.at(at + 3) << 24);
+                                 message.octets.at(at + 2) << 16 | message.octets.at(at + 3) << 24);
   };
   std::vector<VendorRequest> requests;
   for (const Message& message : messages) {

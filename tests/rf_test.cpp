@@ -51,14 +51,15 @@ TEST_F(Rf, GpioValuesAreSentUpToFiftyAndCountedBeyond) {
     const auto request = last();
     EXPECT_EQ(request.id, 4u);
     ASSERT_EQ(request.data.size(), 512u);
-    EXPECT_EQ(request.begins(12 + 4 * sent) + " ",
-              "00 00 00 00 00 00 00 00 " + desk::hex({{static_cast<uint8_t>(given)}}) +
-                  " 00 00 00 " + octets);
+    EXPECT_EQ(request.begins(12 + 4 * sent) + " ", "00 00 00 00 00 00 00 00 " +
+                                                       desk::hex({{static_cast<uint8_t>(given)}}) +
+                                                       " 00 00 00 " + octets);
     const std::span rest = std::span(request.data).subspan(12 + 4 * sent);
     EXPECT_EQ(std::count(rest.begin(), rest.end(), 0), static_cast<int>(rest.size())) << given;
     if (given > 0) {
       const std::string at = std::to_string(sent - 1);
-      EXPECT_TRUE(said(output, "kelvor_gpio_test_set, gpio_v[" + at + "]: " + std::to_string(sent)));
+      EXPECT_TRUE(
+          said(output, "kelvor_gpio_test_set, gpio_v[" + at + "]: " + std::to_string(sent)));
     }
     EXPECT_FALSE(said(output, "kelvor_gpio_test_set, gpio_v[50]: 51"));
     EXPECT_EQ(hex(directory_.file(kGpioFile)) + " ",

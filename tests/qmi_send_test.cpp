@@ -66,10 +66,27 @@ TEST_F(Send, OctetsAreTheLowBitsOfTheirWordsUpToFiveHundred) {
 TEST_F(Send, TheResponseIsDumpedOctetByOctet) {
   start_modem();
   EXPECT_EQ(said({"6", "4", "2", "0", "0", "0", "0", "0", "0", "0", "35"}),
-            (Texts{"mi_qmi req data(qmi_id: 4, len: 9[max: 500]):", "0x02 ", "0x00 ", "0x00 ",
-                   "0x00 ", "0x00 ", "0x00 ", "0x00 ", "0x00 ", "0x23 ", "qmi_id = 4, result = 0",
-                   "mi_qmi rsp data(qmi_id: 4, len: 8[max: 500]):", " 02", " 00", " 00", " 00",
-                   " 00", " 00", " 00", " 00", ""}));
+            (Texts{"mi_qmi req data(qmi_id: 4, len: 9[max: 500]):",
+                   "0x02 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x00 ",
+                   "0x23 ",
+                   "qmi_id = 4, result = 0",
+                   "mi_qmi rsp data(qmi_id: 4, len: 8[max: 500]):",
+                   " 02",
+                   " 00",
+                   " 00",
+                   " 00",
+                   " 00",
+                   " 00",
+                   " 00",
+                   " 00",
+                   ""}));
 }
 
 TEST_F(Send, AResponseThatIsLongerThanTheRoomIsCut) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/carrier_configs.h"
 #include "sim/measurements.h"
 
 namespace sim {
@@ -62,6 +63,7 @@ struct PhoneConfig {
   uint64_t cmd_fail_count = 0;
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
+  PdcConfig pdc;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;
 };

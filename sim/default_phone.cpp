@@ -128,6 +128,46 @@ sig_path = 1
 old_config = 0
 new_config = 0
 
+# Carrier configurations. An activation and a deactivation take their time; a list comes in
+# indications of at most `frame` configurations. What is selected is kept in the phone's directory:
+# pdc/platform and pdc/software/<sub>, with a line "active <id>" and one "pending <id>".
+[pdc]
+activation_ms = 200
+deactivation_ms = 100
+frame = 25
+
+# type: platform or software. id: 1 to 124 octets, in hexadecimal. default: what the modem calls its
+# default for the type.
+[[configuration]]
+type = "platform"
+id = "D1CE0001"
+description = "Desk reference hardware"
+version = 0x01000001
+size = 18432
+default = true
+
+[[configuration]]
+type = "software"
+id = "5F0A61C2D3E4F5061728394A5B6C7D8E9FA0B1C2"
+description = "Generic"
+version = 0x05010100
+size = 34816
+default = true
+
+[[configuration]]
+type = "software"
+id = "A14E7BC0559D23F1680B2E94D7C3081F62BA5D90"
+description = "Test One commercial"
+version = 0x05010207
+size = 41984
+
+[[configuration]]
+type = "software"
+id = "0C88F3A19B6D4E52C7701FBA2E5D936448AB17E3"
+description = "Test Roam commercial"
+version = 0x05010305
+size = 40960
+
 # What a network scan finds. rat: gsm, umts, lte, tdscdma or nr.
 # in_use: serving, available or unknown.
 [[network]]
@@ -164,13 +204,14 @@ forbidden = true
 preferred = false
 
 # Faults. Each rule watches the messages of one service and acts on those that match.
-#   service  "vendor", "nas", "sar", "vs", or "any"
+#   service  "vendor", "nas", "sar", "vs", "pdc", or "any"
 #   message  the message id; left out: any
 #   kind     "request", "response" or "indication"
 #   nth      which match, from 1; 0 or left out: every one
 #   action   "drop"
 #            "delay"              ms = ...
 #            "qmi-error"          error = ...    the standard result says failure, with this error
+#                                            (of an indication: its outcome, where it has one)
 #            "vendor-error"       result = ...   the vendor function's own result
 #            "truncate"           octets = ...   what is left of the message
 #            "change"             at = ..., octets = [...]   written over the message from there
@@ -207,6 +248,9 @@ std::vector<DefaultFile> default_files() {
       {"nv/0/550", imei_item("12345678901234")},
       {"nv/1/550", imei_item("12345678901235")},
       {"nv/2/550", imei_item("12345678901236")},
+      {"pdc/platform", "active D1CE0001\n"},
+      {"pdc/software/0", "active A14E7BC0559D23F1680B2E94D7C3081F62BA5D90\n"},
+      {"pdc/software/1", "active 0C88F3A19B6D4E52C7701FBA2E5D936448AB17E3\n"},
   };
 }
 

@@ -15,6 +15,20 @@ constexpr size_t kMostCopies = 16;
 
 uint8_t octet(uint32_t v, int n) { return static_cast<uint8_t>(v >> 8 * n); }
 
+// What an indication says of its outcome, where it says so in the first TLV.
+constexpr uint8_t kOutcomeType = 0x01;
+constexpr size_t kOutcomeAt = qcci::kQmiHeader + 3;
+
+std::vector<uint8_t> with_outcome(std::vector<uint8_t> octets, uint16_t error) {
+  const bool has = octets.size() >= kOutcomeAt + 2 && octets[qcci::kQmiHeader] == kOutcomeType &&
+                   octets[qcci::kQmiHeader + 1] == 2;
+  if (has) {
+    octets[kOutcomeAt] = octet(error, 0);
+    octets[kOutcomeAt + 1] = octet(error, 1);
+  }
+  return octets;
+}
+
 std::vector<uint8_t> error_response(const QmiHeader& header, const FaultRule& rule) {
   const uint32_t c = rule.code;
   if (rule.action == FaultAction::kQmiError) return answer_error(header, static_cast<uint16_t>(c));
@@ -50,6 +64,10 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
         break;
       case FaultAction::kQmiError:
       case FaultAction::kVendorError:
+        if (kind == FaultKind::kIndication) {
+          octets = with_outcome(std::move(octets), static_cast<uint16_t>(rule.code));
+          break;
+        }
         octets = error_response(header, rule);
         fate.answered = kind == FaultKind::kRequest;
         break;

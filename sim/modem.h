@@ -62,6 +62,9 @@ class Modem final : private Surroundings {
   const PhoneConfig& config() const override { return config_; }
   void indicate(const qmi_idl_service_object& service, Address client, uint16_t message,
                 const void* c, size_t size) override;
+  void after(std::chrono::milliseconds delay, std::function<void()> action) override {
+    schedule(delay, std::move(action));
+  }
   void log(const std::string& line) override;
 
   void schedule(platform::Duration delay, std::function<void()> action);

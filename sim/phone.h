@@ -2,6 +2,7 @@
 //
 //   nv/<sub>/<id>        one NV item, raw octets
 //   efs/<sub>/<path>     the modem's file system
+//   pdc/                 which carrier configurations are selected (sim/carrier_configs.h)
 //   properties           Android's properties (kept by the platform)
 //   phone.toml           what a person may edit
 //   log/system.log       the system log (kept by the platform)

@@ -29,6 +29,8 @@ class Surroundings {
                         const void* c, size_t size) = 0;
   // After what is being handled now has been answered.
   virtual void restart() = 0;
+  // Does something later, with no request at work. A modem that went down meanwhile does it too.
+  virtual void after(std::chrono::milliseconds delay, std::function<void()> action) = 0;
   virtual void log(const std::string& line) = 0;
 };
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
 #include "qcci/link/local_socket.h"
 #include "sim/modem.h"
@@ -108,6 +109,19 @@ void show_files(const char* title, const sim::Folder& folder) {
   });
 }
 
+void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* name, uint32_t type,
+                    uint32_t sub) {
+  const auto text = [&](const sim::ConfigId& id) {
+    if (id.empty()) return std::string("none");
+    const sim::CarrierConfig* config = pdc.find(type, id);
+    return sim::config_id_text(id) +
+           (config != nullptr ? " \"" + config->description + "\"" : " (not on this phone)");
+  };
+  const sim::Selection selection = sim::read_selection(phone, sim::selection_path(type, sub));
+  std::printf("selection  %-8s active %s, pending %s\n", name, text(selection.active).c_str(),
+              text(selection.pending).c_str());
+}
+
 int show(const Phone& phone) {
   std::string why;
   std::string toml;
@@ -133,6 +147,15 @@ int show(const Phone& phone) {
                   hex(octets, octets.size()).c_str());
     }
   }
+  for (const sim::CarrierConfig& one : config.pdc.configurations) {
+    std::printf("config     %-8s %s version 0x%08x, %u octets%s \"%s\"\n",
+                one.type == PDC_CONFIG_TYPE_PLATFORM ? "platform" : "software",
+                sim::config_id_text(one.id).c_str(), one.version, one.size,
+                one.is_default ? ", default" : "", one.description.c_str());
+  }
+  show_selection(phone, config.pdc, "platform", PDC_CONFIG_TYPE_PLATFORM, 0);
+  show_selection(phone, config.pdc, "sub0", PDC_CONFIG_TYPE_SOFTWARE, 0);
+  show_selection(phone, config.pdc, "sub1", PDC_CONFIG_TYPE_SOFTWARE, 1);
   for (const sim::NetworkConfig& network : config.networks) {
     std::printf("network    %03u-%0*u rat %u status 0x%02x \"%s\"\n", network.mcc,
                 network.mnc_three_digits ? 3 : 2, network.mnc, network.rat, network.status,

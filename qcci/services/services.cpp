@@ -4,7 +4,7 @@ namespace qcci::idl {
 
 std::span<const qmi_idl_service_object_type> all_services() {
   static constexpr qmi_idl_service_object_type kAll[] = {&kVendorService, &kNasService,
-                                                         &kSarService, &kVsService};
+                                                         &kSarService, &kVsService, &kPdcService};
   return kAll;
 }
 

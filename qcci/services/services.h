@@ -9,6 +9,7 @@ namespace qcci::idl {
 extern const qmi_idl_service_object kVendorService;
 extern const qmi_idl_service_object kNasService;
 extern const qmi_idl_service_object kSarService;
+extern const qmi_idl_service_object kPdcService;
 extern const qmi_idl_service_object kVsService;
 
 }  // namespace qcci::idl

@@ -1,0 +1,102 @@
+// The state of the PDC client, and what the module's parts do to it. For mbn/ alone.
+#ifndef MBN_PDC_INFO_H_
+#define MBN_PDC_INFO_H_
+
+#include <array>
+#include <condition_variable>
+#include <cstdint>
+
+#include "common/qti_shared_mutex.h"
+#include "common/trace.h"
+#include "mbn/pdc_utils.h"
+
+namespace pdc {
+
+// One kind of request: what it is called and what its indication is like.
+struct RequestKind {
+  int req_type;
+  const char* name;
+  uint16_t message;
+  uint32_t indication_size;  // octets of the C structure
+  void (*handler)(void* ind, unsigned int len);
+};
+inline constexpr size_t kKinds = 10;
+extern const RequestKind kRequestKinds[kKinds];
+
+// Where the kind of that number stands in the table above.
+constexpr size_t index_of(int req_type) {
+  const bool own = req_type >= PDC_REQ_LIST && req_type <= PDC_REQ_SET_FEATURE;
+  return static_cast<size_t>(own ? req_type - PDC_REQ_LIST : PDC_REQ_DEFAULT_INFO - PDC_REQ_LIST);
+}
+
+struct Context {
+  uint32_t busy = 0;     // a caller has it
+  uint32_t waiting = 0;  // the caller waits, its timer runs
+  uint32_t done = 0;     // by indication or expiry
+  int32_t result = 0;
+  std::condition_variable ended;
+  uint32_t timer_id = 0;  // 0: none runs
+};
+
+}  // namespace pdc
+
+struct pdc_info_s_type {
+  QtiSharedMutex mutex;  // guards all that follows
+  qmi_idl_service_object_type service = nullptr;
+  qmi_client_type client = nullptr;  // null: not connected
+  std::array<pdc::Context, pdc::kKinds> contexts;
+
+  pdc_config_pdc_info current{};  // what the last PDC_REQ_GET_SELECTED told
+
+  // The list that is being gathered; the arrays are the caller's.
+  uint32_t is_pdc_list_handling = 0;
+  pdc_config_type_enum_v01 list_type = PDC_CONFIG_TYPE_PLATFORM;
+  unsigned int* num_of_configs = nullptr;
+  pdc_config_info** config_list_holder = nullptr;
+  unsigned int list_room = 0;
+  uint32_t follow_up_timer = 0;  // 0: none is awaited
+
+  pdc::Context& context(int req_type) { return contexts[pdc::index_of(req_type)]; }
+};
+
+namespace pdc {
+
+// The one instance; lives until the process ends, whoever still waits on it.
+pdc_info_s_type& info();
+
+// Whether an indication of the kind is there and says success; traces what is wrong with it.
+bool succeeded(TraceSite site, const RequestKind& kind, const void* ind, unsigned int len);
+// Ends the kind's request and wakes who waits for it. With the lock.
+void complete(int req_type, int32_t result);
+// A whole indication handler, for the kinds whose outcome is all there is.
+void handle_outcome(TraceSite site, int req_type, const void* ind, unsigned int len);
+
+// Sends a list request. Without the lock. The client library's result.
+int send_list_request(qmi_client_type client, pdc_config_type_enum_v01 type,
+                      pdc_plain_resp* response);
+
+}  // namespace pdc
+
+extern "C" {
+
+// A timer's callback: asks for more of the list.
+void qmi_pdc_list_configs_follow_up_request(union sigval value);
+
+// The request timers. All of them with the lock, but for the callback.
+
+// The slot of a kind's timer.
+uint32_t* qmi_pdc_request_timer_get_ptr_by_req_type(int req_type);
+// The slot that holds a running timer; null, after an error trace, when none does.
+uint32_t* qmi_pdc_request_timer_get_ptr_by_timer_id(unsigned int timer_id);
+// Its kind; -1, after the same trace, when there is none.
+int qmi_pdc_request_timer_get_req_type_by_timer_id(unsigned int timer_id);
+// 0, or -1 when no timer can be had.
+int qmi_pdc_request_timer_start(int req_type);
+void qmi_pdc_request_timer_stop(int req_type);
+// A timer's callback. A timer that was stopped when it had already expired is traced and does
+// nothing more: what it would end is another request by now.
+void qmi_pdc_request_timer_timeout_proc(union sigval value);
+
+}  // extern "C"
+
+#endif  // MBN_PDC_INFO_H_

@@ -1,0 +1,110 @@
+// The list of configurations, which comes in several indications: each that says "more available"
+// is followed by another request, from a timer's thread, since the client library's must not wait.
+
+#include "common/qcril_mem.h"
+#include "mbn/pdc_info.h"
+#include "platform/timer.h"
+
+namespace {
+
+#define FLAG "pdc_list_configs_flag, "
+
+// Appends what the indication has. False when it cannot be kept.
+bool append(pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
+  const uint32_t reported = ind.configs_valid != 0 ? ind.configs_len : 0;
+  TRACE_DEBUG(FLAG "config_list_len %d, old num_of_configs %d", static_cast<int>(reported),
+              static_cast<int>(*state.num_of_configs));
+  for (uint32_t i = 0; i < reported; ++i) {
+    if (*state.num_of_configs == state.list_room) {
+      TRACE_ERROR(FLAG "more configs than there is room for: %u", state.list_room);
+      return false;
+    }
+    auto* element = static_cast<pdc_config_info*>(qcril_malloc(sizeof(pdc_config_info)));
+    if (element == nullptr) {
+      TRACE_ERROR(FLAG "Unable to allocate memory for the list element: %d", static_cast<int>(i));
+      return false;
+    }
+    element->config = ind.configs[i];
+    state.config_list_holder[(*state.num_of_configs)++] = element;
+  }
+  TRACE_DEBUG(FLAG "new num_of_configs %d", static_cast<int>(*state.num_of_configs));
+  return true;
+}
+
+// Ends the list when it can be neither continued nor completed.
+void abort_list() {
+  TRACE_ERROR(FLAG "Abort to req, get_list_complete %d", 0);
+  pdc::complete(PDC_REQ_LIST, PDC_FAILED);
+}
+
+}  // namespace
+
+extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) {
+  pdc_info_s_type& state = pdc::info();
+  const QtiSharedLock lock(state.mutex);
+  if (state.is_pdc_list_handling == 0) {
+    TRACE_DEBUG(FLAG "g_pdc_info.is_pdc_list_handling is not running, do nothing");
+    return;
+  }
+  if (ind_data == nullptr || len != sizeof(pdc_list_configs_ind) ||
+      state.num_of_configs == nullptr || state.config_list_holder == nullptr) {
+    TRACE_ERROR(FLAG
+                "NULL pointer for ind_data_ptr or  g_pdc_info.num_of_configs or "
+                "g_pdc_info.config_list_holder");
+    abort_list();
+    return;
+  }
+  const auto& ind = *static_cast<const pdc_list_configs_ind*>(ind_data);
+  if (ind.error != 0) {
+    TRACE_ERROR(FLAG "QMI error, error code: %d", ind.error);
+    abort_list();
+    return;
+  }
+  const uint32_t before = *state.num_of_configs;
+  if (!append(state, ind)) {
+    abort_list();
+    return;
+  }
+  if (ind.more_available_valid != 0 && ind.more_available != 0) {
+    // A modem that always has more and never tells what would keep us here for ever.
+    if (*state.num_of_configs == before) {
+      abort_list();
+      return;
+    }
+    TRACE_DEBUG(FLAG "Continue to req, get_list_complete %d", 0);
+    state.follow_up_timer = kelvor_timer_start(qmi_pdc_list_configs_follow_up_request, 0);
+    if (state.follow_up_timer == 0) abort_list();
+    return;
+  }
+  if (*state.num_of_configs == 0) TRACE_DEBUG(FLAG "None MBN available in modem EFS");
+  pdc::complete(PDC_REQ_LIST, PDC_OK);
+}
+
+extern "C" void qmi_pdc_list_configs_follow_up_request(union sigval value) {
+  TRACE_DEBUG("qmi_pdc_list_configs_follow_up_request, timer_id = %d", value.sival_int);
+  pdc_info_s_type& state = pdc::info();
+  const pdc::Context& context = state.context(PDC_REQ_LIST);
+  QtiSharedLock lock(state.mutex);
+  // This request's list may have ended meanwhile, and another begun.
+  const uint32_t id = static_cast<uint32_t>(value.sival_int);
+  const auto still_wanted = [&] {
+    return state.is_pdc_list_handling != 0 && state.follow_up_timer == id && context.done == 0;
+  };
+  if (!still_wanted()) return;
+  if (context.timer_id != 0) qmi_pdc_request_timer_stop(PDC_REQ_LIST);
+  const qmi_client_type client = state.client;
+  const pdc_config_type_enum_v01 type = state.list_type;
+  lock.unlock();
+  pdc_plain_resp response{};
+  const int error = pdc::send_list_request(client, type, &response);
+  if (error != 0) {
+    TRACE_ERROR("qmi send mssage error for list_configs, errno: %d %d", error,
+                static_cast<int>(response.resp.error));
+  }
+  lock.lock();
+  if (!still_wanted()) return;
+  // A caller that does not wait yet starts the timer itself.
+  const bool goes_on =
+      error == 0 && (context.waiting == 0 || qmi_pdc_request_timer_start(PDC_REQ_LIST) == 0);
+  if (!goes_on) abort_list();
+}

@@ -1,0 +1,261 @@
+// The connection, and the requests.
+
+#include "mbn/pdc_utils.h"
+
+#include <cstring>
+
+#include "common/qcril_mem.h"
+#include "mbn/pdc_info.h"
+#include "platform/clock.h"
+#include "platform/timer.h"
+
+namespace pdc {
+namespace {
+
+constexpr uint32_t kConnectAttempts = 20;
+constexpr uint32_t kConnectTimeoutMs = 4000;
+constexpr uint32_t kConnectPauseMs = 5000;
+constexpr uint32_t kSendTimeoutMs = 10000;
+
+// A caller's hold of one kind of request, from the first moment to the last.
+class Request {
+ public:
+  explicit Request(int req_type)
+      : kind_(kRequestKinds[index_of(req_type)]), context_(info().context(req_type)) {
+    const QtiSharedLock lock(info().mutex);
+    if (context_.busy != 0) return;
+    held_ = true;
+    context_.busy = 1;
+    context_.done = 0;
+    client_ = info().client;
+  }
+  ~Request() {
+    if (!held_) return;
+    const QtiSharedLock lock(info().mutex);
+    if (kind_.req_type == PDC_REQ_LIST) end_list();
+    if (context_.timer_id != 0) qmi_pdc_request_timer_stop(kind_.req_type);
+    context_.done = context_.busy = context_.waiting = 0;
+  }
+  Request(const Request&) = delete;
+  Request& operator=(const Request&) = delete;
+
+  bool held() const { return held_; }
+  qmi_client_type client() const { return client_; }
+
+  template <class Message>
+  int32_t send_and_wait(TraceSite site, const char* name, const Message& message) {
+    pdc_plain_resp response{};
+    const int error = qmi_client_send_msg_sync(client_, kind_.message, &message, sizeof message,
+                                               &response, sizeof response, kSendTimeoutMs);
+    return wait_unless(site, name, error);
+  }
+
+  // The request has been sent, with this result.
+  int32_t wait_unless(TraceSite site, const char* name, int error) {
+    if (error != 0) {
+      TRACE_FROM(site, kTraceError, "qmi send message error for %s, errno: %d", name, error);
+      return PDC_FAILED;
+    }
+    QtiSharedLock lock(info().mutex);
+    if (context_.done == 0) {
+      if (qmi_pdc_request_timer_start(kind_.req_type) != 0) return PDC_FAILED;
+      context_.waiting = 1;
+      context_.ended.wait(lock, [this] { return context_.done != 0; });
+    }
+    return context_.result;
+  }
+
+ private:
+  static void end_list() {
+    pdc_info_s_type& state = info();
+    state.is_pdc_list_handling = 0;
+    state.num_of_configs = nullptr;
+    state.config_list_holder = nullptr;
+    if (state.follow_up_timer != 0) kelvor_timer_stop(state.follow_up_timer);
+    state.follow_up_timer = 0;
+  }
+
+  const RequestKind& kind_;
+  Context& context_;
+  bool held_ = false;
+  qmi_client_type client_ = nullptr;
+};
+
+// The subscription goes with software configurations only.
+template <class Message>
+void set_subscription(Message& message, pdc_config_type_enum_v01 type, unsigned int sub) {
+  if (type != PDC_CONFIG_TYPE_SOFTWARE) return;
+  message.subscription_valid = 1;
+  message.subscription = sub;
+}
+
+void qmi_pdc_init_pdc_info() {
+  pdc_info_s_type& state = info();
+  {
+    const QtiSharedLock lock(state.mutex);
+    state.client = nullptr;
+    state.current = {};
+    // A context that is held is its caller's: its timer will still end it.
+    for (Context& context : state.contexts) {
+      if (context.busy == 0) context.done = 0;
+    }
+  }
+  TRACE_DEBUG("pdc_info init done");
+}
+
+}  // namespace
+
+pdc_info_s_type& info() {
+  static pdc_info_s_type& only = *new pdc_info_s_type;
+  return only;
+}
+
+int send_list_request(qmi_client_type client, pdc_config_type_enum_v01 type,
+                      pdc_plain_resp* response) {
+  pdc_list_configs_req request{};
+  request.type_valid = 1;
+  request.type = type;
+  return qmi_client_send_msg_sync(client, PDC_LIST_CONFIGS, &request, sizeof request, response,
+                                  sizeof *response, kSendTimeoutMs);
+}
+
+}  // namespace pdc
+
+using pdc::Request;
+
+extern "C" int pdc_init(void) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  pdc::qmi_pdc_init_pdc_info();
+  const qmi_idl_service_object_type service =
+      pdc_get_service_object_internal_v01(PDC_IDL_MAJOR, PDC_IDL_MINOR, PDC_IDL_TOOL);
+  pdc_info_s_type& state = pdc::info();
+  for (uint32_t attempt = 1; attempt <= pdc::kConnectAttempts; ++attempt) {
+    qmi_client_os_params os_params{};
+    qmi_client_type client = nullptr;
+    const int error =
+        qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, qmi_pdc_unsol_ind_cb, nullptr,
+                                 &os_params, pdc::kConnectTimeoutMs, &client);
+    if (error == 0) {
+      const QtiSharedLock lock(state.mutex);
+      state.service = service;
+      state.client = client;
+      TRACE_DEBUG("qmi_client_init succeeds for PDC");
+      return result = PDC_OK;
+    }
+    TRACE_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %u", error, attempt);
+    platform_sleep_ms(pdc::kConnectPauseMs);
+  }
+  return result;
+}
+
+extern "C" void pdc_clean(void) {
+  qmi_client_type client = nullptr;
+  {
+    const QtiSharedLock lock(pdc::info().mutex);
+    std::swap(client, pdc::info().client);
+  }
+  if (client == nullptr) return;
+  TRACE_DEBUG("Release client connection to PDC");
+  qmi_client_release(client);
+}
+
+extern "C" int pdc_get_current_config(pdc_config_pdc_info* out, pdc_config_type_enum_v01 type,
+                                      unsigned int sub) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  if (out == nullptr) return result;
+  Request request(PDC_REQ_GET_SELECTED);
+  if (!request.held()) return result = PDC_BUSY;
+
+  pdc_get_selected_config_req message{};
+  message.type = type;
+  pdc::set_subscription(message, type, sub);
+  result = request.send_and_wait(TRACE_SITE(), "get_selected_config", message);
+  if (result == PDC_OK) {
+    const QtiSharedLock lock(pdc::info().mutex);
+    *out = pdc::info().current;
+  }
+  return result;
+}
+
+extern "C" int pdc_select_config(pdc_config_pdc_info* config_id, pdc_config_type_enum_v01 type,
+                                 unsigned int sub) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  if (config_id == nullptr) return result;
+  Request request(PDC_REQ_SELECT);
+  if (!request.held()) return result = PDC_BUSY;
+
+  pdc_set_selected_config_req message{};
+  message.config.type = type;
+  if (config_id->id_len > sizeof message.config.id) return result = PDC_ID_TOO_LONG;
+  message.config.id_len = config_id->id_len;
+  std::memcpy(message.config.id, config_id->id, config_id->id_len);
+  pdc::set_subscription(message, type, sub);
+  return result = request.send_and_wait(TRACE_SITE(), "set_selected_config", message);
+}
+
+extern "C" int pdc_activate_config(pdc_config_type_enum_v01 type, unsigned int sub) {
+  return pdc_activate_config_ex(type, PDC_ACTIVATION_REGULAR, sub, sub);
+}
+
+extern "C" int pdc_activate_config_ex(pdc_config_type_enum_v01 type,
+                                      pdc_activation_type_enum_v01 activation, unsigned int sub,
+                                      unsigned int slot) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  Request request(PDC_REQ_ACTIVATE);
+  if (!request.held()) return result = PDC_BUSY;
+
+  pdc_activate_config_req message{};
+  message.type = type;
+  message.activation_valid = 1;
+  message.activation = activation;
+  pdc::set_subscription(message, type, sub);
+  message.slot_valid = 1;
+  message.slot = slot;
+  return result = request.send_and_wait(TRACE_SITE(), "activate_config", message);
+}
+
+extern "C" int pdc_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  Request request(PDC_REQ_DEACTIVATE);
+  if (!request.held()) return result = PDC_BUSY;
+
+  pdc_deactivate_config_req message{};
+  message.type = type;
+  pdc::set_subscription(message, type, sub);
+  return result = request.send_and_wait(TRACE_SITE(), "deactivate_config", message);
+}
+
+extern "C" int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info** list,
+                                unsigned int* count) {
+  int32_t result = PDC_FAILED;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  if (list == nullptr || count == nullptr) return result;
+  unsigned int gathered = 0;
+  {
+    Request request(PDC_REQ_LIST);
+    if (!request.held()) return result = PDC_BUSY;
+    {
+      pdc_info_s_type& state = pdc::info();
+      const QtiSharedLock lock(state.mutex);
+      state.list_type = type;
+      state.num_of_configs = &gathered;
+      state.config_list_holder = list;
+      state.list_room = *count;
+      state.is_pdc_list_handling = 1;
+    }
+    pdc_plain_resp response{};
+    const int error = pdc::send_list_request(request.client(), type, &response);
+    result = request.wait_unless(TRACE_SITE(), "list_configs", error);
+  }
+  // From here on, no indication adds to the list.
+  if (result != PDC_OK) {
+    while (gathered > 0) qcril_free(list[--gathered]);
+  }
+  *count = gathered;
+  return result;
+}

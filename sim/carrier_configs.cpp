@@ -1,0 +1,104 @@
+#include "sim/carrier_configs.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "platform/idl/pdc.h"
+#include "sim/toml_table.h"
+
+namespace sim {
+namespace {
+
+// Pairs of hexadecimal digits; empty for anything else.
+ConfigId config_id(const std::string& text) {
+  const auto digit = [](char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+  };
+  if (text.size() % 2 != 0 || text.size() > 2 * PDC_CONFIG_ID_MAX) return {};
+  ConfigId id;
+  for (size_t i = 0; i < text.size(); i += 2) {
+    const int high = digit(text[i]);
+    const int low = digit(text[i + 1]);
+    if (high < 0 || low < 0) return {};
+    id.push_back(static_cast<uint8_t>(high << 4 | low));
+  }
+  return id;
+}
+
+CarrierConfig configuration(Table table) {
+  static constexpr std::pair<const char*, uint32_t> kTypes[] = {
+      {"platform", PDC_CONFIG_TYPE_PLATFORM}, {"software", PDC_CONFIG_TYPE_SOFTWARE}};
+  CarrierConfig config;
+  config.type = table.one_of("type", "software", kTypes);
+  config.id = config_id(table.text("id", "", 2 * PDC_CONFIG_ID_MAX));
+  if (config.id.empty()) table.fail("id", "must be 1 to 124 octets in hexadecimal");
+  config.description = table.text("description", "", PDC_DESCRIPTION_MAX);
+  config.version = table.number("version", 0, 0, UINT32_MAX);
+  config.size = table.number("size", 0, 0, UINT32_MAX);
+  config.is_default = table.flag("default", false);
+  table.done();
+  return config;
+}
+
+}  // namespace
+
+const CarrierConfig* PdcConfig::find(uint32_t type, const ConfigId& id) const {
+  for (const CarrierConfig& config : configurations) {
+    if (config.type == type && config.id == id) return &config;
+  }
+  return nullptr;
+}
+
+PdcConfig read_pdc(Table pdc, std::vector<Table> configurations) {
+  PdcConfig config;
+  config.activation = std::chrono::milliseconds(pdc.number("activation_ms", 200, 0, 86400000));
+  config.deactivation = std::chrono::milliseconds(pdc.number("deactivation_ms", 100, 0, 86400000));
+  config.frame = pdc.number("frame", PDC_CONFIGS_MAX, 1, PDC_CONFIGS_MAX);
+  pdc.done();
+  for (Table& table : configurations) {
+    const CarrierConfig one = configuration(table);
+    if (config.find(one.type, one.id) != nullptr) table.fail("id", "is there twice");
+    config.configurations.push_back(one);
+  }
+  return config;
+}
+
+std::string selection_path(uint32_t type, uint32_t sub) {
+  return type == PDC_CONFIG_TYPE_SOFTWARE ? "pdc/software/" + std::to_string(sub) : "pdc/platform";
+}
+
+Selection read_selection(const Phone& phone, const std::string& path) {
+  Selection selection;
+  std::string text;
+  phone.all().read(path, &text);
+  std::istringstream lines(text);
+  for (std::string key, id; lines >> key >> id;) {
+    if (key == "active") selection.active = config_id(id);
+    if (key == "pending") selection.pending = config_id(id);
+  }
+  return selection;
+}
+
+int write_selection(const Phone& phone, const std::string& path, const Selection& selection) {
+  std::string text;
+  for (const auto& [key, id] :
+       {std::pair("active ", &selection.active), {"pending ", &selection.pending}}) {
+    if (!id->empty()) text += key + config_id_text(*id) + "\n";
+  }
+  return phone.all().write(path, text);
+}
+
+std::string config_id_text(const ConfigId& id) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const uint8_t octet : id) {
+    text += kDigits[octet >> 4];
+    text += kDigits[octet & 0xF];
+  }
+  return text;
+}
+
+}  // namespace sim

@@ -1,0 +1,244 @@
+// PDC: carrier configurations, selected, activated and deactivated as phone.toml's times say.
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <optional>
+
+#include "clock/clock.h"
+#include "platform/idl/pdc.h"
+#include "qcci/services/services.h"
+#include "sim/carrier_configs.h"
+#include "sim/services.h"
+
+namespace sim {
+namespace {
+
+// QMI errors.
+constexpr uint16_t kInternal = 3;
+constexpr uint16_t kNotProvisioned = 16;
+constexpr uint16_t kNoEffect = 26;
+constexpr uint16_t kInvalidArgument = 48;
+constexpr uint16_t kNoEntry = 50;
+constexpr uint16_t kIncompatibleState = 90;
+
+constexpr uint32_t kTypes = 2;
+constexpr uint32_t kSubscriptions = 2;
+
+// How long a list that is not asked on for is remembered.
+constexpr std::chrono::seconds kListPause{10};
+
+class PdcService final : public Service {
+ public:
+  explicit PdcService(Surroundings& modem) : Service(modem, qcci::idl::kPdcService) {
+    on(PDC_REGISTER, &PdcService::register_reports);
+    on(PDC_GET_SELECTED_CONFIG, &PdcService::get_selected);
+    on(PDC_SET_SELECTED_CONFIG, &PdcService::set_selected);
+    on(PDC_LIST_CONFIGS, &PdcService::list);
+    on(PDC_ACTIVATE_CONFIG, &PdcService::activate);
+    on(PDC_DEACTIVATE_CONFIG, &PdcService::deactivate);
+    on(PDC_GET_CONFIG_INFO, &PdcService::info);
+    on(PDC_GET_DEFAULT_CONFIG_INFO, &PdcService::default_info);
+  }
+
+ private:
+  // How far a client's list has come.
+  struct Listing {
+    uint32_t type_or_all;
+    size_t next;
+    platform::Time at;
+  };
+
+  void forget(Address client) override { listings_.erase(client); }
+  void forget_all() override {
+    listings_.clear();
+    turning_.clear();
+    ++life_;
+  }
+
+  const PdcConfig& pdc() const { return modem_.config().pdc; }
+
+  // The selection that a request means; none, and the response says so, when there is no such.
+  template <class Request>
+  std::optional<std::string> slot_of(uint32_t type, const Request& request,
+                                     pdc_plain_resp& response) {
+    const uint32_t sub = request.subscription_valid != 0 ? request.subscription : 0;
+    if (type < kTypes && sub < kSubscriptions) return selection_path(type, sub);
+    response.resp = {1, kInvalidArgument};
+    return std::nullopt;
+  }
+
+  template <class Indication, class Request>
+  static Indication outcome(const Request& request, uint16_t error) {
+    Indication ind{};
+    ind.error = error;
+    ind.token_valid = request.token_valid;
+    ind.token = request.token;
+    return ind;
+  }
+
+  // The phone reports no changes of its own, so a registration changes nothing.
+  void register_reports(Address, const pdc_register_req&, pdc_plain_resp&) {}
+
+  void get_selected(Address client, const pdc_get_selected_config_req& request,
+                    pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    const Selection selection = read_selection(modem_.phone(), *slot);
+    const bool none = selection.active.empty() && selection.pending.empty();
+    auto ind = outcome<pdc_get_selected_config_ind>(request, none ? kNotProvisioned : 0);
+    put(selection.active, ind.active, ind.active_valid, ind.active_len);
+    put(selection.pending, ind.pending, ind.pending_valid, ind.pending_len);
+    indicate(client, PDC_GET_SELECTED_CONFIG, ind);
+  }
+
+  void set_selected(Address client, const pdc_set_selected_config_req& request,
+                    pdc_plain_resp& response) {
+    const auto slot = slot_of(request.config.type, request, response);
+    if (!slot) return;
+    const ConfigId id(request.config.id, request.config.id + request.config.id_len);
+    uint16_t error = kNoEntry;
+    if (pdc().find(request.config.type, id) != nullptr) {
+      const FileLock only_one = modem_.phone().lock();
+      Selection selection = read_selection(modem_.phone(), *slot);
+      selection.pending = id;
+      error = keep(*slot, selection);
+    }
+    indicate(client, PDC_SET_SELECTED_CONFIG, outcome<pdc_result_ind>(request, error));
+  }
+
+  // What is pending becomes active; what is active already is applied once more.
+  void activate(Address client, const pdc_activate_config_req& request, pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    turn(client, PDC_ACTIVATE_CONFIG, *slot, request, response, pdc().activation,
+         [this, slot = *slot, type = request.type](Selection& selection) -> uint16_t {
+           const ConfigId& wanted =
+               selection.pending.empty() ? selection.active : selection.pending;
+           if (wanted.empty()) return kNotProvisioned;
+           if (pdc().find(type, wanted) == nullptr) return kNoEntry;
+           modem_.log("pdc: " + slot + " activates " + config_id_text(wanted));
+           selection = {wanted, {}};
+           return 0;
+         });
+  }
+
+  void deactivate(Address client, const pdc_deactivate_config_req& request,
+                  pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    turn(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
+         [this, slot = *slot](Selection& selection) -> uint16_t {
+           if (selection.active.empty()) return kNoEffect;
+           modem_.log("pdc: " + slot + " deactivates " + config_id_text(selection.active));
+           selection.active.clear();
+           return 0;
+         });
+  }
+
+  // A change of what is active: it takes its time, and a slot has one at a time. A modem that goes
+  // down meanwhile leaves it as it was.
+  template <class Request, class Change>
+  void turn(Address client, uint16_t message, const std::string& slot, const Request& request,
+            pdc_plain_resp& response, std::chrono::milliseconds time, Change change) {
+    if (!turning_.insert(slot).second) {
+      response.resp = {1, kIncompatibleState};
+      return;
+    }
+    modem_.after(time, [this, life = life_, client, message, slot, request, change] {
+      if (life != life_) return;
+      turning_.erase(slot);
+      uint16_t error;
+      {
+        const FileLock only_one = modem_.phone().lock();
+        Selection selection = read_selection(modem_.phone(), slot);
+        error = change(selection);
+        if (error == 0) error = keep(slot, selection);
+      }
+      indicate(client, message, outcome<pdc_result_ind>(request, error));
+    });
+  }
+
+  void list(Address client, const pdc_list_configs_req& request, pdc_plain_resp&) {
+    static constexpr uint32_t kAll = UINT32_MAX;
+    const uint32_t wanted = request.type_valid != 0 ? request.type : kAll;
+    const platform::Time now = platform::clock().now();
+    Listing& listing = listings_[client];
+    if (listing.type_or_all != wanted || now - listing.at > kListPause) listing = {wanted, 0, now};
+    listing.at = now;
+
+    auto ind = outcome<pdc_list_configs_ind>(request, 0);
+    ind.configs_valid = ind.more_available_valid = 1;
+    const auto& all = pdc().configurations;
+    for (; listing.next < all.size(); ++listing.next) {
+      const CarrierConfig& config = all[listing.next];
+      if (wanted != kAll && wanted != config.type) continue;
+      if (ind.configs_len == pdc().frame) {
+        ind.more_available = 1;
+        break;
+      }
+      pdc_config& to = ind.configs[ind.configs_len++];
+      to.type = config.type;
+      to.id_len = static_cast<uint32_t>(config.id.size());
+      std::ranges::copy(config.id, to.id);
+    }
+    if (ind.more_available == 0) listings_.erase(client);
+    // Nothing to list is nothing to indicate.
+    if (ind.configs_len > 0) indicate(client, PDC_LIST_CONFIGS, ind);
+  }
+
+  void info(Address client, const pdc_get_config_info_req& request, pdc_plain_resp&) {
+    const ConfigId id(request.config.id, request.config.id + request.config.id_len);
+    const CarrierConfig* config = pdc().find(request.config.type, id);
+    auto ind = outcome<pdc_get_config_info_ind>(request, config != nullptr ? 0 : kNoEntry);
+    if (config != nullptr) describe(*config, ind);
+    indicate(client, PDC_GET_CONFIG_INFO, ind);
+  }
+
+  void default_info(Address client, const pdc_get_default_config_info_req& request,
+                    pdc_plain_resp&) {
+    const auto& all = pdc().configurations;
+    const auto found = std::ranges::find_if(all, [&](const CarrierConfig& config) {
+      return config.type == request.type && config.is_default;
+    });
+    auto ind =
+        outcome<pdc_get_default_config_info_ind>(request, found != all.end() ? 0 : kNoEntry);
+    if (found != all.end()) describe(*found, ind);
+    indicate(client, PDC_GET_DEFAULT_CONFIG_INFO, ind);
+  }
+
+  template <class Indication>
+  static void describe(const CarrierConfig& config, Indication& ind) {
+    ind.size_valid = ind.description_valid = ind.version_valid = 1;
+    ind.size = config.size;
+    ind.version = config.version;
+    ind.description_len = static_cast<uint32_t>(config.description.size());
+    std::ranges::copy(config.description, ind.description);
+  }
+
+  static void put(const ConfigId& id, uint8_t* to, uint8_t& valid, uint32_t& length) {
+    valid = !id.empty();
+    length = static_cast<uint32_t>(id.size());
+    std::ranges::copy(id, to);
+  }
+
+  // Its own lock is the caller's: read, change and write are one.
+  uint16_t keep(const std::string& slot, const Selection& selection) {
+    const int error = write_selection(modem_.phone(), slot, selection);
+    if (error == 0) return 0;
+    modem_.log("pdc: " + slot + ": " + std::strerror(error));
+    return kInternal;
+  }
+
+  std::map<Address, Listing> listings_;
+  std::set<std::string> turning_;  // slots that are being changed
+  uint32_t life_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Service> make_pdc_service(Surroundings& modem) {
+  return std::make_unique<PdcService>(modem);
+}
+
+}  // namespace sim

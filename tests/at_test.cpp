@@ -151,8 +151,8 @@ TEST_F(At, AReplyIsReadOnceAndTheChannelClosed) {
       EXPECT_EQ(received, (Texts{kStarted, "Failed to receive bytes from server"}));
     } else {
       const std::string length = std::to_string(row.shown.size());
-      EXPECT_EQ(received, (Texts{kStarted, "Receive the AT reponse: len(" + length + ")",
-                                 row.shown}));
+      EXPECT_EQ(received,
+                (Texts{kStarted, "Receive the AT reponse: len(" + length + ")", row.shown}));
     }
   }
 }

@@ -100,7 +100,7 @@ TEST_F(Send, AResponseThatIsLongerThanTheRoomIsCut) {
 
 TEST_F(Send, AModemThatDoesNotAnswerIsTold) {
   start_modem("[[fault]]\nservice = \"vendor\"\naction = \"drop\"\n");
-  clock_.run_by_itself();
+  const desk::PassOne time_out(clock_, std::chrono::seconds(3), [&] { return requests() == 1; });
   int result = 0;
   EXPECT_EQ(said({"6", "2", "1"}, &result),
             (Texts{"mi_qmi req data(qmi_id: 2, len: 1[max: 500]):", "0x01 ",

@@ -68,7 +68,7 @@ TEST_F(Scan, AScanOfNothingIsCompleteAtOnce) {
 
 TEST_F(Scan, AScanThatIsNotAnsweredIsToldAfterTenSeconds) {
   start_modem("[[fault]]\nservice = \"nas\"\naction = \"drop\"\n");
-  clock_.run_by_itself();
+  const desk::PassOne time_out(clock_, std::chrono::seconds(10), [&] { return requests() == 1; });
   int result = -1;
   const std::string output = scan("0", &result);
   EXPECT_EQ(desk::messages_of("kelvor_vex_qmi.cpp", output),

@@ -16,6 +16,8 @@ struct Row {
   const char* name;
   const char* steps;
   const char *lost, *survives;  // the files at the end, in either kind of phone
+
+  friend void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 };
 const Row kRows[] = {
     {"ANewFileGoes", "a=1 restart", "", "a=1"},

@@ -2,7 +2,9 @@
 #ifndef TESTS_SUPPORT_COMMAND_H_
 #define TESTS_SUPPORT_COMMAND_H_
 
+#include <functional>
 #include <sstream>
+#include <thread>
 
 #include "platform/idl/vendor.h"
 #include "support/desk.h"
@@ -44,6 +46,23 @@ inline std::vector<std::string> messages_of(const std::string& source, const std
   }
   return trace_messages(own);
 }
+
+// Lets one wait of that length pass, once `begun` says that no other of that length can come first.
+class PassOne {
+ public:
+  PassOne(TestClock& clock, platform::Duration wait, std::function<bool()> begun)
+      : thread_([&clock, wait, begun = std::move(begun)] {
+          while (!begun()) std::this_thread::yield();
+          clock.await_waiter(wait);
+          clock.advance(wait);
+        }) {}
+  ~PassOne() { thread_.join(); }
+  PassOne(const PassOne&) = delete;
+  PassOne& operator=(const PassOne&) = delete;
+
+ private:
+  std::thread thread_;
+};
 
 // A vendor request as the modem received it.
 struct VendorRequest {

@@ -51,8 +51,7 @@ extern "C" int qmi_pdc_request_timer_start(int req_type) {
                 *timer_id, req_type);
     qmi_pdc_request_timer_stop(req_type);
   }
-  const uint32_t started =
-      kelvor_timer_start(qmi_pdc_request_timer_timeout_proc, kRequestTimeoutS);
+  const uint32_t started = kelvor_timer_start(qmi_pdc_request_timer_timeout_proc, kRequestTimeoutS);
   TRACE_DEBUG("req_type = %d, timer_id = %u", req_type, started);
   *timer_id = started;
   return started != 0 ? 0 : -1;

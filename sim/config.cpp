@@ -171,6 +171,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
         static_cast<uint64_t>(statistics.integer("cmd_fail_count", 0, 0, INT64_MAX));
     statistics.done();
     read.measurements = read_measurements(top.table("measurements"));
+    read.cards = read_cards(top.table("cards"));
     Table pdc = top.table("pdc");
     read.pdc = read_pdc(std::move(pdc), top.tables("configuration"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/cards_config.h"
 #include "sim/carrier_configs.h"
 #include "sim/measurements.h"
 
@@ -63,6 +64,7 @@ struct PhoneConfig {
   uint64_t cmd_fail_count = 0;
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
+  CardsConfig cards;
   PdcConfig pdc;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;

@@ -201,8 +201,7 @@ class PdcService final : public Service {
     const auto found = std::ranges::find_if(all, [&](const CarrierConfig& config) {
       return config.type == request.type && config.is_default;
     });
-    auto ind =
-        outcome<pdc_get_default_config_info_ind>(request, found != all.end() ? 0 : kNoEntry);
+    auto ind = outcome<pdc_get_default_config_info_ind>(request, found != all.end() ? 0 : kNoEntry);
     if (found != all.end()) describe(*found, ind);
     indicate(client, PDC_GET_DEFAULT_CONFIG_INFO, ind);
   }

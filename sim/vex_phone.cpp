@@ -5,12 +5,14 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
 #include "qcci/link/local_socket.h"
+#include "sim/euicc.h"
 #include "sim/modem.h"
 #include "sim/server.h"
 
@@ -109,6 +111,28 @@ void show_files(const char* title, const sim::Folder& folder) {
   });
 }
 
+// What a modem that starts now finds in its slots.
+void show_cards(const Phone& phone, const sim::CardsConfig& cards) {
+  const bool esim = sim::esim_enabled(phone);
+  for (size_t i = 0; i < sim::kSlots; ++i) {
+    std::printf("card       sim%zu %s%s\n", i + 1, sim::card_state_name(cards.sims[i].state),
+                i == sim::kEsimSlot && esim ? ", not connected" : "");
+  }
+  std::printf("card       euicc eid \"%s\"%s\n", hex(cards.eid, cards.eid.size()).c_str(),
+              esim ? "" : ", not connected");
+  const auto left = sim::Euicc(phone, cards).profiles();
+  for (const sim::ProfileConfig& profile : cards.profiles) {
+    const bool there =
+        std::ranges::find(left, profile.iccid, &sim::ProfileConfig::iccid) != left.end();
+    std::printf("profile    %s %s %s \"%s\"\n", profile.iccid.c_str(),
+                sim::profile_class_name(profile.profile_class),
+                !there            ? "deleted"
+                : profile.enabled ? "enabled"
+                                  : "disabled",
+                profile.name.c_str());
+  }
+}
+
 void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* name, uint32_t type,
                     uint32_t sub) {
   const auto text = [&](const sim::ConfigId& id) {
@@ -147,6 +171,7 @@ int show(const Phone& phone) {
                   hex(octets, octets.size()).c_str());
     }
   }
+  show_cards(phone, config.cards);
   for (const sim::CarrierConfig& one : config.pdc.configurations) {
     std::printf("config     %-8s %s version 0x%08x, %u octets%s \"%s\"\n",
                 one.type == PDC_CONFIG_TYPE_PLATFORM ? "platform" : "software",

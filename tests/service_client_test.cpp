@@ -1,5 +1,7 @@
 // The life of the statistics framework's service clients, against the simulated modem.
 
+#include <pthread.h>
+
 #include <atomic>
 #include <filesystem>
 #include <random>
@@ -181,6 +183,65 @@ TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
   EXPECT_EQ(threads(), before);
   nas_0_client_release();
   nas_1_client_release();
+}
+
+// While it lives, no thread can be started: each would ask for more stack than there are addresses.
+class NoMoreThreads {
+ public:
+  NoMoreThreads() {
+    pthread_attr_t attributes;
+    pthread_getattr_default_np(&attributes);
+    pthread_attr_getstacksize(&attributes, &before_);
+    pthread_attr_destroy(&attributes);
+    set(size_t{1} << 62);
+  }
+  ~NoMoreThreads() { set(before_); }
+  NoMoreThreads(const NoMoreThreads&) = delete;
+  NoMoreThreads& operator=(const NoMoreThreads&) = delete;
+
+ private:
+  static void set(size_t octets) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    EXPECT_EQ(pthread_attr_setstacksize(&attributes, octets), 0);
+    EXPECT_EQ(pthread_setattr_default_np(&attributes), 0);
+    pthread_attr_destroy(&attributes);
+  }
+  size_t before_ = 0;
+};
+
+TEST_F(ServiceClients, WithoutAThreadToSuspendOnTheClientIsReleased) {
+  sim::Modem& modem = start();
+  ASSERT_EQ(connect_nas_0(), 1);
+  {
+    const NoMoreThreads none;
+    modem.take_down(NAS_SERVICE_ID);
+    await(kModemApiNas0, 4);
+  }
+  EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3, 4, 0}));
+  EXPECT_EQ(bind(nas_0_client_send_msg_sync), QMI_CLIENT_PORT_NOT_OPEN) << "nothing is kept";
+  modem.bring_up(NAS_SERVICE_ID);
+  nas_0_client_release();
+  ASSERT_EQ(connect_nas_0(), 1) << "and again";
+  EXPECT_EQ(bind(nas_0_client_send_msg_sync), 0);
+}
+
+TEST_F(ServiceClients, WithoutAThreadToResumeOnTheNextReturnIsHeeded) {
+  sim::Modem& modem = start();
+  ASSERT_EQ(connect_nas_0(), 1);
+  modem.take_down(NAS_SERVICE_ID);
+  await(kModemApiNas0, 4);
+  {
+    const NoMoreThreads none;
+    modem.bring_up(NAS_SERVICE_ID);
+    await(kModemApiNas0, 6);
+  }
+  EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3, 4, 5, 6, 7}));
+  modem.take_down(NAS_SERVICE_ID);
+  modem.bring_up(NAS_SERVICE_ID);
+  await(kModemApiNas0, 8);
+  EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3, 4, 5, 6, 7, 6, 3}));
+  EXPECT_EQ(bind(nas_0_client_send_msg_sync), 0);
 }
 
 TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {

@@ -103,6 +103,30 @@ TEST_F(Tool, WrongWordsGetTheirNoteAndTheSectionOnly) {
   EXPECT_EQ(directory_.file("nv/0/10").size(), 365u);
 }
 
+TEST_F(Tool, RefreshesAndReactivatesCarrierConfigurations) {
+  const std::pair<const char*, const char*> refused[] = {
+      {"10", "note: Too few parameters, Pls refer to the following cmd:"},
+      {"10 0", "note: Too few parameters, Pls refer to the following cmd:"},
+      {"10 0 0", "note: sub_mask(0) is invalid:"},
+      {"10 0 4", "note: sub_mask(4) is invalid:"},
+      {"10 1 -1", "note: sub_mask(-1) is invalid:"},
+      {"10 2 1", "invalid mbn_i = 2"},
+  };
+  for (const auto& [words, note] : refused) {
+    const std::string output = vex(words);
+    EXPECT_TRUE(said(output, note)) << output;
+    EXPECT_EQ(output.substr(output.find('\n') + 1, 22), "10: kelvor mbn test\n\n ") << output;
+  }
+  const std::string active = directory_.file("pdc/software/0");
+  EXPECT_EQ(vex("10 0 3"), "");
+  EXPECT_EQ(vex("10 1 3"), "");
+  EXPECT_EQ(directory_.file("pdc/software/0"), active);
+  const std::string log = directory_.file("log/system.log");
+  EXPECT_NE(log.find("SUB_1 pdc_activate_config ret_val 0"), std::string::npos);
+  directory_.write("pdc/software/0", "");
+  EXPECT_TRUE(said(vex("10 1 3"), "SUB_0 pdc_get_current_config fail"));
+}
+
 TEST_F(Tool, WithoutAModemTheFailureIsToldAndTheStatusIsZero) {
   for (const char* modem : {"unix:/nowhere", "qmi"}) {
     const Ran ran = run("VEX_MODEM=" + std::string(modem) + " $BIN/vex 4 1 0 550");

@@ -5,12 +5,15 @@
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
+#include "qcci/client/core.h"
 #include "qcci/services/services.h"
+#include "support/scripted_link.h"
 #include "support/vireo_desk.h"
 #include "vex/commands.h"
 #include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
+#include "vireo/modem_api/nas/nas_0_client.h"
 #include "vireo/modem_api/vs/vs_client.h"
 #include "vireo/vireo_common/vireo_mem.h"
 
@@ -228,6 +231,10 @@ TEST_F(Vireo, ResponsesEndInTheirCallbackAndAreFreed) {
       {"no response goes before the error", 5, nullptr, kFull, -3, {"null/0 3"}},
       {"a response of nothing", 0, "", kFull, 0, {"null/0 3"}},
       {"a transport error", 0, kGood, kFull, -3, {"null/0 11"}},
+      {"half a result and a transport error", 0, "00 00 00 00", kFull, -3, {"null/0 11"}},
+      {"one octet and a closed port", 5, "00", kFull, -5, {"null/0 12"}},
+      {"a result cut short", 5, "00 00 00 00 00 00 00", kFull, 0, {"null/0 1"}},
+      {"cut short, and the service's error", 5, "00 00 00 00", kFull, -2, {"null/0 1"}},
       {"a refusal", 0, "01 00 00 00 34 00 00 00", kFull, 0, {"null/0 8"}},
       {"message 0", 0, kGood, kFull, 0, {"A1 B2 C3/3 0", "null/0 2"}},
       {"another message", 5, kGood, kFull, 0, {"null/0 2"}},
@@ -325,7 +332,8 @@ TEST_F(Vireo, AnAnswerIsCheckedBeforeItIsTheStores) {
        "Fail to get data, data_len(0) is invalid, should be in (0, 700], number = 4, "
        "sub = 0, ret id_num = 1, id = 200"},
       {1, 200, 1, "Fail to get data, empty, number = 5, sub = 1, ret id_num = 0, id = 200"},
-      {0, 201, 1, "Fail to get data fail, number = 6, ret = 12, sub = 0, id = 201"},  // 701 octets
+      // 701 octets by its length, and 700 that came.
+      {0, 201, 1, "Fail to get data fail, number = 6, ret = 12, sub = 0, id = 201"},
       {2, 201, 1, "modem_api_get_stats_parameter, sub(2) is invalid"},  // and is not sent
       {0, 201, 0,
        "Success to get data, number = 7, sub = 0, ret id_num = 1, id = 201, "
@@ -353,6 +361,94 @@ TEST_F(Vireo, AnAnswerIsCheckedBeforeItIsTheStores) {
                             " 00 00 00 00 00");
   }
   EXPECT_EQ(modem_vireo_api_deinit(), 0);
+}
+
+TEST_F(Vireo, ARecordBeyondTheStoresRoomIsRefusedWhole) {
+  constexpr qcci::Address kServer{1, 7};
+  auto owned = std::make_unique<desk::ScriptedLink>();
+  desk::ScriptedLink& link = *owned;
+  link.services[qcci::idl::kVsService.id] = kServer;
+  size_t octets = 0;
+  link.on_request = [&](const desk::ScriptedLink::Sent& request) {
+    // One entry of sub 0, id 7.
+    std::vector<uint8_t> said = desk::unhex(
+        "02 00 00 07 02 00 00 02 04 00 00 00 00 00 10 00 00 01 00 00 00 00 07 00 00 00");
+    said[1] = request.octets[1];
+    said[2] = request.octets[2];
+    const auto put = [&said](size_t at, size_t value) {
+      said[at] = static_cast<uint8_t>(value);
+      said[at + 1] = static_cast<uint8_t>(value >> 8);
+    };
+    said.resize(said.size() + 2 + octets, 0x77);
+    put(5, said.size() - 7);
+    put(15, said.size() - 17);
+    put(26, octets);
+    link.say(request.endpoint, kServer, said);
+  };
+  qcci::Core::use_link(std::move(owned));
+  ASSERT_EQ(modem_vireo_api_init(), 1);
+  for (const size_t size : {700, 701, 65000}) {
+    octets = size;
+    const std::string output =
+        output_of([&] { EXPECT_EQ(modem_vireo_data_get(0, 7), size > 700 ? 1u : 0u); });
+    EXPECT_EQ(g_vireo_data.length, size > 700 ? 0 : 700);
+    EXPECT_EQ(g_vireo_data.data[699], size > 700 ? 0 : 0x77);
+    EXPECT_EQ(output.find("data_len(" + std::to_string(size) +
+                          ") is invalid, should be in (0, 700], number = ") != std::string::npos,
+              size > 700)
+        << output;
+  }
+  modem_vireo_api_deinit();
+}
+
+TEST_F(Vireo, OperationsAreBracketedByEntryAndExit) {
+  start_modem();
+  static vs_parameter entries[VS_PARAMETERS_MAX];
+  static uint32_t count = 1;
+  static modem_vireo_lte_srv_meas_info info;
+  static const struct {
+    const char* name;
+    std::function<void()> call;
+    int ret;
+  } kRows[] = {
+      {"modem_vireo_api_is_inited", [] { modem_vireo_api_is_inited(); }, 0},
+      {"modem_vireo_stats_start", [] { modem_vireo_stats_start(); }, 0},
+      {"modem_vireo_api_init", [] { modem_vireo_api_init(); }, 1},
+      {"modem_vireo_api_init_ex", [] { modem_vireo_api_init_ex(nullptr, nullptr); }, 1},
+      {"modem_api_init", [] { modem_vireo_api_init(); }, 0},
+      {"modem_api_release", [] { modem_vireo_api_init(); }, 0},
+      {"vs_client_release", [] { modem_vireo_api_init(); }, 1},
+      {"vs_client_init", [] { modem_vireo_api_init(); }, 1},
+      {"vs_client_init_client_handles", [] { modem_vireo_api_init(); }, 1},
+      {"vs_client_get_master_port", [] { modem_vireo_api_init(); }, 65535},
+      {"modem_vireo_stats_start", [] { modem_vireo_stats_start(); }, 1},
+      {"modem_vireo_set_feature_status", [] { modem_vireo_set_feature_status(1, 1, 1); }, 1},
+      {"modem_api_set_vireo_feature_status", [] { modem_vireo_set_feature_status(1, 1, 1); }, 0},
+      {"vs_client_send_msg_sync", [] { modem_vireo_set_feature_status(1, 1, 1); }, 0},
+      {"modem_vireo_get_stats_parameter", [] { modem_vireo_get_stats_parameter(0, 1, nullptr); },
+       5},
+      {"modem_api_get_stats_parameter",
+       [] { modem_api_get_stats_parameter(9, 0, 1, &count, entries); }, 7},
+      {"modem_vireo_data_get", [] { modem_vireo_data_get(0, 0x2C); }, 0},
+      {"modem_vireo_data_get", [] { modem_vireo_data_get(2, 0x2C); }, 1},
+      {"modem_vireo_lte_srv_meas_info_get_for_pcc",
+       [] { modem_vireo_lte_srv_meas_info_get_for_pcc(0, &info); }, 1},
+      {"nas_0_client_set_networking_indications", [] { nas_0_client_set_networking_indications(); },
+       -5},
+      {"modem_api_util_enable_networking_indications",
+       [] { modem_api_util_enable_networking_indications(0, 0); }, 7},
+      {"modem_vireo_api_deinit", [] { modem_vireo_api_deinit(); }, 0},
+      {"modem_api_free_client", [] { modem_api_free_client(-1); }, 7},
+  };
+  for (const auto& row : kRows) {
+    const std::string output = output_of(row.call);
+    const std::string from = std::string("] ") + row.name + ": function ";
+    const size_t entry = output.find(from + "entry ------------->\n");
+    const size_t exit =
+        output.find(from + "exit, ret = " + std::to_string(row.ret) + " <-------------\n");
+    EXPECT_LT(entry, exit) << row.name << "\n" << output;
+    EXPECT_NE(exit, std::string::npos) << row.name << "\n" << output;
+  }
 }
 
 TEST_F(Vireo, WithoutAClientOnlyAFetchGetsOne) {

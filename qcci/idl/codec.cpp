@@ -1,5 +1,6 @@
 #include "qcci/idl/codec.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qcci::idl {
@@ -94,13 +95,13 @@ CodecError decode_elements(const Element* elements, size_t count, Reader& in, ui
     if (e->count_width != 0) {
       if (!in.take(e->count_width, &from)) return CodecError::kTooShort;
       items = load(from, e->count_width);
-      if (items > e->max) return CodecError::kCountTooLarge;
+      if (items > e->max && !e->overfull) return CodecError::kCountTooLarge;
       if (e->shape == Shape::kCounted) store(c + e->count_offset, items, 4);
     }
     uint8_t* item = c + e->offset;
     if (e->record_count == 0 && e->wire_width == e->stride) {
       if (!in.take(items * e->stride, &from)) return CodecError::kTooShort;
-      std::memcpy(item, from, items * e->stride);
+      std::memcpy(item, from, std::min<size_t>(items, e->max) * e->stride);
       continue;
     }
     for (size_t i = 0; i < items; ++i, item += e->stride) {
@@ -128,7 +129,8 @@ void describe_items(const Element& e, const uint8_t* c, size_t octets, std::stri
   size_t items = e.max;
   if (e.shape == Shape::kCounted) items = load(c + e.count_offset, 4);
   const bool list = e.shape == Shape::kCounted || e.max > 1;
-  const size_t shown = e.record_count == 0 && items > octets ? octets : items;
+  const size_t kept = std::min<size_t>(items, e.max);
+  const size_t shown = e.record_count == 0 && kept > octets ? octets : kept;
   if (list) out += '[';
   for (size_t i = 0; i < shown; ++i, item += e.stride) {
     if (i > 0) out += ' ';

@@ -41,7 +41,8 @@ Encoded encode(const Message& message, const void* c, size_t c_size, std::span<u
 
 // Decodes into the structure, which is zeroed first (also when the decoding fails half-way: then
 // its contents are of no use, but never wild). Unknown types from 0x10 up are skipped. A fixed
-// width must be met exactly; what exceeds it is an error and not an extension.
+// width must be met exactly; what exceeds it is an error and not an extension. The one count that
+// may exceed its array's room is that of an `overfull` row.
 CodecError decode(const Message& message, std::span<const uint8_t> wire, void* c, size_t c_size);
 
 // One line for a person: "id=2 data_len=512 data=[01 00 …]", octet arrays cut after `octets`.

@@ -40,6 +40,7 @@ struct Element {
   uint32_t stride = 0;              // octets of one item in C
   const Element* record = nullptr;  // the elements of an item that is a record
   uint32_t record_count = 0;        // 0: the item is a number
+  bool overfull = false;            // decoding keeps `max` items of more, and counts them all
 };
 
 // A record's elements, and the type they describe.
@@ -132,6 +133,16 @@ constexpr Of<S> narrow(Member<S, T> m) {
   return of;
 }
 
+// The same for the items of an array.
+template <size_t WireWidth, class S>
+constexpr Of<S> narrow(Of<S> of) {
+  if (of.element.record_count != 0 || WireWidth >= of.element.stride) {
+    detail::bad_table("not numbers, or not narrower");
+  }
+  of.element.wire_width = WireWidth;
+  return of;
+}
+
 // A counted array of numbers, of the array's own capacity. CountWidth 0: as the capacity asks.
 template <size_t CountWidth = 0, class S, class T, size_t N>
 constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
@@ -139,6 +150,15 @@ constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
   of.element.shape = Shape::kCounted;
   of.element.count_offset = count.offset;
   of.element.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
+  return of;
+}
+
+// A counted array of numbers that a sender may overfill: decoded, it holds what it has room for,
+// and its count, which may exceed the room, is the sender's. Whoever reads it checks the count.
+template <class S, class T, size_t N>
+constexpr Of<S> overfull(Member<S, uint32_t> count, Member<S, T[N]> items) {
+  Of<S> of = counted(count, items);
+  of.element.overfull = true;
   return of;
 }
 

@@ -40,11 +40,18 @@ constexpr auto get_req_table() {
 }
 constexpr auto kGetReq = get_req_table();
 
+// A modem's own records may be longer than a caller takes; it is the caller who refuses them.
+constexpr auto answered_rows() {
+  using S = vs_parameter;
+  return record(value(M(sub)), value(M(id)), overfull(M(data_len), M(data)));
+}
+constexpr auto kAnswered = answered_rows();
+
 constexpr auto get_resp_table() {
   using S = vs_get_parameters_resp;
   return message<S>(standard_result(M(resp)),
                     optional(kOptional, M(parameters_valid),
-                             counted(M(parameters_len), M(parameters), kParameter)));
+                             counted(M(parameters_len), M(parameters), kAnswered)));
 }
 constexpr auto kGetResp = get_resp_table();
 

@@ -27,7 +27,7 @@
   extern "C" {                                                                                     \
   qmi_idl_service_object_type prefix##_init(void) { return client.init(); }                        \
   int prefix##_client_init(modem_api_indication_cb callback) {                                     \
-    return client.client_init(callback) ? 1 : 0;                                                   \
+    return client.client_init(callback);                                                           \
   }                                                                                                \
   void prefix##_client_set_operational_status_callback(modem_api_operational_cb callback) {        \
     client.set_status_callback(callback);                                                          \
@@ -36,10 +36,7 @@
                                     uint32_t request_len, void* response, uint32_t response_len) { \
     return client.send(message_id, request, request_len, response, response_len);                  \
   }                                                                                                \
-  int prefix##_client_release(void) {                                                              \
-    client.release();                                                                              \
-    return 1;                                                                                      \
-  }                                                                                                \
+  int prefix##_client_release(void) { return client.release(); }                                   \
   uint32_t prefix##_client_get_master_port(void) { return client.master_port(); }                  \
   void prefix##_client_unsol_ind_cb(qmi_client_type handle, uint32_t message_id,                   \
                                     const void* encoded, uint32_t length, void*) {                 \

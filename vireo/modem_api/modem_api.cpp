@@ -176,12 +176,14 @@ struct CountedResponse {
 void hand_over(uint32_t message_id, const void* response, uint32_t response_len,
                const modem_api_callback_record& record, int transport_error) {
   CountedResponse head{};
-  if (response == nullptr || response_len < sizeof head.resp) {
+  if (response == nullptr || response_len == 0) {
     record.callback(nullptr, 0, record.user_data, MODEM_API_NO_MEMORY);
     return;
   }
   std::memcpy(&head, response, std::min<size_t>(response_len, sizeof head));
-  const uint32_t result = modem_api_map_qmi_error_to_modem_api(transport_error, &head.resp);
+  const bool whole = response_len >= sizeof head.resp;
+  const uint32_t result =
+      modem_api_map_qmi_error_to_modem_api(transport_error, whole ? &head.resp : nullptr);
   if (result != MODEM_API_SUCCESS) {
     record.callback(nullptr, 0, record.user_data, result);
     return;
@@ -207,9 +209,11 @@ void hand_over(uint32_t message_id, const void* response, uint32_t response_len,
 extern "C" {
 
 uint32_t modem_api_init(void) {
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   if (!modem_api_check_white_list()) {
     TRACE_ERROR("check fail, do nothing");
-    return MODEM_API_NOT_PERMITTED;
+    return ret = MODEM_API_NOT_PERMITTED;
   }
   {
     const std::lock_guard lock(g_static_mutex);
@@ -223,6 +227,8 @@ uint32_t modem_api_init(void) {
 }
 
 uint32_t modem_api_release(void) {
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   const std::lock_guard lock(g_static_mutex);
   if (g_references >= 1) {
     empty_slots();
@@ -241,10 +247,12 @@ uint32_t modem_api_init_client(uint32_t client_type, modem_api_indication_cb on_
 }
 
 uint32_t modem_api_free_client(int32_t client_id) {
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   TRACE_DEBUG("client_id %d", client_id);
   if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) {
     TRACE_ERROR("invalid client_id %d", client_id);
-    return MODEM_API_INVALID_CLIENT;
+    return ret = MODEM_API_INVALID_CLIENT;
   }
   ClientRecord* record = nullptr;
   {
@@ -289,8 +297,10 @@ void modem_api_process_response(uint32_t message_id, void* response, uint32_t re
 }
 
 uint32_t modem_api_util_enable_networking_indications(int32_t client_id, uint32_t nas) {
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   if (!is_connected(client_id, nas == 0 ? kModemApiNas0 : kModemApiNas1)) {
-    return unexpected(TRACE_SITE());
+    return ret = unexpected(TRACE_SITE());
   }
   nas_indication_register_req request{};
   request.serving_system_valid = 1;  // with the value 0
@@ -300,32 +310,36 @@ uint32_t modem_api_util_enable_networking_indications(int32_t client_id, uint32_
       send(NAS_INDICATION_REGISTER, &request, sizeof request, &response, sizeof response);
   const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
   TRACE_DEBUG("enable_indication result: %d", static_cast<int>(result));
-  return result;
+  return ret = result;
 }
 
 uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value, uint8_t a, uint8_t b,
                                             uint8_t c) {
-  if (!is_connected(client_id, kModemApiVs)) return unexpected(TRACE_SITE());
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
+  if (!is_connected(client_id, kModemApiVs)) return ret = unexpected(TRACE_SITE());
   const vs_feature_status_req request{value, a, b, c};
   vs_plain_resp response{};
   const int error = vs_client_send_msg_sync(VS_FEATURE_STATUS, &request, sizeof request, &response,
                                             sizeof response);
   const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
   TRACE_DEBUG("result %d", static_cast<int>(result));
-  return result;
+  return ret = result;
 }
 
 uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
                                        uint32_t* count, vs_parameter* parameters) {
+  int32_t ret = MODEM_API_SUCCESS;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   TRACE_DEBUG("client_id = %d, sub = %d, slot = %d", client_id, sub, slot);
-  if (!is_connected(client_id, kModemApiVs)) return unexpected(TRACE_SITE());
+  if (!is_connected(client_id, kModemApiVs)) return ret = unexpected(TRACE_SITE());
   if (parameters == nullptr || count == nullptr) {
     TRACE_ERROR("stats_para_data is null");
-    return MODEM_API_INVALID_ARG;
+    return ret = MODEM_API_INVALID_ARG;
   }
   if (*count < 1 || *count > VS_PARAMETERS_MAX) {
     TRACE_ERROR("para_num(%d) is invalid", static_cast<int>(*count));
-    return MODEM_API_INVALID_ARG;
+    return ret = MODEM_API_INVALID_ARG;
   }
   static constexpr size_t kHexRoom = 30;
   vs_get_parameters_req request{};
@@ -347,8 +361,8 @@ uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t
   const int error = vs_client_send_msg_sync(VS_GET_PARAMETERS, &request, sizeof request, &response,
                                             sizeof response);
   const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
-  if (result != MODEM_API_SUCCESS) return result;
-  if (response.parameters_valid != 1) return MODEM_API_FAILURE;
+  if (result != MODEM_API_SUCCESS) return ret = result;
+  if (response.parameters_valid != 1) return ret = MODEM_API_FAILURE;
   *count = response.parameters_len;
   std::copy_n(response.parameters, std::min<uint32_t>(response.parameters_len, VS_PARAMETERS_MAX),
               parameters);

@@ -81,7 +81,8 @@ uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value, u
 uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
                                        uint32_t* count, vs_parameter* parameters);
 
-// resp: the response's standard result, looked at when the transport left one.
+// resp: the response's standard result, looked at when the transport left one; null, for one that
+// did not come whole, is a failure.
 uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error, const qmi_standard_result* resp);
 
 bool modem_api_check_white_list(void);

@@ -213,7 +213,10 @@ bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub, modem_vireo_nr5g_srv_meas_
 // A carrier's getter, by its record.
 #define CARRIER(base, carrier, record_id)                                              \
   bool modem_vireo_##base##_get_for_##carrier(uint32_t sub, modem_vireo_##base* out) { \
-    return modem_vireo_##base##_get(sub, out, record_id);                              \
+    int32_t ret = 0;                                                                   \
+    const TraceResultScope scope(TRACE_SITE(), ret);                                   \
+    ret = modem_vireo_##base##_get(sub, out, record_id) ? 1 : 0;                       \
+    return ret != 0;                                                                   \
   }
 CARRIER(lte_srv_meas_info, pcc, 0x52)
 CARRIER(lte_srv_meas_info, scc1, 0x67)

@@ -72,10 +72,15 @@ bool check_answer(const modem_vireo_entry_block& block, uint32_t sub, uint32_t r
 extern "C" {
 
 int32_t modem_vireo_api_init(void) {
-  return modem_vireo_api_init_ex(modem_vireo_callback_event_cb, modem_vireo_operational_status_cb);
+  int32_t ret = 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
+  return ret = modem_vireo_api_init_ex(modem_vireo_callback_event_cb,
+                                       modem_vireo_operational_status_cb);
 }
 
 int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_status_cb on_status) {
+  int32_t ret = 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   TRACE_DEBUG("old g_vireo_client_id = %d", g_vireo_client_id);
   if (g_vireo_client_id != kNoClient) {
     modem_api_free_client(g_vireo_client_id);
@@ -85,40 +90,52 @@ int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_stat
   modem_api_init();
   modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
   TRACE_DEBUG("new g_vireo_client_id = %d", g_vireo_client_id);
-  if (g_vireo_client_id >= 0) return 1;
+  if (g_vireo_client_id >= 0) return ret = 1;
   TRACE_ERROR("modem_api_init_client failed");
   return 0;
 }
 
 bool modem_vireo_api_is_inited(void) {
+  const int32_t ret = g_vireo_client_id >= 0 ? 1 : 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   TRACE_DEBUG("g_vireo_client_id = %d", g_vireo_client_id);
-  return g_vireo_client_id >= 0;
+  return ret != 0;
 }
 
 int32_t modem_vireo_api_deinit(void) {
+  int32_t ret = 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   if (g_vireo_client_id != kNoClient) modem_api_free_client(g_vireo_client_id);
   g_vireo_client_id = kNoClient;
-  return static_cast<int32_t>(modem_api_release());
+  return ret = static_cast<int32_t>(modem_api_release());
 }
 
 int32_t modem_vireo_stats_start(void) {
+  int32_t ret = 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   if (!inited(TRACE_SITE())) return 0;
-  return modem_vireo_set_feature_status(1, 1, 1) ? 1 : 0;
+  return ret = modem_vireo_set_feature_status(1, 1, 1) ? 1 : 0;
 }
 
 bool modem_vireo_set_feature_status(uint8_t a, uint8_t b, uint8_t c) {
+  int32_t done = 0;
+  const TraceResultScope scope(TRACE_SITE(), done);
   if (!inited(TRACE_SITE())) return false;
   const uint32_t ret =
       modem_api_set_vireo_feature_status(g_vireo_client_id, kStatisticsFeature, a, b, c);
   TRACE_DEBUG("ret = %d", static_cast<int>(ret));
-  return ret == MODEM_API_SUCCESS;
+  done = ret == MODEM_API_SUCCESS ? 1 : 0;
+  return done != 0;
 }
 
 uint32_t modem_vireo_get_stats_parameter(uint16_t sub, uint16_t sequence,
                                          modem_vireo_entry_block* block) {
+  int32_t ret = 0;
+  const TraceResultScope scope(TRACE_SITE(), ret);
   if (!inited(TRACE_SITE())) return 0;
-  return modem_api_get_stats_parameter(g_vireo_client_id, sub, sequence, &block->count,
-                                       block->entries);
+  uint32_t* count = block != nullptr ? &block->count : nullptr;
+  vs_parameter* entries = block != nullptr ? block->entries : nullptr;
+  return ret = modem_api_get_stats_parameter(g_vireo_client_id, sub, sequence, count, entries);
 }
 
 void modem_vireo_callback_event_cb(uint32_t event_id, const void* /*data*/, uint32_t length) {
@@ -132,6 +149,8 @@ void modem_vireo_operational_status_cb(uint32_t event, uint32_t client_type) {
 }
 
 uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
+  int32_t result = kNotFetched;
+  const TraceResultScope scope(TRACE_SITE(), result);
   g_vireo_data.length = 0;
   std::memset(g_vireo_data.data, 0, sizeof g_vireo_data.data);
   if (!modem_vireo_api_is_inited()) {
@@ -167,6 +186,7 @@ uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
   TRACE_DEBUG("Success to get data, number = %d, sub = %d, ret id_num = %d, id = %d, data_len = %d",
               static_cast<int>(g_requests), static_cast<int>(sub), static_cast<int>(block.count),
               static_cast<int>(record_id), g_vireo_data.length);
+  result = kFetched;
   return kFetched;
 }
 

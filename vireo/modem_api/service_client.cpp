@@ -39,8 +39,9 @@ qmi_idl_service_object_type ServiceClient::init() {
   return context_.service;
 }
 
-bool ServiceClient::client_init(modem_api_indication_cb callback) {
-  const TraceScope scope(SITE(client_init));
+int ServiceClient::client_init(modem_api_indication_cb callback) {
+  int ret = 0;
+  const TraceResultScope scope(SITE(client_init), ret);
   Life life = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -51,7 +52,7 @@ bool ServiceClient::client_init(modem_api_indication_cb callback) {
   if (member_.suspends) report(life, OP_STATUS_CONNECTING);
   const bool connected = connect(life);
   announce(life, connected, OP_STATUS_CONNECT_FAILED);
-  return connected;
+  return ret = connected ? 1 : 0;
 }
 
 // How connecting ended. A loss that comes before this has been told waits for it, so that no status
@@ -70,17 +71,21 @@ void ServiceClient::announce(Life life, bool connected, ModemApiOperationalStatu
 }
 
 void ServiceClient::set_status_callback(modem_api_operational_cb callback) {
+  const TraceScope scope(SITE(set_status));
   const std::lock_guard lock(mutex_);
   context_.on_status = callback;
 }
 
 uint32_t ServiceClient::master_port() const {
-  TRACE_FROM(SITE(master_port), kTraceDebug, "using port %d", QMI_CLIENT_INSTANCE_ANY);
-  return QMI_CLIENT_INSTANCE_ANY;
+  const int port = QMI_CLIENT_INSTANCE_ANY;
+  const TraceResultScope scope(SITE(master_port), port);
+  TRACE_FROM(SITE(master_port), kTraceDebug, "using port %d", port);
+  return port;
 }
 
 bool ServiceClient::connect(Life life) {
-  const TraceScope scope(SITE(connect));
+  int ret = 0;
+  const TraceResultScope scope(SITE(connect), ret);
   const uint32_t port = master_port();
   qmi_client_type client = nullptr;
   int error = QMI_CLIENT_SERVICE_GONE;
@@ -114,6 +119,7 @@ bool ServiceClient::connect(Life life) {
       context_.resuming = false;
       context_.announcing = member_.suspends;
       qmi_client_register_error_cb(client, member_.on_service_down, nullptr);
+      ret = 1;
       return true;
     }
   }
@@ -130,12 +136,13 @@ void ServiceClient::bind(qmi_client_type client) {
 }
 
 int ServiceClient::register_indications(qmi_client_type client) {
+  int result = 0;
+  const TraceResultScope scope(SITE(set_indications), result);
   nas_indication_register_req request{};
   request.serving_system_valid = 1;  // with the value 0
   nas_plain_resp response;
-  const int result =
-      qmi_client_send_msg_sync(client, NAS_INDICATION_REGISTER, &request, sizeof request, &response,
-                               sizeof response, kSendTimeoutMs);
+  result = qmi_client_send_msg_sync(client, NAS_INDICATION_REGISTER, &request, sizeof request,
+                                    &response, sizeof response, kSendTimeoutMs);
   TRACE_FROM(SITE(set_indications), kTraceDebug, "enable_indication result: %d", result);
   return result;
 }
@@ -151,14 +158,15 @@ int ServiceClient::set_networking_indications() {
 
 int ServiceClient::send(uint32_t message_id, const void* request, uint32_t request_len,
                         void* response, uint32_t response_len) {
-  const TraceScope scope(SITE(send));
+  int ret = 0;
+  const TraceResultScope scope(SITE(send), ret);
   qmi_client_type client = nullptr;
   {
     const std::lock_guard lock(mutex_);
     client = context_.client;
   }
-  return qmi_client_send_msg_sync(client, message_id, request, request_len, response, response_len,
-                                  kSendTimeoutMs);
+  return ret = qmi_client_send_msg_sync(client, message_id, request, request_len, response,
+                                        response_len, kSendTimeoutMs);
 }
 
 // Begins a new life with an empty context; what the old one held is the caller's to give back.
@@ -173,8 +181,9 @@ qmi_client_type ServiceClient::end_life(modem_api_operational_cb* on_status,
   return client;
 }
 
-void ServiceClient::release() {
-  const TraceScope scope(SITE(release));
+int ServiceClient::release() {
+  const int ret = 1;
+  const TraceResultScope scope(SITE(release), ret);
   modem_api_operational_cb on_status = nullptr;
   qmi_client_type notifier = nullptr;
   const qmi_client_type client = end_life(&on_status, &notifier);
@@ -182,6 +191,7 @@ void ServiceClient::release() {
   if (client != nullptr) qmi_client_release(client);
   if (notifier != nullptr) qmi_client_release(notifier);
   await_reports();
+  return ret;
 }
 
 void ServiceClient::await_reports() {
@@ -235,24 +245,32 @@ void ServiceClient::service_down(qmi_client_type client, int error) {
 void ServiceClient::enter_suspend(Life life) {
   const TraceScope scope(SITE(enter_suspend));
   report(life, OP_STATUS_SUSPENDING);
-  if (!start(&ServiceClient::release_thread, life)) report(life, OP_STATUS_RELEASED);
+  if (start(&ServiceClient::release_thread, life)) return;
+  // Nobody will come for the client: it is given back before it is called released.
+  if (const qmi_client_type client = take_client(life)) qmi_client_release(client);
+  report(life, OP_STATUS_RELEASED);
+}
+
+// The life's client, which is then no longer connected.
+qmi_client_type ServiceClient::take_client(Life life) {
+  const std::lock_guard lock(mutex_);
+  if (life != life_) return nullptr;
+  context_.connected = 0;
+  return std::exchange(context_.client, nullptr);
 }
 
 void ServiceClient::release_thread(Life life) {
   const TraceScope scope(SITE(release_thread));
-  qmi_client_type client = nullptr;
+  if (const qmi_client_type client = take_client(life)) qmi_client_release(client);
+  report(life, OP_STATUS_SUSPENDED);
   qmi_client_type notifier = nullptr;
   qmi_idl_service_object_type service = nullptr;
   {
     const std::lock_guard lock(mutex_);
     if (life != life_) return;
-    context_.connected = 0;
-    client = std::exchange(context_.client, nullptr);
     notifier = context_.notifier;
     service = context_.service;
   }
-  if (client != nullptr) qmi_client_release(client);
-  report(life, OP_STATUS_SUSPENDED);
   if (notifier == nullptr) {
     qmi_client_os_params os_params{};
     const int error = qmi_client_notifier_init(service, &os_params, &notifier);
@@ -285,7 +303,15 @@ void ServiceClient::service_up(qmi_client_type notifier, qmi_client_notify_event
     life = life_;
   }
   report(life, OP_STATUS_RESUMING);
-  if (!start(&ServiceClient::resume_thread, life)) report(life, OP_STATUS_RESUME_FAILED);
+  if (start(&ServiceClient::resume_thread, life)) return;
+  end_resuming(life);
+  report(life, OP_STATUS_RESUME_FAILED);
+}
+
+// The service's next return is heeded again.
+void ServiceClient::end_resuming(Life life) {
+  const std::lock_guard lock(mutex_);
+  if (life == life_) context_.resuming = false;
 }
 
 void ServiceClient::resume_thread(Life life) {
@@ -298,10 +324,7 @@ void ServiceClient::resume_thread(Life life) {
   }
   if (notifier != nullptr) qmi_client_release(notifier);
   const bool connected = connect(life);
-  if (!connected) {
-    const std::lock_guard lock(mutex_);
-    if (life == life_) context_.resuming = false;
-  }
+  if (!connected) end_resuming(life);
   announce(life, connected, OP_STATUS_RESUME_FAILED);
 }
 

@@ -54,18 +54,19 @@ namespace vireo {
 
 // The names that a member's trace lines bear.
 struct MemberNames {
-  const char *init, *client_init, *connect, *send, *set_indications, *release, *master_port,
-      *unsol_ind, *ind_hdlr, *service_down, *enter_suspend, *release_thread, *enter_resume,
-      *resume_thread;
+  const char *init, *client_init, *set_status, *connect, *send, *set_indications, *release,
+      *master_port, *unsol_ind, *ind_hdlr, *service_down, *enter_suspend, *release_thread,
+      *enter_resume, *resume_thread;
 };
-#define VIREO_MEMBER_NAMES(prefix)                                                                 \
-  {                                                                                                \
-    prefix "_init", prefix "_client_init", prefix "_client_init_client_handles",                   \
-        prefix "_client_send_msg_sync", prefix "_client_set_networking_indications",               \
-        prefix "_client_release", prefix "_client_get_master_port", prefix "_client_unsol_ind_cb", \
-        prefix "_client_ind_hdlr", prefix "_client_service_down_event",                            \
-        prefix "_client_enter_suspend", prefix "_client_release_qmi_client_thread",                \
-        prefix "_client_enter_resume", prefix "_client_resume_qmi_client_thread"                   \
+#define VIREO_MEMBER_NAMES(prefix)                                                           \
+  {                                                                                          \
+    prefix "_init", prefix "_client_init", prefix "_client_set_operational_status_callback", \
+        prefix "_client_init_client_handles", prefix "_client_send_msg_sync",                \
+        prefix "_client_set_networking_indications", prefix "_client_release",               \
+        prefix "_client_get_master_port", prefix "_client_unsol_ind_cb",                     \
+        prefix "_client_ind_hdlr", prefix "_client_service_down_event",                      \
+        prefix "_client_enter_suspend", prefix "_client_release_qmi_client_thread",          \
+        prefix "_client_enter_resume", prefix "_client_resume_qmi_client_thread"             \
   }
 
 constexpr int kNoSubscription = -1;
@@ -92,12 +93,12 @@ class ServiceClient {
   explicit ServiceClient(const Member& member) : member_(member) {}
 
   qmi_idl_service_object_type init();
-  bool client_init(modem_api_indication_cb callback);
+  int client_init(modem_api_indication_cb callback);
   void set_status_callback(modem_api_operational_cb callback);
   int send(uint32_t message_id, const void* request, uint32_t request_len, void* response,
            uint32_t response_len);
   int set_networking_indications();
-  void release();
+  int release();
   uint32_t master_port() const;
 
   void unsol_indication(qmi_client_type client, uint32_t message_id, const void* encoded,
@@ -127,8 +128,10 @@ class ServiceClient {
   int register_indications(qmi_client_type client);
   void report(Life life, ModemApiOperationalStatus status);
   void enter_suspend(Life life);
+  qmi_client_type take_client(Life life);
   void release_thread(Life life);
   void resume_thread(Life life);
+  void end_resuming(Life life);
   // Runs on a detached thread; false when there is none to be had.
   bool start(void (ServiceClient::*body)(Life), Life life);
   // Until no status callback but the caller's own is running.

@@ -41,7 +41,8 @@ typedef struct {
   qmi_standard_result resp;
 } vs_plain_resp;
 
-// One statistics record; in a request its data is empty.
+// One statistics record; in a request its data is empty. In a response data_len is what the modem
+// sent: above VS_DATA_MAX when it sent more than there is room for, and the rest is lost.
 typedef struct {
   uint32_t sub;
   uint32_t id;

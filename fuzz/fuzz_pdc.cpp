@@ -1,0 +1,116 @@
+// Every PDC indication, as octets from a modem that says anything, while a request of every kind
+// may be waiting for it. The rows that decode them are the real ones; what is under them is this
+// file.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#include "common/qcril_mem.h"
+#include "mbn/pdc_info.h"
+#include "platform/clock.h"
+#include "platform/kelvor_utils.h"
+#include "platform/timer.h"
+#include "qcci/idl/codec.h"
+#include "qcci/services/services.h"
+
+namespace {
+
+uint32_t g_timers = 0;
+std::vector<uint32_t> g_follow_ups;
+
+// A list that is being gathered into an array of exactly its room.
+class Gathering {
+ public:
+  explicit Gathering(unsigned int room) : holder_(room) {
+    const QtiSharedLock lock(pdc::info().mutex);
+    pdc_info_s_type& state = pdc::info();
+    state.num_of_configs = &count_;
+    state.config_list_holder = holder_.data();
+    state.list_room = room;
+    state.is_pdc_list_handling = 1;
+    for (pdc::Context& context : state.contexts) {
+      context.done = 0;
+      context.busy = context.waiting = 1;
+    }
+  }
+  ~Gathering() {
+    {
+      const QtiSharedLock lock(pdc::info().mutex);
+      pdc_info_s_type& state = pdc::info();
+      state.is_pdc_list_handling = 0;
+      state.num_of_configs = nullptr;
+      state.config_list_holder = nullptr;
+      state.follow_up_timer = 0;
+    }
+    if (count_ > holder_.size()) std::abort();
+    while (count_ > 0) qcril_free(holder_[--count_]);
+    if (qcril_mem_blocks() != 0) std::abort();
+  }
+
+ private:
+  unsigned int count_ = 0;
+  std::vector<pdc_config_info*> holder_;
+};
+
+}  // namespace
+
+extern "C" {
+
+int qmi_client_init_instance(qmi_idl_service_object_type, uint32_t, qmi_client_ind_cb, void*,
+                             qmi_client_os_params*, uint32_t, qmi_client_type* client) {
+  *client = reinterpret_cast<qmi_client_type>(1);
+  return 0;
+}
+int qmi_client_release(qmi_client_type) { return 0; }
+int qmi_client_send_msg_sync(qmi_client_type, uint32_t, const void*, uint32_t, void*, uint32_t,
+                             uint32_t) {
+  return 0;
+}
+int qmi_client_message_decode(qmi_client_type, qmi_idl_message_type type, uint32_t message,
+                              const void* encoded, uint32_t length, void* c, uint32_t size) {
+  const qcci::idl::Message* row = qcci::idl::kPdcService.find(type, message);
+  const std::span octets(static_cast<const uint8_t*>(encoded), length);
+  return qcci::idl::decode(*row, octets, c, size) == qcci::idl::CodecError::kOk ? 0 : -1;
+}
+uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long) {
+  ++g_timers;
+  if (callback == qmi_pdc_list_configs_follow_up_request) g_follow_ups.push_back(g_timers);
+  return g_timers;
+}
+int32_t kelvor_timer_stop(uint32_t) { return 0; }
+int32_t kelvor_nvefs_sync(void) { return 0; }
+bool kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
+bool kelvor_hal_get_shell_print_flag(uint32_t) { return false; }
+int32_t kelvor_get_qcril_process_instance_id(void) { return KELVOR_NO_PROCESS_INSTANCE; }
+const char* kelvor_get_current_pid_name(void) { return "fuzz"; }
+void kelvor_utils_syslog_dbg(const char*, ...) {}
+void kelvor_utils_syslog_err(const char*, ...) {}
+void platform_sleep_ms(uint32_t) {}
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const bool ready = pdc_init() == 0;
+  if (!ready || size < 1) return 0;
+  const Gathering gathering(data[0]);
+  const uint8_t* at = data + 1;
+  // Message id, length, octets, and again.
+  while (data + size - at >= 3) {
+    const uint32_t message = at[0];
+    const uint32_t told = at[1] | static_cast<uint32_t>(at[2]) << 8;
+    const uint32_t length = std::min(told, static_cast<uint32_t>(data + size - at - 3));
+    const std::vector<uint8_t> octets(at + 3, at + 3 + length);
+    at += 3 + length;
+    qmi_pdc_unsol_ind_cb(nullptr, message, octets.data(), length, nullptr);
+    while (!g_follow_ups.empty()) {
+      sigval value{};
+      value.sival_int = static_cast<int>(g_follow_ups.back());
+      g_follow_ups.pop_back();
+      qmi_pdc_list_configs_follow_up_request(value);
+    }
+  }
+  return 0;
+}
+
+}  // extern "C"

@@ -12,7 +12,6 @@
 
 #include "platform/properties.h"
 #include "support/command.h"
-#include "vex/commands.h"
 #include "vex/kelvor_vex_smart_test.h"
 
 namespace {
@@ -42,7 +41,7 @@ struct Smart : desk::Desk {
     start_written_modem();
   }
   std::string smart(const std::string& words) {
-    return desk::vex(kelvor_smart_test_do, "11 " + words, &result_);
+    return desk::run_command(kelvor_smart_test_do, "11 " + words, &result_);
   }
   Texts said(const std::string& words) { return desk::messages_of(kSource, smart(words)); }
   // The first 20 octets of each request of the common family; "efs" for the others.
@@ -72,7 +71,7 @@ TEST_F(Smart, WrongWordsGetTheirNoteAndTheSectionAndNothingIsAsked) {
       {"11 -1", "invalid par_i = -1"},
   };
   for (const auto& [words, note] : rows) {
-    const std::string output = desk::vex(kelvor_smart_test_do, words);
+    const std::string output = desk::run_command(kelvor_smart_test_do, words);
     EXPECT_EQ(desk::messages_of(kSource, output), Texts{note}) << words;
     EXPECT_EQ(output.substr(output.find('\n') + 1), section) << words;
   }
@@ -299,7 +298,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, PrintSwitch,
 // The lines of one run, with what differs from run to run taken out.
 Texts shared_memory_says(const std::string& path) {
   g_share_memory_file_path = path.c_str();
-  Texts texts = desk::messages_of(kSource, desk::vex(kelvor_smart_test_do, "11 7"));
+  Texts texts = desk::messages_of(kSource, desk::run_command(kelvor_smart_test_do, "11 7"));
   for (std::string& text : texts) {
     if (text.starts_with("open, fd: ") && text != "open, fd: -1") text = "open, fd: N";
     if (text.starts_with("mmap, data_ptr: 0x") && text.size() == 26) text = "mmap, data_ptr: N";

@@ -50,7 +50,8 @@ void CardSlot::power_down() {
 uim_card_state CardSlot::state() const {
   if (!powered_) return UIM_CARD_ERROR;
   if (platform::clock().now() < ready_) return UIM_CARD_ABSENT;
-  return to_euicc_ ? UIM_CARD_PRESENT : sim_.state;
+  if (to_euicc_) return UIM_CARD_PRESENT;
+  return switched() ? sim_.state : UIM_CARD_ABSENT;
 }
 
 uim_card_error CardSlot::error() const {

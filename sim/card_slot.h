@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "clock/clock.h"
+#include "sim/card_tray.h"
 #include "sim/cards_config.h"
 #include "sim/euicc.h"
 
@@ -19,8 +20,9 @@ class CardSlot {
 
   enum class Application : uint8_t { kNone, kUsim, kIsdR };
 
-  // euicc: null for a slot that has a SIM only.
-  CardSlot(const SimConfig& sim, Euicc* euicc) : sim_(sim), euicc_(euicc) {}
+  // place: of the slot's SIM in the tray. euicc: null for a slot that has a SIM only.
+  CardSlot(const SimConfig& sim, const CardTray& tray, uint32_t place, Euicc* euicc)
+      : sim_(sim), tray_(tray), place_(place), euicc_(euicc) {}
 
   // Connects the slot to one of its cards, which answers from `ready` on.
   void power_up(bool to_euicc, platform::Time ready);
@@ -29,7 +31,7 @@ class CardSlot {
   bool powered() const { return powered_; }
   bool is_euicc() const { return to_euicc_; }
   // Whether the slot's switch says that a card is in it; an eUICC is none that one puts in.
-  bool switched() const { return sim_.state != UIM_CARD_ABSENT; }
+  bool switched() const { return tray_.present(place_); }
   uim_card_state state() const;
   uim_card_error error() const;
   // The USIM's AID; empty when the card has none.
@@ -51,6 +53,8 @@ class CardSlot {
   Application find(std::span<const uint8_t> aid) const;
 
   const SimConfig& sim_;
+  const CardTray& tray_;
+  const uint32_t place_;  // of its SIM in the tray
   Euicc* euicc_;
   bool powered_ = false;
   bool to_euicc_ = false;

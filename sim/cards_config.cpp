@@ -21,6 +21,10 @@ constexpr std::pair<const char*, ProfileClass> kClasses[] = {
     {"test", ProfileClass::kTest},
     {"provisioning", ProfileClass::kProvisioning}};
 
+constexpr std::pair<const char*, uint32_t> kTrays[] = {{"error", KELVOR_CARD_TYPE_ERROR},
+                                                       {"single", KELVOR_CARD_TYPE_SINGLE},
+                                                       {"multi", KELVOR_CARD_TYPE_MULTI}};
+
 template <class T, size_t N>
 const char* name_of(const std::pair<const char*, T> (&rows)[N], T value) {
   for (const auto& [name, of] : rows) {
@@ -60,6 +64,7 @@ CardsConfig read_cards(Table table) {
   CardsConfig config;
   config.extended_status = table.flag("extended_status", true);
   config.ready = std::chrono::milliseconds(table.number("ready_ms", 250, 0, 3600000));
+  config.tray = table.one_of("tray", "multi", kTrays);
   config.sims = {sim_config(table.table("sim1")), sim_config(table.table("sim2"))};
   Table euicc = table.table("euicc");
   config.eid = euicc.octets("eid", UIM_EID_MAX);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/idl/uim.h"
+#include "platform/idl/vendor_payload.h"
 
 namespace sim {
 
@@ -36,6 +37,7 @@ struct ProfileConfig {
 struct CardsConfig {
   bool extended_status = true;
   std::chrono::milliseconds ready{250};  // from a power up until the card answers
+  uint32_t tray = KELVOR_CARD_TYPE_MULTI;
   std::array<SimConfig, kSlots> sims;
   std::vector<uint8_t> eid;  // at most 16 octets; empty: the eUICC tells none
   std::vector<ProfileConfig> profiles;

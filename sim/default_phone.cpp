@@ -20,6 +20,17 @@ absent = []
 state = 0
 valid = true
 
+[diag]
+# What the version command answers: dates and times as compilers write them, a version of 8
+# characters at most.
+compiled = "Jan 15 2026 10:30:00"
+released = "Jan 20 2026 18:00:00"
+version = "SIM.1.0"
+model = 255
+firmware = 1
+hardware_major = 1
+hardware_minor = 0
+
 [statistics]
 # The statistics feature's health, as the modem reports it; a diag log whose version is too old is
 # named by its id.
@@ -138,6 +149,9 @@ new_config = 0
 extended_status = true
 # How long a card takes to answer after a power up, in milliseconds.
 ready_ms = 250
+# What the tray can hold: "single" or "multi" SIMs, or "error". A SIM that is not absent is in it, until
+# the tool says otherwise; from then on cards/tray has it.
+tray = "multi"
 
 [cards.sim1]
 state = "present"
@@ -240,7 +254,7 @@ forbidden = true
 preferred = false
 
 # Faults. Each rule watches the messages of one service and acts on those that match.
-#   service  "vendor", "nas", "sar", "vs", "uim", "pdc", or "any"
+#   service  "vendor", "nas", "sar", "vs", "uim", "pdc", "diag", or "any"
 #   message  the message id; left out: any
 #   kind     "request", "response" or "indication"
 #   nth      which match, from 1; 0 or left out: every one

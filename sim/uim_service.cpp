@@ -54,7 +54,9 @@ class UimService final : public Service {
   explicit UimService(Surroundings& modem)
       : Service(modem, qcci::idl::kUimService),
         euicc_(modem.phone(), modem.config().cards),
-        slots_{CardSlot(cards().sims[0], nullptr), CardSlot(cards().sims[1], &euicc_)} {
+        tray_(modem.phone(), modem.config().cards),
+        slots_{CardSlot(cards().sims[0], tray_, 0, nullptr),
+               CardSlot(cards().sims[1], tray_, 1, &euicc_)} {
     on(UIM_CARD_STATUS, &UimService::card_status);
     on(UIM_POWER_DOWN, &UimService::power_down);
     on(UIM_POWER_UP, &UimService::power_up);
@@ -199,6 +201,7 @@ class UimService final : public Service {
   }
 
   Euicc euicc_;
+  const CardTray tray_;
   std::array<CardSlot, kSlots> slots_;
 };
 

@@ -12,6 +12,7 @@
 #include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
 #include "qcci/link/local_socket.h"
+#include "sim/card_tray.h"
 #include "sim/euicc.h"
 #include "sim/modem.h"
 #include "sim/server.h"
@@ -114,8 +115,10 @@ void show_files(const char* title, const sim::Folder& folder) {
 // What a modem that starts now finds in its slots.
 void show_cards(const Phone& phone, const sim::CardsConfig& cards) {
   const bool esim = sim::esim_enabled(phone);
+  const sim::CardTray tray(phone, cards);
   for (size_t i = 0; i < sim::kSlots; ++i) {
-    std::printf("card       sim%zu %s%s\n", i + 1, sim::card_state_name(cards.sims[i].state),
+    std::printf("card       sim%zu %s%s%s\n", i + 1, sim::card_state_name(cards.sims[i].state),
+                tray.present(static_cast<uint32_t>(i)) ? "" : ", not in the tray",
                 i == sim::kEsimSlot && esim ? ", not connected" : "");
   }
   std::printf("card       euicc eid \"%s\"%s\n", hex(cards.eid, cards.eid.size()).c_str(),

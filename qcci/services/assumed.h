@@ -45,6 +45,15 @@ inline constexpr uint8_t kFourth = 0x04;
 inline constexpr uint8_t kOptional = 0x10;
 }  // namespace vs
 
+// The desk's carrier of diag packets: no modem has it.
+namespace diag {
+inline constexpr uint32_t kServiceId = 0xFFE6;
+inline constexpr uint8_t kPacket = 0x01;        // of a request
+inline constexpr uint8_t kWantsAnswer = 0x02;   // of a request
+inline constexpr uint8_t kTag = 0x10;           // of both
+inline constexpr uint8_t kAnswerPacket = 0x11;  // of a response
+}  // namespace diag
+
 }  // namespace qcci::assumed
 
 #endif  // QCCI_SERVICES_ASSUMED_H_

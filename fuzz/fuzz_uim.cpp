@@ -8,7 +8,6 @@
 #include <memory>
 
 #include "platform/idl/uim.h"
-#include "platform/kelvor_utils.h"
 #include "platform/qmi_client.h"
 #include "qcci/idl/codec.h"
 #include "qcci/services/services.h"
@@ -104,12 +103,6 @@ int32_t kelvor_efs_write(uint32_t, const char*, uint32_t, const uint8_t*, uint32
 }
 void kelvor_qmi_client_common_empty_unsol_ind_cb(qmi_client_type, uint32_t, const void*, uint32_t,
                                                  void*) {}
-bool kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
-bool kelvor_hal_get_shell_print_flag(uint32_t) { return false; }
-int32_t kelvor_get_qcril_process_instance_id(void) { return KELVOR_NO_PROCESS_INSTANCE; }
-const char* kelvor_get_current_pid_name(void) { return "fuzz"; }
-void kelvor_utils_syslog_dbg(const char*, ...) {}
-void kelvor_utils_syslog_err(const char*, ...) {}
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   g_input = {data, size};

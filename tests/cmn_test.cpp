@@ -70,7 +70,7 @@ TEST_F(Cmn, WrongWordsGetTheirNoteAndTheSectionAndSendNothing) {
     const std::string output = vex(line);
     EXPECT_TRUE(said(output, note)) << line << "\n" << output;
     EXPECT_NE(output.find(section), std::string::npos) << line;
-    EXPECT_FALSE(said(output, "note: Error happen! error_code(0)"));
+    EXPECT_EQ(output.find("Error happen"), std::string::npos) << output;
   }
   EXPECT_EQ(requests(), 0u);
 }
@@ -199,7 +199,7 @@ TEST_F(Cmn, ItemsThatFailSayWhere) {
 TEST_F(Cmn, TheTrayIsThePhones) {
   start_modem("");
   vex("5 3 1 1 0");
-  EXPECT_EQ(directory_.file("cards/tray"), "1 1 1 0 0 0 0 0 0\n");
+  EXPECT_TRUE(directory_.file("cards/tray").starts_with("1 1 1 0 0 0 0 0 0 "));
   directory_.write("cards/tray", "1 0 0 1 0 0 0 0 0\n");
   EXPECT_EQ(dumped(vex("5 2 0")), "00 00 00 00");
   EXPECT_EQ(dumped(vex("5 2 1")), "01 00 00 00");

@@ -53,6 +53,7 @@ int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out
   const int result =
       send(command.data(), static_cast<uint32_t>(command.size()), time_out, rsp.data(), &rsp_len);
   if (result != 0) return result;
+  rsp_len = std::min(rsp_len, static_cast<uint32_t>(rsp.size()));
   TRACE_FROM(site, kTraceInfo, "rsp data len(%d)\nrsp data:", static_cast<int>(rsp_len));
   for (uint32_t i = 0; i < rsp_len; ++i) TRACE_FROM(site, kTraceInfo, " 0x%02X", rsp[i]);
   return 0;

@@ -203,6 +203,8 @@ TEST_F(Cmn, TheTrayIsThePhones) {
   directory_.write("cards/tray", "1 0 0 1 0 0 0 0 0\n");
   EXPECT_EQ(dumped(vex("5 2 0")), "00 00 00 00");
   EXPECT_EQ(dumped(vex("5 2 1")), "01 00 00 00");
+  directory_.write("cards/tray", "1 1 1 1 1 0 3600 1000 0 another-start\n");
+  EXPECT_EQ(dumped(vex("5 2 0")), "01 00 00 00") << "a hot-swap test of an earlier start";
   for (const char* broken : {"", "1 0 0", "x", "1 0 0 1 0 0 0 0 99999999999\n"}) {
     directory_.write("cards/tray", broken);
     EXPECT_EQ(dumped(vex("5 2 0")), "01 00 00 00") << broken;

@@ -15,6 +15,7 @@
 #include "sim/card_tray.h"
 #include "sim/euicc.h"
 #include "sim/modem.h"
+#include "sim/qrtr_server.h"
 #include "sim/server.h"
 
 namespace {
@@ -68,7 +69,7 @@ void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, s
   std::fflush(stdout);
 }
 
-int serve(const Phone& phone, bool trace) {
+int serve(const Phone& phone, bool trace, bool qrtr) {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -83,8 +84,15 @@ int serve(const Phone& phone, bool trace) {
   sim::Server server(*modem);
   if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
   std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  std::vector<sim::Door*> doors{&server};
+  sim::QrtrServer bus(*modem);
+  if (qrtr) {
+    if (!bus.publish(&why)) return fail(why);
+    std::printf("published on the QRTR bus\n");
+    doors.push_back(&bus);
+  }
   std::fflush(stdout);
-  server.run(stop.get());
+  sim::serve_modem(*modem, doors, stop.get());
   for (const std::string& rule : modem->unmet_faults()) {
     std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
   }
@@ -213,7 +221,9 @@ int main(int argc, char** argv) {
   bool trace = false;
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
   serving->add_flag("--trace", trace, "Print every message");
-  serving->callback([&] { result = serve(Phone(directory), trace); });
+  bool qrtr = false;
+  serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
+  serving->callback([&] { result = serve(Phone(directory), trace, qrtr); });
   app.add_subcommand("show", "Print what the phone holds")->callback([&] {
     result = show(Phone(directory));
   });

@@ -46,7 +46,7 @@ int send(uint32_t item, const uint32_t* word) {
 
 int kelvor_smart_test_modem_ssr() {
   constexpr uint32_t kWord = 0x1000;
-  TRACE_DEBUG("Will trigger SSR of modem");
+  TRACE_INFO("Will trigger SSR of modem");
   return send(KELVOR_COMMON_ITEM_SSR, &kWord);
 }
 

@@ -8,6 +8,7 @@
 #include "qcci/idl/codec.h"
 #include "sim/answer.h"
 #include "sim/services.h"
+#include "sim/storage.h"
 
 namespace sim {
 namespace {
@@ -199,13 +200,21 @@ void Modem::run_due() {
 
 void Modem::restart() {
   const Lock lock(mutex_);
+  lose_unsynced();  // at once, because a modem inside its client's process may not live to go down
   schedule({}, [this] { go_down(); });
+}
+
+void Modem::lose_unsynced() {
+  if (const int error = Storage(phone_, config_.loses_unsynced).restart(); error != 0) {
+    log(std::string("storage after a restart: ") + std::strerror(error));
+  }
 }
 
 void Modem::go_down() {
   log("modem restarts");
   for (const auto& service : services_) take_down(service->idl().id);
   held_.clear();
+  lose_unsynced();
   schedule(config_.restart, [this] {
     come_up();
     log("modem is up");

@@ -69,6 +69,7 @@ class Modem final : private Surroundings {
 
   void schedule(platform::Duration delay, std::function<void()> action);
   void go_down();
+  void lose_unsynced();
   void come_up();
   void handle(Service& service, Address at, Address client, std::vector<uint8_t> octets);
   void emit(const Service& service, Address at, Address client, FaultKind kind,

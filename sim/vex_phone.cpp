@@ -135,7 +135,9 @@ int show(const Phone& phone) {
   std::printf("phone      %s\n", phone.root().c_str());
   qcci::LocalSocketLink link(phone.path("modem.sock"));
   std::printf("modem      %s\n", link.answers() ? "served at modem.sock" : "embedded in each vex");
-  std::printf("restart    %lld ms\n", static_cast<long long>(config.restart.count()));
+  std::printf("restart    %lld ms, what was not synced %s\n",
+              static_cast<long long>(config.restart.count()),
+              config.loses_unsynced ? "is lost" : "survives");
   std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
   std::printf("statistics %s, %zu outdated logs\n",
               config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());

@@ -1,0 +1,39 @@
+#include "vex/sub_commands.h"
+
+#include <cstdlib>
+
+namespace vex {
+
+int Family::run(int argc, char** argv, TraceSite site) const {
+  if (argc < 2 || std::atoi(argv[1]) != command) {
+    TRACE_FROM(site, kTraceError,
+               "note: the first parameters should be %d, Pls refer to the following cmd:", command);
+  } else if (argc < kSubCommandWords) {
+    TRACE_FROM(site, kTraceError, "note: Too few parameters, Pls refer to the following cmd:");
+  } else {
+    const int number = std::atoi(argv[2]);
+    for (const SubCommand& known : sub_commands) {
+      if (known.usage.number != number) continue;
+      const int result = known.run(argc, argv);
+      if (result != 0) {
+        TRACE_FROM(site, kTraceError, "note: Error happen! error_code(%d)", result);
+      }
+      return result;
+    }
+    TRACE_FROM(site, kTraceError,
+               "note: the second parameters is invalid, Pls refer to the following cmd:");
+  }
+  show_help(command, site);
+  return 0;
+}
+
+int Family::show_help(int selector, TraceSite site) const {
+  print_section(selector, command, std::span(&title, 1), site);
+  for (const SubCommand& sub_command : sub_commands) {
+    print_section(selector, command, std::span(&sub_command.usage, 1), site);
+    print_section(selector, command, sub_command.more, site);
+  }
+  return selector;
+}
+
+}  // namespace vex

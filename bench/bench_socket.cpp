@@ -18,7 +18,8 @@ int main(int argc, char** argv) {
   const std::string path = phone.path("modem.sock");
   if (!server.listen(path, &why)) return 1;
   const sim::Descriptor stop(::eventfd(0, EFD_CLOEXEC));
-  std::thread serving([&] { server.run(stop.get()); });
+  sim::Door* const doors[] = {&server};
+  std::thread serving([&] { sim::serve_modem(*modem, doors, stop.get()); });
 
   ::setenv("VEX_MODEM", ("unix:" + path).c_str(), 1);
   bench::register_round_trips("socket");

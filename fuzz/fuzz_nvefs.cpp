@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/idl/vendor.h"
-#include "platform/kelvor_utils.h"
 #include "platform/qmi_client.h"
 #include "qmi/kelvor_extend_nvefs.h"
 
@@ -86,12 +85,6 @@ qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t, int32_t
 qmi_idl_service_object_type sar_get_service_object_internal_v01(int32_t, int32_t, int32_t) {
   return nullptr;
 }
-bool kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
-bool kelvor_hal_get_shell_print_flag(uint32_t) { return false; }
-int32_t kelvor_get_qcril_process_instance_id(void) { return KELVOR_NO_PROCESS_INSTANCE; }
-const char* kelvor_get_current_pid_name(void) { return "fuzz"; }
-void kelvor_utils_syslog_dbg(const char*, ...) {}
-void kelvor_utils_syslog_err(const char*, ...) {}
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 3) return 0;

@@ -1,5 +1,6 @@
-// Every PDC indication, as octets from a modem that says anything, while a request of every kind may
-// be waiting for it. The rows that decode them are the real ones; what is under them is this file.
+// Every PDC indication, as octets from a modem that says anything, while a request of every kind
+// may be waiting for it. The rows that decode them are the real ones; what is under them is this
+// file.
 
 #include <algorithm>
 #include <cstdint>
@@ -9,8 +10,6 @@
 
 #include "common/qcril_mem.h"
 #include "mbn/pdc_info.h"
-#include "platform/clock.h"
-#include "platform/kelvor_utils.h"
 #include "platform/timer.h"
 #include "qcci/idl/codec.h"
 #include "qcci/services/services.h"
@@ -81,13 +80,6 @@ uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long) {
 }
 int32_t kelvor_timer_stop(uint32_t) { return 0; }
 int32_t kelvor_nvefs_sync(void) { return 0; }
-bool kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
-bool kelvor_hal_get_shell_print_flag(uint32_t) { return false; }
-int32_t kelvor_get_qcril_process_instance_id(void) { return KELVOR_NO_PROCESS_INSTANCE; }
-const char* kelvor_get_current_pid_name(void) { return "fuzz"; }
-void kelvor_utils_syslog_dbg(const char*, ...) {}
-void kelvor_utils_syslog_err(const char*, ...) {}
-void platform_sleep_ms(uint32_t) {}
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool ready = pdc_init() == 0;

@@ -167,20 +167,12 @@ qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t, int32_t
 qmi_idl_service_object_type sar_get_service_object_internal_v01(int32_t, int32_t, int32_t) {
   return nullptr;
 }
-bool kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
-bool kelvor_hal_get_shell_print_flag(uint32_t) { return false; }
-int32_t kelvor_get_qcril_process_instance_id(void) { return KELVOR_NO_PROCESS_INSTANCE; }
 int32_t kelvor_get_default_data_sub(void) { return octet() & 1; }
-const char* kelvor_get_current_pid_name(void) { return "vex"; }
-const char* kelvor_utils_get_pid_name(void) { return "vex"; }
-void kelvor_utils_syslog_dbg(const char*, ...) {}
-void kelvor_utils_syslog_err(const char*, ...) {}
 void kelvor_get_hex_str(char* buffer, size_t, uint64_t) { *buffer = '\0'; }
 int __system_property_get(const char*, char* value) {
   *value = '\0';
   return 0;
 }
-void platform_sleep_ms(uint32_t) {}
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool ready = modem_vireo_api_init_ex(on_event, on_status) == 1;

@@ -24,6 +24,27 @@ std::vector<uint32_t> absent_services(Table& modem) {
   return ids;
 }
 
+// A date and a time as a compiler writes them.
+std::string build_time(Table& diag, const char* key) {
+  static constexpr std::string_view kShape = "Mmm dd yyyy hh:mm:ss";
+  const std::string text = diag.text(key, "Jan 01 2026 00:00:00", kShape.size());
+  if (text.size() != kShape.size()) diag.fail(key, "is not \"" + std::string(kShape) + "\"");
+  return text;
+}
+
+DiagConfig diag(Table table) {
+  DiagConfig config;
+  config.compiled = build_time(table, "compiled");
+  config.released = build_time(table, "released");
+  config.version = table.text("version", "", 8);
+  config.model = static_cast<uint8_t>(table.number("model", 0, 0, 0xFF));
+  config.firmware = static_cast<uint16_t>(table.number("firmware", 0, 0, 0xFFFF));
+  config.hardware[0] = static_cast<uint8_t>(table.number("hardware_major", 0, 0, 0xFF));
+  config.hardware[1] = static_cast<uint8_t>(table.number("hardware_minor", 0, 0, 0xFF));
+  table.done();
+  return config;
+}
+
 NetworkConfig network(Table table) {
   static constexpr std::pair<const char*, uint8_t> kRats[] = {
       {"gsm", 4}, {"umts", 5}, {"lte", 8}, {"tdscdma", 9}, {"nr", 12}};
@@ -170,7 +191,9 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     read.cmd_fail_count =
         static_cast<uint64_t>(statistics.integer("cmd_fail_count", 0, 0, INT64_MAX));
     statistics.done();
+    read.diag = diag(top.table("diag"));
     read.measurements = read_measurements(top.table("measurements"));
+    read.cards = read_cards(top.table("cards"));
     Table pdc = top.table("pdc");
     read.pdc = read_pdc(std::move(pdc), top.tables("configuration"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/cards_config.h"
 #include "sim/carrier_configs.h"
 #include "sim/measurements.h"
 
@@ -52,6 +53,16 @@ struct FaultRule {
   std::string text;             // the rule as a person wrote it
 };
 
+// What diag's version command answers.
+struct DiagConfig {
+  std::string compiled;  // "Mmm dd yyyy hh:mm:ss"
+  std::string released;
+  std::string version;  // 8 octets at most
+  uint8_t model = 0;
+  uint16_t firmware = 0;
+  uint8_t hardware[2] = {};  // major, minor
+};
+
 struct PhoneConfig {
   std::chrono::milliseconds restart{1500};
   bool loses_unsynced = false;   // a restart loses what was not synced
@@ -63,6 +74,8 @@ struct PhoneConfig {
   uint64_t cmd_fail_count = 0;
   std::vector<uint16_t> outdated_logs;
   Measurements measurements;
+  DiagConfig diag;
+  CardsConfig cards;
   PdcConfig pdc;
   std::vector<NetworkConfig> networks;
   std::vector<FaultRule> faults;

@@ -20,6 +20,17 @@ absent = []
 state = 0
 valid = true
 
+[diag]
+# What the version command answers: dates and times as compilers write them, a version of 8
+# characters at most.
+compiled = "Jan 15 2026 10:30:00"
+released = "Jan 20 2026 18:00:00"
+version = "SIM.1.0"
+model = 255
+firmware = 1
+hardware_major = 1
+hardware_minor = 0
+
 [statistics]
 # The statistics feature's health, as the modem reports it; a diag log whose version is too old is
 # named by its id.
@@ -128,6 +139,45 @@ sig_path = 1
 old_config = 0
 new_config = 0
 
+# The cards. state: absent, present, or error (with why: error = "unknown", "poll", "no-atr",
+# "voltage-mismatch", "parity", "possibly-removed" or "technical"). Slot 1 has sim1. Slot 2 has sim2
+# and an eUICC; which of them it is connected to is decided when it is powered up, by the file
+# efs/1/nv/item_files/modem/uim/uimdrv/esim_enable: four octets, the SIM when they are 0 or there is
+# no such file. A modem that starts powers both slots up.
+[cards]
+# false: the modem knows no extended card status.
+extended_status = true
+# How long a card takes to answer after a power up, in milliseconds.
+ready_ms = 250
+# What the tray can hold: "single" or "multi" SIMs, or "error". A SIM that is not absent is in it, until
+# the tool says otherwise; from then on cards/tray has it.
+tray = "multi"
+
+[cards.sim1]
+state = "present"
+
+[cards.sim2]
+state = "present"
+
+[cards.euicc]
+# 32 digits, the last two of them check digits; "": it tells none.
+eid = "89044099123456789012345678901220"
+
+# Its profiles, of which one may be enabled. class: operational, test or provisioning. A memory reset
+# deletes operational and test profiles; cards/deleted_profiles then has their ICCIDs, and without
+# that file they are back.
+[[cards.euicc.profile]]
+iccid = "8988001000000000015"
+name = "Test One"
+class = "operational"
+enabled = true
+
+[[cards.euicc.profile]]
+iccid = "8988001000000000023"
+name = "Test Roam"
+class = "operational"
+enabled = false
+
 # Carrier configurations. An activation and a deactivation take their time; a list comes in
 # indications of at most `frame` configurations. What is selected is kept in the phone's directory:
 # pdc/platform and pdc/software/<sub>, with a line "active <id>" and one "pending <id>".
@@ -204,7 +254,7 @@ forbidden = true
 preferred = false
 
 # Faults. Each rule watches the messages of one service and acts on those that match.
-#   service  "vendor", "nas", "sar", "vs", "pdc", or "any"
+#   service  "vendor", "nas", "sar", "vs", "uim", "pdc", "diag", or "any"
 #   message  the message id; left out: any
 #   kind     "request", "response" or "indication"
 #   nth      which match, from 1; 0 or left out: every one

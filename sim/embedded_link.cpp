@@ -18,7 +18,7 @@ class EmbeddedLink final : public qcci::Link {
 
   ~EmbeddedLink() override {
     for (const auto& [id, end] : ends_) modem_->detach(end->address);
-    for (size_t i = 0; i < queue_.size() + in_flight_; ++i) platform::clock().release();
+    for (size_t i = 0; i < queue_.size() + in_flight_ + woken_; ++i) platform::clock().release();
   }
 
   bool open(qcci::Endpoint* endpoint) override {
@@ -63,7 +63,6 @@ class EmbeddedLink final : public qcci::Link {
 
   Received receive(Datagram* datagram, platform::Time deadline) override {
     std::unique_lock lock(mutex_);
-    for (; in_flight_ > 0; --in_flight_) platform::clock().release();
     for (;;) {
       if (!queue_.empty()) {
         *datagram = std::move(queue_.front());
@@ -73,6 +72,7 @@ class EmbeddedLink final : public qcci::Link {
       }
       if (woken_) {
         woken_ = false;
+        ++in_flight_;
         return Received::kNothing;
       }
       lock.unlock();
@@ -80,6 +80,8 @@ class EmbeddedLink final : public qcci::Link {
       const platform::Time due = std::min(deadline, modem_->next_due());
       lock.lock();
       if (!queue_.empty() || woken_) continue;
+      // What was taken is done with, and what the modem had to do.
+      for (; in_flight_ > 0; --in_flight_) platform::clock().release();
       if (platform::clock().now() >= deadline) return Received::kNothing;
       platform::clock().wait_until(arrived_, lock, due);
     }
@@ -87,6 +89,7 @@ class EmbeddedLink final : public qcci::Link {
 
   void wake() override {
     const std::lock_guard lock(mutex_);
+    if (!woken_) platform::clock().hold();
     woken_ = true;
     arrived_.notify_all();
   }
@@ -114,7 +117,7 @@ class EmbeddedLink final : public qcci::Link {
   std::condition_variable arrived_;
   bool woken_ = false;
   EndpointId last_ = 0;
-  size_t in_flight_ = 0;  // taken by the receiver, and not yet done with
+  size_t in_flight_ = 0;  // datagrams and wakes that the receiver took and is not done with
   std::map<EndpointId, std::unique_ptr<End>> ends_;
   std::deque<Datagram> queue_;
 };

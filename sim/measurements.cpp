@@ -183,31 +183,11 @@ std::optional<uint32_t> id_of(const std::string& key) {
   return id;
 }
 
-// Pairs of hex digits; blanks may stand between them.
-std::optional<std::vector<uint8_t>> octets_of(std::string_view text) {
-  std::vector<uint8_t> octets;
-  while (true) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    if (text.empty()) return octets;
-    uint8_t octet = 0;
-    const auto read =
-        std::from_chars(text.data(), text.data() + std::min<size_t>(text.size(), 2), octet, 16);
-    if (read.ec != std::errc() || read.ptr != text.data() + 2) return std::nullopt;
-    octets.push_back(octet);
-    text.remove_prefix(2);
-  }
-}
-
 void read_raw(Table raw, Records& records) {
   for (const std::string& key : raw.keys()) {
     const auto id = id_of(key);
     if (!id) raw.fail(key, "is not the id of a record");
-    const auto octets = octets_of(raw.text(key, "", UINT16_MAX));
-    if (!octets) raw.fail(key, "must be octets in hex, like \"01 A0\"");
-    if (octets->size() > VS_DATA_MAX) {
-      raw.fail(key, "has more than " + std::to_string(VS_DATA_MAX) + " octets");
-    }
-    records[*id] = *octets;
+    records[*id] = raw.octets(key, VS_DATA_MAX);
   }
 }
 

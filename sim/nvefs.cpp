@@ -12,7 +12,7 @@ constexpr uint8_t kSubMax = 2;              // the third one is for a customer's
 constexpr uint32_t kFileMax = 1024 * 1024;  // octets
 
 std::string nv_path(const kelvor_nvefs_req& request) {
-  return std::to_string(request.sub) + "/" + std::to_string(request.nv_id);
+  return nv_item_path(request.sub, request.nv_id);
 }
 
 // Below efs/: the path, which ends at its length or its first zero octet, in its subscription's
@@ -37,6 +37,10 @@ void put_chunk(const std::string& all, size_t from, kelvor_nvefs_rsp* reply) {
 }
 
 }  // namespace
+
+std::string nv_item_path(uint32_t sub, uint32_t id) {
+  return std::to_string(sub) + "/" + std::to_string(id);
+}
 
 size_t NvEfs::handle(Address client, const uint8_t (&octets)[512], kelvor_nvefs_rsp* reply) {
   kelvor_nvefs_req request;

@@ -16,6 +16,9 @@
 
 namespace sim {
 
+// Below the phone's nv/.
+std::string nv_item_path(uint32_t sub, uint32_t id);
+
 class NvEfs {
  public:
   explicit NvEfs(const Storage& storage) : nv_(storage.nv), efs_(storage.efs) {}

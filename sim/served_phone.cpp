@@ -30,7 +30,11 @@ bool ServedPhone::start(std::string* why) {
 
 void ServedPhone::run() {
   at_thread_ = std::thread([this] { terminal_.run(*channel_, stop_.get()); });
-  if (server_ != nullptr) server_thread_ = std::thread([this] { server_->run(stop_.get()); });
+  if (server_ == nullptr) return;
+  server_thread_ = std::thread([this] {
+    Door* const doors[] = {server_.get()};
+    serve_modem(*modem_, doors, stop_.get());
+  });
 }
 
 void ServedPhone::stop() {
@@ -38,6 +42,7 @@ void ServedPhone::stop() {
   at_thread_.join();
   if (server_ == nullptr) return;
   server_thread_.join();
+  server_.reset();
   for (const std::string& rule : modem_->unmet_faults()) {
     std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
   }

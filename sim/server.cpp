@@ -77,7 +77,10 @@ class Server::Connection final : public Port {
 
 Server::Server(Modem& modem) : modem_(modem) {}
 
-Server::~Server() = default;
+Server::~Server() {
+  connections_.clear();
+  if (!path_.empty()) ::unlink(path_.c_str());
+}
 
 bool Server::listen(const std::string& path, std::string* why) {
   const auto fail = [&](const std::string& what) {
@@ -102,28 +105,24 @@ bool Server::listen(const std::string& path, std::string* why) {
   return true;
 }
 
-void Server::run(int stop) {
-  for (;;) {
-    std::vector<pollfd> polled{{stop, POLLIN, 0}, {full_ ? -1 : listening_.get(), POLLIN, 0}};
-    for (const auto& [fd, connection] : connections_) {
-      polled.push_back({fd, connection->wanted(), 0});
-    }
-    platform::clock().poll_until(polled.data(), polled.size(), modem_.next_due());
-    if (polled[0].revents != 0) break;
-    modem_.run_due();
-    for (size_t i = 2; i < polled.size(); ++i) {
-      const auto found = connections_.find(polled[i].fd);
-      if (serve(*found->second, polled[i].revents)) continue;
-      connections_.erase(found);
-      full_ = false;
-    }
-    if (polled[1].revents != 0) accept_all();
+void Server::poll_for(std::vector<pollfd>* polled) {
+  polled->push_back({full_ ? -1 : listening_.get(), POLLIN, 0});
+  for (const auto& [fd, connection] : connections_) {
+    polled->push_back({fd, connection->wanted(), 0});
   }
-  connections_.clear();
-  ::unlink(path_.c_str());
 }
 
-bool Server::serve(Connection& connection, short events) {
+void Server::serve(std::span<const pollfd> polled) {
+  for (const pollfd& ready : polled.subspan(1)) {
+    const auto found = connections_.find(ready.fd);
+    if (serve_one(*found->second, ready.revents)) continue;
+    connections_.erase(found);
+    full_ = false;
+  }
+  if (polled[0].revents != 0) accept_all();
+}
+
+bool Server::serve_one(Connection& connection, short events) {
   if ((events & POLLOUT) != 0) connection.flush();
   const bool readable = (events & (POLLIN | POLLHUP | POLLERR)) != 0;
   return (!readable || connection.take_turn()) && !connection.overrun();

@@ -1,4 +1,4 @@
-// A modem served to other processes over the local socket.
+// The local-socket door to a served modem.
 #ifndef SIM_SERVER_H_
 #define SIM_SERVER_H_
 
@@ -8,30 +8,31 @@
 #include <string>
 #include <vector>
 
+#include "sim/door.h"
 #include "sim/files.h"
-#include "sim/modem.h"
 
 namespace sim {
 
-class Server {
+class Server final : public Door {
  public:
   explicit Server(Modem& modem);
-  ~Server();
+  // Takes the socket away.
+  ~Server() override;
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
   // Listens at the path, in the place of a server that is gone but not of one that is there. False,
   // and why, when it cannot. The socket is for its user alone.
   bool listen(const std::string& path, std::string* why);
-  // Serves until `stop`, a descriptor, becomes readable; then takes the socket away.
-  void run(int stop);
+  void poll_for(std::vector<pollfd>* polled) override;
+  void serve(std::span<const pollfd> polled) override;
 
  private:
   class Connection;
 
   void accept_all();
   // False when the connection is over.
-  bool serve(Connection& connection, short events);
+  bool serve_one(Connection& connection, short events);
 
   bool full_ = false;  // no descriptor for another connection until one ends
 

@@ -13,6 +13,8 @@ std::unique_ptr<Service> make_vendor_service(Surroundings& modem);
 std::unique_ptr<Service> make_nas_service(Surroundings& modem);
 std::unique_ptr<Service> make_sar_service(Surroundings& modem);
 std::unique_ptr<Service> make_vs_service(Surroundings& modem);
+std::unique_ptr<Service> make_diag_service(Surroundings& modem);
+std::unique_ptr<Service> make_uim_service(Surroundings& modem);
 std::unique_ptr<Service> make_pdc_service(Surroundings& modem);
 
 // All of them.

@@ -31,11 +31,25 @@ int Store::remove(std::string_view path) const {
 }
 
 int Store::change(std::string_view path, const std::function<int()>& change) const {
-  if (!loses_unsynced_) return change();
+  return loses_unsynced_ ? change_locked(path, change) : change();
+}
+
+int Store::change_locked(std::string_view path, const std::function<int()>& change) const {
   const FileLock lock = phone_.lock();
   if (!lock.held()) return ENOLCK;
-  if (const int error = keep(path); error != 0) return error;
+  if (loses_unsynced_) {
+    if (const int error = keep(path); error != 0) return error;
+  }
   return change();
+}
+
+int Store::update(std::string_view path,
+                  const std::function<std::string(const std::string& old)>& make) const {
+  return change_locked(path, [&] {
+    std::string old;
+    files_.read(path, &old);
+    return files_.write(path, make(old));
+  });
 }
 
 int Store::keep(std::string_view path) const {

@@ -23,11 +23,15 @@ class Store {
   int read(std::string_view path, std::string* contents) const;
   int write(std::string_view path, std::string_view contents) const;
   int remove(std::string_view path) const;
+  // Writes what `make` makes of the contents, empty when there is no file; nobody writes between.
+  int update(std::string_view path,
+             const std::function<std::string(const std::string& old)>& make) const;
   int sync() const;
   int restart() const;
 
  private:
   int change(std::string_view path, const std::function<int()>& change) const;
+  int change_locked(std::string_view path, const std::function<int()>& change) const;
   int keep(std::string_view path) const;
   int for_each_kept(const std::function<int(const std::string& path)>& each) const;
 

@@ -38,6 +38,8 @@ class Table {
   std::vector<float> decimals(const std::string& key, size_t exactly);  // fallback: zeros
   std::vector<int64_t> integers(const std::string& key, int64_t least, int64_t most);
   std::vector<std::string> texts(const std::string& key);
+  // Pairs of hex digits, between which blanks may stand.
+  std::vector<uint8_t> octets(const std::string& key, size_t most);
   template <class Number>
   std::vector<Number> numbers(const std::string& key) {
     const auto all = integers(key, 0, std::numeric_limits<Number>::max());

@@ -11,6 +11,7 @@
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
 #include "qcci/services/services.h"
+#include "sim/card_tray.h"
 #include "sim/counters.h"
 #include "sim/nvefs.h"
 #include "sim/rf_configuration.h"
@@ -29,7 +30,8 @@ class VendorService final : public Service {
   explicit VendorService(Surroundings& modem)
       : Service(modem, qcci::idl::kVendorService),
         storage_(modem.phone(), modem.config().loses_unsynced),
-        nvefs_(storage_) {
+        nvefs_(storage_),
+        tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
   }
 
@@ -83,6 +85,9 @@ class VendorService final : public Service {
     }
     const std::span octets(request.data, request.data_len);
     if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
+    if (item.command == KELVOR_COMMON_ITEM) {
+      if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
+    }
     std::memcpy(reply.payload, payload.data(), payload.size());
     std::memcpy(response.data, &reply, sizeof reply);
     response.data_len =
@@ -140,6 +145,7 @@ class VendorService final : public Service {
 
   const Storage storage_;
   NvEfs nvefs_;
+  const CardTray tray_;
 };
 
 const VendorService::CommonRow VendorService::kCommon[] = {
@@ -162,6 +168,8 @@ std::vector<std::unique_ptr<Service>> make_services(Surroundings& modem) {
   services.push_back(make_nas_service(modem));
   services.push_back(make_sar_service(modem));
   services.push_back(make_vs_service(modem));
+  services.push_back(make_diag_service(modem));
+  services.push_back(make_uim_service(modem));
   services.push_back(make_pdc_service(modem));
   return services;
 }

@@ -5,14 +5,18 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
 #include "qcci/link/local_socket.h"
+#include "sim/card_tray.h"
+#include "sim/euicc.h"
 #include "sim/modem.h"
 #include "sim/phone_shell.h"
+#include "sim/qrtr_server.h"
 #include "sim/server.h"
 
 namespace {
@@ -66,7 +70,7 @@ void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, s
   std::fflush(stdout);
 }
 
-int serve(const Phone& phone, bool trace) {
+int serve(const Phone& phone, bool trace, bool qrtr) {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -81,8 +85,15 @@ int serve(const Phone& phone, bool trace) {
   sim::Server server(*modem);
   if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
   std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  std::vector<sim::Door*> doors{&server};
+  sim::QrtrServer bus(*modem);
+  if (qrtr) {
+    if (!bus.publish(&why)) return fail(why);
+    std::printf("published on the QRTR bus\n");
+    doors.push_back(&bus);
+  }
   std::fflush(stdout);
-  server.run(stop.get());
+  sim::serve_modem(*modem, doors, stop.get());
   for (const std::string& rule : modem->unmet_faults()) {
     std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
   }
@@ -108,6 +119,30 @@ void show_files(const char* title, const sim::Folder& folder) {
     folder.read(path, &octets);
     std::printf("  %-40s %s\n", path.c_str(), hex(octets, 24).c_str());
   });
+}
+
+// What a modem that starts now finds in its slots.
+void show_cards(const Phone& phone, const sim::CardsConfig& cards) {
+  const bool esim = sim::esim_enabled(phone);
+  const sim::CardTray tray(phone, cards);
+  for (size_t i = 0; i < sim::kSlots; ++i) {
+    std::printf("card       sim%zu %s%s%s\n", i + 1, sim::card_state_name(cards.sims[i].state),
+                tray.present(static_cast<uint32_t>(i)) ? "" : ", not in the tray",
+                i == sim::kEsimSlot && esim ? ", not connected" : "");
+  }
+  std::printf("card       euicc eid \"%s\"%s\n", hex(cards.eid, cards.eid.size()).c_str(),
+              esim ? "" : ", not connected");
+  const auto left = sim::Euicc(phone, cards).profiles();
+  for (const sim::ProfileConfig& profile : cards.profiles) {
+    const bool there =
+        std::ranges::find(left, profile.iccid, &sim::ProfileConfig::iccid) != left.end();
+    std::printf("profile    %s %s %s \"%s\"\n", profile.iccid.c_str(),
+                sim::profile_class_name(profile.profile_class),
+                !there            ? "deleted"
+                : profile.enabled ? "enabled"
+                                  : "disabled",
+                profile.name.c_str());
+  }
 }
 
 void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* name, uint32_t type,
@@ -148,6 +183,7 @@ int show(const Phone& phone) {
                   hex(octets, octets.size()).c_str());
     }
   }
+  show_cards(phone, config.cards);
   for (const sim::CarrierConfig& one : config.pdc.configurations) {
     std::printf("config     %-8s %s version 0x%08x, %u octets%s \"%s\"\n",
                 one.type == PDC_CONFIG_TYPE_PLATFORM ? "platform" : "software",
@@ -190,7 +226,9 @@ int main(int argc, char** argv) {
   bool trace = false;
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
   serving->add_flag("--trace", trace, "Print every message");
-  serving->callback([&] { result = serve(Phone(directory), trace); });
+  bool qrtr = false;
+  serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
+  serving->callback([&] { result = serve(Phone(directory), trace, qrtr); });
   app.add_subcommand("show", "Print what the phone holds")->callback([&] {
     result = show(Phone(directory));
   });

@@ -8,7 +8,6 @@
 
 #include "platform/shell.h"
 #include "support/command.h"
-#include "vex/commands.h"
 #include "vex/kelvor_vex_at_cmd.h"
 
 namespace {
@@ -40,7 +39,7 @@ constexpr const char kNotOpened[] = "The at channel is not opened, g_at_serial_f
 struct At : desk::Desk {
   At() { g_channel = directory_.root() + "/channel"; }
   static std::string at(const std::string& text) {
-    return desk::vex(kelvor_test_at_cmd_do, {"8", text});
+    return desk::run_command(kelvor_test_at_cmd_do, {"8", text});
   }
   // The messages of the command's thread, and of the receiver's.
   static Texts said(const std::string& output, Texts* received = nullptr) {
@@ -116,7 +115,7 @@ TEST_F(At, WrongWordsGetTheirNoteAndTheSectionAndNoShell) {
        "note: the second parameters length should <= 100, Pls refer to the following cmd:"},
   };
   for (const auto& [words, note] : rows) {
-    const std::string output = desk::vex(kelvor_test_at_cmd_do, words);
+    const std::string output = desk::run_command(kelvor_test_at_cmd_do, words);
     EXPECT_EQ(said(output), Texts{note});
     EXPECT_EQ(output.substr(output.find('\n') + 1), section);
   }
@@ -151,8 +150,8 @@ TEST_F(At, AReplyIsReadOnceAndTheChannelClosed) {
       EXPECT_EQ(received, (Texts{kStarted, "Failed to receive bytes from server"}));
     } else {
       const std::string length = std::to_string(row.shown.size());
-      EXPECT_EQ(received, (Texts{kStarted, "Receive the AT reponse: len(" + length + ")",
-                                 row.shown}));
+      EXPECT_EQ(received,
+                (Texts{kStarted, "Receive the AT reponse: len(" + length + ")", row.shown}));
     }
   }
 }

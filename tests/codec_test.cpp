@@ -5,6 +5,7 @@
 #include "platform/idl/nas.h"
 #include "platform/idl/pdc.h"
 #include "platform/idl/sar.h"
+#include "platform/idl/uim.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vs.h"
 #include "qcci/services/services.h"
@@ -79,6 +80,73 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
   EXPECT_EQ(sar.resp.error, 94u);
   EXPECT_EQ(sar.state, 7u);
   EXPECT_EQ(sar.extra_3, 3u);
+}
+
+TEST(Codec, CardRequestsAreTheGoldenOctets) {
+  const uint8_t kIsdR[] = {0xA0, 0x00, 0x00, 0x05, 0x59, 0x10, 0x10, 0xFF,
+                           0xFF, 0xFF, 0xFF, 0x89, 0x00, 0x00, 0x01, 0x00};
+  const uim_card_status_req status{1, 1};
+  EXPECT_EQ(encoded(kUimService, UIM_CARD_STATUS, &status, sizeof status), "10 01 00 01");
+  const uim_slot_req slot{2};
+  EXPECT_EQ(encoded(kUimService, UIM_POWER_DOWN, &slot, sizeof slot), "01 01 00 02");
+  EXPECT_EQ(encoded(kUimService, UIM_GET_EID, &slot, sizeof slot), "01 01 00 02");
+  const uim_power_up_req up{2, 1, 1, 1, 0};
+  EXPECT_EQ(encoded(kUimService, UIM_POWER_UP, &up, sizeof up),
+            "01 01 00 02 10 01 00 01 11 01 00 00");
+  uim_open_logical_channel_req open{2, 1, sizeof kIsdR, {}, 1, 4};
+  std::memcpy(open.aid, kIsdR, sizeof kIsdR);
+  EXPECT_EQ(encoded(kUimService, UIM_OPEN_LOGICAL_CHANNEL, &open, sizeof open),
+            "01 01 00 02 10 11 00 10 A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00 11 01 00 04");
+  const uim_logical_channel_req close{2, 0, 0, {}, 1, 3, 0, 0, 1, 0};
+  EXPECT_EQ(encoded(kUimService, UIM_LOGICAL_CHANNEL, &close, sizeof close),
+            "01 01 00 02 11 01 00 03 13 01 00 00");
+  uim_send_apdu_req apdu{2, 2, {0x80, 0xCA}, 1, 3, 1, 1, 0, {}};
+  EXPECT_EQ(encoded(kUimService, UIM_SEND_APDU, &apdu, sizeof apdu),
+            "01 01 00 02 02 04 00 02 00 80 CA 10 01 00 03 11 01 00 01");
+}
+
+TEST(Codec, CardResponsesDecodeFromLiteralOctets) {
+  // The second card has an application; of the extended cards the second is one of more states.
+  const auto wire = desk::unhex(
+      "02 04 00 00 00 00 00 "
+      "10 28 00 00 01 FF FF FE FF FD FF 02 00 00 00 00 00 00 02 03 0A 09 05 01 "
+      "02 07 04 05 06 08 05 A0 00 00 00 87 01 03 0B 0C 02 0D 0E "
+      "13 15 00 01 34 12 02 FF FF 01 00 02 01 00 00 00 00 00 FF 00 00 00 07 00");
+  static uim_card_status_resp status;
+  const Message& row = *kUimService.find(QMI_IDL_RESPONSE, UIM_CARD_STATUS);
+  ASSERT_EQ(decode(row, wire, &status, sizeof status), CodecError::kOk);
+  EXPECT_EQ(status.status.gw_primary, 0x0100);
+  EXPECT_EQ(status.status.onex_secondary, 0xFFFD);
+  ASSERT_EQ(status.status.cards_len, 2u);
+  const uim_card& card = status.status.cards[1];
+  EXPECT_EQ(card.state, 2u);
+  EXPECT_EQ(card.upuk_retries, 9);
+  EXPECT_EQ(card.error, 5u);
+  ASSERT_EQ(card.apps_len, 1u);
+  EXPECT_EQ(card.apps[0].type, 2u);
+  EXPECT_EQ(card.apps[0].perso_unblock_retries, 8);
+  EXPECT_EQ(card.apps[0].aid_len, 5u);
+  EXPECT_EQ(card.apps[0].aid[4], 0x87);
+  EXPECT_EQ(card.apps[0].upin_replaces_pin1, 1u);
+  EXPECT_EQ(card.apps[0].puk1_retries, 12);
+  EXPECT_EQ(card.apps[0].puk2_retries, 14);
+  EXPECT_EQ(status.extended.gw[0], 0x1234);
+  EXPECT_EQ(status.extended.onex_len, 2u);
+  ASSERT_EQ(status.extended.cards_len, 2u);
+  EXPECT_EQ(status.extended.cards[1].state, 0xFFu);
+  EXPECT_EQ(status.extended.cards[1].error, 7u);
+
+  uim_logical_channel_resp opened;
+  const auto refused = desk::unhex(
+      "02 04 00 01 00 44 00 10 01 00 03 11 02 00 6A 81 12 03 00 02 6F 00 13 03 00 01 00 AB");
+  ASSERT_EQ(decode(*kUimService.find(QMI_IDL_RESPONSE, UIM_OPEN_LOGICAL_CHANNEL), refused, &opened,
+                   sizeof opened),
+            CodecError::kOk);
+  EXPECT_EQ(opened.resp.error, 68u);
+  EXPECT_EQ(opened.channel, 3);
+  EXPECT_EQ(opened.sw2, 0x81);
+  EXPECT_EQ(opened.select_len, 2u);
+  EXPECT_EQ(opened.long_select[0], 0xAB);
 }
 
 TEST(Codec, EveryMessageSurvivesTheWireWhateverItHolds) {
@@ -228,6 +296,7 @@ TEST(Idl, ObjectsAreGivenForTheirOwnVersionOnly) {
       {nas_get_service_object_internal_v01, 1, 398, 6},
       {sar_get_service_object_internal_v01, 1, 15, 6},
       {vs_get_service_object_internal_v01, 1, 2, 6},
+      {uim_get_service_object_internal_v01, 1, 109, 6},
       {pdc_get_service_object_internal_v01, 1, 16, 6},
   };
   for (const auto& row : kRows) {

@@ -2,7 +2,6 @@
 
 #include "platform/idl/vendor_payload.h"
 #include "support/command.h"
-#include "vex/commands.h"
 
 namespace {
 
@@ -11,7 +10,7 @@ using Texts = std::vector<std::string>;
 struct Send : desk::Desk {
   static Texts said(const std::vector<std::string>& words, int* result = nullptr) {
     return desk::messages_of("kelvor_vex_test_cmn.cpp",
-                             desk::vex(kelvor_test_qmi_send_data_do, words, result));
+                             desk::run_command(kelvor_test_qmi_send_data_do, words, result));
   }
   std::vector<desk::VendorRequest> sent() {
     return desk::vendor_requests(passed(sim::FaultKind::kRequest));
@@ -23,7 +22,8 @@ TEST_F(Send, RequestIdsAreTakenFromZeroToFive) {
   for (int id = -1; id <= 6; ++id) {
     const size_t before = sent().size();
     const std::string number = std::to_string(id);
-    const std::string output = desk::vex(kelvor_test_qmi_send_data_do, "6 " + number + " 1");
+    const std::string output =
+        desk::run_command(kelvor_test_qmi_send_data_do, "6 " + number + " 1");
     const bool taken = id >= 0 && id <= 5;
     EXPECT_EQ(sent().size() - before, taken ? 1u : 0u) << id;
     const Texts texts = desk::messages_of("kelvor_vex_test_cmn.cpp", output);
@@ -100,7 +100,7 @@ TEST_F(Send, AResponseThatIsLongerThanTheRoomIsCut) {
 
 TEST_F(Send, AModemThatDoesNotAnswerIsTold) {
   start_modem("[[fault]]\nservice = \"vendor\"\naction = \"drop\"\n");
-  clock_.run_by_itself();
+  const desk::PassOne time_out(clock_, std::chrono::seconds(3), [&] { return requests() == 1; });
   int result = 0;
   EXPECT_EQ(said({"6", "2", "1"}, &result),
             (Texts{"mi_qmi req data(qmi_id: 2, len: 1[max: 500]):", "0x01 ",

@@ -1,7 +1,6 @@
 // Command 3 against the simulated modem: what it sends, and the files that the modem keeps.
 
 #include "support/command.h"
-#include "vex/commands.h"
 
 namespace {
 
@@ -12,7 +11,7 @@ constexpr const char kTxFile[] = "efs/0/nv/item_files/modem/antenna/ant_tx_confi
 
 struct Rf : desk::Desk {
   std::string rf(const std::string& words) {
-    return desk::vex(kelvor_test_rf_do, "3 " + words, &result_);
+    return desk::run_command(kelvor_test_rf_do, "3 " + words, &result_);
   }
   desk::VendorRequest last() {
     return desk::vendor_requests(passed(sim::FaultKind::kRequest)).back();

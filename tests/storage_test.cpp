@@ -11,11 +11,13 @@
 
 namespace {
 
-// Steps: "a=1" writes file a, "a!" deletes it, "sync" and "restart".
+// Steps: "a=1" writes file a, "a+1" adds to it, "a!" deletes it, "sync" and "restart".
 struct Row {
   const char* name;
   const char* steps;
   const char *lost, *survives;  // the files at the end, in either kind of phone
+
+  friend void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 };
 const Row kRows[] = {
     {"ANewFileGoes", "a=1 restart", "", "a=1"},
@@ -26,6 +28,7 @@ const Row kRows[] = {
     {"ADeletionThatIsSyncedStays", "a=1 sync a! sync restart", "", ""},
     {"OnlyTheSecondChangeIsLost", "a=1 sync b=2 restart a=3 sync b=4 restart", "a=3", "a=3 b=4"},
     {"FilesBelowFoldersToo", "d/e/f=1 sync d/e/f=2 d/g=3 restart", "d/e/f=1", "d/e/f=2 d/g=3"},
+    {"WhatIsAddedGoes", "a=1 sync a+2 a+3 b+4 restart", "a=1", "a=123 b=4"},
     {"NoFileIsNoChange", "a! sync a! restart", "", ""},
 };
 
@@ -38,13 +41,17 @@ struct Unsynced : testing::TestWithParam<Row> {
     for (std::string step; steps >> step;) {
       // Each step in a storage of its own: another process might do it.
       const sim::Storage storage(directory.phone(), loses);
-      const size_t at = step.find('=');
+      const size_t at = step.find_first_of("=+");
       if (step == "sync") {
         EXPECT_EQ(storage.sync(), 0);
       } else if (step == "restart") {
         EXPECT_EQ(storage.restart(), 0);
       } else if (at != std::string::npos) {
-        EXPECT_EQ(storage.efs.write(step.substr(0, at), step.substr(at + 1)), 0);
+        const std::string file = step.substr(0, at);
+        const std::string octets = step.substr(at + 1);
+        const auto added = [&](const std::string& old) { return old + octets; };
+        EXPECT_EQ(
+            step[at] == '=' ? storage.efs.write(file, octets) : storage.efs.update(file, added), 0);
       } else {
         storage.efs.remove(step.substr(0, step.size() - 1));
       }

@@ -210,6 +210,31 @@ TEST_F(Tool, AServedModemIsUsedByEveryoneAndByNobodyElse) {
   }
 }
 
+TEST_F(Tool, DiagReachesAServedModemAndAnEmbeddedOneAlike) {
+  // Three octets echoed, 133 answered.
+  const std::string read = "$BIN/vex 5 0 0 0 1000 0x26 0x26 0x02 | grep -c ' 0x'; ";
+  const Ran ran = run("export VEX_SHELL_LEVELS=11; " + read + kServe + read +
+                      "$BIN/vex 5 0 1 1 0 0x27 0x58 0x02 1 2 3 >/dev/null; "
+                      "$BIN/vex 5 3 0 1 0 >/dev/null; kill $server; wait $server; "
+                      "$BIN/vex 5 2 0 | tail -n 4");
+  EXPECT_TRUE(ran.output.starts_with("136\n136\n")) << ran.output;
+  EXPECT_EQ(directory_.file("nv/0/600"), "\1\2\3");
+  EXPECT_TRUE(said(ran.output, " 00")) << ran.output;
+  EXPECT_FALSE(said(ran.output, " 01")) << ran.output;
+}
+
+TEST_F(Tool, TheEsimTestLeavesResultLinesAloneOnBothStreams) {
+  const char* const rows[] = {"4 0", "card_status, [1, 1]\nPRESENT,PRESENT\n",
+                              "1 0", "eID=89044099123456789012345678901220\n",
+                              "3 0", "eID=89044099123456789012345678901220\n",
+                              "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n",
+                              "5 0", "apdu=08bf34038001019000\nvalue=SUCCEED\n",
+                              "2 0", "value=SUCCEED\n"};
+  for (size_t i = 0; i < std::size(rows); i += 2) {
+    EXPECT_EQ(run("$BIN/vex 5 10 " + std::string(rows[i])).output, rows[i + 1]) << rows[i];
+  }
+}
+
 TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
   run("$BIN/vex-phone init");
   std::ofstream(directory_.root() + "/phone.toml", std::ios::app)

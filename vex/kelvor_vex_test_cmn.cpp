@@ -2,36 +2,193 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <vector>
 
 #include "common/trace.h"
+#include "platform/diag.h"
+#include "platform/idl/vendor.h"
+#include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_api.h"
+#include "qmi/kelvor_extend_cmn.h"
 #include "vex/commands.h"
+#include "vex/kelvor_vex_esim_test.h"
+#include "vex/sub_commands.h"
 #include "vex/text.h"
-#include "vex/usage.h"
 
 namespace {
 
-constexpr vex::UsageRow kCommonRows[] = {
-    {"%d: cmn option cmd: "},
-    {"   vex %d %d mode type time_out cmd_cnt", 0},
+using vex::kCommandCommon;
+using vex::kSubCommandWords;
+
+// An argument error: its note is followed by the section. The words are told wrong, not the modem.
+int refuse() {
+  kelvor_test_cmn_show_help(kCommandCommon);
+  return 0;
+}
+
+// ---- diag
+
+constexpr int kWordMode = kSubCommandWords;
+constexpr int kWordType = kWordMode + 1;
+constexpr int kWordTimeOut = kWordMode + 2;
+constexpr int kWordCommand = kWordMode + 3;
+
+std::vector<uint8_t> diag_command(int argc, char** argv, TraceSite site) {
+  std::vector<uint8_t> command;
+  const int end = std::min(argc, kWordCommand + KELVOR_DIAG_CMD_MAX);
+  for (int i = kWordCommand; i < end; ++i) {
+    command.push_back(static_cast<uint8_t>(kelvor_string_to_int(argv[i])));
+    TRACE_FROM(site, kTraceInfo, "0x%02X ", command.back());
+  }
+  return command;
+}
+
+int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out, TraceSite site) {
+  std::vector<uint8_t> rsp(KELVOR_DIAG_RSP_MAX);
+  auto rsp_len = static_cast<uint32_t>(rsp.size());
+  TRACE_FROM(site, kTraceInfo, dci ? "dci mode with result" : "callback mode with result");
+  const auto send = dci ? kelvor_diag_cmd_send_with_result_by_dci_mode
+                        : kelvor_diag_cmd_send_with_result_by_callback_mode;
+  const int result =
+      send(command.data(), static_cast<uint32_t>(command.size()), time_out, rsp.data(), &rsp_len);
+  if (result != 0) return result;
+  rsp_len = std::min(rsp_len, static_cast<uint32_t>(rsp.size()));
+  TRACE_FROM(site, kTraceInfo, "rsp data len(%d)\nrsp data:", static_cast<int>(rsp_len));
+  for (uint32_t i = 0; i < rsp_len; ++i) TRACE_FROM(site, kTraceInfo, " 0x%02X", rsp[i]);
+  return 0;
+}
+
+int send_without_result(bool dci, const std::vector<uint8_t>& command, TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, dci ? "dci mode without result" : "callback mode without result");
+  const auto send = dci ? kelvor_diag_cmd_send_without_result_by_dci_mode
+                        : kelvor_diag_cmd_send_without_result_by_callback_mode;
+  const int result = send(command.data(), static_cast<uint32_t>(command.size()));
+  if (result == 0) TRACE_FROM(site, kTraceInfo, "done without rsp data");
+  return result;
+}
+
+int kelvor_cmn_diag_cmd_send(int argc, char** argv) {
+  int32_t result = 0;
+  const TraceResultScope scope(TRACE_SITE(), result);
+  if (argc <= kWordCommand) {
+    TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
+    return refuse();
+  }
+  const bool dci = std::atoi(argv[kWordMode]) != 0;
+  const bool without_result = std::atoi(argv[kWordType]) != 0;
+  const int time_out = std::atoi(argv[kWordTimeOut]);
+  const std::vector<uint8_t> command = diag_command(argc, argv, TRACE_SITE());
+  result = without_result ? send_without_result(dci, command, TRACE_SITE())
+                          : send_with_result(dci, command, time_out, TRACE_SITE());
+  if (result != 0) TRACE_ERROR("kelvor_diag_cmd_send fail");
+  return result;
+}
+
+// ---- items of the vendor service
+
+int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
+  kelvor_common_item_req request{};
+  request.command = KELVOR_COMMON_ITEM;
+  request.t = t;
+  request.l = l;
+  if (l != 0) std::memcpy(request.v, v, l);
+  TRACE_INFO("kelvor_cmn_cmd_send, t: %d, l: %d", static_cast<int>(t), static_cast<int>(l));
+  kelvor_common_rsp rsp{};
+  uint32_t rsp_len = sizeof rsp;
+  const int result =
+      kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, &rsp, &rsp_len);
+  TRACE_INFO("result = %d, rsp.result = %d", result, rsp.result);
+  if (result != 0) {
+    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
+    return result;
+  }
+  if (rsp.result != 0) {
+    TRACE_ERROR("rsp.result fail");
+    return rsp.result;
+  }
+  constexpr uint32_t kHead = offsetof(kelvor_common_rsp, payload);
+  const uint32_t data_len = rsp_len > kHead ? rsp_len - kHead : 0;
+  TRACE_INFO("data len(%d)\ndata:", static_cast<int>(data_len));
+  for (uint32_t i = 0; i < data_len; ++i) TRACE_INFO(" %02X", rsp.payload[i]);
+  return 0;
+}
+
+constexpr int kValuesMax = 4;
+
+// Sends an item with the words as its values, n of them, each as `of_word` makes it.
+int send_words(uint32_t item, int n, int argc, char** argv, uint32_t (*of_word)(int),
+               TraceSite site) {
+  if (argc != kSubCommandWords + n) {
+    TRACE_FROM(site, kTraceError,
+               "note: need %d inputs, Pls refer to the following cmd:", kSubCommandWords + n);
+    return refuse();
+  }
+  uint32_t values[kValuesMax] = {};
+  TRACE_FROM(site, kTraceInfo, "param(cnt: %d):", n);
+  for (int i = 0; i < n; ++i) {
+    values[i] = of_word(std::atoi(argv[kSubCommandWords + i]));
+    TRACE_FROM(site, kTraceInfo, " %d", static_cast<int>(values[i]));
+  }
+  return kelvor_cmn_cmd_send(item, static_cast<uint32_t>(n) * sizeof values[0], values);
+}
+
+int kelvor_cmn_card_status_cmd(uint32_t item, int n, int argc, char** argv) {
+  const auto zero_or_one = [](int word) -> uint32_t { return word != 0; };
+  return send_words(item, n, argc, argv, zero_or_one, TRACE_SITE());
+}
+
+int kelvor_cmn_card_status_cmd_ex(uint32_t item, int n, int argc, char** argv) {
+  const auto as_it_is = [](int word) { return static_cast<uint32_t>(word); };
+  return send_words(item, n, argc, argv, as_it_is, TRACE_SITE());
+}
+
+int kelvor_cmn_card_status_query(int argc, char** argv) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_QUERY, 0, argc, argv);
+}
+
+int kelvor_cmn_card_status_get(int argc, char** argv) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_GET, 1, argc, argv);
+}
+
+int kelvor_cmn_card_status_set(int argc, char** argv) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_SET, 3, argc, argv);
+}
+
+int kelvor_cmn_card_type_query(int argc, char** argv) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_TYPE, 0, argc, argv);
+}
+
+int kelvor_cmn_card_hotswap_test(int argc, char** argv) {
+  constexpr int kWordsToStop = kSubCommandWords + 1;
+  if (argc < kWordsToStop) {
+    TRACE_ERROR("note: need %d inputs at least, Pls refer to the following cmd:", kWordsToStop);
+    return refuse();
+  }
+  const int opt = std::atoi(argv[kSubCommandWords]);
+  TRACE_INFO("opt: %d", opt);
+  constexpr uint32_t kItem = KELVOR_COMMON_ITEM_HOT_SWAP;
+  if (opt != 0) return kelvor_cmn_card_status_cmd_ex(kItem, 4, argc, argv);
+  const uint32_t stop = 0;
+  return kelvor_cmn_cmd_send(kItem, sizeof stop, &stop);
+}
+
+// ---- the rest
+
+int kelvor_cmn_test_get_sar_dsi(int /*argc*/, char** /*argv*/) {
+  TRACE_USAGE("SAR DSI: %d", kelvor_get_sar_dsi());
+  return 0;
+}
+
+constexpr vex::UsageRow kDiagRows[] = {
     {"                                 /* diag cmd */"},
     {"                                    mode: 0 - callback, 1 - dci; "},
     {"                                    type: 0 - with result, 1 - without result; "},
     {"                                    time_out: set time - with result, set 0 - without "
      "result. unit:ms */"},
     {"                                    cmd_cnt: diag cmd bytes */"},
-    {"   vex %d %d                       /* card status query: 0 - absent, 1 - present", 1},
-    {"   vex %d %d sub                   /* card status get, sub: 0 or 1; ret: 0 - absent, 1 - "
-     "present */",
-     2},
-    {"   vex %d %d sub mode set_val      /* card status set, sub: 0 or 1; mode: 0 - general, 1 - "
-     "sim; set_val: 0 - low, 1 - high */",
-     3},
-    {"   vex %d %d                       /* card type query: 0 - err, 1 - single sim, 2 - mult sim "
-     "*/",
-     4},
-    {"   vex %d %d                       /* get sar dsi */", 5},
-    {"   vex %d %d opt option_list       /* card slot hotswap test */", 6},
+};
+constexpr vex::UsageRow kHotSwapRows[] = {
     {"                                    opt: 0 - stop hotswap test, 1 - start hotswap test "},
     {"                                    option_list(when opt is 1 for blew inputs): "},
     {"                                      seconds_after_push : the seconds of waiting after push "
@@ -40,10 +197,36 @@ constexpr vex::UsageRow kCommonRows[] = {
      "the card slot "},
     {"                                      count_push_and_pull: the count of push and pull the "
      "card slot "},
-    {"   vex %d %d esim_on debug_on     /* set esim state */", 10},
+};
+constexpr vex::UsageRow kEsimRows[] = {
     {"                                    esim_on  : 1 - switch to eSIM,2 - switch to PSIM2 "},
     {"                                    debug_on : 0 - disable log print,1 - enable log print "},
 };
+constexpr vex::SubCommand kSubCommands[] = {
+    {{"   vex %d %d mode type time_out cmd_cnt", 0}, kelvor_cmn_diag_cmd_send, kDiagRows},
+    {{"   vex %d %d                       /* card status query: 0 - absent, 1 - present", 1},
+     kelvor_cmn_card_status_query},
+    {{"   vex %d %d sub                   /* card status get, sub: 0 or 1; ret: 0 - absent, 1 - "
+      "present */",
+      2},
+     kelvor_cmn_card_status_get},
+    {{"   vex %d %d sub mode set_val      /* card status set, sub: 0 or 1; mode: 0 - general, 1 - "
+      "sim; set_val: 0 - low, 1 - high */",
+      3},
+     kelvor_cmn_card_status_set},
+    {{"   vex %d %d                       /* card type query: 0 - err, 1 - single sim, 2 - mult "
+      "sim */",
+      4},
+     kelvor_cmn_card_type_query},
+    {{"   vex %d %d                       /* get sar dsi */", 5}, kelvor_cmn_test_get_sar_dsi},
+    {{"   vex %d %d opt option_list       /* card slot hotswap test */", 6},
+     kelvor_cmn_card_hotswap_test,
+     kHotSwapRows},
+    {{"   vex %d %d esim_on debug_on     /* set esim state */", 10},
+     kelvor_cmn_esim_test,
+     kEsimRows},
+};
+constexpr vex::Family kCommon{kCommandCommon, "%d: cmn option cmd: ", kSubCommands};
 
 // ---- raw vendor requests
 
@@ -62,13 +245,12 @@ constexpr vex::UsageRow kSendRows[] = {
 
 }  // namespace
 
-extern "C" int kelvor_test_cmn_do(int /*argc*/, char** /*argv*/) {
-  TRACE_INFO("Not support");
-  return 0;
+extern "C" int kelvor_test_cmn_do(int argc, char** argv) {
+  return kCommon.run(argc, argv, TRACE_SITE());
 }
 
 extern "C" int kelvor_test_cmn_show_help(int selector) {
-  return PRINT_SECTION(selector, vex::kCommandCommon, kCommonRows);
+  return kCommon.show_help(selector, TRACE_SITE());
 }
 
 extern "C" int kelvor_test_qmi_send_data_do(int argc, char** argv) {

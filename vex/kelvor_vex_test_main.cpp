@@ -77,7 +77,8 @@ int main(int argc, char** argv) {
     }
   }
   // A reader at the other end of a pipe sees each line when it is written, however the run ends.
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  static char line[BUFSIZ];
+  std::setvbuf(stdout, line, _IOLBF, sizeof line);
   const int command = argc < 2 ? 0 : std::atoi(argv[1]);
   if (command == kNvOption || command == kReserved) {
     TRACE_INFO("Not support");

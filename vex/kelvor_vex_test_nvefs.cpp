@@ -2,20 +2,18 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <span>
 
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_nvefs.h"
 #include "vex/commands.h"
-#include "vex/usage.h"
+#include "vex/sub_commands.h"
 
 namespace {
 
 using vex::kCommandNvEfs;
 
 // Words of the argument vector.
-constexpr int kWordOperation = 2;
 constexpr int kWordSub = 3;
 constexpr int kWordTarget = 4;  // NV id or EFS path
 constexpr int kWordData = 5;
@@ -125,14 +123,8 @@ int kelvor_nvefs_test_efs_delete(int argc, char** argv) {
   });
 }
 
-constexpr vex::UsageRow kTitle[] = {{"%d: nvefs option cmd: \n"}};
-
-// The operations in the order of their numbers, which are also the modem's.
-struct Operation {
-  vex::UsageRow usage;
-  int (*run)(int argc, char** argv);
-};
-constexpr Operation kOperations[] = {
+// In the order of their numbers, which are also the modem's.
+constexpr vex::SubCommand kOperations[] = {
     {{"   vex %d %d sub nv_id             /* nv read */\n", KELVOR_NVEFS_NV_READ},
      kelvor_nvefs_test_nv_read},
     {{"   vex %d %d sub nv_id nv_data     /* nv write */\n", KELVOR_NVEFS_NV_WRITE},
@@ -146,34 +138,14 @@ constexpr Operation kOperations[] = {
     {{"   vex %d %d sub efs_path          /* efs delete */\n", KELVOR_NVEFS_EFS_DELETE},
      kelvor_nvefs_test_efs_delete},
 };
+constexpr vex::Family kNvEfs{kCommandNvEfs, "%d: nvefs option cmd: \n", kOperations};
 
 }  // namespace
 
 extern "C" int kelvor_test_nvefs_do(int argc, char** argv) {
-  if (argc < 2 || std::atoi(argv[1]) != kCommandNvEfs) {
-    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
-                kCommandNvEfs);
-    return refuse();
-  }
-  if (argc <= kWordOperation) {
-    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
-    return refuse();
-  }
-  const int operation = std::atoi(argv[kWordOperation]);
-  for (const Operation& known : kOperations) {
-    if (known.usage.number != operation) continue;
-    const int result = known.run(argc, argv);
-    if (result != 0) TRACE_ERROR("note: Error happen! error_code(%d)", result);
-    return result;
-  }
-  TRACE_ERROR("note: the second parameters is invalid, Pls refer to the following cmd:");
-  return refuse();
+  return kNvEfs.run(argc, argv, TRACE_SITE());
 }
 
 extern "C" int kelvor_test_nvefs_show_help(int selector) {
-  PRINT_SECTION(selector, kCommandNvEfs, kTitle);
-  for (const Operation& operation : kOperations) {
-    PRINT_SECTION(selector, kCommandNvEfs, std::span(&operation.usage, 1));
-  }
-  return selector;
+  return kNvEfs.show_help(selector, TRACE_SITE());
 }

@@ -4,24 +4,25 @@
 
 namespace vex {
 
+// Notes come from the place in the family's own source.
+#define NOTE(...) trace_write(kTraceError, site.file, site.line, site.function, __VA_ARGS__)
+
 int Family::run(int argc, char** argv, TraceSite site) const {
   if (argc < 2 || std::atoi(argv[1]) != command) {
-    TRACE_FROM(site, kTraceError,
-               "note: the first parameters should be %d, Pls refer to the following cmd:", command);
+    NOTE("note: the first parameters should be %d, Pls refer to the following cmd:", command);
   } else if (argc < kSubCommandWords) {
-    TRACE_FROM(site, kTraceError, "note: Too few parameters, Pls refer to the following cmd:");
+    NOTE("note: Too few parameters, Pls refer to the following cmd:");
   } else {
     const int number = std::atoi(argv[2]);
     for (const SubCommand& known : sub_commands) {
       if (known.usage.number != number) continue;
       const int result = known.run(argc, argv);
       if (result != 0) {
-        TRACE_FROM(site, kTraceError, "note: Error happen! error_code(%d)", result);
+        NOTE("note: Error happen! error_code(%d)", result);
       }
       return result;
     }
-    TRACE_FROM(site, kTraceError,
-               "note: the second parameters is invalid, Pls refer to the following cmd:");
+    NOTE("note: the second parameters is invalid, Pls refer to the following cmd:");
   }
   show_help(command, site);
   return 0;

@@ -3,6 +3,7 @@
 #include "platform/kelvor_utils.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -41,15 +42,27 @@ std::atomic<uint32_t>& log_mask() {
 
 std::atomic<bool> g_closed{false};
 
-// The log's file, opened at the first line and kept; -1 when there can be none.
+// The log's file, opened at the first line and kept; -1 when there can be none. The phone's
+// directory is looked after only when it is not there.
 int log_file() {
   static const int fd = [] {
+    const std::string path = host::phone().path("log/system.log");
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+    const int there = ::open(path.c_str(), kFlags, 0600);
+    if (there >= 0) return there;
     std::string ignored;
     host::phone().prepare(&ignored);
-    return ::open(host::phone().path("log/system.log").c_str(),
-                  O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    return ::open(path.c_str(), kFlags, 0600);
   }();
   return fd;
+}
+
+// Asked of the kernel once a process, not once a line.
+pid_t own_pid() {
+  static std::atomic<pid_t> pid{::getpid()};
+  [[maybe_unused]] static const int ignored =
+      ::pthread_atfork(nullptr, nullptr, [] { pid = ::getpid(); });
+  return pid;
 }
 
 // Line ends inside a message are shown as \n, so that a message is a line whatever it says.
@@ -63,6 +76,19 @@ void append_escaped(std::string* line, const char* text) {
   }
 }
 
+// Most lines of a run fall into one second.
+const char* text_of_second(time_t second) {
+  static thread_local time_t known = -1;
+  static thread_local char text[64];
+  if (second != known) {
+    tm local{};
+    ::localtime_r(&second, &local);
+    ::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    known = second;
+  }
+  return text;
+}
+
 // One write a line: lines of several processes do not mix.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
                                                      va_list arguments) {
@@ -70,12 +96,9 @@ __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* 
   if (fd < 0) return;
   timeval now{};
   ::gettimeofday(&now, nullptr);
-  tm local{};
-  ::localtime_r(&now.tv_sec, &local);
-  char head[64];
-  size_t n = ::strftime(head, sizeof head, "%Y-%m-%d %H:%M:%S", &local);
-  std::snprintf(head + n, sizeof head - n, ".%03d %5d %c ", static_cast<int>(now.tv_usec / 1000),
-                static_cast<int>(::getpid()), priority);
+  char head[96];
+  std::snprintf(head, sizeof head, "%s.%03d %5d %c ", text_of_second(now.tv_sec),
+                static_cast<int>(now.tv_usec / 1000), static_cast<int>(own_pid()), priority);
   char* text = nullptr;
   if (::vasprintf(&text, format, arguments) < 0) return;
   std::string line = head;

@@ -1,15 +1,19 @@
 // Which modem this process talks to.
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/file.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "host/host.h"
 #include "platform/kelvor_utils.h"
 #include "qcci/link/local_socket.h"
+#include "qcci/link/qrtr.h"
 #include "sim/embedded_link.h"
 #include "sim/modem.h"
 
@@ -77,6 +81,8 @@ static bool phone_is_served() {
 namespace qcci {
 
 std::unique_ptr<Link> make_process_link() {
+  // An arena each would cost the library's thread more than it ever takes from it.
+  ::mallopt(M_ARENA_MAX, 1);
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";
   if (wanted.empty()) {
@@ -89,7 +95,12 @@ std::unique_ptr<Link> make_process_link() {
   }
   if (wanted == "embedded") return host::embedded();
   if (wanted.starts_with("unix:")) return std::make_unique<LocalSocketLink>(wanted.substr(5));
-  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded or unix:PATH");
+  if (wanted == "qrtr") {
+    auto bus = std::make_unique<QrtrLink>();
+    if (bus->answers()) return bus;
+    return host::no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
+  }
+  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
 }
 
 }  // namespace qcci

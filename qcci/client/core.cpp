@@ -65,9 +65,9 @@ void Core::run() {
   Lock lock(mutex_);
   for (;;) {
     Time deadline = platform::kNever;
-    if (!control_ && anybody_waits_for_a_bus()) {
-      connect_control(lock);
-      if (!control_) deadline = platform::clock().now() + kReconnectTime;
+    if (control_ || anybody_waits_for_a_bus()) {
+      const bool all_asked = connect_control(lock) && look_up_known();
+      if (!all_asked) deadline = platform::clock().now() + kReconnectTime;
     }
     lock.unlock();
     const Received received = link_->receive(&datagram, deadline);
@@ -79,11 +79,9 @@ void Core::run() {
 }
 
 void Core::on_datagram(const Datagram& datagram) {
-  if (control_ && datagram.endpoint == control_->id) {
+  if (control_ && datagram.endpoint == control_->id && from_control(datagram, *control_)) {
     ControlPacket packet;
-    if (from_control(datagram, *control_) && ControlPacket::parse(datagram.octets, &packet)) {
-      on_control(packet);
-    }
+    if (ControlPacket::parse(datagram.octets, &packet)) on_control(packet);
     return;
   }
   const auto found = by_endpoint_.find(datagram.endpoint);
@@ -133,10 +131,19 @@ void Core::bus_lost() {
   ++bus_;
   no_bus_until_ = platform::clock().now() + kReconnectTime;
   apply(registry_.lose_all());
+  link_->wake();  // for the callbacks that this makes due
   for (const auto& [handle, client] : clients_) {
     if (!client->is_notifier) lose(handle, *client);
   }
   changed_.notify_all();
+}
+
+// Only a client that shared the look-ups' endpoint is still known to its service then.
+void Core::leave_if_idle() {
+  if (!control_ || !control_shared_ || stays_ != 0 || !clients_.empty()) return;
+  link_->close(control_->id);
+  control_.reset();
+  registry_ = Registry();
 }
 
 void Core::apply(const std::vector<ServiceChange>& changes) {
@@ -229,25 +236,45 @@ bool Core::connect_control(Lock& lock) {
     return false;
   }
   control_ = endpoint;
-  // Services that were asked for on a bus that is gone are asked for again.
-  std::vector<uint32_t> known;
-  for (const auto& [id, state] : registry_.services()) known.push_back(id);
-  for (const uint32_t id : known) look_up(id);
-  return true;
+  control_shared_ = false;
+  look_up_known();  // services that were asked for on a bus that is gone are asked for again
+  return control_.has_value();
 }
 
+// Sends the look-up unless that has been done.
 void Core::look_up(uint32_t service) {
   if (!control_ || registry_.service(service).asked) return;
-  registry_.asked(service);
   const ControlPacket packet{Control::kNewLookup, service, 0, 0, 0};
-  link_->send(control_->id, {control_->own.node, kControlPort}, packet.octets());
+  switch (link_->send(control_->id, {control_->own.node, kControlPort}, packet.octets())) {
+    case Sent::kSent:
+      registry_.asked(service);
+      break;
+    case Sent::kBusy:  // the library's thread tries again, in a while
+      if (!on_own_thread()) link_->wake();
+      break;
+    case Sent::kCut:  // nobody at the control port: a bus without names is none
+      bus_lost();
+      break;
+  }
+}
+
+// False when a look-up could not be sent.
+bool Core::look_up_known() {
+  std::vector<uint32_t> missing;
+  for (const auto& [id, state] : registry_.services()) {
+    if (!state.asked) missing.push_back(id);
+  }
+  for (const uint32_t id : missing) look_up(id);
+  return std::all_of(missing.begin(), missing.end(),
+                     [this](uint32_t id) { return registry_.service(id).asked; });
 }
 
 // Returns when the list of the service's instances is complete, or there is no bus that answers.
 void Core::await_answer(Lock& lock, uint32_t service) {
-  start_thread();
   registry_.service(service);
-  if (!connect_control(lock)) return;
+  const bool on_a_bus = connect_control(lock);
+  start_thread();
+  if (!on_a_bus) return;
   look_up(service);
   if (on_own_thread()) return;  // which is the one that would hear the answer
   const Time deadline = platform::clock().now() + kLookupTime;
@@ -261,6 +288,12 @@ void Core::await_answer(Lock& lock, uint32_t service) {
   }
 }
 
+bool Core::is_there(qmi_idl_service_object_type service, Address server) {
+  const auto& instances = registry_.service(service->id).instances;
+  return std::any_of(instances.begin(), instances.end(),
+                     [&](const Instance& i) { return i.address == server; });
+}
+
 const Instance* Core::find_instance(qmi_idl_service_object_type service, uint32_t instance) {
   for (const Instance& known : registry_.service(service->id).instances) {
     if (known.version != static_cast<uint32_t>(service->major)) continue;
@@ -272,6 +305,7 @@ const Instance* Core::find_instance(qmi_idl_service_object_type service, uint32_
 int Core::service_list(qmi_idl_service_object_type service, qmi_service_info* list,
                        uint32_t capacity, uint32_t* entries, uint32_t* services) {
   Lock lock(mutex_);
+  const Stay stay(*this);
   await_answer(lock, service->id);
   uint32_t found = 0;
   *entries = 0;
@@ -308,17 +342,22 @@ int Core::open_client(qmi_idl_service_object_type service, const qmi_service_inf
   client->callbacks.on_indication = callback;
   client->callbacks.indication_data = data;
   Lock lock(mutex_);
-  const uint64_t bus = bus_;
-  lock.unlock();
-  if (!try_open(&client->endpoint)) return QMI_CLIENT_SERVICE_GONE;
-  lock.lock();
-  const auto& instances = registry_.service(service->id).instances;
-  const bool there = std::any_of(instances.begin(), instances.end(),
-                                 [&](const Instance& i) { return i.address == client->server; });
-  if (!there || bus != bus_) {
+  const Stay stay(*this);
+  await_answer(lock, service->id);
+  if (!is_there(service, client->server)) return QMI_CLIENT_SERVICE_GONE;
+  if (control_ && !control_shared_) {
+    control_shared_ = true;
+    client->endpoint = *control_;
+  } else {
+    const uint64_t bus = bus_;
     lock.unlock();
-    link_->close(client->endpoint.id);
-    return QMI_CLIENT_SERVICE_GONE;
+    const bool open = try_open(&client->endpoint);
+    lock.lock();
+    if (!open) return QMI_CLIENT_SERVICE_GONE;
+    if (!is_there(service, client->server) || bus != bus_) {
+      link_->close(client->endpoint.id);
+      return QMI_CLIENT_SERVICE_GONE;
+    }
   }
   start_thread();
   *handle = add(std::move(client));
@@ -330,6 +369,7 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
                         Handle* handle) {
   if (on_own_thread()) return QMI_CLIENT_INTERNAL;
   Lock lock(mutex_);
+  const Stay stay(*this);
   await_answer(lock, service->id);
   const Time deadline = in(timeout_ms);
   ++waiting_openers_;  // the library's thread looks for a bus meanwhile, if there is none
@@ -362,9 +402,10 @@ int Core::open_notifier(qmi_idl_service_object_type service, qmi_client_os_param
   notifier->service = service;
   notifier->is_notifier = true;
   Lock lock(mutex_);
+  const bool on_a_bus = connect_control(lock);
   start_thread();
   *handle = add(std::move(notifier));
-  if (connect_control(lock)) look_up(service->id);
+  if (on_a_bus) look_up(service->id);
   if (os_params != nullptr) {
     *os_params = {*handle, registry_.service(service->id).changes, 0, 0};
   }
@@ -497,8 +538,11 @@ int Core::release(Handle handle) {
   if (!on_own_thread()) {
     while (running_ == handle) changed_.wait(lock);
   }
+  const bool own_endpoint =
+      !client->is_notifier && !(control_ && control_->id == client->endpoint.id);
+  leave_if_idle();
   lock.unlock();
-  if (!client->is_notifier) link_->close(client->endpoint.id);
+  if (own_endpoint) link_->close(client->endpoint.id);
   return QMI_CLIENT_OK;
 }
 

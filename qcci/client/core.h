@@ -6,6 +6,11 @@
 // alone receives: it completes pending requests under the mutex and then runs the callbacks that
 // have become due, in order, without it.
 //
+// Look-ups and the first client share an endpoint. On the kernel's bus an endpoint is a socket, and
+// every socket that goes keeps its process for a grace period of the kernel's RCU: that is most of
+// what one request costs. So that a modem hears of the end of that client too, the library leaves
+// the bus with the last of its handles.
+//
 // The state is made at the first use, and lives until the process ends.
 #ifndef QCCI_CLIENT_CORE_H_
 #define QCCI_CLIENT_CORE_H_
@@ -92,6 +97,21 @@ class Core {
     std::vector<uint8_t> octets;  // an indication's TLVs
   };
 
+  // While there is one, the library does not leave the bus. Made and ended under the mutex.
+  class Stay {
+   public:
+    explicit Stay(Core& core) : core_(core) { ++core_.stays_; }
+    ~Stay() {
+      --core_.stays_;
+      core_.leave_if_idle();
+    }
+    Stay(const Stay&) = delete;
+    Stay& operator=(const Stay&) = delete;
+
+   private:
+    Core& core_;
+  };
+
   explicit Core(std::unique_ptr<Link> link);
 
   void start_thread();
@@ -101,6 +121,7 @@ class Core {
   void on_message(Handle handle, Client& client, const Datagram& datagram);
   void on_closed(EndpointId endpoint);
   void bus_lost();
+  void leave_if_idle();
   void apply(const std::vector<ServiceChange>& changes);
   void lose(Handle handle, Client& client);
   void run_callbacks(Lock& lock);
@@ -109,7 +130,9 @@ class Core {
   bool try_open(Endpoint* endpoint);
   bool connect_control(Lock& lock);
   void look_up(uint32_t service);
+  bool look_up_known();
   void await_answer(Lock& lock, uint32_t service);
+  bool is_there(qmi_idl_service_object_type service, Address server);
   const Instance* find_instance(qmi_idl_service_object_type service, uint32_t instance);
   bool anybody_waits_for_a_bus() const;
   Handle add(std::shared_ptr<Client> client);
@@ -121,6 +144,8 @@ class Core {
   bool started_ = false;
   std::atomic<std::thread::id> thread_id_;
   std::optional<Endpoint> control_;
+  bool control_shared_ = false;  // a client has, or had, its endpoint
+  size_t stays_ = 0;
   uint64_t bus_ = 0;  // how many have been lost: an endpoint of an earlier one is worth nothing
   platform::Time
       no_bus_until_{};  // a bus that went away or does not answer is left alone till then

@@ -133,6 +133,16 @@ constexpr Of<S> narrow(Member<S, T> m) {
   return of;
 }
 
+// The same for the items of an array.
+template <size_t WireWidth, class S>
+constexpr Of<S> narrow(Of<S> of) {
+  if (of.element.record_count != 0 || WireWidth >= of.element.stride) {
+    detail::bad_table("not numbers, or not narrower");
+  }
+  of.element.wire_width = WireWidth;
+  return of;
+}
+
 // A counted array of numbers, of the array's own capacity. CountWidth 0: as the capacity asks.
 template <size_t CountWidth = 0, class S, class T, size_t N>
 constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {

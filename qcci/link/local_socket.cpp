@@ -103,23 +103,7 @@ int local_connect(int fd, const std::string& path) {
 
 LocalSocketLink::LocalSocketLink(std::string path) : path_(std::move(path)) {}
 
-LocalSocketLink::~LocalSocketLink() {
-  if (spare_fd_ >= 0) ::close(spare_fd_);
-}
-
-bool LocalSocketLink::answers() {
-  if (spare_fd_ < 0) spare_fd_ = connect(&spare_own_);
-  return spare_fd_ >= 0;
-}
-
 int LocalSocketLink::open_descriptor(Address* own) {
-  const int spare = spare_fd_.exchange(-1);
-  if (spare < 0) return connect(own);
-  *own = spare_own_;
-  return spare;
-}
-
-int LocalSocketLink::connect(Address* own) const {
   const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   if (fd < 0) return -1;
   const timeval limit{0, std::chrono::microseconds(kHelloTime).count()};

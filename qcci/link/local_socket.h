@@ -7,8 +7,6 @@
 #ifndef QCCI_LINK_LOCAL_SOCKET_H_
 #define QCCI_LINK_LOCAL_SOCKET_H_
 
-#include <atomic>
-#include <memory>
 #include <string>
 
 #include "qcci/link/poll_link.h"
@@ -37,21 +35,13 @@ int local_connect(int fd, const std::string& path);
 class LocalSocketLink final : public PollLink {
  public:
   explicit LocalSocketLink(std::string path);
-  ~LocalSocketLink() override;
-
-  // Whether somebody serves there now. The connection made is kept for the first endpoint. To be
-  // asked before the link is used by several threads.
-  bool answers();
 
  private:
   int open_descriptor(Address* own) override;
   Read read(int fd, Address* from, std::vector<uint8_t>* octets) override;
   Sent write(int fd, Address to, std::span<const uint8_t> octets) override;
-  int connect(Address* own) const;
 
   std::string path_;
-  std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
-  Address spare_own_;
 };
 
 }  // namespace qcci

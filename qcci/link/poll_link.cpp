@@ -3,17 +3,30 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace qcci {
 
 PollLink::PollLink() : wake_fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 PollLink::~PollLink() {
   for (const auto& [id, fd] : descriptors_) ::close(fd);
+  if (spare_fd_ >= 0) ::close(spare_fd_);
   ::close(wake_fd_);
 }
 
+bool PollLink::answers() {
+  if (spare_fd_ < 0) spare_fd_ = open_descriptor(&spare_own_);
+  return spare_fd_ >= 0;
+}
+
 bool PollLink::open(Endpoint* endpoint) {
-  const int fd = open_descriptor(&endpoint->own);
+  int fd = spare_fd_.exchange(-1);
+  if (fd >= 0) {
+    endpoint->own = spare_own_;
+  } else {
+    fd = open_descriptor(&endpoint->own);
+  }
   if (fd < 0) return false;
   {
     const std::lock_guard lock(mutex_);
@@ -44,23 +57,30 @@ Sent PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> oc
 }
 
 Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
-  std::vector<pollfd> polled;
+  polled_.assign(1, {wake_fd_, POLLIN, 0});
+  polled_ids_.assign(1, 0);
   {
     const std::lock_guard lock(mutex_);
-    polled.push_back({wake_fd_, POLLIN, 0});
-    for (const auto& [id, fd] : descriptors_) polled.push_back({fd, POLLIN, 0});
+    if (std::exchange(woken_, false)) return Received::kNothing;
+    polling_ = true;
+    auto at = descriptors_.upper_bound(served_);
+    for (size_t i = 0; i < descriptors_.size(); ++i, ++at) {
+      if (at == descriptors_.end()) at = descriptors_.begin();
+      polled_.push_back({at->second, POLLIN, 0});
+      polled_ids_.push_back(at->first);
+    }
   }
-  if (platform::clock().poll_until(polled.data(), polled.size(), deadline) <= 0) {
-    return Received::kNothing;
-  }
-  if (polled[0].revents != 0) {
+  const int ready = platform::clock().poll_until(polled_.data(), polled_.size(), deadline);
+  const std::lock_guard lock(mutex_);
+  polling_ = false;
+  if (ready <= 0) return Received::kNothing;
+  if (polled_[0].revents != 0) {
     uint64_t ignored = 0;
     [[maybe_unused]] const ssize_t n = ::read(wake_fd_, &ignored, sizeof ignored);
   }
-  const std::lock_guard lock(mutex_);
-  auto at = descriptors_.upper_bound(served_);
-  for (size_t i = 0; i < descriptors_.size(); ++i, ++at) {
-    if (at == descriptors_.end()) at = descriptors_.begin();
+  for (size_t i = 1; i < polled_.size(); ++i) {
+    const auto at = descriptors_.find(polled_ids_[i]);
+    if (polled_[i].revents == 0 || at == descriptors_.end()) continue;
     datagram->endpoint = at->first;
     switch (read(at->second, &datagram->from, &datagram->octets)) {
       case Read::kNothing:
@@ -77,7 +97,13 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
   return Received::kNothing;
 }
 
+// The descriptor only rouses who sleeps; it is nothing to tell a receiver that is up.
 void PollLink::wake() {
+  {
+    const std::lock_guard lock(mutex_);
+    woken_ = !polling_;
+    if (woken_) return;
+  }
   const uint64_t one = 1;
   [[maybe_unused]] const ssize_t n = ::write(wake_fd_, &one, sizeof one);
 }

@@ -2,8 +2,10 @@
 #ifndef QCCI_LINK_POLL_LINK_H_
 #define QCCI_LINK_POLL_LINK_H_
 
+#include <atomic>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include "qcci/link/link.h"
 
@@ -16,6 +18,10 @@ class PollLink : public Link {
   PollLink(const PollLink&) = delete;
   PollLink& operator=(const PollLink&) = delete;
 
+  // Whether there is a bus to be on now; what was opened to see that is kept for the first
+  // endpoint. To be asked before the link is used by several threads.
+  bool answers();
+
   bool open(Endpoint* endpoint) final;
   void close(EndpointId endpoint) final;
   Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final;
@@ -25,17 +31,25 @@ class PollLink : public Link {
  protected:
   enum class Read { kDatagram, kNothing, kClosed };
 
-  // A non-blocking descriptor that is on the bus, and its address; -1 when there is no bus.
+  // A non-blocking descriptor that is on the bus, and its address (port 0: not known yet); -1 and
+  // errno when there is no bus.
   virtual int open_descriptor(Address* own) = 0;
   // One datagram of at most kMaxDatagram octets; never blocks.
   virtual Read read(int fd, Address* from, std::vector<uint8_t>* octets) = 0;
   virtual Sent write(int fd, Address to, std::span<const uint8_t> octets) = 0;
 
  private:
+  std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
+  Address spare_own_;
   std::mutex mutex_;
+  bool polling_ = false;  // the receiver may be asleep
+  bool woken_ = false;    // it was not, when somebody woke it
   std::map<EndpointId, int> descriptors_;
   EndpointId last_ = 0;
   EndpointId served_ = 0;  // the endpoint read last: the next one goes first
+  // The receiver's own: what it polls, and whose descriptors these are.
+  std::vector<pollfd> polled_;
+  std::vector<EndpointId> polled_ids_;
   int wake_fd_;
 };
 

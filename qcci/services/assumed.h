@@ -24,6 +24,17 @@ inline constexpr uint8_t kSarExtra1 = 0x11;
 inline constexpr uint8_t kSarExtra2 = 0x12;
 inline constexpr uint8_t kSarExtra3 = 0x13;
 
+// UIM: the extended card status and what stands beside it, the power-up mode, the EID.
+namespace uim {
+inline constexpr uint8_t kExtendedWanted = 0x10;
+inline constexpr uint8_t kHotSwapStatus = 0x11;
+inline constexpr uint8_t kStatusValidity = 0x12;
+inline constexpr uint8_t kExtendedStatus = 0x13;
+inline constexpr uint8_t kPowerUpMode = 0x11;
+inline constexpr uint8_t kPowerUpModeWidth = 1;
+inline constexpr uint8_t kEid = 0x10;
+}  // namespace uim
+
 // `vs`, every message, and the service's id.
 namespace vs {
 inline constexpr uint32_t kServiceId = 0xFFE5;
@@ -33,6 +44,15 @@ inline constexpr uint8_t kThird = 0x03;
 inline constexpr uint8_t kFourth = 0x04;
 inline constexpr uint8_t kOptional = 0x10;
 }  // namespace vs
+
+// The desk's carrier of diag packets: no modem has it.
+namespace diag {
+inline constexpr uint32_t kServiceId = 0xFFE6;
+inline constexpr uint8_t kPacket = 0x01;        // of a request
+inline constexpr uint8_t kWantsAnswer = 0x02;   // of a request
+inline constexpr uint8_t kTag = 0x10;           // of both
+inline constexpr uint8_t kAnswerPacket = 0x11;  // of a response
+}  // namespace diag
 
 }  // namespace qcci::assumed
 

@@ -3,8 +3,9 @@
 namespace qcci::idl {
 
 std::span<const qmi_idl_service_object_type> all_services() {
-  static constexpr qmi_idl_service_object_type kAll[] = {&kVendorService, &kNasService,
-                                                         &kSarService, &kVsService, &kPdcService};
+  static constexpr qmi_idl_service_object_type kAll[] = {
+      &kVendorService, &kNasService, &kSarService, &kVsService,
+      &kUimService,    &kPdcService, &kDiagService};
   return kAll;
 }
 

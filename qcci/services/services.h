@@ -11,6 +11,8 @@ extern const qmi_idl_service_object kNasService;
 extern const qmi_idl_service_object kSarService;
 extern const qmi_idl_service_object kPdcService;
 extern const qmi_idl_service_object kVsService;
+extern const qmi_idl_service_object kDiagService;
+extern const qmi_idl_service_object kUimService;
 
 }  // namespace qcci::idl
 

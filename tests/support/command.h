@@ -1,18 +1,22 @@
-// A command run inside the test's process, and what it did.
+// A command of the tool inside the test's process, and what it did.
 #ifndef TESTS_SUPPORT_COMMAND_H_
 #define TESTS_SUPPORT_COMMAND_H_
 
+#include <functional>
 #include <sstream>
+#include <thread>
 
 #include "platform/idl/vendor.h"
 #include "support/desk.h"
+#include "vex/commands.h"
 
 namespace desk {
 
 using Handler = int (*)(int argc, char** argv);
 
-// What `vex <words>` prints: the words after the program's name, each a word of the vector.
-inline std::string vex(Handler handler, std::vector<std::string> words, int* result = nullptr) {
+// What a family's handler writes to standard output, given the words behind "vex".
+inline std::string run_command(Handler handler, std::vector<std::string> words,
+                               int* result = nullptr) {
   words.insert(words.begin(), "vex");
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());
@@ -30,9 +34,9 @@ inline std::vector<std::string> split(const std::string& text) {
   return words;
 }
 
-// The same for words between blanks.
-inline std::string vex(Handler handler, const std::string& words, int* result = nullptr) {
-  return vex(handler, split(words), result);
+// The same for the words of a line.
+inline std::string run_command(Handler handler, const std::string& line, int* result = nullptr) {
+  return run_command(handler, split(line), result);
 }
 
 // The messages that come from one source file, in their order.
@@ -44,6 +48,23 @@ inline std::vector<std::string> messages_of(const std::string& source, const std
   }
   return trace_messages(own);
 }
+
+// Lets one wait of that length pass, once `begun` says that no other of that length can come first.
+class PassOne {
+ public:
+  PassOne(TestClock& clock, platform::Duration wait, std::function<bool()> begun)
+      : thread_([&clock, wait, begun = std::move(begun)] {
+          while (!begun()) std::this_thread::yield();
+          clock.await_waiter(wait);
+          clock.advance(wait);
+        }) {}
+  ~PassOne() { thread_.join(); }
+  PassOne(const PassOne&) = delete;
+  PassOne& operator=(const PassOne&) = delete;
+
+ private:
+  std::thread thread_;
+};
 
 // A vendor request as the modem received it.
 struct VendorRequest {

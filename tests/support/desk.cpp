@@ -9,7 +9,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
+#include "platform/qmi_client.h"
 #include "qcci/client/core.h"
 #include "sim/default_phone.h"
 #include "sim/embedded_link.h"
@@ -88,6 +90,19 @@ std::vector<Message> Desk::passed(sim::FaultKind kind) {
   std::copy_if(record_->messages.begin(), record_->messages.end(), std::back_inserter(found),
                [kind](const Message& message) { return message.kind == kind; });
   return found;
+}
+
+uint32_t instances(qmi_idl_service_object_type service) {
+  uint32_t count = 0;
+  qmi_client_get_service_list(service, nullptr, nullptr, &count);
+  return count;
+}
+
+void bounce(sim::Modem& modem, qmi_idl_service_object_type service) {
+  modem.take_down(service->id);
+  while (instances(service) != 0) std::this_thread::yield();
+  modem.bring_up(service->id);
+  while (instances(service) != 1) std::this_thread::yield();
 }
 
 std::vector<std::string> trace_messages(const std::string& output) {

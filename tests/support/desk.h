@@ -73,6 +73,11 @@ class Desk : public testing::Test {
   std::shared_ptr<Record> record_ = std::make_shared<Record>();
 };
 
+// How many instances of a service the client library knows.
+uint32_t instances(qmi_idl_service_object_type service);
+// The service goes and comes back, and the client library has noticed both, its callbacks included.
+void bounce(sim::Modem& modem, qmi_idl_service_object_type service);
+
 // What `call` writes to standard output.
 template <class Call>
 std::string output_of(Call call) {

@@ -26,6 +26,8 @@ class ScriptedLink final : public qcci::Link {
   // The services that look-ups find; service id to address.
   std::map<uint32_t, qcci::Address> services;
   bool answers = true;  // look-ups
+  // What becomes of the next look-ups, before they are sent as usual.
+  std::deque<qcci::Sent> lookup_outcomes;
   // What becomes of a datagram that is no look-up.
   qcci::Sent outcome = qcci::Sent::kSent;
   // Called for every datagram that is no look-up, on the sender's thread.
@@ -43,6 +45,11 @@ class ScriptedLink final : public qcci::Link {
                   std::span<const uint8_t> octets) override {
     qcci::ControlPacket packet;
     if (to == kControl && qcci::ControlPacket::parse(octets, &packet)) {
+      if (!lookup_outcomes.empty()) {
+        const qcci::Sent outcome_now = lookup_outcomes.front();
+        lookup_outcomes.pop_front();
+        return outcome_now;
+      }
       if (packet.command == qcci::Control::kNewLookup && answers) {
         control_ = endpoint;
         if (const auto at = services.find(packet.service); at != services.end()) {

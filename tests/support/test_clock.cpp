@@ -80,13 +80,13 @@ void TestClock::advance(platform::Duration by) {
   now_ += by;
 }
 
-void TestClock::await_waiter(platform::Duration from_now) {
+void TestClock::await_waiter(platform::Duration from_now, int count) {
   for (;;) {
     {
       const std::lock_guard lock(mutex_);
-      for (const auto& [thread, waiter] : waiters_) {
-        if (waiter.deadline == now_ + from_now) return;
-      }
+      int waiting = 0;
+      for (const auto& [thread, waiter] : waiters_) waiting += waiter.deadline == now_ + from_now;
+      if (waiting >= count) return;
     }
     std::this_thread::sleep_for(kGlance);
   }

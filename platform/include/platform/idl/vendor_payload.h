@@ -78,6 +78,12 @@ enum {
   KELVOR_COMMON_STATS_LOG_LIST = 27,    // raw command
   KELVOR_COMMON_ITEM_SSR = 31,
   KELVOR_COMMON_ITEM_NV_SYNC = 35,
+  KELVOR_COMMON_ITEM_CARD_QUERY = 39,  // answer: u32, 1 when a card is there
+  KELVOR_COMMON_ITEM_CARD_GET = 55,    // u32 sub; answer: u32, 1 when its card is there
+  KELVOR_COMMON_ITEM_CARD_TYPE = 56,   // answer: u32, a kelvor_card_type
+  KELVOR_COMMON_ITEM_CARD_SET = 57,    // kelvor_card_set; answer: as CARD_GET
+  KELVOR_COMMON_ITEM_HOT_SWAP =
+      80,  // kelvor_hot_swap or its opt alone; answer: kelvor_hot_swap_state
   KELVOR_COMMON_ITEM_FULL_DUMP = 99,
 };
 
@@ -134,7 +140,35 @@ typedef struct {
   uint8_t payload[500];
 } kelvor_common_rsp;
 
+typedef enum {
+  KELVOR_CARD_TYPE_ERROR = 0,
+  KELVOR_CARD_TYPE_SINGLE = 1,
+  KELVOR_CARD_TYPE_MULTI = 2,
+} kelvor_card_type;
+
+// The level of the line that says whether a card is there.
+typedef struct {
+  uint32_t sub;    // 0 or 1
+  uint32_t mode;   // 0 general, 1 sim
+  uint32_t level;  // 0 low: absent, 1 high: present
+} kelvor_card_set;
+
+typedef struct {
+  uint32_t opt;                 // 0 stop, else start
+  uint32_t seconds_after_push;  // of waiting
+  uint32_t seconds_after_pull;
+  uint32_t count;  // of pushes, each with its pull
+} kelvor_hot_swap;
+
+typedef struct {
+  uint32_t running;  // 0 or 1
+  uint32_t done;     // pushes with their pulls that are over
+} kelvor_hot_swap_state;
+
 #ifdef __cplusplus
+static_assert(sizeof(kelvor_card_set) == 12, "card set");
+static_assert(sizeof(kelvor_hot_swap) == 16, "hot swap");
+static_assert(sizeof(kelvor_hot_swap_state) == 8, "hot swap state");
 static_assert(sizeof(kelvor_nvefs_req) == 512, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, nv_id) == 2, "NV/EFS request");
 static_assert(offsetof(kelvor_nvefs_req, path_len) == 4, "NV/EFS request");

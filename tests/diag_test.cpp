@@ -1,0 +1,262 @@
+// The diag library, against the simulated modem and against one that says anything.
+
+#include "platform/diag.h"
+
+#include <cstring>
+
+#include "qcci/client/core.h"
+#include "qcci/services/assumed.h"
+#include "support/desk.h"
+#include "support/scripted_link.h"
+
+namespace {
+
+using desk::hex;
+using desk::unhex;
+using namespace std::chrono_literals;
+using Octets = std::vector<uint8_t>;
+
+struct Answer {
+  int32_t result;
+  Octets octets;  // what is in the room
+};
+
+using WithResult = decltype(&kelvor_diag_cmd_send_with_result_by_callback_mode);
+using WithoutResult = decltype(&kelvor_diag_cmd_send_without_result_by_callback_mode);
+constexpr WithResult kByCallback = kelvor_diag_cmd_send_with_result_by_callback_mode;
+constexpr WithResult kByDci = kelvor_diag_cmd_send_with_result_by_dci_mode;
+
+constexpr uint8_t kUntouched = 0xEE;
+
+// Sends a command with so much room; what a failure leaves in the room and its length is checked.
+Answer ask(WithResult send, const Octets& command, uint32_t room = KELVOR_DIAG_RSP_MAX,
+           int32_t time_out = 1000) {
+  Octets rsp(room + 1, kUntouched);
+  uint32_t length = room;
+  const int32_t result =
+      send(command.data(), static_cast<uint32_t>(command.size()), time_out, rsp.data(), &length);
+  EXPECT_LE(length, room);
+  EXPECT_EQ(rsp[result == 0 ? length : 0], kUntouched);
+  if (result != 0) {
+    EXPECT_EQ(length, room);
+  }
+  rsp.resize(result == 0 ? length : 0);
+  return {result, rsp};
+}
+
+struct Diag : desk::Desk {
+  void set_item(int id, const char* octets) const {
+    const Octets item = unhex(octets);
+    directory_.write("nv/0/" + std::to_string(id),
+                     {reinterpret_cast<const char*>(item.data()), item.size()});
+  }
+  std::string item(int id) const {
+    const std::string octets = directory_.file("nv/0/" + std::to_string(id));
+    return hex({reinterpret_cast<const uint8_t*>(octets.data()), octets.size()});
+  }
+};
+
+std::string repeated(const char* octet, size_t n) {
+  std::string text;
+  for (size_t i = 0; i < n; ++i) text += (i > 0 ? " " : "") + std::string(octet);
+  return text;
+}
+
+TEST_F(Diag, VersionIsThatOfThePhone) {
+  start_modem();
+  for (const WithResult send : {kByCallback, kByDci}) {
+    const auto [result, octets] = ask(send, {0x00});
+    EXPECT_EQ(result, 0);
+    ASSERT_EQ(octets.size(), 55u);
+    EXPECT_EQ(octets[0], 0);
+    EXPECT_EQ((std::string(octets.begin() + 1, octets.begin() + 47)),
+              (std::string("Jan 15 202610:30:00Jan 20 202618:00:00SIM.1.0\0", 46)));
+    EXPECT_EQ(hex(std::span(octets).subspan(47)), "00 00 FF 01 00 00 01 00");
+  }
+}
+
+struct CommandRow {
+  const char* rule;
+  const char* before;   // item 600, nothing: it is not there
+  std::string command;  // octets
+  std::string answer;   // what it begins with
+  size_t size;
+  std::string after;
+  friend void PrintTo(const CommandRow& row, std::ostream* out) { *out << row.rule; }
+};
+
+const CommandRow kCommandRows[] = {
+    {"ReadGivesTheItemAndZeros", "01 02 03", "26 58 02", "26 58 02 01 02 03 00", 133, "01 02 03"},
+    {"ReadMayBeTheWholePacket", "01", "26 58 02 " + repeated("AA", 130), "26 58 02 01 00", 133,
+     "01"},
+    {"ReadOfOneOctetTooMany", "01", "26 58 02 " + repeated("AA", 131), "15 26 58 02 AA", 135, "01"},
+    {"ReadWithoutAnId", "01", "26 58", "15 26 58", 3, "01"},
+    {"WriteGivesTheItemItsLength", "01 02 03", "27 58 02 09 08", "27 58 02 09 08 00", 133, "09 08"},
+    {"WriteMakesAnItem", "", "27 58 02 07", "27 58 02 07 00", 133, "07"},
+    {"WriteWithoutDataIsTooShort", "01", "27 58 02", "15 27 58 02", 4, "01"},
+    {"WholePacketKeepsTheItemsLength", "01 02 03", "27 58 02 " + repeated("05", 130),
+     "27 58 02 05 05 05 05", 133, "05 05 05"},
+    {"WholePacketMakesAnItemOfItsData", "", "27 58 02 " + repeated("05", 128), "27 58 02 05 05",
+     133, repeated("05", 128)},
+    {"WriteOfOneOctetTooMany", "01", "27 58 02 " + repeated("05", 131), "15 27 58 02", 135, "01"},
+    {"UnknownCommandIsRepeated", "01", "7B 01 02", "13 7B 01 02", 4, "01"},
+    {"BadCommandIsNoCommand", "01", "13", "13 13", 2, "01"},
+    {"VersionTakesNoMore", "01", "00 00", "15 00 00", 3, "01"},
+};
+
+struct Commands : Diag, testing::WithParamInterface<CommandRow> {};
+
+TEST_P(Commands, AreAnsweredInBothModesAndDoneWithoutAResult) {
+  const CommandRow& row = GetParam();
+  start_modem();
+  const auto prepare = [&] {
+    directory_.phone().nv().remove("0/600");
+    if (*row.before != '\0') set_item(600, row.before);
+  };
+  const Octets command = unhex(row.command);
+  for (const WithResult send : {kByCallback, kByDci}) {
+    prepare();
+    const auto [result, octets] = ask(send, command);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(octets.size(), row.size);
+    EXPECT_EQ(hex(octets).substr(0, row.answer.size()), row.answer);
+    EXPECT_EQ(item(600), row.after);
+  }
+  for (const WithoutResult send : {&kelvor_diag_cmd_send_without_result_by_callback_mode,
+                                   &kelvor_diag_cmd_send_without_result_by_dci_mode}) {
+    prepare();
+    EXPECT_EQ(send(command.data(), static_cast<uint32_t>(command.size())), 0);
+    EXPECT_EQ(item(600), row.after);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Diag, Commands, testing::ValuesIn(kCommandRows),
+                         [](const auto& row) { return row.param.rule; });
+
+TEST_F(Diag, TheStatusOfAnItemSaysWhatIsWrongWithIt) {
+  start_modem();
+  const auto status = [](const char* command) {
+    const Octets octets = ask(kByCallback, unhex(command)).octets;
+    EXPECT_EQ(octets.size(), 133u);
+    return octets[131] | octets[132] << 8;
+  };
+  EXPECT_EQ(status("26 26 02"), 0) << "550";
+  EXPECT_EQ(status("26 59 02"), 5) << "never written";
+  EXPECT_EQ(status("26 41 1C"), 6) << "7233 is no item";
+  EXPECT_EQ(status("27 41 1C 01"), 6);
+  EXPECT_EQ(status("27 40 1C 01"), 0) << "7232 is the last one";
+  EXPECT_FALSE(directory_.has("nv/0/7233"));
+  set_item(600, repeated("0A", 129).c_str());
+  EXPECT_EQ(status("26 58 02"), 0) << "longer than the field: cut";
+  directory_.phone().nv().write("0/601/x", "");
+  EXPECT_EQ(status("27 59 02 01"), 4) << "a folder stands there";
+}
+
+TEST_F(Diag, ArgumentsAreCheckedAndTheLongestCommandIsSentWhole) {
+  start_modem();
+  const Octets longest(KELVOR_DIAG_CMD_MAX, 0x7B);
+  uint8_t rsp[4];
+  uint32_t length = sizeof rsp;
+  const uint8_t code = 0;
+  const Octets too_long(KELVOR_DIAG_CMD_MAX + 1, 0x7B);
+  EXPECT_EQ(kByCallback(nullptr, 1, 1000, rsp, &length), KELVOR_DIAG_BAD_ARGUMENT);
+  EXPECT_EQ(kByCallback(&code, 0, 1000, rsp, &length), KELVOR_DIAG_BAD_ARGUMENT);
+  EXPECT_EQ(kByCallback(&code, 1, 1000, nullptr, &length), KELVOR_DIAG_BAD_ARGUMENT);
+  EXPECT_EQ(kByDci(&code, 1, 1000, rsp, nullptr), KELVOR_DIAG_BAD_ARGUMENT);
+  for (const int32_t time_out : {0, -1, INT32_MIN}) {
+    EXPECT_EQ(ask(kByDci, {0x00}, 55, time_out).result, KELVOR_DIAG_BAD_ARGUMENT) << time_out;
+  }
+  EXPECT_EQ(ask(kByCallback, too_long).result, KELVOR_DIAG_BAD_ARGUMENT);
+  EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_dci_mode(too_long.data(), 4097),
+            KELVOR_DIAG_BAD_ARGUMENT);
+  EXPECT_EQ(requests(), 0u);
+
+  EXPECT_EQ(ask(kByCallback, longest, 4097).octets.size(), 4097u);
+  EXPECT_EQ(ask(kByCallback, longest, 4096).result, KELVOR_DIAG_BAD_ANSWER);
+  EXPECT_EQ(ask(kByCallback, longest, 0).result, KELVOR_DIAG_BAD_ANSWER);
+  const Octets sent = passed(sim::FaultKind::kRequest).at(0).octets;
+  EXPECT_EQ(hex(std::span(sent).subspan(7, 6)), "01 02 10 00 10 7B");
+}
+
+struct FaultRow {
+  const char* rule;
+  const char* fault;
+  bool dci;
+  int32_t result;
+  std::chrono::milliseconds passed;
+  friend void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.rule; }
+};
+
+const FaultRow kFaultRows[] = {
+    {"NoAnswer", "action = \"drop\"", false, KELVOR_DIAG_TIMED_OUT, 1234ms},
+    {"NoAnswerByDci", "action = \"drop\"", true, KELVOR_DIAG_TIMED_OUT, 1234ms},
+    {"AnswerAfterTheTime", "action = \"delay\"\nms = 1235", false, KELVOR_DIAG_TIMED_OUT, 1234ms},
+    {"AnswerInTime", "action = \"delay\"\nms = 1233", false, KELVOR_DIAG_OK, 1233ms},
+    {"Refused", "action = \"qmi-error\"\nerror = 3", false, KELVOR_DIAG_BAD_ANSWER, 0ms},
+    {"CutShort", "action = \"truncate\"\noctets = 30", false, KELVOR_DIAG_TIMED_OUT, 1234ms},
+    {"LongerThanItSays", "action = \"change\"\nat = 17\noctets = [0]", false,
+     KELVOR_DIAG_BAD_ANSWER, 0ms},
+    {"AnswerTwice", "action = \"duplicate\"", true, KELVOR_DIAG_OK, 0ms},
+    {"AnswerOfAnotherTag", "action = \"change\"\nat = 17\noctets = [9]", true,
+     KELVOR_DIAG_BAD_ANSWER, 0ms},
+    {"AnswerToAnotherRequest", "action = \"wrong-transaction\"", false, KELVOR_DIAG_TIMED_OUT,
+     1234ms},
+    {"ModemRestarts", "action = \"restart\"", true, KELVOR_DIAG_NO_MODEM, 0ms},
+};
+
+struct Faulty : Diag, testing::WithParamInterface<FaultRow> {};
+
+TEST_P(Faulty, GivesItsResultInItsTimeAndTheNextCommandIsAnswered) {
+  const FaultRow& row = GetParam();
+  start_modem("[[fault]]\nservice = \"diag\"\nnth = 1\n" + std::string(row.fault) + "\n");
+  clock_.run_by_itself();
+  const WithResult send = row.dci ? kByDci : kByCallback;
+  EXPECT_EQ(ask(send, {0x00}, 55, 1234).result, row.result);
+  EXPECT_EQ(clock_.passed(), row.passed);
+  EXPECT_EQ(ask(send, {0x00}).octets.size(), 55u) << "a modem that restarts is waited for";
+}
+
+INSTANTIATE_TEST_SUITE_P(Diag, Faulty, testing::ValuesIn(kFaultRows),
+                         [](const auto& row) { return row.param.rule; });
+
+TEST_F(Diag, WithoutAModemNothingIsSent) {
+  start_modem().take_down(qcci::assumed::diag::kServiceId);
+  clock_.run_by_itself();
+  EXPECT_EQ(ask(kByCallback, {0x00}).result, KELVOR_DIAG_NO_MODEM);
+  EXPECT_EQ(clock_.passed(), 2000ms);
+  const uint8_t code = 0;
+  EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_callback_mode(&code, 1), KELVOR_DIAG_NO_MODEM);
+}
+
+TEST_F(Diag, AnswersEndAtTheirLongest) {
+  auto link = std::make_unique<desk::ScriptedLink>();
+  desk::ScriptedLink* bus = link.get();
+  bus->services[qcci::assumed::diag::kServiceId] = {1, 7};
+  size_t packet = 0;
+  bus->on_request = [&](const desk::ScriptedLink::Sent& request) {
+    Octets answer = unhex("02 00 00 01 00 00 00 02 04 00 00 00 00 00 11 00 00 00 00");
+    const auto put = [&](size_t at, size_t value) {
+      answer[at] = static_cast<uint8_t>(value);
+      answer[at + 1] = static_cast<uint8_t>(value >> 8);
+    };
+    std::copy_n(request.octets.begin() + 1, 2, answer.begin() + 1);
+    put(5, 12 + packet);
+    put(15, 2 + packet);
+    put(17, packet);
+    answer.resize(answer.size() + packet, 0x5A);
+    bus->say(request.endpoint, {1, 7}, answer);
+  };
+  qcci::Core::use_link(std::move(link));
+  clock_.run_by_itself();
+  packet = KELVOR_DIAG_RSP_MAX;
+  const auto [result, octets] = ask(kByCallback, {0x00});
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(octets, Octets(KELVOR_DIAG_RSP_MAX, 0x5A));
+  for (const size_t bad : {KELVOR_DIAG_RSP_MAX + 1, 0}) {
+    packet = bad;
+    EXPECT_EQ(ask(kByCallback, {0x00}).result, KELVOR_DIAG_BAD_ANSWER) << bad;
+  }
+  EXPECT_EQ(ask(kByDci, {0x00}).result, KELVOR_DIAG_TIMED_OUT) << "another mode's answer";
+}
+
+}  // namespace

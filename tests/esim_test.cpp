@@ -1,0 +1,392 @@
+// The eSIM test of command 5: what it prints for the script that calls it, what the modem gets, and
+// what a modem that restarts or says anything makes of it.
+
+#include "sim/default_phone.h"
+#include "support/command.h"
+#include "support/desk.h"
+#include "vex/kelvor_vex_esim_test.h"
+
+namespace {
+
+using desk::hex;
+using desk::said;
+using namespace std::chrono_literals;
+using sim::FaultKind;
+
+constexpr char kEid[] = "89044099123456789012345678901220";
+constexpr char kEidFile[] = "efs/1/nv/item_files/modem/uim/uimdrv/esim_eid";
+constexpr char kEnableFile[] = "efs/1/nv/item_files/modem/uim/uimdrv/esim_enable";
+constexpr char kEnabled[] = {1, 0, 0, 0};
+
+struct Esim : desk::Desk {
+  static std::string vex(const std::string& words) {
+    return desk::run_command(kelvor_test_cmn_do, words);
+  }
+
+  // The modem of the default phone with one of its lines, or more, written anew and `faults` added.
+  sim::Modem& start(std::string_view line = "", std::string_view anew = "",
+                    const std::string& faults = "") {
+    std::string why;
+    EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
+    std::string toml(sim::kDefaultPhoneToml);
+    const size_t at = toml.find(line);
+    EXPECT_NE(at, std::string::npos) << line;
+    directory_.write("phone.toml", toml.replace(at, line.size(), anew) + faults);
+    clock_.run_by_itself();
+    return start_written_modem();
+  }
+  sim::Modem& start_with_euicc(std::string_view line = "", std::string_view anew = "",
+                               const std::string& faults = "") {
+    directory_.write(kEnableFile, {kEnabled, sizeof kEnabled});
+    return start(line, anew, faults);
+  }
+
+  // What the UIM service got: "id: TLVs" each; "efs: octets" for a write to the modem's files.
+  std::vector<std::string> got() {
+    std::vector<std::string> lines;
+    for (const desk::Message& message : passed(FaultKind::kRequest)) {
+      char id[8];
+      std::snprintf(id, sizeof id, "%02X: ", message.id());
+      // The operation, and what a write carries: 24 and 24 + 88 octets into the message.
+      if (message.service == "uim") lines.push_back(id + message.tlvs());
+      if (message.service == "vendor" && message.octets[24] == 5) {
+        lines.push_back("efs: " + hex(std::span(message.octets).subspan(24 + 88, 4)));
+      }
+    }
+    return lines;
+  }
+};
+
+// ---- what standard output gets
+
+struct OutcomeRow {
+  const char* rule;
+  bool euicc;  // slot 2 is connected to it from the start
+  const char* line;
+  const char* anew;  // in its place
+  const char* words;
+  std::string output;
+  std::chrono::milliseconds passed;
+  friend void PrintTo(const OutcomeRow& row, std::ostream* out) { *out << row.rule; }
+};
+
+std::string eid_line(const char* eid) { return "eID=" + std::string(eid) + "\n"; }
+
+constexpr char kEidKey[] = "eid = \"89044099123456789012345678901220\"";
+constexpr char kSim1[] = "[cards.sim1]\nstate = \"present\"";
+constexpr char kSim2[] = "[cards.sim2]\nstate = \"present\"";
+constexpr char kFailed[] = "value=FAILED\n";
+constexpr char kSucceed[] = "value=SUCCEED\n";
+
+const OutcomeRow kOutcomes[] = {
+    {"SwitchesToTheEsim", false, "", "", "1 0", eid_line(kEid), 300ms},
+    {"SwitchesToTheEsimFromIt", true, "", "", "1 0", eid_line(kEid), 300ms},
+    {"AnEidThatFailsTheCheck", false, kEidKey, "eid = \"89044099123456789012345678901221\"", "1 0",
+     "value=FAILED - 89044099123456789012345678901221\n", 300ms},
+    {"AnEidWithAZeroFirstWasNotReceived", false, kEidKey,
+     "eid = \"00044099123456789012345678901220\"", "1 0", kFailed, 3000ms},
+    {"NoEid", false, kEidKey, "eid = \"\"", "1 0", kFailed, 3000ms},
+    {"AnEuiccThatTakesTheLastAttempt", false, "ready_ms = 250", "ready_ms = 2950", "1 0",
+     eid_line(kEid), 3000ms},
+    {"AnEuiccThatTakesLonger", false, "ready_ms = 250", "ready_ms = 3050", "1 0", kFailed, 3000ms},
+    {"TheHotSwapSwitchDoesNotKeepTheEsimOff", false, kSim2, "[cards.sim2]\nstate = \"absent\"",
+     "1 0", eid_line(kEid), 300ms},
+    {"SwitchesToTheCard", true, "", "", "2 0", kSucceed, 0ms},
+    {"ReadsTheEid", true, "", "", "3 0", eid_line(kEid), 100ms},
+    {"ReadsAnEidThatFailsTheCheckToo", true, kEidKey, "eid = \"89044099123456789012345678901221\"",
+     "3 0", eid_line("89044099123456789012345678901221"), 100ms},
+    {"ACardHasNoEid", false, "", "", "3 0", kFailed, 200ms},
+    {"Status", false, "", "", "4 0", "card_status, [1, 1]\nPRESENT,PRESENT\n", 0ms},
+    {"StatusWithoutACard", false, kSim1, "[cards.sim1]\nstate = \"absent\"", "4 0",
+     "card_status, [0, 1]\nABSENT,PRESENT\n", 0ms},
+    {"StatusWithABadCard", false, kSim2, "[cards.sim2]\nstate = \"error\"", "4 0",
+     "card_status, [1, 2]\nPRESENT,ERROR\n", 0ms},
+    {"StatusOfAModemThatKnowsNone", false, "extended_status = true", "extended_status = false",
+     "4 0", "card_status, [3, 3]\nUNKNOWN,UNKNOWN\n", 0ms},
+    {"ResetDeletes", true, "", "", "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n", 0ms},
+    {"ResetOfACardEndsWithoutAWord", false, "", "", "5 0", "", 0ms},
+    {"OtherActionsAreSkipped", false, "", "", "9 0", "", 0ms},
+    {"ActionZeroIsSkipped", false, "", "", "0 0", "", 0ms},
+    {"NegativeActionsAreSkipped", false, "", "", "-1 0", "", 0ms},
+    {"AWordThatIsNoNumberIsZero", false, "", "", "4 off", "card_status, [1, 1]\nPRESENT,PRESENT\n",
+     0ms},
+};
+
+struct Outcome : Esim, testing::WithParamInterface<OutcomeRow> {};
+
+TEST_P(Outcome, IsAllThatStandardOutputGetsWithoutDebug) {
+  const OutcomeRow& row = GetParam();
+  row.euicc ? start_with_euicc(row.line, row.anew) : start(row.line, row.anew);
+  EXPECT_EQ(vex("5 10 " + std::string(row.words)), row.output);
+  EXPECT_EQ(clock_.passed(), row.passed);
+  const bool saved = row.words[0] == '1' && row.output.starts_with("eID=");
+  EXPECT_EQ(directory_.has(kEidFile), saved);
+}
+
+INSTANTIATE_TEST_SUITE_P(Esim, Outcome, testing::ValuesIn(kOutcomes),
+                         [](const auto& row) { return row.param.rule; });
+
+TEST_F(Esim, WithDebugTheLinesBetweenAreTraced) {
+  start();
+  const std::string output = vex("5 10 1 1");
+  size_t at = 0;
+  for (const char* text :
+       {"kelvor_cmn_esim_test: switch to eSIM\n", ": POWER_DOWN_UIM2 res = 0\n",
+        ": POWER_UP_UIM2 res = 0\n", ": try get eid loop = 0\n", ": try get eid loop = 2\n",
+        "is_eid_valid: check whether eid valid\n", "is_eid_valid: eid validate pass\n",
+        "save_eid_to_efs: efs read failed and try save it. error_code : -2\n",
+        ": save eid efs result = 0\n", ": save eid successfully, set IS_EID_SAVE TRUE\n",
+        "\neID=89044099123456789012345678901220\n"}) {
+    const size_t found = output.find(text, at);
+    ASSERT_NE(found, std::string::npos) << text << "\n" << output;
+    at = found + 1;
+  }
+  EXPECT_EQ(output.find("loop = 3"), std::string::npos);
+  EXPECT_TRUE(said(vex("5 10 2 1"), "SIM2 Power Up successfully"));
+  const std::string status = vex("5 10 4 1");
+  EXPECT_TRUE(said(status, "try get simcard status"));
+  EXPECT_NE(status.find("card_status, [1, 0]\nRIL["), std::string::npos) << "not ready yet";
+  EXPECT_NE(status.find("map_sim_state: map_sim_state ...\nPRESENT,ABSENT\n"), std::string::npos);
+  const std::string none = vex("5 10 3 1");
+  EXPECT_TRUE(said(none, "kelvor get eid"));
+  EXPECT_TRUE(said(none, "try get eid loop = 1"));
+  EXPECT_FALSE(said(none, "try get eid loop = 2"));
+  EXPECT_TRUE(said(vex("5 10 9 1"), "invalid input skip"));
+  EXPECT_TRUE(said(vex("5 10 1"), "invalid input"));
+  EXPECT_TRUE(said(vex("5 10"), "invalid input"));
+}
+
+// ---- what the modem gets
+
+TEST_F(Esim, EachSwitchWritesTheFileAndPowersSlotTwoDownAndUp) {
+  start();
+  vex("5 10 1 1");
+  const std::vector<std::string> to_esim = {
+      "efs: 00 00 00 00", "30: 01 01 00 02", "efs: 01 00 00 00",
+      "31: 01 01 00 02 10 01 00 01 11 01 00 00", "65: 01 01 00 02"};
+  std::vector<std::string> all = got();
+  ASSERT_GT(all.size(), to_esim.size());
+  EXPECT_EQ((std::vector(all.begin(), all.begin() + 5)), to_esim);
+  EXPECT_EQ(all.back(), "efs: 89 04 40 99") << "the EID";
+  const size_t before = all.size();
+  vex("5 10 2 1");
+  all = got();
+  const std::vector<std::string> to_card = {"efs: 01 00 00 00", "30: 01 01 00 02",
+                                            "efs: 00 00 00 00",
+                                            "31: 01 01 00 02 10 01 00 00 11 01 00 00"};
+  EXPECT_EQ((std::vector(all.begin() + static_cast<ptrdiff_t>(before), all.end())), to_card);
+}
+
+TEST_F(Esim, ResetIsOneApduOnItsOwnChannelWhichIsClosed) {
+  start_with_euicc();
+  std::string output = vex("5 10 5 1");
+  EXPECT_TRUE(said(output, "Start eUICC Reset"));
+  EXPECT_TRUE(said(output, "kelvor_uim_open_channel res = 0, channel_id = 1"));
+  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu res = 0"));
+  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu, delete profile successfully."));
+  EXPECT_TRUE(said(output, "kelvor_uim_close_channel res = 0"));
+  EXPECT_EQ(got(),
+            (std::vector<std::string>{
+                "42: 01 01 00 02 10 11 00 10 A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00 11 01 "
+                "00 01",
+                "3B: 01 01 00 02 02 0F 00 0D 00 80 E2 91 00 07 BF 34 04 82 02 05 E0 00 10 01 00 01 "
+                "11 01 00 01",
+                "3F: 01 01 00 02 11 01 00 01 13 01 00 00"}));
+  output = vex("5 10 5 1");
+  EXPECT_TRUE(said(output, "kelvor_uim_open_channel res = 0, channel_id = 1")) << "it was closed";
+  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu, nothing to delete."));
+  EXPECT_NE(output.find("\napdu=08bf34038001019000\n"), std::string::npos);
+  EXPECT_NE(output.find("\nvalue=SUCCEED\n"), std::string::npos);
+}
+
+// ---- a reset that the card or the modem does not do
+
+struct ResetRow {
+  const char* rule;
+  const char* fault;
+  const char* output;
+  size_t requests;
+  friend void PrintTo(const ResetRow& row, std::ostream* out) { *out << row.rule; }
+};
+
+// A response APDU lies 14 octets into its message, behind the standard result: type, length, count,
+// 8 octets. What a change leaves of them becomes a TLV that nobody knows.
+const ResetRow kResets[] = {
+    {"OpenRefused", "message = 0x42\naction = \"qmi-error\"\nerror = 68", "", 1},
+    {"OpenNotAnswered", "message = 0x42\naction = \"drop\"", "", 1},
+    {"ApduRefused", "message = 0x3B\naction = \"qmi-error\"\nerror = 48", "value=FAILED\n", 2},
+    {"ApduNotAnswered", "message = 0x3B\naction = \"drop\"", "value=FAILED\n", 2},
+    {"AnotherResult", "message = 0x3B\naction = \"change\"\nat = 24\noctets = [0x7F]",
+     "apdu=08bf340380017f9000\n", 2},
+    {"AnotherStatusWord", "message = 0x3B\naction = \"change\"\nat = 25\noctets = [0x6A, 0x82]",
+     "apdu=08bf34038001006a82\n", 2},
+    {"StatusWordAlone",
+     "message = 0x3B\naction = \"change\"\nat = 14\n"
+     "octets = [0x10, 4, 0, 2, 0, 0x6A, 0x82, 0x7F, 3, 0, 1, 2, 3]",
+     "apdu=026a82000000000000\n", 2},
+    {"EmptyResponse",
+     "message = 0x3B\naction = \"change\"\nat = 14\n"
+     "octets = [0x10, 2, 0, 0, 0, 0x7F, 5, 0, 1, 2, 3, 4, 5]",
+     "apdu=000000000000000000\n", 2},
+    {"OpenWithoutAChannel", "message = 0x42\naction = \"change\"\nat = 14\noctets = [0x7F]",
+     "apdu=026d00000000000000\n", 2},
+    {"CloseRefused", "message = 0x3F\naction = \"qmi-error\"\nerror = 3",
+     "apdu=08bf34038001009000\nvalue=SUCCEED\n", 3},
+    {"CloseNotAnswered", "message = 0x3F\naction = \"drop\"",
+     "apdu=08bf34038001009000\nvalue=SUCCEED\n", 3},
+};
+
+struct Reset : Esim, testing::WithParamInterface<ResetRow> {};
+
+TEST_P(Reset, EndsAtItsStepAndClosesNoChannelBefore) {
+  const ResetRow& row = GetParam();
+  start_with_euicc("", "", "[[fault]]\nservice = \"uim\"\n" + std::string(row.fault) + "\n");
+  EXPECT_EQ(vex("5 10 5 0"), row.output);
+  EXPECT_EQ(got().size(), row.requests);
+}
+
+INSTANTIATE_TEST_SUITE_P(Esim, Reset, testing::ValuesIn(kResets),
+                         [](const auto& row) { return row.param.rule; });
+
+// ---- a modem that restarts at each place in turn
+
+struct RestartRow {
+  const char* words;
+  const char* service;
+  int nth;
+  std::string output;
+  friend void PrintTo(const RestartRow& row, std::ostream* out) { *out << row.words; }
+};
+
+// The UIM service is found again; the vendor service's client is for life. So an EID that comes
+// after the restart is shown, but no file is written any more.
+const RestartRow kRestarts[] = {
+    {"1", "vendor", 1, ""},
+    {"1", "uim", 1, ""},
+    {"1", "vendor", 2, kFailed},
+    {"1", "uim", 2, kFailed},
+    {"1", "uim", 3, eid_line(kEid)},
+    {"1", "uim", 4, eid_line(kEid)},
+    {"1", "uim", 5, eid_line(kEid)},
+    {"1", "vendor", 3, eid_line(kEid)},
+    {"1", "vendor", 4, eid_line(kEid)},
+    {"2", "vendor", 1, ""},
+    {"2", "uim", 1, ""},
+    {"2", "vendor", 2, kFailed},
+    {"2", "uim", 2, kFailed},
+    {"3", "uim", 1, eid_line(kEid)},
+    {"4", "uim", 1, "UNKNOWN,UNKNOWN\n"},
+    {"5", "uim", 1, ""},
+    {"5", "uim", 2, kFailed},
+    {"5", "uim", 3, "apdu=08bf34038001009000\nvalue=SUCCEED\n"},
+};
+
+struct Restarts : Esim, testing::WithParamInterface<std::tuple<RestartRow, const char*>> {};
+
+TEST_P(Restarts, EndInOneOutcomeAndTheNextTestSucceeds) {
+  const auto& [row, kind] = GetParam();
+  start_with_euicc("", "",
+                   "[[fault]]\naction = \"restart\"\nservice = \"" + std::string(row.service) +
+                       "\"\nkind = \"" + kind + "\"\nnth = " + std::to_string(row.nth) + "\n");
+  EXPECT_EQ(vex("5 10 " + std::string(row.words) + " 0"), row.output);
+  // What was written before the answer was lost is there.
+  const bool written = std::string_view(kind) == "response" && row.nth == 4 &&
+                       std::string_view(row.service) == "vendor";
+  EXPECT_EQ(directory_.has(kEidFile), written);
+  clock_.advance(5s);
+  // A client that died unused is used once more by the first status.
+  vex("5 10 4 0");
+  EXPECT_EQ(vex("5 10 4 0").substr(0, 11), "card_status") << "the modem is back";
+}
+
+std::string name_of(const testing::TestParamInfo<Restarts::ParamType>& row) {
+  const auto& [restart, kind] = row.param;
+  return "Action" + std::string(restart.words) + "_" + restart.service + "_" + kind + "_" +
+         std::to_string(restart.nth);
+}
+
+INSTANTIATE_TEST_SUITE_P(Esim, Restarts,
+                         testing::Combine(testing::ValuesIn(kRestarts),
+                                          testing::Values("request", "response")),
+                         name_of);
+
+// ---- the EID
+
+TEST_F(Esim, TheEidIsSavedOnceAndAnExistingFileIsKept) {
+  start();
+  const auto writes = [this] {
+    const auto all = got();
+    return std::count(all.begin(), all.end(), "efs: 89 04 40 99");
+  };
+  vex("5 10 1 1");
+  EXPECT_EQ(directory_.file(kEidFile),
+            std::string("\x89\x04\x40\x99\x12\x34\x56\x78\x90\x12\x34\x56\x78\x90\x12\x20"));
+  directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid");
+  EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip")) << "in one run: at most once";
+  EXPECT_EQ(writes(), 1);
+  EXPECT_FALSE(directory_.has(kEidFile));
+}
+
+struct KeptEid : Esim, testing::WithParamInterface<size_t> {};
+
+TEST_P(KeptEid, IsKeptWhateverItIs) {
+  const std::string another(GetParam(), 'x');
+  directory_.write(kEidFile, another);
+  start();
+  const std::string output = vex("5 10 1 1");
+  EXPECT_TRUE(said(output, "EID already exists, set IS_EID_SAVE TRUE"));
+  EXPECT_NE(output.find(eid_line(kEid)), std::string::npos);
+  EXPECT_EQ(directory_.file(kEidFile), another);
+  EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip"));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfOctets, KeptEid, testing::Values(0, 7, 16, 17, 500),
+                         testing::PrintToStringParamName());
+
+TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
+  // Requests to the vendor service: two files, the read, the write that is lost.
+  start("", "",
+        "[[fault]]\nservice = \"vendor\"\nnth = 4\nkind = \"request\"\naction = \"drop\"\n");
+  const std::string output = vex("5 10 1 1");
+  EXPECT_TRUE(said(output, "save eid efs result = -103")) << output;
+  EXPECT_FALSE(said(output, "save eid successfully, set IS_EID_SAVE TRUE"));
+  EXPECT_NE(output.find("\n" + eid_line(kEid)), std::string::npos);
+  EXPECT_FALSE(directory_.has(kEidFile));
+  EXPECT_TRUE(said(vex("5 10 1 1"), "save eid successfully, set IS_EID_SAVE TRUE"));
+  EXPECT_EQ(directory_.file(kEidFile).size(), 16u);
+}
+
+TEST(Eid, IsValidWhenItsDigitsLeaveOneOf97) {
+  const std::pair<const char*, int> rows[] = {
+      {"89044099123456789012345678901220", 1},
+      {"89044099123456789012345678901221", 2},
+      {"89044099123456789012345678901219", 0},
+      {"89044099123456789012345678902120", 28},
+      {"00000000000000000000000000000001", 1},
+      {"00000000000000000000000000000098", 1},
+      {"00000000000000000000000000000000", 0},
+      // A hexadecimal letter counts by its character: 49 for an a.
+      {"0000000000000000000000000000004b", 90},
+      {"0000000000000000000000000000005a", 2},
+  };
+  for (const auto& [digits, remainder] : rows) {
+    const std::string output =
+        desk::output_of([&] { EXPECT_EQ(is_eid_valid(digits), remainder == 1) << digits; });
+    EXPECT_TRUE(said(output, remainder == 1
+                                 ? "eid validate pass"
+                                 : "eid validate failed, result = " + std::to_string(remainder)))
+        << output;
+  }
+}
+
+// ---- the tray and the slots
+
+TEST_F(Esim, ASimThatIsPulledIsAbsentUntilItIsPushed) {
+  start();
+  vex("5 3 1 1 0");
+  EXPECT_NE(vex("5 10 4 1").find("\nPRESENT,ABSENT\n"), std::string::npos);
+  vex("5 3 1 1 1");
+  EXPECT_NE(vex("5 10 4 1").find("\nPRESENT,PRESENT\n"), std::string::npos);
+}
+
+}  // namespace

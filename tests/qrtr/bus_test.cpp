@@ -1,0 +1,349 @@
+// The client library and the served phone on the kernel's QRTR bus, among others who are on it too.
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <thread>
+
+#include "platform/idl/nas.h"
+#include "platform/idl/sar.h"
+#include "platform/qmi_client.h"
+#include "qrtr/bus_peer.h"
+#include "qrtr/served_phone.h"
+#include "support/vireo_desk.h"
+#include "vireo/modem_api/modem_api.h"
+
+namespace {
+
+using desk::BusPeer;
+using desk::ServedPhone;
+using desk::unhex;
+using qcci::Address;
+using qcci::Control;
+using qcci::ControlPacket;
+using Octets = BusPeer::Octets;
+
+constexpr uint32_t kUim = 0x0B;
+constexpr uint32_t kPatienceMs = BusPeer::kPatienceMs;
+const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
+
+Octets packet(Control command, uint32_t a, uint32_t b, Address server = {}) {
+  const ControlPacket made{command, a, b, server.node, server.port};
+  return {made.octets().begin(), made.octets().end()};
+}
+
+// A SAR "get state" request, and the response to it with a state.
+Octets request(uint8_t transaction) { return {0, transaction, 0, SAR_RF_GET_STATE, 0, 0, 0}; }
+Octets answer(const Octets& request, uint8_t state) {
+  Octets octets = unhex("02 00 00 02 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
+  octets[1] = request.at(1);
+  octets[2] = request.at(2);
+  octets[17] = state;
+  return octets;
+}
+
+// The next request at a server, whatever else comes to it.
+Octets take_request(const BusPeer& server, Address* from) {
+  for (;;) {
+    Octets octets = server.take(from);
+    if (octets.empty() || (octets.size() == 7 && octets[0] == QMI_IDL_REQUEST)) return octets;
+  }
+}
+
+// ---- the client library
+
+struct QrtrClient : testing::Test {
+  void SetUp() override { ::setenv("VEX_MODEM", "qrtr", 1); }
+
+  static int open(qmi_client_type* client, uint32_t patience_ms = kPatienceMs) {
+    return qmi_client_init_instance(kSar, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr,
+                                    patience_ms, client);
+  }
+  // The state that the service says; what went wrong, below 0.
+  static int ask(qmi_client_type client) {
+    sar_rf_get_state_resp resp;
+    const int result = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp,
+                                                sizeof resp, kPatienceMs);
+    return result != 0 ? result : static_cast<int>(resp.state);
+  }
+  // To every port that a socket of this test may have.
+  static void spray(const BusPeer& from, const Octets& octets) {
+    for (uint32_t port = 0x4000; port < 0x4040; ++port) from.send({from.own().node, port}, octets);
+  }
+};
+
+TEST_F(QrtrClient, TakesTheServersAnswerToTheRequestAndNothingElse) {
+  BusPeer server;
+  BusPeer other;
+  server.announce(SAR_SERVICE_ID);
+  // The answer 9, not in order.
+  const auto wrong = [&](const Octets& asked, auto change) {
+    Octets octets = answer(asked, 9);
+    change(octets);
+    return octets;
+  };
+  const struct {
+    const char* rule;
+    std::function<void(Address client, const Octets& asked)> say;
+  } strays[] = {
+      {"another port", [&](Address to, const Octets& asked) { other.send(to, answer(asked, 9)); }},
+      {"another transaction",
+       [&](Address to, const Octets& asked) {
+         server.send(to, wrong(asked, [](Octets& octets) { ++octets[1]; }));
+       }},
+      {"an octet short",
+       [&](Address to, const Octets& asked) {
+         server.send(to, wrong(asked, [](Octets& octets) { octets.pop_back(); }));
+       }},
+      {"an octet long",
+       [&](Address to, const Octets& asked) {
+         server.send(to, wrong(asked, [](Octets& octets) { octets.push_back(0); }));
+       }},
+      {"as long as a datagram can be",
+       [&](Address to, const Octets& asked) {
+         server.send(to, wrong(asked, [](Octets& octets) { octets.resize(qcci::kMaxDatagram); }));
+       }},
+      {"nothing", [&](Address to, const Octets&) { server.send(to, {}); }},
+      {"packets like the name service's",
+       [&](Address to, const Octets&) {
+         const Address at = server.own();
+         for (const BusPeer* liar : {&server, &other}) {
+           for (const Octets& lie : {packet(Control::kDelServer, SAR_SERVICE_ID, 1, at),
+                                     packet(Control::kDelClient, at.node, at.port),
+                                     packet(Control::kBye, at.node, 0)}) {
+             liar->send(to, lie);
+             spray(*liar, lie);
+           }
+         }
+       }},
+      {"a flood",
+       [&](Address to, const Octets& asked) {
+         for (int i = 0; i < 3000; ++i) other.send(to, answer(asked, 9));
+       }},
+  };
+  for (const auto& stray : strays) {
+    qmi_client_type client = nullptr;
+    ASSERT_EQ(open(&client), QMI_CLIENT_OK) << stray.rule;
+    auto asking = std::async(std::launch::async, [&] { return ask(client); });
+    Address from;
+    const Octets asked = take_request(server, &from);
+    stray.say(from, asked);
+    server.insist(from, answer(asked, 5));
+    EXPECT_EQ(asking.get(), 5) << stray.rule;
+    qmi_client_release(client);
+  }
+}
+
+TEST_F(QrtrClient, BelievesNobodyButTheNameServiceWhereAServiceIs) {
+  BusPeer liar;
+  qmi_client_type client = nullptr;
+  uint32_t services = 9;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
+            QMI_CLIENT_SERVICE_GONE);
+  spray(liar, packet(Control::kNewServer, SAR_SERVICE_ID, 1, liar.own()));
+  EXPECT_EQ(open(&client, 50), QMI_CLIENT_TIMED_OUT);
+
+  auto opening = std::async(std::launch::async, [&] { return open(&client); });
+  BusPeer server;
+  server.announce(SAR_SERVICE_ID);
+  EXPECT_EQ(opening.get(), QMI_CLIENT_OK) << "one that comes later is found";
+}
+
+TEST_F(QrtrClient, AServiceThatIsThereTwiceLosesOnlyTheClientsOfTheOneThatGoes) {
+  BusPeer servers[2];
+  for (BusPeer& server : servers) server.announce(SAR_SERVICE_ID);
+  uint32_t services = 0;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  EXPECT_EQ(services, 2u);
+  qmi_client_type first = nullptr;
+  ASSERT_EQ(open(&first), QMI_CLIENT_OK);
+  auto asking = std::async(std::launch::async, [&] { return ask(first); });
+  pollfd ready[2] = {servers[0].polled(), servers[1].polled()};
+  ASSERT_EQ(::poll(ready, 2, BusPeer::kPatienceMs), 1);
+  BusPeer& chosen = servers[ready[0].revents != 0 ? 0 : 1];
+  BusPeer& other = servers[ready[0].revents != 0 ? 1 : 0];
+  Address from;
+  const Octets lost = take_request(chosen, &from);
+  other.insist(from, answer(lost, 9));
+  chosen.leave();
+  EXPECT_EQ(asking.get(), QMI_CLIENT_SERVICE_GONE) << "the moment it goes";
+
+  qmi_client_type second = nullptr;
+  ASSERT_EQ(open(&second), QMI_CLIENT_OK);
+  asking = std::async(std::launch::async, [&] { return ask(second); });
+  const Octets asked = take_request(other, &from);
+  other.insist(from, answer(asked, 3));
+  EXPECT_EQ(asking.get(), 3);
+  EXPECT_EQ(ask(first), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
+}
+
+TEST_F(QrtrClient, LosesItsServiceWhenTheModemRestartsAndFindsItAgain) {
+  const ServedPhone phone(
+      "[modem]\nrestart_ms = 0\n[sar]\nstate = 4\n[[fault]]\nservice = \"sar\"\n"
+      "kind = \"request\"\nnth = 1\naction = \"restart\"\n");
+  SetUp();  // the phone has chosen another link
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(&client), QMI_CLIENT_OK);
+  EXPECT_EQ(ask(client), QMI_CLIENT_SERVICE_GONE);
+  qmi_client_release(client);
+  ASSERT_EQ(open(&client), QMI_CLIENT_OK);
+  EXPECT_EQ(ask(client), 4);
+  uint32_t services = 0;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  EXPECT_EQ(services, 1u);
+}
+
+// ---- the served phone
+
+TEST(QrtrPhone, AnswersWhatCanBeAnsweredAndOutlivesTheRest) {
+  const ServedPhone phone;
+  BusPeer peer;
+  const auto services = peer.services();
+  ASSERT_GE(services.size(), 4u);
+  const Address sar = services.at(SAR_SERVICE_ID);
+  for (const auto& [id, at] : services) {
+    for (const char* junk :
+         {"", "00", "00 01 00 02 00", "00 01 00 02 00 05 00", "00 01 00 02 00 00 00 FF",
+          "02 01 00 02 00 00 00", "04 00 00 02 00 00 00", "FF FF FF FF FF FF FF"}) {
+      peer.insist(at, unhex(junk));
+    }
+    peer.insist(at, Octets(qcci::kMaxDatagram));
+  }
+  BusPeer flood;
+  for (int i = 0; i < 3000; ++i) flood.send(sar, unhex("02 01 00 02 00 00 00"));
+  // The first answers are those to requests.
+  Address from;
+  peer.insist(sar, unhex("00 07 00 77 00 00 00"));
+  EXPECT_EQ(desk::hex(peer.take(&from)), "02 07 00 77 00 07 00 02 04 00 01 00 47 00") << "unknown";
+  EXPECT_EQ(from, sar);
+  peer.insist(sar, unhex("00 08 00 02 00 04 00 01 01 00 00"));
+  EXPECT_EQ(desk::hex(peer.take(&from)), "02 08 00 02 00 07 00 02 04 00 01 00 01 00")
+      << "malformed";
+  peer.insist(sar, request(9));
+  EXPECT_EQ(desk::hex(peer.take(&from)), desk::hex(answer(request(9), 0)));
+}
+
+TEST(QrtrPhone, ForgetsAClientWhenTheKernelSaysSoAndNobodyElse) {
+  const ServedPhone phone(
+      "[[fault]]\nservice = \"sar\"\nkind = \"response\"\naction = \"delay\"\nms = 300\n");
+  BusPeer liar;
+  auto victim = std::make_unique<BusPeer>();
+  const Address sar = victim->services().at(SAR_SERVICE_ID);
+  const Address at = victim->own();
+  victim->insist(sar, request(1));
+  liar.insist(sar, packet(Control::kDelClient, at.node, at.port));
+  liar.insist(sar, packet(Control::kBye, at.node, 0));
+  Address from;
+  EXPECT_EQ(victim->take(&from).at(1), 1);
+
+  // Who gets a port that another has left gets none of its answers.
+  victim->insist(sar, request(2));
+  victim.reset();
+  const BusPeer heir(at.port);
+  heir.services();  // behind the news of the leaving, which goes the same way
+  heir.insist(sar, request(3));
+  EXPECT_EQ(heir.take(&from).at(1), 3);
+}
+
+// The value of a TLV of a message; empty when it has none.
+std::string tlv(const Octets& message, uint8_t type) {
+  for (size_t at = 7; at + 3 <= message.size();) {
+    const size_t length = message[at + 1] | message[at + 2] << 8;
+    if (at + 3 + length > message.size()) break;
+    if (message[at] == type) return desk::hex(std::span(message).subspan(at + 3, length));
+    at += 3 + length;
+  }
+  return "";
+}
+
+// Octet by octet, as the messages stand in public: no tool at hand opens channels.
+TEST(QrtrPhone, OpensALogicalChannelTakesAnApduOnItAndClosesIt) {
+  if (!desk::has_service(kUim)) GTEST_SKIP() << "the phone does not have this service yet";
+  const ServedPhone phone(
+      "[cards]\nready_ms = 0\n[cards.euicc]\neid = \"89044099123456789012345678901220\"\n"
+      "[[cards.euicc.profile]]\niccid = \"8988001000000000015\"\nname = \"One\"\n"
+      "class = \"operational\"\nenabled = true\n",
+      {{"efs/1/nv/item_files/modem/uim/uimdrv/esim_enable", std::string("\1\0\0\0", 4)}});
+  const BusPeer peer;
+  const Address uim = peer.services().at(kUim);
+  uint8_t transaction = 0;
+  const auto exchange = [&](uint8_t message, const std::string& tlvs) {
+    Octets octets = unhex("00 00 00 00 00 00 00 " + tlvs);
+    octets[1] = ++transaction;
+    octets[3] = message;
+    octets[5] = static_cast<uint8_t>(octets.size() - 7);
+    peer.insist(uim, octets);
+    Address from;
+    Octets response = peer.take(&from);
+    response.resize(std::max<size_t>(response.size(), 7));
+    EXPECT_EQ(desk::hex(std::span(response).first(5)),
+              desk::hex(Octets{2, transaction, 0, message, 0}));
+    return response;
+  };
+  const std::string slot = "01 01 00 02 ";
+  const std::string reset = "02 0F 00 0D 00 80 E2 91 00 07 BF 34 04 82 02 05 E0 00 ";
+  const Octets opened = exchange(
+      0x42, slot + "10 11 00 10 A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00 11 01 00 01");
+  ASSERT_EQ(tlv(opened, 0x02), "00 00 00 00");
+  EXPECT_EQ(tlv(opened, 0x11), "90 00");
+  const std::string channel = tlv(opened, 0x10);
+  ASSERT_EQ(channel.size(), 2u);
+  const std::string on_it = "10 01 00 " + channel;
+  for (const char* outcome : {"00", "01"}) {  // profiles deleted; nothing to delete
+    const Octets answered = exchange(0x3B, slot + reset + on_it);
+    EXPECT_EQ(tlv(answered, 0x02), "00 00 00 00");
+    EXPECT_EQ(tlv(answered, 0x10), "08 00 BF 34 03 80 01 " + std::string(outcome) + " 90 00");
+  }
+  EXPECT_EQ(tlv(exchange(0x3F, slot + "11 01 00 " + channel), 0x02), "00 00 00 00");
+  EXPECT_NE(tlv(exchange(0x3B, slot + reset + on_it), 0x02), "00 00 00 00") << "it is closed";
+}
+
+// ---- the statistics framework
+
+std::mutex g_mutex;
+std::condition_variable g_told;
+std::vector<uint32_t> g_events;
+
+bool told(size_t events) {
+  std::unique_lock lock(g_mutex);
+  return g_told.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
+                         [&] { return g_events.size() >= events; });
+}
+
+TEST(QrtrStatistics, AClientOutlivesAModemThatIsKilledAndStartedAgain) {
+  ServedPhone phone;
+  ::setenv("VEX_MODEM", "qrtr", 1);
+  desk::call_process("vex");
+  ASSERT_EQ(modem_api_init(), 0u);
+  int32_t id = -1;
+  ASSERT_EQ(modem_api_init_client(
+                2, nullptr,
+                [](uint32_t event, uint32_t) {
+                  const std::lock_guard lock(g_mutex);
+                  g_events.push_back(event);
+                  g_told.notify_all();
+                },
+                &id),
+            0u);
+  for (size_t life = 0; life < 3; ++life) {
+    ASSERT_TRUE(told(2 * life + 1)) << life;
+    // Connecting binds the subscription; the second request is ours.
+    const size_t before = phone.traced("nas 0x0003 indication register request");
+    EXPECT_EQ(modem_api_util_enable_networking_indications(id, 0), 0u) << life;
+    EXPECT_EQ(phone.traced("nas 0x0003 indication register request"), before + 1) << life;
+    EXPECT_EQ(phone.traced("nas 0x0045 bind subscription request"), life + 1);
+    phone.stop(SIGKILL);
+    ASSERT_TRUE(told(2 * life + 2)) << life;
+    phone.start();
+  }
+  ASSERT_TRUE(told(7));
+  const std::vector<uint32_t> in_turn = {MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
+                                         MODEM_API_EVENT_CONNECTED};
+  EXPECT_EQ(g_events, in_turn);
+  EXPECT_EQ(modem_api_free_client(id), 0u);
+}
+
+}  // namespace

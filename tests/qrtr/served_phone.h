@@ -1,0 +1,86 @@
+// A simulated phone that a process of its own publishes on the kernel's QRTR bus.
+#ifndef TESTS_QRTR_SERVED_PHONE_H_
+#define TESTS_QRTR_SERVED_PHONE_H_
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "qcci/services/services.h"
+#include "support/desk.h"
+
+namespace desk {
+
+// Whether simulated phones have a service of this id.
+inline bool has_service(uint32_t id) {
+  const auto all = qcci::idl::all_services();
+  return std::ranges::any_of(all, [id](const auto* service) { return service->id == id; });
+}
+
+class ServedPhone {
+ public:
+  // The default phone, with `toml` for its phone.toml unless that is empty, and these files.
+  explicit ServedPhone(std::string_view toml = "",
+                       const std::map<std::string, std::string>& files = {}) {
+    std::string why;
+    EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
+    if (!toml.empty()) directory_.write("phone.toml", toml);
+    for (const auto& [path, contents] : files) directory_.write(path, contents);
+    start();
+  }
+  ~ServedPhone() { stop(SIGTERM); }
+  ServedPhone(const ServedPhone&) = delete;
+  ServedPhone& operator=(const ServedPhone&) = delete;
+
+  // Returns when the services are on the bus.
+  void start() {
+    ++starts_;
+    process_ = ::fork();
+    if (process_ == 0) {
+      const int out = ::open((root() + "/trace").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+      ::dup2(out, STDOUT_FILENO);
+      ::dup2(out, STDERR_FILENO);
+      ::execlp("vex-phone", "vex-phone", "serve", "--qrtr", "--trace", nullptr);
+      ::_exit(127);
+    }
+    while (traced("published on the QRTR bus\n") < starts_) {
+      if (::waitpid(process_, nullptr, WNOHANG) != 0) {
+        process_ = -1;
+        FAIL() << "no phone is served: " << directory_.file("trace");
+      }
+      ::usleep(5000);
+    }
+  }
+  void stop(int signal) {
+    if (process_ <= 0) return;
+    ::kill(process_, signal);
+    ::waitpid(process_, nullptr, 0);
+    process_ = -1;
+  }
+
+  const std::string& root() const { return directory_.root(); }
+  const PhoneDirectory& directory() const { return directory_; }
+  // How often the modem's trace has the text so far.
+  size_t traced(std::string_view text) const {
+    const std::string trace = directory_.file("trace");
+    size_t found = 0;
+    for (size_t at = 0; (at = trace.find(text, at)) != std::string::npos; at += text.size()) {
+      ++found;
+    }
+    return found;
+  }
+
+ private:
+  PhoneDirectory directory_;
+  pid_t process_ = -1;
+  size_t starts_ = 0;
+};
+
+}  // namespace desk
+
+#endif  // TESTS_QRTR_SERVED_PHONE_H_

@@ -1,0 +1,247 @@
+// vex, and tools of others, on a simulated phone that is published on the kernel's QRTR bus.
+
+#include <regex>
+
+#include "qrtr/bus_peer.h"
+#include "qrtr/served_phone.h"
+#include "sim/default_phone.h"
+
+namespace {
+
+using desk::run;
+using desk::ServedPhone;
+
+// ---- every command family
+
+struct Family {
+  const char* name;
+  std::vector<const char*> commands;
+  size_t requests;  // that the modem gets at least
+};
+std::string family_name(const testing::TestParamInfo<Family>& info) { return info.param.name; }
+
+// The default phone, but that it takes no time for anything.
+std::string quick_phone() {
+  const std::string toml(sim::kDefaultPhoneToml);
+  return std::regex_replace(toml, std::regex("\n([a-z]+_ms) = [0-9]+"), "\n$1 = 0");
+}
+
+// What differs from run to run, whatever the link: whether an indication comes before it is waited
+// for with a timer, or at all before the client goes; how long a modem that restarts is away; what
+// the time is.
+std::string without_chance(const std::string& output) {
+  static const std::regex kLine(
+      "[^\\n]*(timer_(start|stop): |unsol_ind_cb: msg_id |returned -2 num_services = 0)[^\\n]*\\n");
+  static const std::regex kTime("[0-9]{8}T[0-9]{6}Z");
+  return std::regex_replace(std::regex_replace(output, kLine, ""), kTime, "(time)");
+}
+
+class Families : public testing::TestWithParam<Family> {};
+
+TEST_P(Families, SayAndDoTheSameAsOnTheEmbeddedModem) {
+  const auto in_turn = [](const desk::PhoneDirectory& phone, const char* modem) {
+    phone.write("properties", "persist.radio.ssr_wait_s=0\n");
+    std::string script = "cd " + phone.root() + "; export VEX_PHONE=$PWD VEX_MODEM=" + modem + "\n";
+    for (const char* words : GetParam().commands) {
+      script += "echo \"# " + std::string(words) + "\"; vex " + words + " 2>&1\n";
+    }
+    // And what it has made of the phone.
+    // cards/tray has the time of day in it.
+    script +=
+        "find . -type f ! -name trace ! -path './log/*' ! -name '*.lock' ! -path ./cards/tray";
+    return without_chance(run(script + " | sort | xargs md5sum").output);
+  };
+  const desk::PhoneDirectory embedded;
+  std::string why;
+  ASSERT_TRUE(embedded.phone().prepare(&why)) << why;
+  embedded.write("phone.toml", quick_phone());
+  const std::string expected = in_turn(embedded, "embedded");
+  if (expected.find(": Not support\n") != std::string::npos) {
+    GTEST_SKIP() << "vex does not have this family yet";
+  }
+  const ServedPhone served(quick_phone());
+  EXPECT_EQ(in_turn(served.directory(), "qrtr"), expected);
+  EXPECT_GE(served.traced(" request "), GetParam().requests) << "the modem on the bus was asked";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Vex, Families,
+    testing::Values(
+        Family{"Rf3",
+               {"3 0 1 2 3", "3 1", "3 2", "3 1", "3 3 1 4 0x10000000000", "3 4", "3 5", "3 4"},
+               8},
+        Family{"NvEfs4",
+               {"4 1 0 550", "4 2 0 10 1 2 3", "4 1 0 10", "4 3 0 10", "4 1 0 10", "4 1 0 7233",
+                "4 5 1 /nv/item_files/x $(seq 365)", "4 4 1 /nv/item_files/x",
+                "4 6 1 /nv/item_files/x", "4 4 1 /nv/item_files/x"},
+               9},
+        Family{"Common5",
+               {"5 0 0 0 2000 0x26 0x26 0x02", "5 0 1 0 2000 0", "5 0 0 1 0 0", "5 1", "5 2 0",
+                "5 3 0 1 0", "5 2 0", "5 4", "5 5", "5 6 0", "5 6 1 0 0 1", "5 10 4 1", "5 10 1 1",
+                "5 10 3 1", "5 10 5 1", "5 10 5 1", "5 10 2 1", "5 10 4 1"},
+               25},
+        Family{"RawQmi6", {"6 2 1 0 0x26 2", "6 4 20 0 0 0", "6 5 1", "6 6 1"}, 3},
+        Family{"DiagStats7", {"7 0 1", "7 1 0", "7 1 1"}, 2},
+        Family{"QmiStats9",
+               {"9 0 0", "9 0 1", "9 1 0", "9 6 0", "9 7 0", "9 8 0", "9 9 0", "9 10 0", "9 11 0",
+                "9 20 1", "9 21 1", "9 30 0", "9 31 0", "9 31 2", "9 31 3"},
+               15},
+        Family{"Mbn10", {"10 0 1", "10 0 3", "10 1 3", "10 2 1"}, 4},
+        Family{"Smart11",
+               {"11 2", "11 3 1", "11 4 1", "11 4 0", "11 5 1", "11 6 1", "11 6 0", "11 1", "11 0"},
+               8},
+        Family{"Scan12", {"12 0", "12 1", "12 2"}, 2}),
+    family_name);
+
+// ---- tools of others
+
+TEST(Lookup, ListsEveryServiceOnceAndInItsVersion) {
+  const ServedPhone phone;
+  std::string listed = run("qrtr-lookup").output;
+  for (const qmi_idl_service_object* service : qcci::idl::all_services()) {
+    const std::regex line(" +" + std::to_string(service->id) + " +" +
+                          std::to_string(service->major) + " +0 +1 +[0-9]+ .*\n");
+    std::smatch found;
+    EXPECT_TRUE(std::regex_search(listed, found, line)) << service->name;
+    if (!found.empty()) listed.erase(found.position(), found.length());
+  }
+  EXPECT_EQ(listed, "  Service Version Instance Node  Port\n");
+}
+
+struct Reading {
+  const char* rule;
+  uint32_t service;  // that it is about, 0: none
+  const char* toml;
+  const char* command;
+  const char* says;  // a regular expression for the whole of it
+};
+std::string reading_name(const testing::TestParamInfo<Reading>& info) { return info.param.rule; }
+
+// Their ids, as the tools know them.
+constexpr uint32_t kNas = 0x03;
+constexpr uint32_t kUim = 0x0B;
+constexpr uint32_t kSar = 0x11;
+constexpr uint32_t kPdc = 0x24;
+
+class Peers : public testing::TestWithParam<Reading> {};
+
+TEST_P(Peers, ReadWhatThePhoneHolds) {
+  if (GetParam().service != 0 && !desk::has_service(GetParam().service)) {
+    GTEST_SKIP() << "the phone does not have this service yet";
+  }
+  const ServedPhone phone(GetParam().toml);
+  const desk::Ran ran = run(std::string("timeout -s KILL 20 ") + GetParam().command);
+  EXPECT_TRUE(std::regex_match(ran.output, std::regex(GetParam().says))) << ran.output;
+}
+
+constexpr const char kTwoConfigurations[] = R"(
+[[configuration]]
+type = "software"
+id = "0102"
+description = "Alpha"
+version = 0x0A0B0C0D
+size = 300
+[[configuration]]
+type = "platform"
+id = "FF"
+description = "Board"
+version = 1
+size = 2
+[[configuration]]
+type = "software"
+id = "5F0A61C2D3E4F5061728394A5B6C7D8E9FA0B1C2"
+description = "Beta"
+version = 0x00000203
+size = 70000
+)";
+
+constexpr const char kTwoCards[] = R"(
+[cards.sim1]
+state = "error"
+error = "no-atr"
+[cards.sim2]
+state = "absent"
+)";
+
+constexpr const char kTwoNetworks[] = R"(
+[[network]]
+mcc = 310
+mnc = 26
+mnc_digits = 3
+name = "Test Three"
+rat = "umts"
+in_use = "serving"
+roaming = true
+forbidden = false
+preferred = true
+[[network]]
+mcc = 1
+mnc = 1
+mnc_digits = 2
+name = ""
+rat = "tdscdma"
+in_use = "unknown"
+roaming = false
+forbidden = true
+preferred = false
+)";
+
+INSTANTIATE_TEST_SUITE_P(
+    Tools, Peers,
+    testing::Values(
+        Reading{"NoServiceThatIsAbsent", 0, "[modem]\nabsent = [\"nas\"]\n",
+                "qrtr-lookup | grep Network", ""},
+        Reading{"SarState", kSar, "[sar]\nstate = 7\n", "qmicli -d qrtr://1 --sar-rf-get-state",
+                "\\[qrtr://1\\] Successfully got SAR RF state: 7\n"},
+        Reading{"NetworkScan", kNas, kTwoNetworks, "qmicli -d qrtr://1 --nas-network-scan",
+                "\\[qrtr://1\\] Successfully scanned networks\n"
+                "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n"
+                "\tStatus: 'current-serving, roaming, not-forbidden, preferred'\n"
+                "\tDescription: 'Test Three'\n"
+                "Network \\[1\\]:\n\tMCC: '1'\n\tMNC: '1'\n"
+                "\tStatus: 'home, forbidden, not-preferred'\n\tDescription: ''\n"
+                "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n\tRAT: 'umts'\n"
+                "Network \\[1\\]:\n\tMCC: '1'\n\tMNC: '1'\n\tRAT: 'td-scdma'\n"
+                "Network \\[0\\]:\n\tMCC: '310'\n\tMNC: '26'\n\tMCC with PCS digit: 'yes'\n"
+                "Network \\[1\\]:\n\tMCC: '1'\n\tMNC: '1'\n\tMCC with PCS digit: 'no'\n"
+                "Network scan result: success\n"},
+        Reading{"CardsThatAreReady", kUim, "", "qmicli -d qrtr://1 --uim-get-card-status",
+                "\\[qrtr://1\\] Successfully got card status\n"
+                "Provisioning applications:\n"
+                "\tPrimary GW:   slot '1', application '1'\n"
+                "\tPrimary 1X:   session doesn't exist\n"
+                "\tSecondary GW: slot '2', application '1'\n"
+                "\tSecondary 1X: session doesn't exist\n"
+                "(Slot \\[[12]\\]:\n\tCard state: 'present'\n(\t.*\n)*"
+                "\t\tApplication type:  'usim \\(2\\)'\n\t\tApplication state: 'ready'\n"
+                "\t\tApplication ID:\n\t\t\tA0:00:00:00:87:10:02:.*\n(\t.*\n)*){2}"},
+        Reading{"CardsThatAreNot", kUim, kTwoCards, "qmicli -d qrtr://1 --uim-get-card-status",
+                "\\[qrtr://1\\] Successfully got card status\n"
+                "Provisioning applications:\n(\t.*session doesn't exist\n){4}"
+                "Slot \\[1\\]:\n\tCard state: 'error: no-atr-received \\(3\\)'\n(\t.*\n)*"
+                "Slot \\[2\\]:\n\tCard state: 'absent'\n(\t.*\n)*"},
+        Reading{"ConfigurationsAndTheActiveOne", kPdc, kTwoConfigurations,
+                "sh -c 'set -- qmicli -d qrtr://1; "
+                "$@ --pdc-activate-config=software,5F0A61C2D3E4F5061728394A5B6C7D8E9FA0B1C2 && "
+                "$@ --pdc-list-configs=software'",
+                "\\[qrtr://1\\] Successfully requested config activation\n"
+                "Total configurations: 2\n"
+                "Configuration 1:\n\tDescription: Alpha\n\tType:        software\n"
+                "\tSize:        300\n\tStatus:      Inactive\n\tVersion:     0xA0B0C0D\n"
+                "\tID:          01:02\n\n"
+                "Configuration 2:\n\tDescription: Beta\n\tType:        software\n"
+                "\tSize:        70000\n\tStatus:      Active\n\tVersion:     0x203\n"
+                "\tID:          5F:0A:61:C2:D3:E4:F5:06:17:28:39:4A:5B:6C:7D:8E:9F:A0:B1:C2\n\n"},
+        Reading{"ThePlatformsConfiguration", kPdc, kTwoConfigurations,
+                "qmicli -d qrtr://1 --pdc-list-configs=platform",
+                "Total configurations: 1\nConfiguration 1:\n\tDescription: Board\n"
+                "\tType:        platform\n\tSize:        2\n\tStatus:      Inactive\n"
+                "\tVersion:     0x1\n\tID:          FF\n\n"},
+        Reading{"AnError", kSar,
+                "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nerror = 52\n",
+                "qmicli -d qrtr://1 --sar-rf-get-state",
+                "error: couldn't get SAR RF state: QMI protocol error \\(52\\): "
+                "'DeviceNotReady'\n"}),
+    reading_name);
+
+}  // namespace

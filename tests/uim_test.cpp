@@ -1,0 +1,532 @@
+// The card operations: over the simulated modem, whose restarts they have to survive, and over one
+// that answers whatever the test says.
+
+#include "platform/idl/uim.h"
+
+#include <array>
+#include <thread>
+
+#include "common/qcril_mem.h"
+#include "platform/idl/vendor.h"
+#include "qcci/client/core.h"
+#include "qcci/packet.h"
+#include "qmi/kelvor_extend_api_uim.h"
+#include "support/desk.h"
+#include "support/scripted_link.h"
+
+namespace {
+
+using desk::output_of;
+using desk::said;
+using std::chrono::milliseconds;
+using Octets = std::vector<uint8_t>;
+
+const auto kUim = uim_get_service_object_internal_v01(1, 109, 6);
+constexpr const char* kEsimEnable = "efs/1/nv/item_files/modem/uim/uimdrv/esim_enable";
+const std::string kEsimOn("\x01\0\0\0", 4);
+
+// Each operation's block, with octets behind it that nobody is to touch.
+template <class Out>
+struct Guarded {
+  Out out;
+  std::array<uint8_t, 64> guard;
+
+  Guarded() { std::memset(this, 0xEE, sizeof *this); }
+  std::string octets(size_t count) const {
+    return desk::hex({reinterpret_cast<const uint8_t*>(&out), count});
+  }
+  // Nothing was written from the given octet on, as far as the guard goes.
+  bool untouched_from(size_t from) const {
+    const auto* all = reinterpret_cast<const uint8_t*>(this);
+    return std::all_of(all + from, all + sizeof *this, [](uint8_t octet) { return octet == 0xEE; });
+  }
+};
+
+// The operations on slot 2, and what they leave.
+int32_t power(bool up, uint32_t ignore = 0, uint32_t enable = 1) {
+  const kelvor_uim_power_in in{up, 2, ignore, enable};
+  return kelvor_esim_request_uicc_power_ex(&in);
+}
+int32_t power_up() { return power(true); }
+int32_t power_down() { return power(false); }
+
+Guarded<kelvor_uim_eid_out> g_eid;
+int32_t eid() {
+  const kelvor_uim_eid_in in{2};
+  g_eid = {};
+  return kelvor_uim_request_eid(&in, &g_eid.out);
+}
+Guarded<kelvor_uim_card_status_out> g_status;
+int32_t card_status() {
+  g_status = {};
+  return kelvor_uim_get_card_status(&g_status.out);
+}
+Guarded<kelvor_uim_open_channel_out> g_opened;
+int32_t open_channel() {
+  const kelvor_uim_open_channel_in in{2, 1};
+  g_opened = {};
+  return kelvor_uim_open_channel(&in, &g_opened.out);
+}
+int32_t close_channel() {
+  const kelvor_uim_close_channel_in in{2, g_opened.out.channel};
+  return kelvor_uim_close_channel(&in);
+}
+Guarded<kelvor_uim_send_apdu_out> g_response;
+int32_t send_apdu() {
+  const kelvor_uim_send_apdu_in in{
+      2, g_opened.out.channel, 13, {0x80, 0xE2, 0x91, 0, 7, 0xBF, 0x34, 4, 0x82, 2, 5, 0xE0, 0}};
+  g_response = {};
+  return kelvor_uim_send_apdu(&in, &g_response.out);
+}
+
+struct Named {
+  const char* name;
+  int32_t (*call)();
+  uint16_t message;
+  int32_t refused;           // the result when the card says no
+  const char* refusal_text;  // and what is said then
+};
+constexpr Named kOperations[] = {
+    {"power up", power_up, UIM_POWER_UP, 0, nullptr},
+    {"power down", power_down, UIM_POWER_DOWN, 0, nullptr},
+    {"EID", eid, UIM_GET_EID, 0, nullptr},
+    {"card status", card_status, UIM_CARD_STATUS, 0, nullptr},
+    {"open channel", open_channel, UIM_OPEN_LOGICAL_CHANNEL, -1, "kelvor_uim_open_channel failed"},
+    {"close channel", close_channel, UIM_LOGICAL_CHANNEL, 0, nullptr},
+    {"send APDU", send_apdu, UIM_SEND_APDU, -1, "kelvor_uim_send_apdu failed"},
+};
+
+// A handle, which is another at every run, ends its line.
+std::vector<std::string> lines_of(int32_t (*call)()) {
+  std::vector<std::string> lines = desk::trace_messages(output_of(call));
+  for (std::string& line : lines) {
+    const size_t at = line.find(" 0x");
+    if (at != std::string::npos) line.replace(at + 1, std::string::npos, "H");
+  }
+  return lines;
+}
+bool has(const std::vector<std::string>& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+const std::string kRecovery = "uim_qmi_client_recovery qmi_client_release H";
+const std::string kNewClient = "init_uim_qmi_client H";
+
+std::string rule(const std::string& what) { return "[[fault]]\nservice = \"uim\"\n" + what + "\n"; }
+
+struct Uim : desk::Desk {
+  ~Uim() override { EXPECT_EQ(qcril_mem_blocks(), 0u) << "a block was not given back"; }
+
+  std::vector<desk::Message> uim_requests() {
+    auto requests = passed(sim::FaultKind::kRequest);
+    std::erase_if(requests, [](const desk::Message& message) { return message.service != "uim"; });
+    return requests;
+  }
+  // The modem goes and comes back, and the client library has noticed both.
+  void restart(sim::Modem& modem) {
+    modem.restart();
+    while (desk::instances(kUim) != 0) std::this_thread::yield();
+    clock_.await_waiter(milliseconds(1500));
+    clock_.advance(milliseconds(1500));
+    while (desk::instances(kUim) != 1) std::this_thread::yield();
+  }
+};
+
+TEST_F(Uim, RequestsHaveTheirFieldsInTheirPlaces) {
+  start_modem();
+  g_opened.out.channel = 3;
+  static const struct {
+    int32_t (*call)();
+    const char* tlvs;
+  } kRows[] = {
+      {[] { return power(true, 7, 0x04030201); }, "01 01 00 02 10 01 00 01 11 01 00 00"},
+      {[] { return power(true); }, "01 01 00 02 10 01 00 00 11 01 00 00"},
+      {[] { return power(false, 1); }, "01 01 00 02"},
+      {card_status, "10 01 00 01"},
+      {eid, "01 01 00 02"},
+      {close_channel, "01 01 00 02 11 01 00 03 13 01 00 00"},
+      {send_apdu,
+       "01 01 00 02 02 0F 00 0D 00 80 E2 91 00 07 BF 34 04 82 02 05 E0 00 10 01 00 03 "
+       "11 01 00 01"},
+      {open_channel,
+       "01 01 00 02 10 11 00 10 A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00 11 01 00 01"},
+  };
+  for (const auto& row : kRows) {
+    row.call();
+    EXPECT_EQ(uim_requests().back().tlvs(), row.tlvs);
+  }
+  EXPECT_EQ(uim_requests().size(), std::size(kRows));
+}
+
+TEST_F(Uim, ThePowerRequestsWriteTheWholeEnableFileFirst) {
+  start_modem();
+  EXPECT_EQ(power(true, 0, 0x04030201), 0);
+  EXPECT_EQ(desk::hex({reinterpret_cast<const uint8_t*>(directory_.file(kEsimEnable).data()), 4}),
+            "01 02 03 04");
+  EXPECT_EQ(power(false, 0, 0), 0);
+  EXPECT_EQ(directory_.file(kEsimEnable), std::string(4, '\0'));
+  const auto requests = passed(sim::FaultKind::kRequest);
+  ASSERT_EQ(requests.size(), 4u);
+  EXPECT_EQ(requests[0].service, "vendor");
+  EXPECT_EQ(requests[2].service, "vendor");
+  EXPECT_EQ(requests[3].id(), UIM_POWER_DOWN);
+}
+
+// ---- what is told
+
+TEST_F(Uim, EachOperationTellsItsOwnTextsButForTheApdu) {
+  start_modem();
+  directory_.write(kEsimEnable, kEsimOn);
+  sim::Modem& modem = start_written_modem();
+  using Lines = std::vector<std::string>;
+  const std::string entry = "function entry ------------->", exit = "function exit <-------------";
+  const auto with_new = [&](Lines own) {
+    Lines lines = {entry, kNewClient};
+    lines.insert(lines.end(), own.begin(), own.end());
+    lines.push_back(exit);
+    return lines;
+  };
+  const struct {
+    int32_t (*call)();
+    Lines lines;
+  } rows[] = {
+      {open_channel, with_new({"kelvor_uim_open_channel try init_uim_qmi_client H",
+                               "kelvor_uim_open_channel uim_qmi_client H",
+                               "kelvor_uim_open_channel successfully"})},
+      {send_apdu,
+       {entry, "kelvor_uim_close_channel uim_qmi_client H", "kelvor_uim_send_apdu successfully",
+        exit}},
+      {close_channel,
+       {entry, "kelvor_uim_close_channel uim_qmi_client H", "kelvor_uim_close_channel successfully",
+        exit}},
+      {eid, {entry, "kelvor_uim_request_eid uim_qmi_client H", exit}},
+      {card_status,
+       {entry, "kelvor_uim_get_card_status uim_qmi_client H",
+        "kelvor_uim_get_card_status check response", "SIM[0] State = 1", "SIM[1] State = 1", exit}},
+  };
+  for (const auto& row : rows) EXPECT_EQ(lines_of(row.call), row.lines);
+
+  // The power requests, without the lines of their file.
+  const auto own = [&](int32_t (*call)()) {
+    Lines lines = lines_of(call);
+    const auto inner = std::find(lines.begin() + 1, lines.end(), entry);
+    lines.erase(inner,
+                std::find(lines.begin(), lines.end(), "function exit, ret = 0 <-------------") + 1);
+    return lines;
+  };
+  EXPECT_EQ(own([] { return power(false); }),
+            (Lines{entry, "kelvor_uim_request_uicc_power_ex uim_qmi_client H",
+                   "kelvor_uim_request_uicc_power_ex power down sim",
+                   "uicc_power_ex res = 0, failed_cnt = 0", exit}));
+  EXPECT_EQ(own([] { return power(true, 7); }),
+            (Lines{entry, "kelvor_uim_request_uicc_power_ex uim_qmi_client H",
+                   "kelvor_uim_request_uicc_power_ex power up sim, ignore hotswap = 7 ",
+                   "uicc_power_ex res = 0, failed_cnt = 0", exit}));
+
+  // What is said of a new client.
+  static constexpr struct {
+    int32_t (*call)();
+    const char* name;
+  } kNames[] = {{eid, "kelvor_uim_request_eid"},
+                {card_status, "kelvor_uim_get_card_status"},
+                {close_channel, "kelvor_uim_close_channel"},
+                {send_apdu, "kelvor_uim_close_channel"},
+                {power_up, "kelvor_uim_request_uicc_power_ex"},
+                {power_down, "kelvor_uim_request_uicc_power_ex"}};
+  for (const auto& row : kNames) {
+    desk::bounce(modem, kUim);
+    card_status();  // drops the dead client
+    EXPECT_TRUE(has(lines_of(row.call), std::string(row.name) + " try init_uim_qmi_client H"))
+        << row.name;
+  }
+}
+
+// ---- results
+
+TEST_F(Uim, ARefusalIsAFailureOfOpeningAndOfApdusAndOfNothingElse) {
+  start_modem(rule("action = \"qmi-error\"\nerror = 48"));
+  for (const Named& row : kOperations) {
+    const std::string output = output_of([&] { EXPECT_EQ(row.call(), row.refused) << row.name; });
+    EXPECT_EQ(output.find("successfully"), std::string::npos) << row.name;
+    EXPECT_EQ(output.find("check response"), std::string::npos) << row.name;
+    EXPECT_EQ(output.find("recovery"), std::string::npos) << row.name;
+    if (row.refusal_text != nullptr) {
+      EXPECT_TRUE(said(output, row.refusal_text)) << output;
+    }
+  }
+  EXPECT_TRUE(g_eid.untouched_from(0));
+  EXPECT_TRUE(g_opened.untouched_from(0));
+  EXPECT_TRUE(g_response.untouched_from(0));
+  EXPECT_EQ(g_status.octets(2), "03 03");
+}
+
+TEST_F(Uim, AFailedSendIsTheClientLibrarysErrorAndCountedByEveryOperation) {
+  std::string toml;
+  for (size_t i = 0; i < std::size(kOperations); ++i) {
+    toml += rule("nth = " + std::to_string(2 * i + 1) + "\naction = \"drop\"");
+  }
+  sim::Modem& modem = start_modem(toml);
+  clock_.run_by_itself();
+  for (const Named& row : kOperations) {
+    const std::string output = output_of([&] { EXPECT_EQ(row.call(), -3) << row.name; });
+    const std::string text = "send msg sync client error = -3";
+    const bool power = row.message == UIM_POWER_UP || row.message == UIM_POWER_DOWN;
+    EXPECT_TRUE(said(output, power ? text + ", failed_cnt = 1" : text)) << output;
+    EXPECT_FALSE(said(output, "QMI error, try recovery")) << row.name;
+    EXPECT_TRUE(said(output_of(power_down), "uicc_power_ex res = 0, failed_cnt = 1")) << row.name;
+    desk::bounce(modem, kUim);
+    EXPECT_EQ(card_status(), -2) << "and another client next";
+  }
+}
+
+TEST_F(Uim, ThreeFailuresDropTheClientAndTheNextOneClearsTheCount) {
+  // Three of the first client's, with an answer among them, and one of the next client's.
+  start_modem(rule("kind = \"request\"\nnth = 1\naction = \"drop\"") +
+              rule("kind = \"request\"\nnth = 2\naction = \"drop\"") +
+              rule("kind = \"request\"\nnth = 4\naction = \"drop\"") +
+              rule("kind = \"request\"\nnth = 5\naction = \"drop\""));
+  clock_.run_by_itself();
+  EXPECT_FALSE(has(lines_of(eid), kRecovery));
+  EXPECT_FALSE(has(lines_of(power_down), kRecovery));
+  EXPECT_FALSE(has(lines_of(eid), kRecovery)) << "an answer does not clear the count";
+  const auto third = lines_of(power_down);
+  EXPECT_TRUE(has(third, "uicc_power_ex res = -3, failed_cnt = 3"));
+  EXPECT_TRUE(has(third, "QMI error, try recovery"));
+  EXPECT_TRUE(has(third, kRecovery));
+  const auto next = lines_of(power_down);
+  EXPECT_TRUE(has(next, kNewClient));
+  EXPECT_TRUE(has(next, "uicc_power_ex res = -3, failed_cnt = 1"));
+  EXPECT_FALSE(has(next, kRecovery));
+  EXPECT_EQ(clock_.passed(), milliseconds(4 * 3000));
+}
+
+TEST_F(Uim, APowerRequestWhoseFileIsNotWrittenSendsNothing) {
+  start_modem("[[fault]]\nservice = \"vendor\"\naction = \"vendor-error\"\nresult = 5\n");
+  for (const bool up : {true, false}) {
+    const std::string output = output_of([&] { EXPECT_EQ(power(up), -1); });
+    EXPECT_TRUE(said(output, up ? "Kelvor, power up write esim efs file failed"
+                                : "Kelvor, power down write esim efs file failed"));
+    EXPECT_TRUE(said(output, "uicc_power_ex res = -1, failed_cnt = 0"));
+    EXPECT_FALSE(said(output, "QMI error, try recovery"));
+  }
+  EXPECT_TRUE(uim_requests().empty());
+}
+
+TEST_F(Uim, WithoutAServiceEveryOperationFailsAfterFourSecondsAndTheNextTriesAgain) {
+  sim::Modem& modem = start_modem();
+  modem.take_down(UIM_SERVICE_ID);
+  clock_.run_by_itself();
+  for (const Named& row : kOperations) {
+    const platform::Duration before = clock_.passed();
+    const std::string output = output_of([&] { EXPECT_EQ(row.call(), -1) << row.name; });
+    EXPECT_EQ(clock_.passed() - before, milliseconds(4000)) << row.name;
+    EXPECT_TRUE(said(output, "qmi_client_init UIM instance failed, qmi_client_error = -3"));
+    EXPECT_TRUE(said(output, "init_uim_qmi_client failed")) << row.name;
+    EXPECT_FALSE(said(output, "QMI error, try recovery")) << row.name;
+  }
+  EXPECT_EQ(requests(), 0u) << "not even the enable file's";
+  EXPECT_EQ(g_status.octets(2), "03 03");
+  modem.bring_up(UIM_SERVICE_ID);
+  EXPECT_EQ(card_status(), 0);
+  EXPECT_EQ(g_status.octets(2), "01 01");
+}
+
+TEST_F(Uim, NullBlocksAreRefusedBeforeAnythingIsSent) {
+  start_modem();
+  const kelvor_uim_eid_in slot{2};
+  const kelvor_uim_open_channel_in open{2, 1};
+  const kelvor_uim_send_apdu_in apdu{};
+  EXPECT_EQ(kelvor_esim_request_uicc_power_ex(nullptr), -1);
+  EXPECT_EQ(kelvor_uim_request_eid(nullptr, &g_eid.out), -1);
+  EXPECT_EQ(kelvor_uim_request_eid(&slot, nullptr), -1);
+  EXPECT_EQ(kelvor_uim_get_card_status(nullptr), -1);
+  EXPECT_EQ(kelvor_uim_open_channel(nullptr, &g_opened.out), -1);
+  EXPECT_EQ(kelvor_uim_open_channel(&open, nullptr), -1);
+  EXPECT_EQ(kelvor_uim_close_channel(nullptr), -1);
+  EXPECT_EQ(kelvor_uim_send_apdu(nullptr, &g_response.out), -1);
+  EXPECT_EQ(kelvor_uim_send_apdu(&apdu, nullptr), -1);
+  EXPECT_EQ(requests(), 0u);
+}
+
+// ---- a modem that restarts
+
+TEST_F(Uim, AClientThatIsKnownToBeDeadIsReplacedBeforeTheRequestButForCardStatus) {
+  sim::Modem& modem = start_modem();
+  for (const Named& row : kOperations) {
+    card_status();  // a client there is
+    desk::bounce(modem, kUim);
+    const size_t before = uim_requests().size();
+    const auto lines = lines_of(row.call);
+    if (row.message == UIM_CARD_STATUS) {
+      EXPECT_FALSE(has(lines, "SSR_Detected, try recovery"));
+      EXPECT_EQ(lines[1], "kelvor_uim_get_card_status uim_qmi_client H");
+      EXPECT_EQ(lines[2], "send msg sync client error = -2");
+      EXPECT_EQ(lines[3], "QMI error, try recovery");
+      EXPECT_EQ(lines[4], kRecovery);
+      EXPECT_EQ(g_status.octets(2), "03 03");
+      EXPECT_EQ(uim_requests().size(), before);
+      EXPECT_TRUE(has(lines_of(eid), "SSR_Detected, try recovery")) << "the flag is still set";
+    } else {
+      EXPECT_EQ(lines[1], "SSR_Detected, try recovery") << row.name;
+      EXPECT_EQ(lines[2], kRecovery) << row.name;
+      EXPECT_EQ(lines[3], kNewClient) << row.name;
+      EXPECT_EQ(uim_requests().size(), before + 1) << row.name;
+    }
+    EXPECT_FALSE(has(lines_of(row.call), kRecovery)) << row.name << ": healed once";
+  }
+}
+
+// The eUICC's reset, as a caller does it: each step on, whatever the ones before it gave.
+constexpr int32_t (*kSequence[])() = {open_channel, send_apdu, send_apdu, close_channel};
+
+TEST_F(Uim, ARestartBeforeAnyStepCostsTheChannelAndNoMore) {
+  start_modem();
+  directory_.write(kEsimEnable, kEsimOn);
+  sim::Modem& modem = start_written_modem();
+  // After a restart the channel is not open: APDUs are refused, and so is its closing, which tells
+  // nobody.
+  static constexpr int32_t kResults[][4] = {
+      {0, 0, 0, 0}, {0, -1, -1, 0}, {0, 0, -1, 0}, {0, 0, 0, 0}};
+  for (size_t at = 0; at < std::size(kSequence); ++at) {
+    for (size_t i = 0; i < std::size(kSequence); ++i) {
+      if (i == at) restart(modem);
+      EXPECT_EQ(kSequence[i](), kResults[at][i]) << "restart before " << at << ", step " << i;
+    }
+    for (const auto step : kSequence) EXPECT_EQ(step(), 0) << "the whole again, after " << at;
+    EXPECT_EQ(g_opened.out.channel, 1) << "no channel is left open";
+  }
+}
+
+TEST_F(Uim, ARestartInTheMiddleOfAnyStepFailsItAndTheNextGoesOn) {
+  std::string toml;
+  const size_t steps = std::size(kSequence);
+  // Each place is a sequence broken there, and a whole one.
+  for (size_t at = 0; at < steps; ++at) {
+    toml += rule("kind = \"request\"\naction = \"restart\"\nnth = " +
+                 std::to_string(2 * steps * at + at + 1));
+  }
+  start_modem(toml);
+  directory_.write(kEsimEnable, kEsimOn);
+  start_written_modem();
+  clock_.run_by_itself();
+  // The client waits for a service that is not back yet.
+  static constexpr int32_t kResults[][4] = {
+      {-2, -1, -1, 0}, {0, -2, -1, 0}, {0, 0, -2, 0}, {0, 0, 0, -2}};
+  for (size_t at = 0; at < steps; ++at) {
+    for (size_t i = 0; i < steps; ++i) {
+      const auto lines = [&] {
+        return desk::trace_messages(
+            output_of([&] { EXPECT_EQ(kSequence[i](), kResults[at][i]) << at << " " << i; }));
+      }();
+      EXPECT_EQ(has(lines, "QMI error, try recovery"), i == at) << at << " " << i;
+    }
+    for (const auto step : kSequence) EXPECT_EQ(step(), 0) << "the whole again, after " << at;
+  }
+  EXPECT_EQ(uim_requests().size(), 2 * steps * steps);
+}
+
+// ---- a modem that answers what it likes
+
+// UIM alone, whose every answer is the octets given.
+struct Answers : testing::Test {
+  Answers() {
+    auto link = std::make_unique<desk::ScriptedLink>();
+    link->services[UIM_SERVICE_ID] = kServer;
+    link->on_request = [this, bus = link.get()](const desk::ScriptedLink::Sent& sent) {
+      qcci::QmiHeader header;
+      ASSERT_TRUE(qcci::QmiHeader::parse(sent.octets, &header));
+      header.type = QMI_IDL_RESPONSE;
+      header.length = static_cast<uint16_t>(answer_.size());
+      std::vector<uint8_t> octets(qcci::kQmiHeader);
+      header.write(octets.data());
+      octets.insert(octets.end(), answer_.begin(), answer_.end());
+      bus->say(sent.endpoint, kServer, octets);
+    };
+    qcci::Core::use_link(std::move(link));
+  }
+  // A TLV whose octets are `count` times the same behind a counter of two octets.
+  static std::string apdu(uint16_t count) {
+    std::vector<uint8_t> tlv = {0x10, static_cast<uint8_t>(count + 2),
+                                static_cast<uint8_t>((count + 2) >> 8), static_cast<uint8_t>(count),
+                                static_cast<uint8_t>(count >> 8)};
+    tlv.resize(tlv.size() + count, 0x5A);
+    return desk::hex(tlv);
+  }
+
+  static constexpr qcci::Address kServer{1, 7};
+  desk::TestClock& clock_ = desk::TestClock::install();
+  std::vector<uint8_t> answer_;
+};
+
+const std::string kOk = "02 04 00 00 00 00 00 ";
+
+// Cards of the extended status, each of the state and nothing else.
+std::string extended(const std::vector<uint8_t>& states) {
+  std::vector<uint8_t> tlv = {0x13, static_cast<uint8_t>(3 + 6 * states.size()), 0, 0,
+                              0,    static_cast<uint8_t>(states.size())};
+  for (const uint8_t state : states) {
+    tlv.push_back(state);
+    tlv.resize(tlv.size() + 5);
+  }
+  return desk::hex(tlv);
+}
+
+TEST_F(Answers, NothingBeyondTheCallersBlockIsWritten) {
+  const struct {
+    const char* rule;
+    int32_t (*call)();
+    std::string answer;
+    int32_t result;
+    std::string written;
+  } rows[] = {
+      {"no EID", eid, kOk, 0, ""},
+      {"an EID", eid, kOk + "10 11 00 10 89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15", 0,
+       "89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15"},
+      {"a shorter one", eid, kOk + "10 03 00 02 89 01", 0,
+       "89 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
+      {"an EID of nothing", eid, kOk + "10 01 00 00", 0,
+       "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
+      {"a longer one", eid, kOk + "10 12 00 11 89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15 16",
+       -1, ""},
+      {"one that ends before it should", eid, kOk + "10 04 00 10 89 01 02", -1, ""},
+      {"no result", eid, "10 03 00 02 89 01", -1, ""},
+      {"no extended status", card_status, kOk, 0, "03 03"},
+      {"one of no cards", card_status, kOk + extended({}), 0, "03 03"},
+      {"one card", card_status, kOk + extended({0}), 0, "00 03"},
+      {"two, of any state", card_status, kOk + extended({2, 0xFF}), 0, "02 FF"},
+      {"five", card_status, kOk + extended({1, 0, 2, 2, 2}), 0, "01 00"},
+      {"six", card_status, kOk + extended({1, 0, 2, 2, 2, 2}), -1, "03 03"},
+      {"no channel", open_channel, kOk, 0, ""},
+      {"a channel", open_channel, kOk + "10 01 00 FF", 0, "FF"},
+      {"a channel of two octets", open_channel, kOk + "10 02 00 01 02", -1, ""},
+      {"no APDU", send_apdu, kOk, 0, "00"},
+      {"an empty one", send_apdu, kOk + apdu(0), 0, "00"},
+      {"status words", send_apdu, kOk + apdu(2), 0, "02 5A 5A"},
+      {"255 octets", send_apdu, kOk + apdu(255), 0, "FF " + desk::hex(Octets(255, 0x5A))},
+      {"1024 octets", send_apdu, kOk + apdu(1024), 0, "00 " + desk::hex(Octets(1024, 0x5A))},
+      {"1025 octets", send_apdu, kOk + apdu(1025), -1, ""},
+      {"its announcement", send_apdu, kOk + apdu(2) + " 11 03 00 01 02 03", 0, "02 5A 5A"},
+  };
+  for (const auto& row : rows) {
+    answer_ = desk::unhex(row.answer);
+    EXPECT_EQ(row.call(), row.result) << row.rule;
+    const size_t written = (row.written.size() + 1) / 3;
+    const auto check = [&](const auto& block) {
+      EXPECT_EQ(block.octets(written), row.written) << row.rule;
+      EXPECT_TRUE(block.untouched_from(written)) << row.rule;
+    };
+    if (row.call == eid) check(g_eid);
+    if (row.call == card_status) check(g_status);
+    if (row.call == open_channel) check(g_opened);
+    if (row.call == send_apdu) check(g_response);
+  }
+}
+
+TEST_F(Answers, OnlyStoredStatesAreTold) {
+  answer_ = desk::unhex(kOk + extended({1, 0xFF, 2}));
+  const auto lines = lines_of(card_status);
+  EXPECT_TRUE(has(lines, "SIM[0] State = 1"));
+  EXPECT_TRUE(has(lines, "SIM[1] State = 255"));
+  EXPECT_FALSE(has(lines, "SIM[2] State = 2"));
+}
+
+}  // namespace

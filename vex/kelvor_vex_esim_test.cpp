@@ -1,0 +1,249 @@
+#include "vex/kelvor_vex_esim_test.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <string_view>
+
+#include "common/trace.h"
+#include "platform/clock.h"
+#include "platform/kelvor_utils.h"
+#include "qmi/kelvor_extend_api.h"
+#include "qmi/kelvor_extend_api_uim.h"
+#include "qmi/kelvor_extend_nvefs.h"
+#include "vex/text.h"
+
+namespace {
+
+// Words of the argument vector.
+constexpr int kWordEsimOn = 3;
+constexpr int kWordDebugOn = 4;
+
+constexpr uint8_t kSlot = 2;  // the one that has a card and an eUICC
+constexpr uint32_t kPollMs = 100;
+constexpr int kSwitchAttempts = 30;
+constexpr int kReadAttempts = 2;
+constexpr uint8_t kFcp = 1;
+
+constexpr uint32_t kEidFileSub = 1;
+constexpr char kEidFile[] = "/nv/item_files/modem/uim/uimdrv/esim_eid";
+
+constexpr kelvor_uim_power_in kCardOff{0, kSlot, 0, 0};
+constexpr kelvor_uim_power_in kEsimOn{1, kSlot, 1, 1};
+constexpr kelvor_uim_power_in kEsimOff{0, kSlot, 0, 1};
+constexpr kelvor_uim_power_in kCardOn{1, kSlot, 0, 0};
+
+// eUICC memory reset (SGP.22 ES10c) in a STORE DATA.
+constexpr kelvor_uim_send_apdu_in kMemoryReset{
+    kSlot, 0, 13, {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34, 0x04, 0x82, 0x02, 0x05, 0xE0, 0x00}};
+constexpr int kShownOfApdu = 1 + 8;  // its length and the first octets of the response
+
+// One call a line, so that no trace line of another thread comes between.
+__attribute__((format(printf, 1, 2))) void print_result(const char* format, ...) {
+  char line[128];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  std::printf("%s\n", line);
+}
+
+template <int N>
+struct Hex {
+  explicit Hex(const uint8_t* octets) { kelvor_byte_to_hex(octets, N, text); }
+  char text[2 * N + 1] = {};
+};
+using EidText = Hex<KELVOR_UIM_EID_SIZE>;
+
+// An EID is received when its first octet is not 0, whatever the request's result.
+bool poll_eid(int attempts, kelvor_uim_eid_out* out, TraceSite site) {
+  const kelvor_uim_eid_in in{kSlot};
+  for (int loop = 0; loop < attempts; ++loop) {
+    platform_sleep_ms(kPollMs);
+    TRACE_FROM(site, kTraceInfo, "try get eid loop = %d", loop);
+    kelvor_uim_request_eid(&in, out);
+    if (out->eid[0] != 0) return true;
+  }
+  return false;
+}
+
+int power_down(const kelvor_uim_power_in& in, TraceSite site) {
+  const int res = kelvor_esim_request_uicc_power_ex(&in);
+  TRACE_FROM(site, kTraceInfo, "POWER_DOWN_UIM2 res = %d", res);
+  return res;
+}
+
+int switch_to_esim(TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, "switch to eSIM");
+  int res = power_down(kCardOff, site);
+  if (res != 0) return res;
+  res = kelvor_esim_request_uicc_power_ex(&kEsimOn);
+  TRACE_FROM(site, kTraceInfo, "POWER_UP_UIM2 res = %d", res);
+  if (res != 0) {
+    print_result("value=FAILED");
+    return res;
+  }
+  kelvor_uim_eid_out out{};
+  if (!poll_eid(kSwitchAttempts, &out, site)) {
+    TRACE_FROM(site, kTraceInfo, "get eid timeout");
+    print_result("value=FAILED");
+    return 0;
+  }
+  const EidText eid(out.eid);
+  if (!is_eid_valid(eid.text)) {
+    print_result("value=FAILED - %s", eid.text);
+    return 0;
+  }
+  save_eid_to_efs(out.eid);
+  print_result("eID=%s", eid.text);
+  return 0;
+}
+
+int switch_to_card(TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, "switch to SIM2");
+  int res = power_down(kEsimOff, site);
+  if (res != 0) return res;
+  res = kelvor_esim_request_uicc_power_ex(&kCardOn);
+  if (res != 0) {
+    print_result("value=FAILED");
+    return res;
+  }
+  TRACE_FROM(site, kTraceInfo, "SIM2 Power Up successfully");
+  print_result("value=SUCCEED");
+  return 0;
+}
+
+int read_eid(TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, "kelvor get eid");
+  kelvor_uim_eid_out out{};
+  if (poll_eid(kReadAttempts, &out, site)) {
+    print_result("eID=%s", EidText(out.eid).text);
+  } else {
+    print_result("value=FAILED");
+  }
+  return 0;
+}
+
+void map_sim_state(const kelvor_uim_card_status_out& status) {
+  static constexpr const char* kNames[] = {"ABSENT", "PRESENT", "ERROR"};
+  const auto name = [](uint8_t state) {
+    return state < std::size(kNames) ? kNames[state] : "UNKNOWN";
+  };
+  TRACE_INFO("map_sim_state ...");
+  print_result("%s,%s", name(status.state[0]), name(status.state[1]));
+}
+
+int card_status(TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, "try get simcard status");
+  kelvor_uim_card_status_out out{};
+  const int res = kelvor_uim_get_card_status(&out);
+  if (res == 0) print_result("card_status, [%d, %d]", out.state[0], out.state[1]);
+  map_sim_state(out);
+  return res;
+}
+
+bool check_reset(const char* shown, TraceSite site) {
+  static constexpr struct {
+    std::string_view shown;
+    const char* message;
+  } kAnswers[] = {
+      {"08bf34038001009000", "kelvor_uim_send_apdu, delete profile successfully."},
+      {"08bf34038001019000", "kelvor_uim_send_apdu, nothing to delete."},
+  };
+  for (const auto& answer : kAnswers) {
+    if (answer.shown != shown) continue;
+    TRACE_FROM(site, kTraceInfo, "%s", answer.message);
+    return true;
+  }
+  TRACE_FROM(site, kTraceError, "kelvor_uim_send_apdu, apdu rsp check failed.");
+  return false;
+}
+
+int reset_euicc(TraceSite site) {
+  TRACE_FROM(site, kTraceInfo, "Start eUICC Reset");
+  const kelvor_uim_open_channel_in opening{kSlot, kFcp};
+  kelvor_uim_open_channel_out opened{};
+  int res = kelvor_uim_open_channel(&opening, &opened);
+  TRACE_FROM(site, kTraceInfo, "kelvor_uim_open_channel res = %d, channel_id = %d", res,
+             opened.channel);
+  if (res != 0) return res;
+  kelvor_uim_send_apdu_in reset = kMemoryReset;
+  reset.channel = opened.channel;
+  kelvor_uim_send_apdu_out response{};
+  res = kelvor_uim_send_apdu(&reset, &response);
+  TRACE_FROM(site, kTraceInfo, "kelvor_uim_send_apdu res = %d", res);
+  if (res != 0) {
+    print_result("value=FAILED");
+    return res;
+  }
+  uint8_t shown_octets[kShownOfApdu] = {response.length};
+  std::copy_n(response.apdu, kShownOfApdu - 1, shown_octets + 1);
+  const Hex<kShownOfApdu> shown(shown_octets);
+  print_result("apdu=%s", shown.text);
+  if (!check_reset(shown.text, site)) return 0;
+  const kelvor_uim_close_channel_in closing{kSlot, opened.channel};
+  res = kelvor_uim_close_channel(&closing);
+  TRACE_FROM(site, kTraceInfo, "kelvor_uim_close_channel res = %d", res);
+  print_result("value=SUCCEED");
+  return res;
+}
+
+constexpr int (*kActions[])(TraceSite) = {switch_to_esim, switch_to_card, read_eid, card_status,
+                                          reset_euicc};
+
+}  // namespace
+
+extern "C" int kelvor_cmn_esim_test(int argc, char** argv) {
+  if (argc <= kWordDebugOn) {
+    TRACE_ERROR("invalid input");
+    return 0;
+  }
+  if (std::atoi(argv[kWordDebugOn]) == 0) {
+    kelvor_hal_close_print();
+    kelvor_extend_set_trace(0);
+  }
+  const int esim_on = std::atoi(argv[kWordEsimOn]);
+  if (esim_on < 1 || esim_on > static_cast<int>(std::size(kActions))) {
+    TRACE_ERROR("invalid input skip");
+    return 0;
+  }
+  return kActions[esim_on - 1](TRACE_SITE());
+}
+
+extern "C" bool is_eid_valid(const char* eid) {
+  TRACE_INFO("check whether eid valid");
+  int result = 0;
+  for (; *eid != '\0'; ++eid) result = (result * 10 + (*eid - '0')) % 97;
+  if (result != 1) {
+    TRACE_ERROR("eid validate failed, result = %d", result);
+    return false;
+  }
+  TRACE_INFO("eid validate pass");
+  return true;
+}
+
+extern "C" void save_eid_to_efs(const uint8_t* eid) {
+  static bool is_eid_save = false;
+  if (is_eid_save) {
+    TRACE_INFO("EID already saved, skip");
+    return;
+  }
+  constexpr uint32_t kPathLength = sizeof kEidFile - 1;
+  uint8_t saved[KELVOR_UIM_EID_SIZE];
+  uint32_t length = sizeof saved;
+  int res = kelvor_efs_read(kEidFileSub, kEidFile, kPathLength, saved, &length);
+  // A file that is longer than an EID is there too.
+  if (res == KELVOR_NVEFS_OK || res == KELVOR_NVEFS_BAD_LENGTH) {
+    TRACE_INFO("EID already exists, set IS_EID_SAVE TRUE");
+    is_eid_save = true;
+    return;
+  }
+  TRACE_INFO("efs read failed and try save it. error_code : %d", res);
+  res = kelvor_efs_write(kEidFileSub, kEidFile, kPathLength, eid, KELVOR_UIM_EID_SIZE);
+  TRACE_INFO("save eid efs result = %d", res);
+  if (res != 0) return;
+  TRACE_INFO("save eid successfully, set IS_EID_SAVE TRUE");
+  is_eid_save = true;
+}

@@ -14,7 +14,8 @@ constexpr uint8_t kInUse = 3;  // of a network's status, its lowest pair of bits
 constexpr uint8_t kServing = 1;
 
 // NAS's technologies as +COPS counts them.
-constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {{4, 0}, {5, 2}, {8, 7}, {9, 2}, {12, 11}};
+constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {
+    {4, 0}, {5, 2}, {8, 7}, {9, 2}, {12, 11}};
 
 // The 15 digits of NV item 550, whose octets are a length and a mobile identity.
 std::optional<std::string> imei_digits(std::string_view item) {
@@ -126,8 +127,8 @@ bool AtChannel::operator_selection(Texts* lines) const {
   }
   std::string name = serving->name;
   std::erase_if(name, [](char c) { return c == '"' || static_cast<unsigned char>(c) < ' '; });
-  const auto* const technology = std::ranges::find(kAccessTechnologies, serving->rat,
-                                                   &std::pair<uint8_t, int>::first);
+  const auto* const technology =
+      std::ranges::find(kAccessTechnologies, serving->rat, &std::pair<uint8_t, int>::first);
   lines->push_back("+COPS: 0,0,\"" + name + "\"");
   if (technology != std::end(kAccessTechnologies)) {
     lines->back() += "," + std::to_string(technology->second);

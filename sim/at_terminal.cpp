@@ -54,7 +54,7 @@ void AtTerminal::reply(std::string_view text) {
   silence();
   int unread = 0;
   if (::ioctl(near_.get(), FIONREAD, &unread) == 0 && unread > kUnreadMax) {
-    ::tcflush(far_.get(), TCOFLUSH);  // on its way
+    ::tcflush(far_.get(), TCOFLUSH);   // on its way
     ::tcflush(near_.get(), TCIFLUSH);  // there to be read
   }
   // What does not fit is lost, as on a line whose reader is too slow.

@@ -98,8 +98,8 @@ int options_file(const Words& options) {
 // In the child. The command is behind this program, which says at `greeting` that it is inside.
 [[noreturn]] void become_bubblewrap(const Words& options, const std::string& program,
                                     const Descriptor& greeting, const Words& command) {
-  Words words = {kBubblewrap, "--args", std::to_string(options_file(options)), "--", program,
-                 kEnterPhoneShell, std::to_string(greeting.get())};
+  Words words = {kBubblewrap, "--args",         std::to_string(options_file(options)), "--",
+                 program,     kEnterPhoneShell, std::to_string(greeting.get())};
   const std::string shell = variable("SHELL");
   append(&words, !command.empty() ? command : Words{shell.empty() ? "/bin/sh" : shell});
   std::vector<char*> arguments;
@@ -172,8 +172,8 @@ Ended wait_for(pid_t bubblewrap, int signals, int greeting) {
 }
 
 int status_of(const Ended& ended) {
-  const int status = WIFSIGNALED(ended.status) ? 128 + WTERMSIG(ended.status)
-                                               : WEXITSTATUS(ended.status);
+  const int status =
+      WIFSIGNALED(ended.status) ? 128 + WTERMSIG(ended.status) : WEXITSTATUS(ended.status);
   if (ended.entered) return status;
   if (status == kNoSuchCommand) {
     return fail("bwrap is not on the PATH: the phone's shell needs Debian's package bubblewrap");

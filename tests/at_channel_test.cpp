@@ -159,8 +159,7 @@ struct Terminal : Channel {
     return sim::Descriptor(::open(terminal_.path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   }
   static void write(const sim::Descriptor& to, const std::string& octets) {
-    ASSERT_EQ(::write(to.get(), octets.data(), octets.size()),
-              static_cast<ssize_t>(octets.size()));
+    ASSERT_EQ(::write(to.get(), octets.data(), octets.size()), static_cast<ssize_t>(octets.size()));
   }
   // What can be read, up to `size` octets.
   static std::string read(const sim::Descriptor& from, size_t size) {

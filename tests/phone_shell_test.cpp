@@ -218,8 +218,9 @@ TEST_F(PhoneShell, AnInteractiveShellHasTheTerminalAndItsKeys) {
 }
 
 TEST_F(PhoneShell, ACommandThatIsInterruptedInterruptsItsCaller) {
-  Person person("trap : INT; bash -c '" + std::string(::getenv("BIN")) +
-                "/vex-phone shell sh -c \"echo begun; exec sleep 100\"; echo n\"\"ot'; echo left-$?");
+  Person person(
+      "trap : INT; bash -c '" + std::string(::getenv("BIN")) +
+      "/vex-phone shell sh -c \"echo begun; exec sleep 100\"; echo n\"\"ot'; echo left-$?");
   ASSERT_TRUE(person.sees("begun"));
   person.types("\x03");
   ASSERT_TRUE(person.sees("left-130")) << person.shown();

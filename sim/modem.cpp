@@ -276,19 +276,22 @@ std::vector<std::string> Modem::unmet_faults() {
   return faults_.unmet();
 }
 
-std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
-  if (!phone.prepare(why)) return nullptr;
-  clear_scratch(phone.path("tmp"));
+bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why) {
+  if (!phone.prepare(why)) return false;
   std::string toml;
   if (const int error = read_file(phone.path("phone.toml"), &toml); error != 0) {
     *why = phone.path("phone.toml") + ": " + std::strerror(error);
-    return nullptr;
+    return false;
   }
+  if (parse_phone_config(toml, config, why)) return true;
+  *why = phone.root() + "/" + *why;
+  return false;
+}
+
+std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   PhoneConfig config;
-  if (!parse_phone_config(toml, &config, why)) {
-    *why = phone.root() + "/" + *why;
-    return nullptr;
-  }
+  if (!read_phone(phone, &config, why)) return nullptr;
+  clear_scratch(phone.path("tmp"));
   return std::make_unique<Modem>(phone, std::move(config));
 }
 

@@ -94,6 +94,9 @@ class Modem final : private Surroundings {
   Log log_;
 };
 
+// The directory prepared and phone.toml read. False, and why, when that cannot be.
+bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why);
+
 // The phone's modem: the directory prepared, phone.toml read. Null, and why, when it cannot be.
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why);
 

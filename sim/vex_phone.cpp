@@ -84,14 +84,14 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (trace) modem->set_tap(print_message);
   sim::Server server(*modem);
   if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
-  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
   std::vector<sim::Door*> doors{&server};
   sim::QrtrServer bus(*modem);
   if (qrtr) {
     if (!bus.publish(&why)) return fail(why);
-    std::printf("published on the QRTR bus\n");
     doors.push_back(&bus);
   }
+  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  if (qrtr) std::printf("published on the QRTR bus\n");
   std::fflush(stdout);
   sim::serve_modem(*modem, doors, stop.get());
   for (const std::string& rule : modem->unmet_faults()) {

@@ -10,16 +10,6 @@ using namespace desk;
 
 struct PdcList : PdcDesk {};
 
-std::string many(int count) {
-  std::string toml;
-  char id[64];
-  for (int i = 0; i < count; ++i) {
-    std::snprintf(id, sizeof id, "[[configuration]]\nid = \"EE%06X\"\n", i);
-    toml += id;
-  }
-  return toml;
-}
-
 TEST_F(PdcList, AListOfFiveHundredComesWholeAndInOrder) {
   connect(many(498));
   std::vector<pdc_config_info*> list(1000);
@@ -74,14 +64,43 @@ TEST_F(PdcList, AListThatBreaksOffIsNoListAndLeaksNothing) {
           int result = 0;
           const std::string output =
               desk::output_of([&] { result = pdc_list_configs(kSoftware, list.data(), &count); });
-          const bool good = result == -1 && count == 0 && nothing_leaked() &&
-                            asked().size() == row.asked && said(output, row.said);
+          bool good = result == -1 && count == 0 && nothing_leaked() &&
+                      asked().size() == row.asked && said(output, row.said);
+          // Once the modem has forgotten how far it was, the list is whole again.
+          clock_.advance(5s);
+          kelvor_mbn_init(1);
+          count = 200;
+          good = good && pdc_list_configs(kSoftware, list.data(), &count) == 0 && count == 102;
           if (!good) std::fprintf(stderr, "%s\n", output.c_str());
           std::_Exit(good ? 0 : 1);
         },
         testing::ExitedWithCode(0), "")
         << row.rule;
   }
+}
+
+TEST_F(PdcList, AFrameThatComesTwiceCountsOnce) {
+  connect(many(98) + fault("indication", PDC_LIST_CONFIGS, "action = \"duplicate\""));
+  std::vector<pdc_config_info*> list(100);
+  for (int i = 0; i < 3; ++i) {
+    unsigned int count = 100;
+    ASSERT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);
+    EXPECT_EQ(count, 100u) << i;
+    pdc_config_pdc_info id{};
+    EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0) << "behind the last frame's double";
+    while (count > 0) qcril_free(list[--count]);
+  }
+}
+
+TEST_F(PdcList, AFollowUpStopsTheTimerAndStartsItAgain) {
+  connect(many(49) + fault("indication", PDC_LIST_CONFIGS, "action = \"delay\"\nms = 4000"));
+  clock_.run_by_itself();
+  std::vector<pdc_config_info*> list(100);
+  unsigned int count = 100;
+  EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0) << "each frame has 5 s";
+  EXPECT_EQ(count, 51u);
+  EXPECT_EQ(clock_.passed(), 12s);
+  while (count > 0) qcril_free(list[--count]);
 }
 
 TEST_F(PdcList, APhoneWithoutConfigurationsSendsNoList) {
@@ -127,6 +146,14 @@ TEST_F(Mbn, EveryMaskAndTypeDoesWhatItNames) {
        0,
        {"activate 01 04 00 00 00 00 00 11 04 00 01 00 00 00 13 04 00 01 00 00 00"},
        "mbn_type 0"},
+      {kReactivate,
+       2,
+       0,
+       0,
+       {"get 01 04 00 00 00 00 00", "deactivate 01 04 00 00 00 00 00", "sync",
+        "set 01 06 00 00 00 00 00 01 50",
+        "activate 01 04 00 00 00 00 00 11 04 00 00 00 00 00 13 04 00 01 00 00 00"},
+       "SUB_1 pdc_activate_config ret_val 0"},
       {kReactivate, 0, 1, -1, {}, kRange},
       {kReactivate, 1, 1, 0, turn_0, "SUB_0 pdc_activate_config ret_val 0"},
       {kReactivate, 2, 1, 0, turn_1, "SUB_1 pdc_select_config ret_val 0"},
@@ -193,6 +220,15 @@ TEST_F(Mbn, AStepThatFailsStopsWhatDependsOnItAlone) {
        "SUB_1 pdc_get_current_config fail"},
       {"deactivation", kReactivate, refused(PDC_DEACTIVATE_CONFIG), 0, both,
        "pdc_deactivate_config, ret_pdc: -1, ret_sync: 0, sub: 0, config_type: 1"},
+      {"a sync that fails", kReactivate,
+       "[[fault]]\nservice = \"vendor\"\nnth = 1\naction = \"vendor-error\"\nresult = 5\n", 0, both,
+       "SUB_1 pdc_activate_config ret_val 0"},
+      {"no service, nothing",
+       kReactivate,
+       "[modem]\nabsent = [\"pdc\"]\n",
+       -1,
+       {},
+       "pdc init failed, do nothing"},
       {"selection", kReactivate, refused(PDC_SET_SELECTED_CONFIG), 0, both,
        "SUB_0 pdc_select_config ret_val -1"},
       {"activation", kReactivate, refused(PDC_ACTIVATE_CONFIG), 0, both,

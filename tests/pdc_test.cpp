@@ -142,16 +142,32 @@ TEST_F(Pdc, AServiceThatGoesInTheMiddleEndsTheWait) {
   EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
 }
 
+TEST_F(Pdc, AnIndicationOfAForeignSizeIsDroppedAndTheTimerEndsTheRequest) {
+  connect(fault("indication", PDC_ACTIVATE_CONFIG,
+                "nth = 1\naction = \"change\"\nat = 8\noctets = [1]"));
+  clock_.run_by_itself();
+  const std::string output =
+      desk::output_of([] { EXPECT_EQ(pdc_activate_config(kSoftware, 0), -1); });
+  EXPECT_TRUE(said(output, "failed to decode qmi message, msg_id: 0x27")) << output;
+  EXPECT_EQ(clock_.passed(), 5s);
+  EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
+}
+
+TEST_F(Pdc, AnIndicationThatIsLateIsTooLate) {
+  connect(fault("indication", PDC_DEACTIVATE_CONFIG, "nth = 1\naction = \"delay\"\nms = 5001"));
+  clock_.run_by_itself();
+  EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
+  EXPECT_EQ(directory_.file("pdc/software/0"), "") << "done all the same";
+  clock_.advance(1s);
+  pdc_config_pdc_info id = id_of({0xAA, 0x00});
+  EXPECT_EQ(pdc_select_config(&id, kSoftware, 0), 0) << "behind it on the client's thread";
+  EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
+  EXPECT_EQ(pdc_deactivate_config(0, kSoftware), 0);
+}
+
 TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
-  const struct {
-    const char* rule;
-    const char* fault;
-    int message;
-  } rows[] = {
-      {"twice", "nth = 1\naction = \"duplicate\"", PDC_GET_SELECTED_CONFIG},
-      {"of a foreign size", "nth = 1\naction = \"truncate\"\noctets = 10", PDC_SET_FEATURE}};
-  sim::Modem& modem = connect(fault("indication", rows[0].message, rows[0].fault) +
-                              fault("indication", rows[1].message, rows[1].fault));
+  sim::Modem& modem =
+      connect(fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 1\naction = \"duplicate\""));
   pdc_config_pdc_info id{};
   EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
   EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0) << "behind the second on the client's thread";
@@ -188,7 +204,14 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
     const std::string output = desk::output_of([&] {
       kind.handler(nullptr, 0);
       EXPECT_TRUE(is_list || outcome() == failed);
+      // A current configuration has to have an id.
+      if (kind.req_type == PDC_REQ_GET_SELECTED) {
+        auto* selected = reinterpret_cast<pdc_get_selected_config_ind*>(ind.data());
+        selected->active_valid = 1;
+        selected->active_len = 1;
+      }
       kind.handler(ind.data(), kind.indication_size);
+      EXPECT_TRUE(is_list || outcome() == (std::pair<uint32_t, int32_t>(1, 0)));
       ind[0] = 3;
       kind.handler(ind.data(), kind.indication_size);
       EXPECT_TRUE(is_list || outcome() == failed);
@@ -274,7 +297,7 @@ TEST_F(Pdc, AServiceThatNeverComesIsTriedTwentyTimes) {
 TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   static constexpr int kRequests = 1000;
   std::mt19937 random(20);
-  std::string faults;
+  std::string faults = many(4);
   for (int i = 0; i < 120; ++i) {
     static const char* const kActions[] = {"\"drop\"", "\"duplicate\"", "\"delay\"\nms = 6000",
                                            "\"delay\"\nms = 5000", "\"qmi-error\"\nerror = 3"};
@@ -285,7 +308,7 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
     faults += fault(response ? "response" : "indication", kMessages[i % 5],
                     (nth + (response ? "\"after-indication\"" : kActions[random() % 5])).c_str());
   }
-  connect(faults);
+  connect(faults, 1);
   kelvor_hal_set_shell_print_mask(0);
   clock_.run_by_itself();
   std::atomic<int> left{kRequests};

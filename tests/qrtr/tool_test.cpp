@@ -209,15 +209,15 @@ INSTANTIATE_TEST_SUITE_P(
                 "\\[qrtr://1\\] Successfully got card status\n"
                 "Provisioning applications:\n"
                 "\tPrimary GW:   slot '1', application '1'\n"
-                "\tPrimary 1X:   session doesn't exist\n"
+                "\tPrimary 1X:   [a-z]+ doesn't exist\n"
                 "\tSecondary GW: slot '2', application '1'\n"
-                "\tSecondary 1X: session doesn't exist\n"
+                "\tSecondary 1X: [a-z]+ doesn't exist\n"
                 "(Slot \\[[12]\\]:\n\tCard state: 'present'\n(\t.*\n)*"
                 "\t\tApplication type:  'usim \\(2\\)'\n\t\tApplication state: 'ready'\n"
                 "\t\tApplication ID:\n\t\t\tA0:00:00:00:87:10:02:.*\n(\t.*\n)*){2}"},
         Reading{"CardsThatAreNot", kUim, kTwoCards, "qmicli -d qrtr://1 --uim-get-card-status",
                 "\\[qrtr://1\\] Successfully got card status\n"
-                "Provisioning applications:\n(\t.*session doesn't exist\n){4}"
+                "Provisioning applications:\n(\t.*[a-z]+ doesn't exist\n){4}"
                 "Slot \\[1\\]:\n\tCard state: 'error: no-atr-received \\(3\\)'\n(\t.*\n)*"
                 "Slot \\[2\\]:\n\tCard state: 'absent'\n(\t.*\n)*"},
         Reading{"ConfigurationsAndTheActiveOne", kPdc, kTwoConfigurations,

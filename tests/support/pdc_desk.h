@@ -18,7 +18,6 @@ inline constexpr auto kSoftware = PDC_CONFIG_TYPE_SOFTWARE;
 inline constexpr auto kPlatform = PDC_CONFIG_TYPE_PLATFORM;
 
 inline constexpr std::string_view kPhone = R"(
-[pdc]
 activation_ms = 0
 deactivation_ms = 0
 [[configuration]]
@@ -40,30 +39,46 @@ inline pdc_config_pdc_info id_of(std::initializer_list<uint8_t> octets) {
   return id;
 }
 
+// Software configurations EE000000, EE000001 and so on.
+inline std::string many(int count) {
+  std::string toml;
+  char id[64];
+  for (int i = 0; i < count; ++i) {
+    std::snprintf(id, sizeof id, "[[configuration]]\nid = \"EE%06X\"\n", i);
+    toml += id;
+  }
+  return toml;
+}
+
 // A fault rule on PDC.
 inline std::string fault(const char* kind, int message, const char* rest) {
   return "[[fault]]\nservice = \"pdc\"\nkind = \"" + std::string(kind) +
          "\"\nmessage = " + std::to_string(message) + "\n" + rest + "\n";
 }
-inline std::string lost(int message) { return fault("indication", message, "nth = 1\naction = \"drop\""); }
+inline std::string lost(int message) {
+  return fault("indication", message, "nth = 1\naction = \"drop\"");
+}
 
 // The client's thread may be about to give back the last indication.
 inline bool nothing_leaked() {
-  for (int i = 0; i < 1000 && qcril_mem_blocks() != 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  for (int i = 0; i < 1000 && qcril_mem_blocks() != 0; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   return qcril_mem_blocks() == 0;
 }
 
 struct PdcDesk : Desk {
-  sim::Modem& start(const std::string& more = "") {
+  // frame: configurations in one indication of a list.
+  sim::Modem& start(const std::string& more = "", int frame = 25) {
     directory_.write("pdc/platform", "active 50\n");
     directory_.write("pdc/software/0", "active AA00\n");
     directory_.write("pdc/software/1", "active BB00\n");
-    directory_.write("phone.toml", std::string(kPhone) + more);
+    directory_.write("phone.toml",
+                     "[pdc]\nframe = " + std::to_string(frame) + std::string(kPhone) + more);
     return start_written_modem();
   }
   // With a client.
-  sim::Modem& connect(const std::string& more = "") {
-    sim::Modem& modem = start(more);
+  sim::Modem& connect(const std::string& more = "", int frame = 25) {
+    sim::Modem& modem = start(more, frame);
     EXPECT_EQ(pdc_init(), 0);
     return modem;
   }

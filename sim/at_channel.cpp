@@ -131,7 +131,7 @@ bool AtChannel::operator_selection(Texts* lines) const {
       std::ranges::find(kAccessTechnologies, serving->rat, &std::pair<uint8_t, int>::first);
   lines->push_back("+COPS: 0,0,\"" + name + "\"");
   if (technology != std::end(kAccessTechnologies)) {
-    lines->back() += "," + std::to_string(technology->second);
+    lines->back().append(",").append(std::to_string(technology->second));
   }
   return true;
 }

@@ -70,8 +70,8 @@ Packet octets_of(const P& packet) {
 }
 
 Packet refuse(uint8_t why, std::span<const uint8_t> command) {
-  Packet answer{why};
-  answer.insert(answer.end(), command.begin(), command.end());
+  Packet answer(1 + command.size(), why);
+  std::ranges::copy(command, answer.begin() + 1);
   return answer;
 }
 

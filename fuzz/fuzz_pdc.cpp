@@ -28,6 +28,7 @@ class Gathering {
     state.num_of_configs = &count_;
     state.config_list_holder = holder_.data();
     state.list_room = room;
+    state.last_frame = 0;
     state.is_pdc_list_handling = 1;
     for (pdc::Context& context : state.contexts) {
       context.done = 0;

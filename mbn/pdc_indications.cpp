@@ -54,7 +54,13 @@ bool succeeded(TraceSite site, const RequestKind& kind, const void* ind, unsigne
   return error == 0;
 }
 
+bool has_outcome(int req_type) {
+  const Context& context = info().context(req_type);
+  return context.busy != 0 && context.done != 0;
+}
+
 void complete(int req_type, int32_t result) {
+  if (has_outcome(req_type)) return;
   Context& context = info().context(req_type);
   context.result = result;
   if (context.waiting != 0) {
@@ -127,13 +133,13 @@ extern "C" void qmi_pdc_get_selected_config_ind_hdlr(void* ind, unsigned int len
   bool ok = pdc::succeeded(TRACE_SITE(), kind, ind, len);
   if (ok) {
     const auto& selected = *static_cast<const pdc_get_selected_config_ind*>(ind);
-    pdc_config_pdc_info& current = pdc::info().current;
-    current = {};
+    pdc_config_pdc_info current{};
     ok = selected.active_valid != 0 && selected.active_len > 0 &&
          selected.active_len <= sizeof current.id;
     if (ok) {
       current.id_len = selected.active_len;
       std::memcpy(current.id, selected.active, selected.active_len);
+      if (!pdc::has_outcome(PDC_REQ_GET_SELECTED)) pdc::info().current = current;
     } else {
       TRACE_ERROR("no active config");
     }

@@ -54,6 +54,7 @@ struct pdc_info_s_type {
   unsigned int* num_of_configs = nullptr;
   pdc_config_info** config_list_holder = nullptr;
   unsigned int list_room = 0;
+  unsigned int last_frame = 0;   // where in the list the last indication's configurations begin
   uint32_t follow_up_timer = 0;  // 0: none is awaited
 
   pdc::Context& context(int req_type) { return contexts[pdc::index_of(req_type)]; }
@@ -66,6 +67,9 @@ pdc_info_s_type& info();
 
 // Whether an indication of the kind is there and says success; traces what is wrong with it.
 bool succeeded(TraceSite site, const RequestKind& kind, const void* ind, unsigned int len);
+// Whether the request that is under way has its outcome already, which holds whatever comes after
+// it. With the lock.
+bool has_outcome(int req_type);
 // Ends the kind's request and wakes who waits for it. With the lock.
 void complete(int req_type, int32_t result);
 // A whole indication handler, for the kinds whose outcome is all there is.

@@ -1,6 +1,9 @@
 // The list of configurations, which comes in several indications: each that says "more available"
 // is followed by another request, from a timer's thread, since the client library's must not wait.
 
+#include <algorithm>
+#include <cstring>
+
 #include "common/qcril_mem.h"
 #include "mbn/pdc_info.h"
 #include "platform/timer.h"
@@ -8,6 +11,18 @@
 namespace {
 
 #define FLAG "pdc_list_configs_flag, "
+
+// What both texts say that have a place for it: a list that is complete says neither.
+constexpr int kNotComplete = 0;
+
+// Whether the indication is the last one once more: an id stands in a list once.
+bool is_double(const pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
+  if (*state.num_of_configs == 0 || ind.configs_valid == 0 || ind.configs_len == 0) return false;
+  const pdc_config& last = state.config_list_holder[state.last_frame]->config;
+  const pdc_config& now = ind.configs[0];
+  return last.type == now.type && last.id_len == now.id_len &&
+         std::memcmp(last.id, now.id, std::min<size_t>(now.id_len, sizeof now.id)) == 0;
+}
 
 // Appends what the indication has. False when it cannot be kept.
 bool append(TraceSite site, pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
@@ -36,7 +51,7 @@ bool append(TraceSite site, pdc_info_s_type& state, const pdc_list_configs_ind& 
 
 // Ends the list when it can be neither continued nor completed.
 void abort_list(TraceSite site) {
-  TRACE_FROM(site, kTraceError, FLAG "Abort to req, get_list_complete %d", 0);
+  TRACE_FROM(site, kTraceError, FLAG "Abort to req, get_list_complete %d", kNotComplete);
   pdc::complete(PDC_REQ_LIST, PDC_FAILED);
 }
 
@@ -45,7 +60,7 @@ void abort_list(TraceSite site) {
 extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) {
   pdc_info_s_type& state = pdc::info();
   const QtiSharedLock lock(state.mutex);
-  if (state.is_pdc_list_handling == 0) {
+  if (state.is_pdc_list_handling == 0 || pdc::has_outcome(PDC_REQ_LIST)) {
     TRACE_DEBUG(FLAG "g_pdc_info.is_pdc_list_handling is not running, do nothing");
     return;
   }
@@ -63,18 +78,23 @@ extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) 
     abort_list(TRACE_SITE());
     return;
   }
+  if (is_double(state, ind)) {
+    TRACE_DEBUG(FLAG "the indication came twice, do nothing");
+    return;
+  }
   const uint32_t before = *state.num_of_configs;
   if (!append(TRACE_SITE(), state, ind)) {
     abort_list(TRACE_SITE());
     return;
   }
+  state.last_frame = before;
   if (ind.more_available_valid != 0 && ind.more_available != 0) {
     // A modem that always has more and never tells what would keep us here for ever.
     if (*state.num_of_configs == before) {
       abort_list(TRACE_SITE());
       return;
     }
-    TRACE_DEBUG(FLAG "Continue to req, get_list_complete %d", 0);
+    TRACE_DEBUG(FLAG "Continue to req, get_list_complete %d", kNotComplete);
     state.follow_up_timer = kelvor_timer_start(qmi_pdc_list_configs_follow_up_request, 0);
     if (state.follow_up_timer == 0) abort_list(TRACE_SITE());
     return;

@@ -75,7 +75,7 @@ extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
   if (expired == nullptr) return;
   for (size_t i = 0; i < pdc::kKinds; ++i) {
     pdc::Context& context = state.contexts[i];
-    if (context.waiting == 0) continue;
+    if (context.waiting == 0 || context.done != 0) continue;
     TRACE_DEBUG("%s is waiting, will stop it.", pdc::kRequestKinds[i].name);
     context.result = PDC_FAILED;
     context.ended.notify_one();

@@ -42,16 +42,19 @@ class Request {
   bool held() const { return held_; }
   qmi_client_type client() const { return client_; }
 
+  // current: where what the modem told goes, on success; null for requests without it.
   template <class Message>
-  int32_t send_and_wait(TraceSite site, const char* name, const Message& message) {
+  int32_t send_and_wait(TraceSite site, const char* name, const Message& message,
+                        pdc_config_pdc_info* current = nullptr) {
     pdc_plain_resp response{};
     const int error = qmi_client_send_msg_sync(client_, kind_.message, &message, sizeof message,
                                                &response, sizeof response, kSendTimeoutMs);
-    return wait_unless(site, name, error);
+    return wait_unless(site, name, error, current);
   }
 
   // The request has been sent, with this result.
-  int32_t wait_unless(TraceSite site, const char* name, int error) {
+  int32_t wait_unless(TraceSite site, const char* name, int error,
+                      pdc_config_pdc_info* current = nullptr) {
     if (error != 0) {
       TRACE_FROM(site, kTraceError, "qmi send message error for %s, errno: %d", name, error);
       return PDC_FAILED;
@@ -62,6 +65,7 @@ class Request {
       context_.waiting = 1;
       context_.ended.wait(lock, [this] { return context_.done != 0; });
     }
+    if (context_.result == PDC_OK && current != nullptr) *current = info().current;
     return context_.result;
   }
 
@@ -171,12 +175,7 @@ extern "C" int pdc_get_current_config(pdc_config_pdc_info* out, pdc_config_type_
   pdc_get_selected_config_req message{};
   message.type = type;
   pdc::set_subscription(message, type, sub);
-  result = request.send_and_wait(TRACE_SITE(), "get_selected_config", message);
-  if (result == PDC_OK) {
-    const QtiSharedLock lock(pdc::info().mutex);
-    *out = pdc::info().current;
-  }
-  return result;
+  return result = request.send_and_wait(TRACE_SITE(), "get_selected_config", message, out);
 }
 
 extern "C" int pdc_select_config(pdc_config_pdc_info* config_id, pdc_config_type_enum_v01 type,
@@ -247,6 +246,7 @@ extern "C" int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info**
       state.config_list_holder = list;
       state.list_room = *count;
       state.is_pdc_list_handling = 1;
+      state.last_frame = 0;
     }
     pdc_plain_resp response{};
     const int error = pdc::send_list_request(request.client(), type, &response);

@@ -17,6 +17,9 @@
 // What a modem says in its response beyond "received" is not looked at: one that refuses sends no
 // indication, and the timer ends the request.
 //
+// A list goes on from the timers' one thread. While a modem that has stalled keeps it waiting for
+// the response to that, at most 10 seconds, no timer of another kind expires.
+//
 // An indication that arrives before its caller waits is kept for it. What was left over from an
 // earlier request of the kind (a late or a second indication) is dropped when the next one begins.
 #ifndef MBN_PDC_UTILS_H_

@@ -25,7 +25,9 @@ extern "C" {
 
 enum {
   KELVOR_UIM_OK = 0,
-  KELVOR_UIM_FAILED = -1,  // no memory, no client, or the file was not written
+  // No memory, no client, a null block, a file that was not written, or a card that refused to open
+  // a channel or to take an APDU. Also the client library's internal error.
+  KELVOR_UIM_FAILED = -1,
 };
 
 enum {

@@ -10,6 +10,14 @@
 namespace sim {
 namespace {
 
+// Which start of the computer this is: the clock begins anew with each.
+std::string boot_id() {
+  std::string id;
+  read_file("/proc/sys/kernel/random/boot_id", &id);
+  id.resize(std::min(id.size(), id.find('\n')));
+  return id.empty() ? "?" : id;
+}
+
 uint64_t now_ms() {
   const auto since = platform::clock().now().time_since_epoch();
   return static_cast<uint64_t>(
@@ -35,7 +43,6 @@ uint64_t cycle_ms(const kelvor_hot_swap& test) {
 }  // namespace
 
 uint64_t CardTray::State::cycles(uint64_t now) const {
-  // A beginning that is still to come is from before the computer started.
   if (began_ms == 0 || now < began_ms || cycle_ms(test) == 0) return test.count;
   return std::min<uint64_t>((now - began_ms) / cycle_ms(test), test.count);
 }
@@ -62,7 +69,11 @@ CardTray::State CardTray::load() const {
   for (State::Line& line : kept.lines) in >> line.mode >> line.high;
   in >> kept.began_ms >> kept.test.seconds_after_push >> kept.test.seconds_after_pull >>
       kept.test.count >> kept.done;
-  return in ? kept : state;
+  if (!in) return state;
+  // A test does not outlive the computer's start.
+  std::string boot;
+  if (in >> boot && boot != boot_id()) kept.began_ms = 0;
+  return kept;
 }
 
 template <class Change>
@@ -74,7 +85,8 @@ int32_t CardTray::change(Change change) const {
   std::ostringstream out;
   for (const State::Line& line : state.lines) out << line.mode << ' ' << line.high << ' ';
   out << state.began_ms << ' ' << state.test.seconds_after_push << ' '
-      << state.test.seconds_after_pull << ' ' << state.test.count << ' ' << state.done << '\n';
+      << state.test.seconds_after_pull << ' ' << state.test.count << ' ' << state.done << ' '
+      << boot_id() << '\n';
   return -phone_.all().write(kFile, out.str());
 }
 

@@ -65,6 +65,9 @@ NetworkConfig network(Table table) {
   return config;
 }
 
+// Whether a restart loses what was not synced.
+constexpr std::pair<const char*, bool> kUnsynced[] = {{"survives", false}, {"lost", true}};
+
 FaultRule fault(Table table) {
   static constexpr std::pair<const char*, FaultKind> kKinds[] = {
       {"request", FaultKind::kRequest},
@@ -174,6 +177,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
 
     Table modem = top.table("modem");
     read.restart = std::chrono::milliseconds(modem.number("restart_ms", 1500, 0, 3600000));
+    read.loses_unsynced = modem.one_of("unsynced", "survives", kUnsynced);
     read.absent = absent_services(modem);
     modem.done();
     Table sar = top.table("sar");

@@ -65,6 +65,7 @@ struct DiagConfig {
 
 struct PhoneConfig {
   std::chrono::milliseconds restart{1500};
+  bool loses_unsynced = false;   // a restart loses what was not synced
   std::vector<uint32_t> absent;  // services that are not there until they are brought up
   bool sar_valid = true;
   uint32_t sar_state = 0;

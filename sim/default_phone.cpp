@@ -9,6 +9,9 @@ const std::string_view kDefaultPhoneToml =
 [modem]
 # How long the services stay away when the modem restarts, in milliseconds.
 restart_ms = 1500
+# What becomes of NV items and EFS files that were written or deleted since the last NV sync when the
+# modem restarts: "survives", or "lost": they are again what they were at the sync.
+unsynced = "survives"
 # Services that are not there, by name; a restart does not bring them either.
 absent = []
 

@@ -12,6 +12,7 @@
 #include "qcci/services/services.h"
 #include "sim/nvefs.h"
 #include "sim/services.h"
+#include "sim/storage.h"
 
 namespace sim {
 namespace {
@@ -69,8 +70,8 @@ Packet octets_of(const P& packet) {
 }
 
 Packet refuse(uint8_t why, std::span<const uint8_t> command) {
-  Packet answer{why};
-  answer.insert(answer.end(), command.begin(), command.end());
+  Packet answer(1 + command.size(), why);
+  std::ranges::copy(command, answer.begin() + 1);
   return answer;
 }
 
@@ -95,7 +96,8 @@ void put_text(char (&field)[N], std::string_view text) {
 class DiagService final : public Service {
  public:
   explicit DiagService(Surroundings& modem)
-      : Service(modem, qcci::idl::kDiagService), nv_(modem.phone().nv()) {
+      : Service(modem, qcci::idl::kDiagService),
+        nv_(modem.phone(), "nv", modem.config().loses_unsynced) {
     on(qcci::kDiagByCallback, &DiagService::command);
     on(qcci::kDiagByDci, &DiagService::command);
   }
@@ -155,20 +157,18 @@ class DiagService final : public Service {
   // writes as much of it as the item has had, since it cannot say how much it means.
   Packet nv_write(std::span<const uint8_t> command) {
     NvPacket packet = nv_packet(command);
-    size_t length = command.size() - kNvHead;
     if (packet.id > KELVOR_NVEFS_NV_ID_MAX) {
       packet.status = kNvBadParameter;
       return octets_of(packet);
     }
-    const std::string path = nv_item_path(0, packet.id);
-    const FileLock lock = modem_.phone().lock();
-    if (length >= sizeof packet.data) {
-      std::string old;
-      nv_.read(path, &old);
-      length = old.empty() ? sizeof packet.data : std::min(old.size(), sizeof packet.data);
-    }
-    const std::string item(reinterpret_cast<const char*>(packet.data), length);
-    packet.status = lock.held() ? nv_status(nv_.write(path, item)) : uint16_t{kNvFailed};
+    const auto item = [&](const std::string& old) {
+      size_t length = command.size() - kNvHead;
+      if (length >= sizeof packet.data) {
+        length = old.empty() ? sizeof packet.data : std::min(old.size(), sizeof packet.data);
+      }
+      return std::string(reinterpret_cast<const char*>(packet.data), length);
+    };
+    packet.status = nv_status(nv_.update(nv_item_path(0, packet.id), item));
     return octets_of(packet);
   }
 
@@ -178,7 +178,7 @@ class DiagService final : public Service {
     return packet;
   }
 
-  const Folder nv_;
+  const Store nv_;
 };
 
 constexpr DiagService::Row DiagService::kRows[] = {

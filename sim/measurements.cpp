@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -98,12 +99,20 @@ std::vector<uint8_t> values(Table& table, const Field& field) {
   return octets;
 }
 
+size_t lists_side_by_side(std::span<const Field> fields) {
+  size_t lists = 1;
+  while (fields[0].chains != 0 && lists < fields.size() &&
+         fields[lists].chains == fields[0].chains) {
+    ++lists;
+  }
+  return lists;
+}
+
 std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
   std::vector<uint8_t> record{kVersion};
   while (!fields.empty()) {
     const size_t chains = fields[0].chains;
-    size_t lists = 1;
-    while (chains != 0 && lists < fields.size() && fields[lists].chains == chains) ++lists;
+    const size_t lists = lists_side_by_side(fields);
     std::vector<std::vector<uint8_t>> columns;
     for (const Field& field : fields.first(lists)) columns.push_back(values(table, field));
     for (size_t chain = 0; chain < std::max<size_t>(chains, 1); ++chain) {
@@ -118,10 +127,15 @@ std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
   return record;
 }
 
+constexpr uint32_t kGsmInUse = 3, kWcdmaInUse = 5, kLteInUse = 9, kNrInUse = 12;
+
 // How many stacks there are, and each one's radio technology.
 std::vector<uint8_t> technology(Table& sub) {
-  static constexpr std::pair<const char*, uint32_t> kRats[] = {
-      {"none", 0}, {"gsm", 3}, {"wcdma", 5}, {"lte", 9}, {"nr", 12}};
+  static constexpr std::pair<const char*, uint32_t> kRats[] = {{"none", 0},
+                                                               {"gsm", kGsmInUse},
+                                                               {"wcdma", kWcdmaInUse},
+                                                               {"lte", kLteInUse},
+                                                               {"nr", kNrInUse}};
   const bool number = sub.is_number("rat");
   if (!number && sub.text("rat", "none", 64) == "none") return {0};
   const uint32_t rat =
@@ -129,6 +143,34 @@ std::vector<uint8_t> technology(Table& sub) {
   std::vector<uint8_t> record{1};
   append(record, &rat, sizeof rat);
   return record;
+}
+
+// The decimals of a record's field, a chain after the other; none when the record is too short.
+std::vector<float> decimals_in(std::span<const uint8_t> record, std::span<const Field> fields,
+                               std::string_view key) {
+  size_t at = sizeof kVersion;
+  while (!fields.empty()) {
+    const size_t lists = lists_side_by_side(fields);
+    const size_t chains = std::max<size_t>(fields[0].chains, 1);
+    size_t stride = 0;
+    std::optional<size_t> found;
+    for (const Field& field : fields.first(lists)) {
+      if (field.key != nullptr && field.key == key) found = at + stride;
+      stride += field.kind.width;
+    }
+    if (found) {
+      std::vector<float> decimals(chains);
+      for (size_t chain = 0; chain < chains; ++chain) {
+        const size_t from = *found + chain * stride;
+        if (from + sizeof(float) > record.size()) return {};
+        std::memcpy(&decimals[chain], record.data() + from, sizeof(float));
+      }
+      return decimals;
+    }
+    at += chains * stride;
+    fields = fields.subspan(lists);
+  }
+  return {};
 }
 
 // "0x52" or "82".
@@ -166,6 +208,29 @@ Measurements read_measurements(Table table) {
   }
   table.done();
   return measurements;
+}
+
+std::optional<float> received_level(const Records& records) {
+  static constexpr struct {
+    uint32_t technology;
+    std::string_view record, key;
+  } kLevels[] = {{kGsmInUse, "gsm", "prx"},
+                 {kWcdmaInUse, "wcdma", "rx_agc"},
+                 {kLteInUse, "lte_pcc", "rssi"},
+                 {kNrInUse, "nr_agc", "rssi"}};
+  uint32_t in_use = 0;
+  const auto stacks = records.find(kTechnology);
+  if (stacks == records.end() || stacks->second.size() < 1 + sizeof in_use) return std::nullopt;
+  std::memcpy(&in_use, stacks->second.data() + 1, sizeof in_use);
+  const auto* const level =
+      std::ranges::find(kLevels, in_use, [](auto& l) { return l.technology; });
+  if (level == std::end(kLevels)) return std::nullopt;
+  const auto* const row = std::ranges::find(kRecords, level->record, &RecordRow::name);
+  const auto record = records.find(row->id);
+  if (record == records.end()) return std::nullopt;
+  const std::vector<float> chains = decimals_in(record->second, row->fields, level->key);
+  if (chains.empty()) return std::nullopt;
+  return *std::ranges::max_element(chains);
 }
 
 const char* record_name(uint32_t id) {

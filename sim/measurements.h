@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace sim {
@@ -20,6 +21,10 @@ using Measurements = std::array<Records, kMeasuredSubs>;
 
 // The table [measurements] of phone.toml.
 Measurements read_measurements(Table table);
+
+// What the subscription receives of the technology in use, in dBm, by its best chain; none when
+// that is not measured.
+std::optional<float> received_level(const Records& records);
 
 // As phone.toml calls the record; "raw" for an id that has no name there.
 const char* record_name(uint32_t id);

@@ -8,6 +8,7 @@
 #include "qcci/idl/codec.h"
 #include "sim/answer.h"
 #include "sim/services.h"
+#include "sim/storage.h"
 
 namespace sim {
 namespace {
@@ -199,13 +200,21 @@ void Modem::run_due() {
 
 void Modem::restart() {
   const Lock lock(mutex_);
+  lose_unsynced();  // at once, because a modem inside its client's process may not live to go down
   schedule({}, [this] { go_down(); });
+}
+
+void Modem::lose_unsynced() {
+  if (const int error = Storage(phone_, config_.loses_unsynced).restart(); error != 0) {
+    log(std::string("storage after a restart: ") + std::strerror(error));
+  }
 }
 
 void Modem::go_down() {
   log("modem restarts");
   for (const auto& service : services_) take_down(service->idl().id);
   held_.clear();
+  lose_unsynced();
   schedule(config_.restart, [this] {
     come_up();
     log("modem is up");
@@ -267,19 +276,22 @@ std::vector<std::string> Modem::unmet_faults() {
   return faults_.unmet();
 }
 
-std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
-  if (!phone.prepare(why)) return nullptr;
-  clear_scratch(phone.path("tmp"));
+bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why) {
+  if (!phone.prepare(why)) return false;
   std::string toml;
   if (const int error = read_file(phone.path("phone.toml"), &toml); error != 0) {
     *why = phone.path("phone.toml") + ": " + std::strerror(error);
-    return nullptr;
+    return false;
   }
+  if (parse_phone_config(toml, config, why)) return true;
+  *why = phone.root() + "/" + *why;
+  return false;
+}
+
+std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   PhoneConfig config;
-  if (!parse_phone_config(toml, &config, why)) {
-    *why = phone.root() + "/" + *why;
-    return nullptr;
-  }
+  if (!read_phone(phone, &config, why)) return nullptr;
+  clear_scratch(phone.path("tmp"));
   return std::make_unique<Modem>(phone, std::move(config));
 }
 

@@ -69,6 +69,7 @@ class Modem final : private Surroundings {
 
   void schedule(platform::Duration delay, std::function<void()> action);
   void go_down();
+  void lose_unsynced();
   void come_up();
   void handle(Service& service, Address at, Address client, std::vector<uint8_t> octets);
   void emit(const Service& service, Address at, Address client, FaultKind kind,
@@ -92,6 +93,9 @@ class Modem final : private Surroundings {
   Tap tap_;
   Log log_;
 };
+
+// The directory prepared and phone.toml read. False, and why, when that cannot be.
+bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why);
 
 // The phone's modem: the directory prepared, phone.toml read. Null, and why, when it cannot be.
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why);

@@ -13,6 +13,9 @@ namespace {
 
 constexpr uint32_t kInvalidArgument = 48;  // QMI error
 constexpr uint32_t kSubscriptions = 3;
+// Of an incremental scan's report.
+constexpr uint32_t kComplete = 0;
+constexpr uint32_t kPartial = 1;
 
 class NasService final : public Service {
  public:
@@ -47,11 +50,18 @@ class NasService final : public Service {
     }
   }
 
+  // Reports the networks found so far after each technology, and says at the last that it is all.
   void incremental_scan(Address client, const nas_incremental_network_scan_req& request,
                         nas_plain_resp&) {
     nas_incremental_network_scan_ind ind{};
     ind.networks_valid = 1;
-    for (const NetworkConfig& network : wanted(request.network_type_valid, request.network_type)) {
+    std::vector<NetworkConfig> networks = wanted(request.network_type_valid, request.network_type);
+    std::ranges::stable_sort(networks, {}, &NetworkConfig::rat);
+    for (const NetworkConfig& network : networks) {
+      if (ind.networks_len != 0 && ind.networks[ind.networks_len - 1].rat != network.rat) {
+        ind.status = kPartial;
+        indicate(client, NAS_INCREMENTAL_NETWORK_SCAN, ind);
+      }
       nas_incremental_network& to = ind.networks[ind.networks_len++];
       to.mcc = network.mcc;
       to.mnc = network.mnc;
@@ -60,6 +70,7 @@ class NasService final : public Service {
       to.mnc_three_digits = network.mnc_three_digits;
       std::copy(network.name.begin(), network.name.end(), to.name);
     }
+    ind.status = kComplete;
     indicate(client, NAS_INCREMENTAL_NETWORK_SCAN, ind);
   }
 

@@ -1,6 +1,6 @@
 // The modem's NV items and EFS files, as the vendor service's REQUEST_ID_EFS family reaches them.
 //
-// Items and files are kept in the phone's directory. A file that is written in chunks is gathered
+// Items and files are kept in the modem's storage. A file that is written in chunks is gathered
 // in memory and kept when it is whole; a file that is read in chunks is read once, at its first
 // chunk, so that nobody's write shows in the middle.
 #ifndef SIM_NVEFS_H_
@@ -12,7 +12,7 @@
 
 #include "platform/idl/vendor_payload.h"
 #include "sim/bus.h"
-#include "sim/phone.h"
+#include "sim/storage.h"
 
 namespace sim {
 
@@ -21,7 +21,7 @@ std::string nv_item_path(uint32_t sub, uint32_t id);
 
 class NvEfs {
  public:
-  explicit NvEfs(const Phone& phone) : nv_(phone.nv()), efs_(phone.efs()) {}
+  explicit NvEfs(const Storage& storage) : nv_(storage.nv), efs_(storage.efs) {}
 
   // The octets of the reply that are meaningful.
   size_t handle(Address client, const uint8_t (&request)[512], kelvor_nvefs_rsp* reply);
@@ -37,8 +37,8 @@ class NvEfs {
   void efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
   void efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
 
-  Folder nv_;
-  Folder efs_;
+  Store nv_;
+  Store efs_;
   std::map<Key, std::string> transfers_;
 };
 

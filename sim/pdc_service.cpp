@@ -25,8 +25,9 @@ constexpr uint16_t kIncompatibleState = 90;
 constexpr uint32_t kTypes = 2;
 constexpr uint32_t kSubscriptions = 2;
 
-// How long a list that is not asked on for is remembered.
-constexpr std::chrono::seconds kListPause{10};
+// How long a list that is not asked on for is remembered: nothing else tells a client that goes on
+// from one that begins anew. Less than the 5 s after which clients give up.
+constexpr std::chrono::milliseconds kListPause{4500};
 
 class PdcService final : public Service {
  public:

@@ -8,6 +8,7 @@
 //   log/system.log       the system log (kept by the platform)
 //   dump/                what a full dump leaves
 //   modem.sock           where a served modem listens
+//   unsynced/            what nv/ and efs/ held at the last sync, when a restart loses the rest
 //   tmp/                 files that are not whole yet
 //
 // Any number of processes may use it at once: every file is replaced as a whole.

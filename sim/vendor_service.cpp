@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <span>
 #include <type_traits>
 
 #include "platform/idl/vendor.h"
@@ -13,7 +14,9 @@
 #include "sim/card_tray.h"
 #include "sim/counters.h"
 #include "sim/nvefs.h"
+#include "sim/rf_configuration.h"
 #include "sim/services.h"
+#include "sim/storage.h"
 
 namespace sim {
 namespace {
@@ -26,7 +29,8 @@ class VendorService final : public Service {
  public:
   explicit VendorService(Surroundings& modem)
       : Service(modem, qcci::idl::kVendorService),
-        nvefs_(modem.phone()),
+        storage_(modem.phone(), modem.config().loses_unsynced),
+        nvefs_(storage_),
         tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
   }
@@ -49,7 +53,7 @@ class VendorService final : public Service {
         break;
       }
       case REQUEST_ID_COMMON:
-        common(request.data, response);
+        common(request, response);
         break;
       default:
         response.id = kNoSuchFamily;
@@ -67,9 +71,9 @@ class VendorService final : public Service {
   static constexpr size_t kRows = 5;
   static const CommonRow kCommon[kRows];
 
-  void common(const uint8_t (&octets)[512], kelvor_vendor_msg& response) {
+  void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
     kelvor_common_item_req item;
-    std::memcpy(&item, octets, sizeof item);
+    std::memcpy(&item, request.data, sizeof item);
     kelvor_common_rsp reply{};
     reply.command = item.command;
     reply.result = -ENOSYS;
@@ -79,6 +83,8 @@ class VendorService final : public Service {
                                      : item.command == row.number;
       if (asked) reply.result = (this->*row.run)(&payload);
     }
+    const std::span octets(request.data, request.data_len);
+    if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
     if (item.command == KELVOR_COMMON_ITEM) {
       if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
     }
@@ -106,15 +112,9 @@ class VendorService final : public Service {
     return 0;
   }
 
-  // Every write has reached the disk before it was answered: there is nothing left to do.
-  int32_t nv_sync(std::string* /*payload*/) { return 0; }
+  int32_t nv_sync(std::string* /*payload*/) { return -storage_.sync(); }
 
   int32_t full_dump(std::string* /*payload*/) {
-    char name[64];
-    const time_t now = ::time(nullptr);
-    tm utc{};
-    ::gmtime_r(&now, &utc);
-    ::strftime(name, sizeof name, "dump/%Y%m%dT%H%M%SZ.txt", &utc);
     std::string dump = "modem memory dump\n";
     const auto add = [&dump](const char* what, const Folder& folder) {
       folder.list([&](const std::string& path, size_t octets) {
@@ -123,11 +123,27 @@ class VendorService final : public Service {
     };
     add("nv", modem_.phone().nv());
     add("efs", modem_.phone().efs());
-    const int error = modem_.phone().all().write(name, dump);
+    const int error = modem_.phone().all().write(new_dump(), dump);
     modem_.restart();
     return -error;
   }
 
+  // A name after the time that no dump has yet.
+  std::string new_dump() const {
+    char stamp[64];
+    const time_t now = ::time(nullptr);
+    tm utc{};
+    ::gmtime_r(&now, &utc);
+    ::strftime(stamp, sizeof stamp, "dump/%Y%m%dT%H%M%SZ", &utc);
+    std::string name = std::string(stamp) + ".txt";
+    std::string there;
+    for (int n = 2; modem_.phone().all().read(name, &there) == 0; ++n) {
+      name = std::string(stamp) + "-" + std::to_string(n) + ".txt";
+    }
+    return name;
+  }
+
+  const Storage storage_;
   NvEfs nvefs_;
   const CardTray tray_;
 };

@@ -15,6 +15,7 @@
 #include "sim/card_tray.h"
 #include "sim/euicc.h"
 #include "sim/modem.h"
+#include "sim/phone_shell.h"
 #include "sim/qrtr_server.h"
 #include "sim/server.h"
 
@@ -83,14 +84,14 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (trace) modem->set_tap(print_message);
   sim::Server server(*modem);
   if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
-  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
   std::vector<sim::Door*> doors{&server};
   sim::QrtrServer bus(*modem);
   if (qrtr) {
     if (!bus.publish(&why)) return fail(why);
-    std::printf("published on the QRTR bus\n");
     doors.push_back(&bus);
   }
+  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  if (qrtr) std::printf("published on the QRTR bus\n");
   std::fflush(stdout);
   sim::serve_modem(*modem, doors, stop.get());
   for (const std::string& rule : modem->unmet_faults()) {
@@ -170,7 +171,9 @@ int show(const Phone& phone) {
   std::printf("phone      %s\n", phone.root().c_str());
   qcci::LocalSocketLink link(phone.path("modem.sock"));
   std::printf("modem      %s\n", link.answers() ? "served at modem.sock" : "embedded in each vex");
-  std::printf("restart    %lld ms\n", static_cast<long long>(config.restart.count()));
+  std::printf("restart    %lld ms, what was not synced %s\n",
+              static_cast<long long>(config.restart.count()),
+              config.loses_unsynced ? "is lost" : "survives");
   std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
   std::printf("statistics %s, %zu outdated logs\n",
               config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());
@@ -200,6 +203,7 @@ int show(const Phone& phone) {
   }
   show_files("nv items (sub/id)", phone.nv());
   show_files("efs files (sub/path)", phone.efs());
+  show_files("files in /data/vendor", sim::Folder(phone.path("data/vendor"), phone.path("tmp")));
   std::string properties;
   phone.all().read("properties", &properties);
   std::printf("properties\n%s", properties.c_str());
@@ -209,6 +213,9 @@ int show(const Phone& phone) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 3 && std::strcmp(argv[1], sim::kEnterPhoneShell) == 0) {
+    return sim::enter_phone_shell(argv + 2);
+  }
   CLI::App app{"The simulated phone that vex talks to on a desk"};
   app.require_subcommand(1);
   std::string directory = Phone::default_root();
@@ -225,6 +232,17 @@ int main(int argc, char** argv) {
   app.add_subcommand("show", "Print what the phone holds")->callback([&] {
     result = show(Phone(directory));
   });
-  CLI11_PARSE(app, argc, argv);
+  CLI::App* shell = app.add_subcommand(
+      "shell", "Run $SHELL, or the COMMAND that follows, where the phone is at its device paths");
+  shell->prefix_command();
+  shell->callback([&] { result = sim::run_phone_shell(Phone(directory), shell->remaining()); });
+  // The command's words are its own, whatever they look like, so "--" is not needed before them.
+  std::vector<char*> words(argv, argv + argc);
+  for (size_t i = 1; i + 1 < words.size(); ++i) {
+    if (std::strcmp(words[i], "shell") != 0) continue;
+    if (std::strcmp(words[i + 1], "--") == 0) words.erase(words.begin() + static_cast<long>(i) + 1);
+    break;
+  }
+  CLI11_PARSE(app, static_cast<int>(words.size()), words.data());
   return result;
 }

@@ -228,6 +228,8 @@ const ResetRow kResets[] = {
      "message = 0x3B\naction = \"change\"\nat = 14\n"
      "octets = [0x10, 2, 0, 0, 0, 0x7F, 5, 0, 1, 2, 3, 4, 5]",
      "apdu=000000000000000000\n", 2},
+    {"OpenWithoutAChannel", "message = 0x42\naction = \"change\"\nat = 14\noctets = [0x7F]",
+     "apdu=026d00000000000000\n", 2},
     {"CloseRefused", "message = 0x3F\naction = \"qmi-error\"\nerror = 3",
      "apdu=08bf34038001009000\nvalue=SUCCEED\n", 3},
     {"CloseNotAnswered", "message = 0x3F\naction = \"drop\"",
@@ -325,15 +327,21 @@ TEST_F(Esim, TheEidIsSavedOnceAndAnExistingFileIsKept) {
   EXPECT_FALSE(directory_.has(kEidFile));
 }
 
-TEST_F(Esim, AnEidThatIsThereIsKeptWhateverItIs) {
-  directory_.write(kEidFile, "another");
+struct KeptEid : Esim, testing::WithParamInterface<size_t> {};
+
+TEST_P(KeptEid, IsKeptWhateverItIs) {
+  const std::string another(GetParam(), 'x');
+  directory_.write(kEidFile, another);
   start();
   const std::string output = vex("5 10 1 1");
   EXPECT_TRUE(said(output, "EID already exists, set IS_EID_SAVE TRUE"));
   EXPECT_NE(output.find(eid_line(kEid)), std::string::npos);
-  EXPECT_EQ(directory_.file(kEidFile), "another");
+  EXPECT_EQ(directory_.file(kEidFile), another);
   EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip"));
 }
+
+INSTANTIATE_TEST_SUITE_P(OfOctets, KeptEid, testing::Values(0, 7, 16, 17, 500),
+                         testing::PrintToStringParamName());
 
 TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
   // Requests to the vendor service: two files, the read, the write that is lost.

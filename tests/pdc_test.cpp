@@ -1,118 +1,19 @@
 // The PDC client against the simulated service: outcomes that come, come late, twice or not at all.
 
-#include <algorithm>
 #include <future>
 #include <random>
 #include <thread>
 
-#include "common/qcril_mem.h"
 #include "mbn/kelvor_mbn_utils.h"
-#include "mbn/pdc_info.h"
 #include "platform/kelvor_utils.h"
-#include "support/desk.h"
+#include "support/pdc_desk.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using desk::said;
-using sim::FaultKind;
-using Sequence = std::vector<std::string>;
+using namespace desk;
 
-constexpr auto kSoftware = PDC_CONFIG_TYPE_SOFTWARE;
-constexpr auto kPlatform = PDC_CONFIG_TYPE_PLATFORM;
-
-constexpr std::string_view kPhone = R"(
-[pdc]
-activation_ms = 0
-deactivation_ms = 0
-[[configuration]]
-type = "platform"
-id = "50"
-[[configuration]]
-id = "AA00"
-default = true
-description = "first"
-version = 7
-[[configuration]]
-id = "BB00"
-)";
-
-pdc_config_pdc_info id_of(std::initializer_list<uint8_t> octets) {
-  pdc_config_pdc_info id{};
-  id.id_len = static_cast<uint32_t>(octets.size());
-  std::copy(octets.begin(), octets.end(), id.id);
-  return id;
-}
-
-// A fault rule on PDC.
-std::string fault(const char* kind, int message, const char* rest) {
-  return "[[fault]]\nservice = \"pdc\"\nkind = \"" + std::string(kind) +
-         "\"\nmessage = " + std::to_string(message) + "\n" + rest + "\n";
-}
-std::string lost(int message) { return fault("indication", message, "nth = 1\naction = \"drop\""); }
-
-// The client's thread may be about to give back the last indication.
-bool nothing_leaked() {
-  for (int i = 0; i < 1000 && qcril_mem_blocks() != 0; ++i) std::this_thread::sleep_for(1ms);
-  return qcril_mem_blocks() == 0;
-}
-
-struct Pdc : desk::Desk {
-  sim::Modem& start(const std::string& more = "") {
-    directory_.write("pdc/platform", "active 50\n");
-    directory_.write("pdc/software/0", "active AA00\n");
-    directory_.write("pdc/software/1", "active BB00\n");
-    directory_.write("phone.toml", std::string(kPhone) + more);
-    return start_written_modem();
-  }
-  // With a client.
-  sim::Modem& connect(const std::string& more = "") {
-    sim::Modem& modem = start(more);
-    EXPECT_EQ(pdc_init(), 0);
-    return modem;
-  }
-  // What PDC and the vendor service were asked, a word each: message, then type and sub.
-  Sequence asked() {
-    Sequence all;
-    for (const desk::Message& request : passed(FaultKind::kRequest)) {
-      static constexpr std::pair<uint16_t, const char*> kNames[] = {
-          {PDC_GET_SELECTED_CONFIG, "get"},
-          {PDC_SET_SELECTED_CONFIG, "set"},
-          {PDC_ACTIVATE_CONFIG, "activate"},
-          {PDC_DEACTIVATE_CONFIG, "deactivate"},
-          {PDC_LIST_CONFIGS, "list"}};
-      std::string text = "sync";
-      for (const auto& [id, name] : kNames) {
-        if (request.service == "pdc" && request.id() == id) text = name + (" " + request.tlvs());
-      }
-      all.push_back(text);
-    }
-    return all;
-  }
-  // Returns when a request of the kind waits, its timer running.
-  static void await_waiting(int req_type) {
-    const auto waiting = [req_type] {
-      const QtiSharedLock lock(pdc::info().mutex);
-      return pdc::info().context(req_type).waiting != 0;
-    };
-    while (!waiting()) std::this_thread::sleep_for(1ms);
-  }
-};
-
-const char* const kGet0 = "get 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
-const char* const kGet1 = "get 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
-const char* const kDeactivate0 = "deactivate 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
-const char* const kDeactivate1 = "deactivate 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
-const char* const kSet0 = "set 01 07 00 01 00 00 00 02 AA 00 11 04 00 00 00 00 00";
-const char* const kSet1 = "set 01 07 00 01 00 00 00 02 BB 00 11 04 00 01 00 00 00";
-const char* const kSoft0 =
-    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
-const char* const kSoft1 =
-    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
-const char* const kRegular0 =
-    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
-const char* const kRegular1 =
-    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
+struct Pdc : PdcDesk {};
 
 TEST_F(Pdc, SelectionsAreReadChangedAndActivated) {
   connect();
@@ -241,16 +142,32 @@ TEST_F(Pdc, AServiceThatGoesInTheMiddleEndsTheWait) {
   EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
 }
 
+TEST_F(Pdc, AnIndicationOfAForeignSizeIsDroppedAndTheTimerEndsTheRequest) {
+  connect(fault("indication", PDC_ACTIVATE_CONFIG,
+                "nth = 1\naction = \"change\"\nat = 8\noctets = [1]"));
+  clock_.run_by_itself();
+  const std::string output =
+      desk::output_of([] { EXPECT_EQ(pdc_activate_config(kSoftware, 0), -1); });
+  EXPECT_TRUE(said(output, "failed to decode qmi message, msg_id: 0x27")) << output;
+  EXPECT_EQ(clock_.passed(), 5s);
+  EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
+}
+
+TEST_F(Pdc, AnIndicationThatIsLateIsTooLate) {
+  connect(fault("indication", PDC_DEACTIVATE_CONFIG, "nth = 1\naction = \"delay\"\nms = 5001"));
+  clock_.run_by_itself();
+  EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
+  EXPECT_EQ(directory_.file("pdc/software/0"), "") << "done all the same";
+  clock_.advance(1s);
+  pdc_config_pdc_info id = id_of({0xAA, 0x00});
+  EXPECT_EQ(pdc_select_config(&id, kSoftware, 0), 0) << "behind it on the client's thread";
+  EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0);
+  EXPECT_EQ(pdc_deactivate_config(0, kSoftware), 0);
+}
+
 TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
-  const struct {
-    const char* rule;
-    const char* fault;
-    int message;
-  } rows[] = {
-      {"twice", "nth = 1\naction = \"duplicate\"", PDC_GET_SELECTED_CONFIG},
-      {"of a foreign size", "nth = 1\naction = \"truncate\"\noctets = 10", PDC_SET_FEATURE}};
-  sim::Modem& modem = connect(fault("indication", rows[0].message, rows[0].fault) +
-                              fault("indication", rows[1].message, rows[1].fault));
+  sim::Modem& modem =
+      connect(fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 1\naction = \"duplicate\""));
   pdc_config_pdc_info id{};
   EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
   EXPECT_EQ(pdc_activate_config(kSoftware, 0), 0) << "behind the second on the client's thread";
@@ -287,7 +204,14 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
     const std::string output = desk::output_of([&] {
       kind.handler(nullptr, 0);
       EXPECT_TRUE(is_list || outcome() == failed);
+      // A current configuration has to have an id.
+      if (kind.req_type == PDC_REQ_GET_SELECTED) {
+        auto* selected = reinterpret_cast<pdc_get_selected_config_ind*>(ind.data());
+        selected->active_valid = 1;
+        selected->active_len = 1;
+      }
       kind.handler(ind.data(), kind.indication_size);
+      EXPECT_TRUE(is_list || outcome() == (std::pair<uint32_t, int32_t>(1, 0)));
       ind[0] = 3;
       kind.handler(ind.data(), kind.indication_size);
       EXPECT_TRUE(is_list || outcome() == failed);
@@ -368,97 +292,12 @@ TEST_F(Pdc, AServiceThatNeverComesIsTriedTwentyTimes) {
   EXPECT_TRUE(said(output, "pdc init failed, do nothing"));
 }
 
-std::string many(int count) {
-  std::string toml;
-  char id[64];
-  for (int i = 0; i < count; ++i) {
-    std::snprintf(id, sizeof id, "[[configuration]]\nid = \"EE%06X\"\n", i);
-    toml += id;
-  }
-  return toml;
-}
-
-TEST_F(Pdc, AListOfFiveHundredComesWholeAndInOrder) {
-  connect(many(498));
-  std::vector<pdc_config_info*> list(1000);
-  unsigned int count = 1000;
-  ASSERT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);
-  ASSERT_EQ(count, 500u);
-  EXPECT_EQ(requests(), 20u);
-  EXPECT_EQ(asked()[7], "list 11 04 00 01 00 00 00");
-  for (unsigned int i = 2; i < count; ++i) {
-    const uint8_t id[] = {0xEE, 0, static_cast<uint8_t>((i - 2) >> 8), static_cast<uint8_t>(i - 2)};
-    ASSERT_EQ(list[i]->config.id_len, 4u);
-    EXPECT_EQ(std::memcmp(list[i]->config.id, id, 4), 0) << i;
-  }
-  for (unsigned int i = 0; i < count; ++i) qcril_free(list[i]);
-  count = 499;
-  EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), -1) << "no room for one of them";
-  EXPECT_EQ(count, 0u);
-  count = 1;
-  EXPECT_EQ(pdc_list_configs(kPlatform, list.data(), &count), 0) << "and on another type";
-  qcril_free(list[0]);
-  EXPECT_TRUE(nothing_leaked());
-}
-
-TEST_F(Pdc, AListThatBreaksOffIsNoListAndLeaksNothing) {
-  const struct {
-    const char* rule;
-    std::string fault;
-    size_t asked;
-    const char* said;
-  } rows[] = {
-      {"an error in the third frame",
-       fault("indication", PDC_LIST_CONFIGS, "nth = 3\naction = \"qmi-error\"\nerror = 3"), 3,
-       "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
-      {"a frame that is lost", fault("indication", PDC_LIST_CONFIGS, "nth = 3\naction = \"drop\""),
-       3, "pdc_list is waiting, will stop it."},
-      {"a service that goes", fault("request", PDC_LIST_CONFIGS, "nth = 3\naction = \"restart\""),
-       3, "qmi send mssage error for list_configs, errno: -2 0"},
-      {"a frame of nothing that promises more",
-       fault("indication", PDC_LIST_CONFIGS,
-             "nth = 1\naction = \"change\"\nat = 12\n"
-             "octets = [0x12, 1, 0, 1, 0x30, 0xDE, 0]"),
-       1, "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
-  };
-  for (const auto& row : rows) {
-    // Each in a process of its own, as the client library's state is one a process.
-    EXPECT_EXIT(
-        {
-          connect(many(100) + row.fault);
-          clock_.run_by_itself();
-          std::vector<pdc_config_info*> list(200);
-          unsigned int count = 200;
-          int result = 0;
-          const std::string output =
-              desk::output_of([&] { result = pdc_list_configs(kSoftware, list.data(), &count); });
-          const bool good = result == -1 && count == 0 && nothing_leaked() &&
-                            asked().size() == row.asked && said(output, row.said);
-          if (!good) std::fprintf(stderr, "%s\n", output.c_str());
-          std::_Exit(good ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "")
-        << row.rule;
-  }
-}
-
-TEST_F(Pdc, APhoneWithoutConfigurationsSendsNoList) {
-  directory_.write("phone.toml", "");
-  start_written_modem();
-  ASSERT_EQ(pdc_init(), 0);
-  clock_.run_by_itself();
-  unsigned int count = 0;
-  pdc_config_info* none = nullptr;
-  EXPECT_EQ(pdc_list_configs(kSoftware, &none, &count), -1);
-  EXPECT_EQ(clock_.passed(), 5s);
-}
-
 // Four threads, a modem that loses, delays, doubles and refuses at random: every request ends, and
 // when the modem behaves again every kind works.
 TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   static constexpr int kRequests = 1000;
   std::mt19937 random(20);
-  std::string faults;
+  std::string faults = many(4);
   for (int i = 0; i < 120; ++i) {
     static const char* const kActions[] = {"\"drop\"", "\"duplicate\"", "\"delay\"\nms = 6000",
                                            "\"delay\"\nms = 5000", "\"qmi-error\"\nerror = 3"};
@@ -469,7 +308,7 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
     faults += fault(response ? "response" : "indication", kMessages[i % 5],
                     (nth + (response ? "\"after-indication\"" : kActions[random() % 5])).c_str());
   }
-  connect(faults);
+  connect(faults, 1);
   kelvor_hal_set_shell_print_mask(0);
   clock_.run_by_itself();
   std::atomic<int> left{kRequests};
@@ -519,137 +358,6 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   int tries = 0;
   while (!every_kind_works() && tries < 300) ++tries;
   EXPECT_LT(tries, 300);
-}
-
-struct Mbn : Pdc {
-  // The operation's result, and what was asked of the modem.
-  static constexpr int (*kRefresh)(unsigned int, unsigned int) = kelvor_refresh_mbn;
-  static constexpr int (*kReactivate)(unsigned int, unsigned int) = kelvor_reactivate_mbn;
-};
-
-TEST_F(Mbn, EveryMaskAndTypeDoesWhatItNames) {
-  const Sequence turn_0{kGet0, kDeactivate0, "sync", kSet0, kRegular0};
-  const Sequence turn_1{kGet1, kDeactivate1, "sync", kSet1, kRegular1};
-  Sequence both = turn_0;
-  both.insert(both.end(), turn_1.begin(), turn_1.end());
-  const char* const kRange = "sub_mask is out of range";
-  const char* const kType = "config_type is invalid";
-  const struct {
-    int (*operation)(unsigned int, unsigned int);
-    unsigned int mask, type;
-    int result;
-    Sequence asked;
-    const char* said;
-  } rows[] = {
-      {kRefresh, 0, 1, -1, {}, kRange},
-      {kRefresh, 1, 1, 0, {kSoft0}, "SUB_0 pdc_activate_config_ex ret 0"},
-      {kRefresh, 2, 1, 0, {kSoft1}, "SUB_1 pdc_activate_config_ex ret 0"},
-      {kRefresh, 3, 1, 0, {kSoft0, kSoft1}, "SUB_1 pdc_activate_config_ex ret 0"},
-      {kRefresh, 4, 1, -1, {}, kRange},
-      {kRefresh, 1, 2, -1, {}, kType},
-      {kRefresh,
-       2,
-       0,
-       0,
-       {"activate 01 04 00 00 00 00 00 11 04 00 01 00 00 00 13 04 00 01 00 00 00"},
-       "mbn_type 0"},
-      {kReactivate, 0, 1, -1, {}, kRange},
-      {kReactivate, 1, 1, 0, turn_0, "SUB_0 pdc_activate_config ret_val 0"},
-      {kReactivate, 2, 1, 0, turn_1, "SUB_1 pdc_select_config ret_val 0"},
-      {kReactivate, 3, 1, 0, both, "SUB_1 pdc_activate_config ret_val 0"},
-      {kReactivate, 4, 1, -1, {}, kRange},
-      {kReactivate, 3, 2, -1, {}, kType},
-  };
-  start();
-  size_t before = 0;
-  for (const auto& row : rows) {
-    const std::string output =
-        desk::output_of([&] { EXPECT_EQ(row.operation(row.mask, row.type), row.result); });
-    EXPECT_TRUE(said(output, row.said)) << output;
-    const Sequence all = asked();
-    EXPECT_EQ(Sequence(all.begin() + static_cast<ptrdiff_t>(before), all.end()), row.asked);
-    before = all.size();
-    EXPECT_EQ(said(output, "pdc init have been done, do nothing"),
-              row.operation == kRefresh && &row != rows)
-        << output;
-  }
-  EXPECT_EQ(directory_.file("pdc/software/0"), "active AA00\n");
-  EXPECT_EQ(directory_.file("pdc/software/1"), "active BB00\n");
-}
-
-TEST_F(Mbn, AStepThatFailsStopsWhatDependsOnItAlone) {
-  const auto refused = [](int message) {
-    return fault("indication", message, "nth = 1\naction = \"qmi-error\"\nerror = 3");
-  };
-  const Sequence turn_0{kGet0, kDeactivate0, "sync", kSet0, kRegular0};
-  const Sequence turn_1{kGet1, kDeactivate1, "sync", kSet1, kRegular1};
-  Sequence both = turn_0;
-  both.insert(both.end(), turn_1.begin(), turn_1.end());
-  const struct {
-    const char* rule;
-    int (*operation)(unsigned int, unsigned int);
-    std::string fault;
-    int result;
-    Sequence asked;
-    const char* said;
-  } rows[] = {
-      {"a refused refresh goes on",
-       kRefresh,
-       refused(PDC_ACTIVATE_CONFIG),
-       0,
-       {kSoft0, kSoft1},
-       "SUB_0 pdc_activate_config_ex ret -1"},
-      {"the last refresh counts",
-       kRefresh,
-       fault("indication", PDC_ACTIVATE_CONFIG, "nth = 2\naction = \"qmi-error\"\nerror = 3"),
-       -1,
-       {kSoft0, kSoft1},
-       "SUB_1 pdc_activate_config_ex ret -1"},
-      {"no current configuration, no turn",
-       kReactivate,
-       refused(PDC_GET_SELECTED_CONFIG),
-       -1,
-       {kGet0},
-       "SUB_0 pdc_get_current_config fail"},
-      {"SUB_1's is its own",
-       kReactivate,
-       fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 2\naction = \"drop\""),
-       -1,
-       {kGet0, kDeactivate0, "sync", kSet0, kRegular0, kGet1},
-       "SUB_1 pdc_get_current_config fail"},
-      {"deactivation", kReactivate, refused(PDC_DEACTIVATE_CONFIG), 0, both,
-       "pdc_deactivate_config, ret_pdc: -1, ret_sync: 0, sub: 0, config_type: 1"},
-      {"selection", kReactivate, refused(PDC_SET_SELECTED_CONFIG), 0, both,
-       "SUB_0 pdc_select_config ret_val -1"},
-      {"activation", kReactivate, refused(PDC_ACTIVATE_CONFIG), 0, both,
-       "SUB_0 pdc_activate_config ret_val -1"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EXIT(
-        {
-          start(row.fault);
-          clock_.run_by_itself();
-          int result = 0;
-          const std::string output = desk::output_of([&] { result = row.operation(3, kSoftware); });
-          const bool good = result == row.result && asked() == row.asked && said(output, row.said);
-          if (!good) {
-            std::fprintf(stderr, "%d\n%s\n", result, output.c_str());
-            for (const std::string& one : asked()) std::fprintf(stderr, "%s\n", one.c_str());
-          }
-          std::_Exit(good ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "")
-        << row.rule;
-  }
-}
-
-TEST_F(Mbn, ADeactivationNamesWhatItRefuses) {
-  const std::string output = desk::output_of([] {
-    EXPECT_EQ(kelvor_mbn_deactivate_config(2, kSoftware), -1);
-    EXPECT_EQ(kelvor_mbn_deactivate_config(1, static_cast<pdc_config_type_enum_v01>(2)), -1);
-  });
-  EXPECT_TRUE(said(output, "sub is invalid, sub: 2")) << output;
-  EXPECT_TRUE(said(output, "config_type is invalid, config_type: 2")) << output;
 }
 
 }  // namespace

@@ -252,6 +252,30 @@ TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
       << directory_.file("out");
 }
 
+TEST_F(Tool, ARestartEndsTheRequestOfAnotherProcessAndTheNextOneWorks) {
+  directory_.write("phone.toml",
+                   "[modem]\nrestart_ms = 300\n[[fault]]\nservice = \"vendor\"\n"
+                   "kind = \"request\"\naction = \"drop\"\nnth = 1\n");
+  const Ran ran = run(std::string(kServe) +
+                      "$BIN/vex 11 2 >$VEX_PHONE/vex & v=$!; sleep 0.2; $BIN/vex 11 0; wait $v; "
+                      "$BIN/vex 4 2 0 10 7; kill $server; wait $server");
+  EXPECT_TRUE(said(ran.output, "Will trigger SSR of modem")) << ran.output;
+  EXPECT_TRUE(said(directory_.file("vex"), "send msg sync failed:-2")) << directory_.file("vex");
+  EXPECT_EQ(directory_.file("nv/0/10"), "\7") << ran.output;
+}
+
+TEST_F(Tool, FullDumpsLeaveAFileEachAndARestartOfAnEmbeddedModemLosesWhatWasNotSynced) {
+  directory_.write("properties", "persist.vendor.ssr.restart_level=ALL_DISABLE\n");
+  directory_.write("phone.toml", "[modem]\nunsynced = \"lost\"\n");
+  run("$BIN/vex 4 2 0 10 1; $BIN/vex 11 2; $BIN/vex 4 2 0 10 2; $BIN/vex 4 2 0 11 3");
+  EXPECT_EQ(directory_.file("nv/0/10") + directory_.file("nv/0/11"), "\2\3");
+  run("$BIN/vex 11 1; $BIN/vex 11 1");
+  EXPECT_EQ(directory_.file("nv/0/10"), "\1");
+  EXPECT_FALSE(directory_.has("nv/0/11"));
+  const std::filesystem::directory_iterator dumps(directory_.root() + "/dump");
+  EXPECT_EQ(std::distance(begin(dumps), end(dumps)), 2);
+}
+
 TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
   const std::string deep = directory_.root() + "/" + std::string(120, 'd');
   ::setenv("VEX_PHONE", deep.c_str(), 1);

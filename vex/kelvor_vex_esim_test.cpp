@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <string_view>
 
 #include "common/trace.h"
 #include "platform/clock.h"
@@ -39,12 +40,14 @@ constexpr kelvor_uim_send_apdu_in kMemoryReset{
     kSlot, 0, 13, {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34, 0x04, 0x82, 0x02, 0x05, 0xE0, 0x00}};
 constexpr int kShownOfApdu = 1 + 8;  // its length and the first octets of the response
 
+// One call a line, so that no trace line of another thread comes between.
 __attribute__((format(printf, 1, 2))) void print_result(const char* format, ...) {
+  char line[128];
   va_list arguments;
   va_start(arguments, format);
-  std::vprintf(format, arguments);
+  std::vsnprintf(line, sizeof line, format, arguments);
   va_end(arguments);
-  std::putchar('\n');
+  std::printf("%s\n", line);
 }
 
 template <int N>
@@ -231,7 +234,8 @@ extern "C" void save_eid_to_efs(const uint8_t* eid) {
   uint8_t saved[KELVOR_UIM_EID_SIZE];
   uint32_t length = sizeof saved;
   int res = kelvor_efs_read(kEidFileSub, kEidFile, kPathLength, saved, &length);
-  if (res == 0) {
+  // A file that is longer than an EID is there too.
+  if (res == KELVOR_NVEFS_OK || res == KELVOR_NVEFS_BAD_LENGTH) {
     TRACE_INFO("EID already exists, set IS_EID_SAVE TRUE");
     is_eid_save = true;
     return;

@@ -1,33 +1,363 @@
 // Command 11: smart tests.
 
+#include "vex/kelvor_vex_smart_test.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
 #include "common/trace.h"
+#include "platform/clock.h"
+#include "platform/idl/vendor_payload.h"
+#include "platform/kelvor_utils.h"
+#include "platform/properties.h"
+#include "platform/timer.h"
+#include "qmi/kelvor_extend_cmn.h"
+#include "qmi/kelvor_extend_nvefs.h"
 #include "vex/commands.h"
 #include "vex/usage.h"
 
+const char* g_share_memory_file_path = "/data/vendor/modem/share_memory";
+
 namespace {
 
-constexpr vex::UsageRow kRows[] = {
-    {"%d: smart test\n"},
-    {"   vex %d %d                      /* trigger SSR of modem */\n", 0},
-    {"   vex %d %d                      /* trigger Full Dump */\n", 1},
-    {"   vex %d %d                      /* trigger NV SYNC */\n", 2},
-    {"   vex %d %d opt                  /* ap vireo print(need reboot), opt: 0 - off; 1 - on */\n",
-     3},
-    {"   vex %d %d opt                  /* bp vireo print, opt: 0 - off; 1 - on */\n", 4},
-    {"   vex %d %d opt                  /* bp qmi print, opt: 0 - off; 1 - on */\n", 5},
-    {"   vex %d %d opt                  /* bp rf print, opt: 0 - off; 1 - on */\n", 6},
-    {"   vex %d %d                      /* share memory test */\n", 7},
-    {"   vex %d %d timeout_s            /* kelvor timer test, timeout_s - the expired time(s) */\n",
-     8},
-};
+using vex::kCommandSmart;
 
-}  // namespace
+// Words of the argument vector.
+constexpr int kWordAction = 2;
+constexpr int kWordOption = 3;
 
-extern "C" int kelvor_smart_test_do(int /*argc*/, char** /*argv*/) {
-  TRACE_INFO("Not support");
+int refuse() { return kelvor_smart_test_show_help(kCommandSmart); }
+
+// ---- requests
+
+// A request whose value is one word, or nothing.
+int send(uint32_t item, const uint32_t* word) {
+  uint8_t rsp[KELVOR_COMMON_RSP_SIZE] = {};
+  return static_cast<int>(kelvor_send_common_qmi_msg(item, word != nullptr ? sizeof *word : 0,
+                                                     reinterpret_cast<const uint8_t*>(word), rsp));
+}
+
+int kelvor_smart_test_modem_ssr() {
+  constexpr uint32_t kWord = 0x1000;
+  TRACE_INFO("Will trigger SSR of modem");
+  return send(KELVOR_COMMON_ITEM_SSR, &kWord);
+}
+
+int kelvor_smart_test_nv_sync() {
+  TRACE_DEBUG("Will trigger NV SYNC");
+  return send(KELVOR_COMMON_ITEM_NV_SYNC, nullptr);
+}
+
+// ---- full dump
+
+constexpr const char kRestartLevel[] = "persist.vendor.ssr.restart_level";
+constexpr const char kRestartLevelBackup[] = "persist.vendor.ssr.restart_level_bak";
+constexpr const char kRestartWait[] = "persist.radio.ssr_wait_s";
+constexpr const char kAllDisable[] = "ALL_DISABLE";  // a crash of the modem leaves a dump
+constexpr int32_t kRestartWaitSeconds = 5;
+
+// How often this tool has switched the modem's restart off.
+constexpr std::string_view kUpdateCount = "/nv/item_files/modem/kelvor/ssr_update_count";
+static_assert(kUpdateCount.size() == 44);
+
+// Seconds that need not fit one wait's milliseconds.
+void sleep_s(uint32_t seconds) {
+  constexpr uint32_t kAtOnce = 1000000;
+  while (seconds > 0) {
+    const uint32_t now = std::min(seconds, kAtOnce);
+    platform_sleep_ms(now * 1000);
+    seconds -= now;
+  }
+}
+
+uint32_t kelvor_smart_test_read_ssr_update_flag() {
+  uint32_t value = 0;
+  uint32_t length = sizeof value;
+  const int32_t result = kelvor_efs_read(0, kUpdateCount.data(), kUpdateCount.size(),
+                                         reinterpret_cast<uint8_t*>(&value), &length);
+  TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT read ret: %d, old update_cnt: %d, len: %d", result,
+              static_cast<int>(value), static_cast<int>(length));
+  if (result != 0) {
+    TRACE_ERROR("kelvor_efs_read failed, maybe empty");
+    return 0;
+  }
+  return value;
+}
+
+int kelvor_smart_test_save_ssr_update_flag() {
+  const uint32_t value = kelvor_smart_test_read_ssr_update_flag() + 1;
+  const int32_t result = kelvor_efs_write(0, kUpdateCount.data(), kUpdateCount.size(),
+                                          reinterpret_cast<const uint8_t*>(&value), sizeof value);
+  TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", result,
+              static_cast<int>(value));
+  return result;
+}
+
+int kelvor_smart_test_ssr_wait_s(int /*ignored*/) {
+  int32_t wait_s = 0;
+  kelvor_get_property_value_from_int(kRestartWait, &wait_s, kRestartWaitSeconds);
+  TRACE_DEBUG("ssr wait_s = %d", wait_s);
+  if (wait_s < 1) {
+    TRACE_DEBUG("modem ssr will not wait");
+  } else {
+    TRACE_DEBUG("wait-start(%ds) ...", wait_s);
+    sleep_s(static_cast<uint32_t>(wait_s));
+    TRACE_DEBUG("wait-end(%ds)", wait_s);
+  }
+  return wait_s;
+}
+
+int kelvor_smart_test_full_dump() {
+  constexpr uint32_t kWord = 0x2000;
+  char current[256];
+  char backup[256];
+  static_assert(sizeof current >= PROPERTY_VALUE_MAX);
+  property_get(kRestartLevel, current, "ALL_ENABLE");
+  property_get(kRestartLevelBackup, backup, "");
+  // Saved once and never restored: the first full dump remembers what the phone came with.
+  if (backup[0] == '\0') {
+    TRACE_DEBUG("need to save ssr state");
+    property_set(kRestartLevelBackup, current);
+  }
+  TRACE_DEBUG("Will trigger Full Dump, the current state: %s, the default state: %s", current,
+              backup);
+  if (std::strcmp(current, kAllDisable) != 0) {
+    TRACE_DEBUG("need to close ssr");
+    property_set(kRestartLevel, kAllDisable);
+    kelvor_smart_test_save_ssr_update_flag();
+    const int wait_s = kelvor_smart_test_ssr_wait_s(0);
+    if (wait_s < 0) {
+      TRACE_DEBUG("wait_s < 0, ssr is stoped");
+      return wait_s;
+    }
+  }
+  return send(KELVOR_COMMON_ITEM_FULL_DUMP, &kWord);
+}
+
+// ---- print switches
+
+int kelvor_smart_test_ap_vireo_switch(int opt) {
+  TRACE_DEBUG("ap_vireo_print, opt = %d", opt);
+  property_set("persist.vendor.radio.print_stats", opt == 1 ? "1" : "2");
+  TRACE_DEBUG("success, need to reboot");
   return 0;
 }
 
+// A modem-side switch: on while its file is there.
+struct BpSwitch {
+  std::string_view path;
+  uint32_t value;  // written when on
+  uint32_t width;  // octets of it
+};
+constexpr BpSwitch kBpVireo{"/vireo/vireo_print_mask", 31, 4};
+constexpr BpSwitch kBpQmi{"/nv/item_files/modem/kelvor/qmi_print_flag", 1, 1};
+constexpr BpSwitch kBpRf{"/nv/item_files/modem/kelvor/rf_print_mask", 15, 4};
+static_assert(kBpVireo.path.size() == 23 && kBpQmi.path.size() == 42 && kBpRf.path.size() == 41);
+
+// The modem reads its switches when it starts, from what has been brought to its storage.
+int bp_print_switch(TraceSite site, const BpSwitch& bp, int opt) {
+  const auto path_length = static_cast<uint32_t>(bp.path.size());
+  int result = 0;
+  if (opt == 1) {
+    uint8_t value[sizeof bp.value];
+    std::memcpy(value, &bp.value, sizeof value);
+    result = kelvor_efs_write(0, bp.path.data(), path_length, value, bp.width);
+    if (result != 0) TRACE_FROM(site, kTraceError, "kelvor_efs_write failed");
+  } else {
+    result = kelvor_efs_delete(0, bp.path.data(), path_length);
+    if (result != 0) TRACE_FROM(site, kTraceError, "kelvor_efs_delete failed");
+  }
+  if (result != 0) return result;
+  result = kelvor_smart_test_nv_sync();
+  const int restarted = kelvor_smart_test_modem_ssr();
+  TRACE_FROM(site, kTraceDebug, "success, pls wait 10 seconds ");
+  return result != 0 ? result : restarted;
+}
+
+int kelvor_smart_test_bp_vireo_print_switch(int opt) {
+  TRACE_DEBUG("bp_vireo_print, opt = %d", opt);
+  return bp_print_switch(TRACE_SITE(), kBpVireo, opt);
+}
+
+int kelvor_smart_test_bp_qmi_print_switch(int opt) {
+  TRACE_DEBUG("bp_qmi_print, opt = %d", opt);
+  return bp_print_switch(TRACE_SITE(), kBpQmi, opt);
+}
+
+int kelvor_smart_test_bp_rf_print_switch(int opt) {
+  TRACE_DEBUG("bp_rf_print, opt = %d", opt);
+  return bp_print_switch(TRACE_SITE(), kBpRf, opt);
+}
+
+// ---- shared memory
+
+constexpr size_t kShareMemorySize = 100;
+
+// Shows what another process left in the file's first octets; nothing is written into it.
+int show_share_memory(TraceSite site, int fd) {
+  const int truncated = ::ftruncate(fd, kShareMemorySize);
+  TRACE_FROM(site, kTraceDebug, "ftruncate, ret: %d", truncated);
+  if (truncated == -1) {
+    TRACE_FROM(site, kTraceError, "ftruncate error");
+    return -1;
+  }
+  void* const mapped = ::mmap(nullptr, kShareMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  TRACE_FROM(site, kTraceDebug, "mmap, data_ptr: 0x%08x",
+             static_cast<unsigned>(reinterpret_cast<uintptr_t>(mapped)));
+  if (mapped == MAP_FAILED) {
+    TRACE_FROM(site, kTraceError, "mmap error");
+    return -1;
+  }
+  const auto* const data_ptr = static_cast<const volatile uint8_t*>(mapped);
+  for (int i = 0; i < 5; ++i) {
+    TRACE_FROM(site, kTraceDebug, "data_ptr[%d]: %d", i, data_ptr[i]);
+  }
+  const int unmapped = ::munmap(mapped, kShareMemorySize);
+  TRACE_FROM(site, kTraceDebug, "munmap, ret: %d", unmapped);
+  if (unmapped == -1) TRACE_FROM(site, kTraceError, "munmap error");
+  return unmapped;
+}
+
+int kelvor_smart_test_sh_test_read() {
+  const TraceScope scope(TRACE_SITE());
+  TRACE_DEBUG("g_share_memory_file_path: %s", g_share_memory_file_path);
+  const int fd = ::open(g_share_memory_file_path, O_RDWR | O_CREAT, 0777);
+  TRACE_DEBUG("open, fd: %d", fd);
+  if (fd == -1) {
+    TRACE_ERROR("shm_open error");
+    return -1;
+  }
+  const int result = show_share_memory(TRACE_SITE(), fd);
+  TRACE_DEBUG("close fd");
+  ::close(fd);
+  return result;
+}
+
+int kelvor_smart_test_share_memory() {
+  TRACE_DEBUG("share_memory");
+  return kelvor_smart_test_sh_test_read();
+}
+
+// ---- timer
+
+std::atomic<bool> g_timer_running{false};
+
+void kelvor_vex_delay_timer_cb(sigval value) {
+  const auto id = static_cast<uint32_t>(value.sival_int);
+  TRACE_DEBUG("The timer expired with ID %u", id);
+  kelvor_timer_stop(id);
+  g_timer_running = false;
+}
+
+int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
+  TRACE_DEBUG("Timer test start, timeout_s = %d", static_cast<int>(timeout_s));
+  // Before the timer is there: it may expire at once.
+  g_timer_running = true;
+  const uint32_t timer_id = kelvor_timer_start(kelvor_vex_delay_timer_cb, timeout_s);
+  if (timer_id == 0) {
+    TRACE_ERROR("kelvor_timer_start failed");
+    return -1;
+  }
+  TRACE_DEBUG("Start one timer(timer_id %d), will pause until this timer is expired ...",
+              static_cast<int>(timer_id));
+  for (int n = 1; g_timer_running; ++n) {
+    sleep_s(1);
+    if (n == 1) {
+      TRACE_DEBUG("%d second has passed", n);
+    } else {
+      TRACE_DEBUG("%d seconds have passed", n);
+    }
+  }
+  TRACE_DEBUG("Timer test done");
+  return 0;
+}
+
+// ---- the command
+
+enum class Takes { kNothing, kOnOff, kSeconds };
+
+// The actions in the order of their numbers. One without a word of its own is called with 0.
+struct Action {
+  vex::UsageRow usage;
+  Takes takes;
+  int (*run)(int word);
+};
+constexpr Action kActions[] = {
+    {{"   vex %d %d                      /* trigger SSR of modem */\n", 0},
+     Takes::kNothing,
+     [](int) { return kelvor_smart_test_modem_ssr(); }},
+    {{"   vex %d %d                      /* trigger Full Dump */\n", 1},
+     Takes::kNothing,
+     [](int) { return kelvor_smart_test_full_dump(); }},
+    {{"   vex %d %d                      /* trigger NV SYNC */\n", 2},
+     Takes::kNothing,
+     [](int) { return kelvor_smart_test_nv_sync(); }},
+    {{"   vex %d %d opt                  /* ap vireo print(need reboot), opt: 0 - off; 1 - on */\n",
+      3},
+     Takes::kOnOff,
+     kelvor_smart_test_ap_vireo_switch},
+    {{"   vex %d %d opt                  /* bp vireo print, opt: 0 - off; 1 - on */\n", 4},
+     Takes::kOnOff,
+     kelvor_smart_test_bp_vireo_print_switch},
+    {{"   vex %d %d opt                  /* bp qmi print, opt: 0 - off; 1 - on */\n", 5},
+     Takes::kOnOff,
+     kelvor_smart_test_bp_qmi_print_switch},
+    {{"   vex %d %d opt                  /* bp rf print, opt: 0 - off; 1 - on */\n", 6},
+     Takes::kOnOff,
+     kelvor_smart_test_bp_rf_print_switch},
+    {{"   vex %d %d                      /* share memory test */\n", 7},
+     Takes::kNothing,
+     [](int) { return kelvor_smart_test_share_memory(); }},
+    {{"   vex %d %d timeout_s            /* kelvor timer test, timeout_s - the expired time(s) "
+      "*/\n",
+      8},
+     Takes::kSeconds,
+     [](int word) { return kelvor_smart_test_kelvor_timer(static_cast<unsigned long>(word)); }},
+};
+constexpr vex::UsageRow kTitle[] = {{"%d: smart test\n"}};
+
+}  // namespace
+
+extern "C" int kelvor_smart_test_do(int argc, char** argv) {
+  if (argc <= kWordAction) {
+    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
+    return refuse();
+  }
+  if (std::atoi(argv[1]) != kCommandSmart) {
+    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
+                kCommandSmart);
+    return refuse();
+  }
+  const int par_i = std::atoi(argv[kWordAction]);
+  for (const Action& action : kActions) {
+    if (action.usage.number != par_i) continue;
+    if (action.takes == Takes::kNothing) return action.run(0);
+    if (argc <= kWordOption) {
+      TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
+      return refuse();
+    }
+    const int word = std::atoi(argv[kWordOption]);
+    if (action.takes == Takes::kOnOff && word != 0 && word != 1) {
+      TRACE_ERROR("note: opt(%d) is invalid:", word);
+      return refuse();
+    }
+    return action.run(word);
+  }
+  TRACE_ERROR("invalid par_i = %d", par_i);
+  return refuse();
+}
+
 extern "C" int kelvor_smart_test_show_help(int selector) {
-  return PRINT_SECTION(selector, vex::kCommandSmart, kRows);
+  PRINT_SECTION(selector, kCommandSmart, kTitle);
+  for (const Action& action : kActions) {
+    PRINT_SECTION(selector, kCommandSmart, std::span(&action.usage, 1));
+  }
+  return selector;
 }

@@ -53,6 +53,7 @@ int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out
   const int result =
       send(command.data(), static_cast<uint32_t>(command.size()), time_out, rsp.data(), &rsp_len);
   if (result != 0) return result;
+  rsp_len = std::min(rsp_len, static_cast<uint32_t>(rsp.size()));
   TRACE_FROM(site, kTraceInfo, "rsp data len(%d)\nrsp data:", static_cast<int>(rsp_len));
   for (uint32_t i = 0; i < rsp_len; ++i) TRACE_FROM(site, kTraceInfo, " 0x%02X", rsp[i]);
   return 0;
@@ -227,6 +228,16 @@ constexpr vex::SubCommand kSubCommands[] = {
 };
 constexpr vex::Family kCommon{kCommandCommon, "%d: cmn option cmd: ", kSubCommands};
 
+// ---- raw vendor requests
+
+constexpr int kWordRequestId = 2;
+constexpr int kWordOctets = 3;
+constexpr uint32_t kRequestIds = 6;  // 0 to 5
+constexpr int kSendMax = 500;        // octets of a request, and of its response
+
+// An argument error of command 6: its note is followed by its section.
+int refuse_send() { return kelvor_test_qmi_send_data_show_help(vex::kCommandQmiSend); }
+
 constexpr vex::UsageRow kSendRows[] = {
     {"%d: kelvor qmi send_data\n"},
     {"   vex %d qmi_id qmi_data         /* qmi_id: Any binary data you will send */\n"},
@@ -242,8 +253,43 @@ extern "C" int kelvor_test_cmn_show_help(int selector) {
   return kCommon.show_help(selector, TRACE_SITE());
 }
 
-extern "C" int kelvor_test_qmi_send_data_do(int /*argc*/, char** /*argv*/) {
-  TRACE_INFO("Not support");
+extern "C" int kelvor_test_qmi_send_data_do(int argc, char** argv) {
+  if (argc <= kWordOctets) {
+    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
+    return refuse_send();
+  }
+  if (std::atoi(argv[1]) != vex::kCommandQmiSend) {
+    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
+                vex::kCommandQmiSend);
+    return refuse_send();
+  }
+  const int qmi_id = std::atoi(argv[kWordRequestId]);
+  const auto request_id = static_cast<uint32_t>(qmi_id);
+  if (request_id >= kRequestIds) {
+    TRACE_ERROR("note: the second parameters(qmi_id) should be >= %d && < %d", 0,
+                static_cast<int>(kRequestIds));
+    return refuse_send();
+  }
+  uint8_t request[kSendMax];
+  const int count = std::min(argc - kWordOctets, kSendMax);
+  TRACE_INFO("mi_qmi req data(qmi_id: %d, len: %d[max: %d]):", qmi_id, count, kSendMax);
+  for (int i = 0; i < count; ++i) {
+    request[i] = static_cast<uint8_t>(kelvor_string_to_int(argv[kWordOctets + i]));
+    TRACE_INFO("0x%02X ", request[i]);
+  }
+  uint8_t response[kSendMax] = {};
+  uint32_t length = sizeof response;
+  const int result = kelvor_extend_qmi_send_sync(request_id, request, static_cast<uint32_t>(count),
+                                                 response, &length);
+  TRACE_INFO("qmi_id = %d, result = %d", qmi_id, result);
+  if (result != 0) {
+    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
+    return result;
+  }
+  TRACE_INFO("mi_qmi rsp data(qmi_id: %d, len: %d[max: %d]):", qmi_id, static_cast<int>(length),
+             kSendMax);
+  for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", response[i]);
+  TRACE_INFO("%s", "");
   return 0;
 }
 

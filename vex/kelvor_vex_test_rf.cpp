@@ -1,18 +1,141 @@
 // Command 3: RF and GPIO test configurations.
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "common/trace.h"
+#include "platform/idl/vendor.h"
+#include "platform/idl/vendor_payload.h"
+#include "qmi/kelvor_extend_api.h"
+#include "qmi/kelvor_extend_cmn.h"
+#include "qmi/kelvor_extend_nvefs.h"
 #include "vex/commands.h"
-#include "vex/usage.h"
+#include "vex/sub_commands.h"
 
 namespace {
 
-constexpr vex::UsageRow kRows[] = {
-    {"%d: rf option cmd"},
-    {"   vex %d %d ...   /* gpio value setting(pls input enough gpio value by notice)*/", 0},
+using vex::kCommandRf;
+
+// Words of the argument vector.
+constexpr int kWordValues = vex::kSubCommandWords;  // of a GPIO set
+constexpr int kWordAntenna = vex::kSubCommandWords;
+constexpr int kWordSystem = kWordAntenna + 1;
+constexpr int kWordBands = kWordAntenna + 2;
+constexpr int kTxWords = kWordAntenna + 3;
+
+constexpr int kBadArgument = KELVOR_COMMON_BAD_ARGUMENT;
+
+// A configuration that the modem keeps in a file.
+struct Configuration {
+  const char* path;
+  uint32_t path_length;
+  int get, closed;  // sub-commands
+};
+// The length of the first counts the terminating zero, at which the modem's path ends as well.
+constexpr Configuration kGpio{"/nv/item_files/modem/kelvor/rf_ant_port_config", 47, 1, 2};
+constexpr Configuration kTx{"/nv/item_files/modem/antenna/ant_tx_config", 43, 4, 5};
+
+// An argument error: its note is followed by the section.
+int refuse() {
+  kelvor_test_rf_show_help(kCommandRf);
+  return kBadArgument;
+}
+
+template <class Request>
+int send(TraceSite site, const Request& request) {
+  static_assert(sizeof request == 512);
+  uint8_t rsp[KELVOR_COMMON_RSP_SIZE] = {};
+  uint32_t rsp_len = sizeof rsp;
+  const int result =
+      kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, rsp, &rsp_len);
+  if (result != 0) {
+    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, REQUEST_ID_COMMON");
+  }
+  return result;
+}
+
+bool no_words_of_its_own(TraceSite site, int argc, int number) {
+  if (argc == vex::kSubCommandWords) return true;
+  TRACE_FROM(site, kTraceError,
+             "note: Cmd error, should be: vex %d %d , Pls refer to the following cmd:", kCommandRf,
+             number);
+  return false;
+}
+
+int report(TraceSite site, int result) {
+  if (result != 0) {
+    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
+  }
+  return result;
+}
+
+int get(TraceSite site, int argc, const Configuration& configuration) {
+  if (!no_words_of_its_own(site, argc, configuration.get)) return refuse();
+  TRACE_FROM(site, kTraceInfo, "%s", site.function);
+  uint8_t data[4096];  // the modem's own record, whose length is not known
+  uint32_t length = sizeof data;
+  const int result =
+      kelvor_efs_read(0, configuration.path, configuration.path_length, data, &length);
+  if (result != 0) return report(site, result);
+  TRACE_FROM(site, kTraceInfo, "data len(%d)\ndata: ", static_cast<int>(length));
+  for (uint32_t i = 0; i < length; ++i) TRACE_FROM(site, kTraceInfo, " %02X", data[i]);
+  return 0;
+}
+
+int close(TraceSite site, int argc, const Configuration& configuration) {
+  if (!no_words_of_its_own(site, argc, configuration.closed)) return refuse();
+  TRACE_FROM(site, kTraceInfo, "%s", site.function);
+  return report(site, kelvor_efs_delete(0, configuration.path, configuration.path_length));
+}
+
+int kelvor_gpio_test_set(int argc, char** argv) {
+  if (argc < kWordValues) {
+    TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
+    return refuse();
+  }
+  TRACE_INFO("kelvor_gpio_test_set");
+  kelvor_gpio_req request{};
+  request.command = KELVOR_COMMON_GPIO_SET;
+  // The number given, not the number sent.
+  request.gpio.count = static_cast<uint32_t>(argc - kWordValues);
+  const int sent = std::min<int>(argc - kWordValues, KELVOR_GPIO_MAX);
+  for (int i = 0; i < sent; ++i) {
+    const int value = std::atoi(argv[kWordValues + i]);
+    request.gpio.values[i] = static_cast<uint32_t>(value);
+    TRACE_INFO("kelvor_gpio_test_set, gpio_v[%d]: %d", i, value);
+  }
+  return send(TRACE_SITE(), request);
+}
+
+int kelvor_gpio_test_get(int argc, char** /*argv*/) { return get(TRACE_SITE(), argc, kGpio); }
+
+int kelvor_gpio_test_closed(int argc, char** /*argv*/) { return close(TRACE_SITE(), argc, kGpio); }
+
+int kelvor_rf_tx_test_set(int argc, char** argv) {
+  TRACE_INFO("kelvor_rf_tx_test_set, argc(%d)", argc);
+  if (argc != kTxWords) {
+    TRACE_ERROR("note: need %d inputs, Pls refer to the following cmd:", kTxWords - 1);
+    return refuse();
+  }
+  kelvor_rf_tx_req request{};
+  request.command = KELVOR_COMMON_RF_TX_SET;
+  request.tx.antenna = static_cast<uint32_t>(std::atoi(argv[kWordAntenna]));
+  request.tx.system = static_cast<uint32_t>(std::atoi(argv[kWordSystem]));
+  request.tx.bands = std::strtoull(argv[kWordBands], nullptr, 0);
+  TRACE_INFO(" v_ant(%d)", static_cast<int>(request.tx.antenna));
+  TRACE_INFO(" v_sys(%d)", static_cast<int>(request.tx.system));
+  TRACE_INFO(" v_band_list(%lu)", static_cast<unsigned long>(request.tx.bands));
+  return send(TRACE_SITE(), request);
+}
+
+int kelvor_rf_tx_test_get(int argc, char** /*argv*/) { return get(TRACE_SITE(), argc, kTx); }
+
+int kelvor_rf_tx_test_closed(int argc, char** /*argv*/) { return close(TRACE_SITE(), argc, kTx); }
+
+constexpr vex::UsageRow kGpioRows[] = {
     {"                    (need to reboot duing first setting) "},
-    {"   vex %d %d       /* get gpio test state */", 1},
-    {"   vex %d %d       /* Close gpio test(need to reboot) */", 2},
-    {"   vex %d %d v_ant v_sys v_band_list", 3},
+};
+constexpr vex::UsageRow kTxRows[] = {
     {"                 /* fix tx to upper(lower) antenna for given band list */"},
     {"                    (need to reboot) "},
     {"                    v_ant: 0 - lower antenna, 1 - upper antenna "},
@@ -23,17 +146,27 @@ constexpr vex::UsageRow kRows[] = {
     {"                    v_band_list: bit44~bi63 - (only for lte: b28b,b40b,b41b,b41c,b39b,b252,"},
     {"                                            "
      "b255,b253,b254,b66,b46,b250,b47,b48,b71,b71b,b38k ...  "},
-    {"   vex %d %d       /* get tx test state */", 4},
-    {"   vex %d %d       /* Close tx test(need to reboot) */", 5},
 };
+constexpr vex::SubCommand kSubCommands[] = {
+    {{"   vex %d %d ...   /* gpio value setting(pls input enough gpio value by notice)*/", 0},
+     kelvor_gpio_test_set,
+     kGpioRows},
+    {{"   vex %d %d       /* get gpio test state */", kGpio.get}, kelvor_gpio_test_get},
+    {{"   vex %d %d       /* Close gpio test(need to reboot) */", kGpio.closed},
+     kelvor_gpio_test_closed},
+    {{"   vex %d %d v_ant v_sys v_band_list", 3}, kelvor_rf_tx_test_set, kTxRows},
+    {{"   vex %d %d       /* get tx test state */", kTx.get}, kelvor_rf_tx_test_get},
+    {{"   vex %d %d       /* Close tx test(need to reboot) */", kTx.closed},
+     kelvor_rf_tx_test_closed},
+};
+constexpr vex::Family kRf{kCommandRf, "%d: rf option cmd", kSubCommands};
 
 }  // namespace
 
-extern "C" int kelvor_test_rf_do(int /*argc*/, char** /*argv*/) {
-  TRACE_INFO("Not support");
-  return 0;
+extern "C" int kelvor_test_rf_do(int argc, char** argv) {
+  return kRf.run(argc, argv, TRACE_SITE());
 }
 
 extern "C" int kelvor_test_rf_show_help(int selector) {
-  return PRINT_SECTION(selector, vex::kCommandRf, kRows);
+  return kRf.show_help(selector, TRACE_SITE());
 }

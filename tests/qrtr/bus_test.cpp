@@ -178,6 +178,22 @@ TEST_F(QrtrClient, AServiceThatIsThereTwiceLosesOnlyTheClientsOfTheOneThatGoes) 
   EXPECT_EQ(ask(first), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
 }
 
+TEST_F(QrtrClient, LosesItsServiceWhenTheModemRestartsAndFindsItAgain) {
+  const ServedPhone phone(
+      "[modem]\nrestart_ms = 0\n[sar]\nstate = 4\n[[fault]]\nservice = \"sar\"\n"
+      "kind = \"request\"\nnth = 1\naction = \"restart\"\n");
+  SetUp();  // the phone has chosen another link
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(&client), QMI_CLIENT_OK);
+  EXPECT_EQ(ask(client), QMI_CLIENT_SERVICE_GONE);
+  qmi_client_release(client);
+  ASSERT_EQ(open(&client), QMI_CLIENT_OK);
+  EXPECT_EQ(ask(client), 4);
+  uint32_t services = 0;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  EXPECT_EQ(services, 1u);
+}
+
 // ---- the served phone
 
 TEST(QrtrPhone, AnswersWhatCanBeAnsweredAndOutlivesTheRest) {

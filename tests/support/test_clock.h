@@ -24,8 +24,8 @@ class TestClock final : public platform::Clock {
   void release() override { --holds_; }
 
   void advance(platform::Duration by);
-  // Returns when somebody waits for this time from now, to the millisecond.
-  void await_waiter(platform::Duration from_now);
+  // Returns when so many wait for this time from now, to the millisecond.
+  void await_waiter(platform::Duration from_now, int count = 1);
   // From now on, time goes to the next deadline whenever everybody waits for one.
   void run_by_itself();
   // Time that has passed since the clock was made.

@@ -4,8 +4,8 @@
 // command's own. So is an answer; one that begins with 0x13 says that the modem does not know the
 // command, and repeats it. Packets are given and got without framing or check sum.
 //
-// Two ways to the modem. Callback mode takes the next packet that the modem sends; DCI (the diag
-// consumer interface) tags each command, and takes the answer that bears its tag.
+// Two ways to the modem. Callback mode takes the answer to the command that is under way; DCI (the
+// diag consumer interface) also tags each command, and takes the answer that bears its tag.
 //
 // Threads. Every function may be called from any thread, and blocks: for at most 2000 ms while
 // there is no modem to talk to, and then for as long as told.
@@ -31,7 +31,7 @@ enum {
   KELVOR_DIAG_BAD_ARGUMENT = -1,  // null, empty or too long, or a time-out that is none
   KELVOR_DIAG_NO_MODEM = -2,      // no modem to talk to, or it went away meanwhile
   KELVOR_DIAG_TIMED_OUT = -3,     // no answer in time
-  KELVOR_DIAG_BAD_ANSWER = -4,    // one that is refused, is another command's, or has no room
+  KELVOR_DIAG_BAD_ANSWER = -4,    // refused, another command's, too long for rsp, or no memory
 };
 
 // Sends a command and waits for its answer, for time_out ms, which is at least 1. *rsp_len is the

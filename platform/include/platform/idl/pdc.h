@@ -42,13 +42,15 @@ enum {
 };
 
 typedef enum {
-  PDC_CONFIG_TYPE_PLATFORM = 0,  // the hardware's
-  PDC_CONFIG_TYPE_SOFTWARE = 1,  // the carrier's
+  PDC_CONFIG_TYPE_PLATFORM = 0,          // the hardware's
+  PDC_CONFIG_TYPE_SOFTWARE = 1,          // the carrier's
+  PDC_CONFIG_TYPE_32_BITS = 0x7FFFFFFF,  // so that any number that a caller gives has room
 } pdc_config_type_enum_v01;
 
 typedef enum {
   PDC_ACTIVATION_REGULAR = 0,
   PDC_ACTIVATION_SOFT = 1,  // apply again without a restart of the subscription
+  PDC_ACTIVATION_32_BITS = 0x7FFFFFFF,
 } pdc_activation_type_enum_v01;
 
 // One configuration, as messages name it.

@@ -72,6 +72,8 @@ enum {
 };
 
 enum {
+  KELVOR_COMMON_GPIO_SET = 0,           // raw command: kelvor_gpio_req
+  KELVOR_COMMON_RF_TX_SET = 1,          // raw command: kelvor_rf_tx_req
   KELVOR_COMMON_STATS_DEBUG_INFO = 20,  // raw command
   KELVOR_COMMON_STATS_LOG_LIST = 27,    // raw command
   KELVOR_COMMON_ITEM_SSR = 31,
@@ -104,7 +106,34 @@ typedef struct {
   uint8_t payload[KELVOR_COMMON_PAYLOAD_ROOM];
 } kelvor_common_raw_req;
 
-// The answer to either, in the callers' buffer of 508 octets.
+enum { KELVOR_GPIO_MAX = 50 };
+
+typedef struct {
+  uint32_t count;  // of the values given; those beyond the room are not there
+  uint32_t values[KELVOR_GPIO_MAX];
+} kelvor_gpio;
+
+typedef struct {
+  uint32_t command;  // KELVOR_COMMON_GPIO_SET
+  uint32_t reserved;
+  kelvor_gpio gpio;
+  uint8_t unused[300];
+} kelvor_gpio_req;
+
+typedef struct {
+  uint32_t antenna;  // 0 lower, 1 upper
+  uint32_t system;   // 0 GSM, 1 WCDMA, 2 CDMA, 3 TD-SCDMA, 4 LTE
+  uint64_t bands;    // a bit a band, by the system
+} kelvor_rf_tx;
+
+typedef struct {
+  uint32_t command;  // KELVOR_COMMON_RF_TX_SET
+  uint32_t reserved;
+  kelvor_rf_tx tx;
+  uint8_t unused[488];
+} kelvor_rf_tx_req;
+
+// The answer to any of them, in the callers' buffer of 508 octets.
 typedef struct {
   uint32_t command;  // as asked
   int32_t result;    // 0 success
@@ -159,6 +188,10 @@ static_assert(sizeof(kelvor_common_item_req) == 512, "common item request");
 static_assert(offsetof(kelvor_common_item_req, v) == 16, "common item request");
 static_assert(sizeof(kelvor_common_raw_req) == 512, "common raw request");
 static_assert(offsetof(kelvor_common_raw_req, payload) == 8, "common raw request");
+static_assert(sizeof(kelvor_gpio_req) == 512, "GPIO request");
+static_assert(offsetof(kelvor_gpio_req, gpio.values) == 12, "GPIO request");
+static_assert(sizeof(kelvor_rf_tx_req) == 512, "RF TX request");
+static_assert(offsetof(kelvor_rf_tx_req, tx.bands) == 16, "RF TX request");
 static_assert(sizeof(kelvor_common_rsp) == 508, "common response");
 static_assert(offsetof(kelvor_common_rsp, result) == 4, "common response");
 #endif

@@ -1,0 +1,51 @@
+#include "sim/served_phone.h"
+
+#include <sys/eventfd.h>
+
+#include <cstdio>
+
+#include "qcci/link/local_socket.h"
+
+namespace sim {
+
+bool ServedPhone::start(std::string* why) {
+  const std::string socket = phone_.path("modem.sock");
+  PhoneConfig config;
+  if (!read_phone(phone_, &config, why) || !terminal_.open(why)) return false;
+  log_ = std::make_unique<ModemLog>(phone_);
+  const auto log = [this](const std::string& line) { log_->write(line); };
+  channel_ = std::make_unique<AtChannel>(phone_, std::move(config), log);
+  stop_ = Descriptor(::eventfd(0, EFD_CLOEXEC));
+  if (qcci::LocalSocketLink(socket).answers()) {
+    std::fprintf(stderr, "vex-phone: using the modem that another process serves at %s\n",
+                 socket.c_str());
+    return true;
+  }
+  modem_ = make_modem(phone_, why);
+  if (modem_ == nullptr) return false;
+  modem_->set_log(log);
+  server_ = std::make_unique<Server>(*modem_);
+  return server_->listen(socket, why);
+}
+
+void ServedPhone::run() {
+  at_thread_ = std::thread([this] { terminal_.run(*channel_, stop_.get()); });
+  if (server_ == nullptr) return;
+  server_thread_ = std::thread([this] {
+    Door* const doors[] = {server_.get()};
+    serve_modem(*modem_, doors, stop_.get());
+  });
+}
+
+void ServedPhone::stop() {
+  ::eventfd_write(stop_.get(), 1);
+  at_thread_.join();
+  if (server_ == nullptr) return;
+  server_thread_.join();
+  server_.reset();
+  for (const std::string& rule : modem_->unmet_faults()) {
+    std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
+  }
+}
+
+}  // namespace sim

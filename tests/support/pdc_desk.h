@@ -1,0 +1,130 @@
+// A desk with carrier configurations: their phone, and what PDC and the vendor service were asked.
+#ifndef TESTS_SUPPORT_PDC_DESK_H_
+#define TESTS_SUPPORT_PDC_DESK_H_
+
+#include <algorithm>
+#include <thread>
+
+#include "common/qcril_mem.h"
+#include "mbn/pdc_info.h"
+#include "support/desk.h"
+
+namespace desk {
+
+using sim::FaultKind;
+using Sequence = std::vector<std::string>;
+
+inline constexpr auto kSoftware = PDC_CONFIG_TYPE_SOFTWARE;
+inline constexpr auto kPlatform = PDC_CONFIG_TYPE_PLATFORM;
+
+inline constexpr std::string_view kPhone = R"(
+activation_ms = 0
+deactivation_ms = 0
+[[configuration]]
+type = "platform"
+id = "50"
+[[configuration]]
+id = "AA00"
+default = true
+description = "first"
+version = 7
+[[configuration]]
+id = "BB00"
+)";
+
+inline pdc_config_pdc_info id_of(std::initializer_list<uint8_t> octets) {
+  pdc_config_pdc_info id{};
+  id.id_len = static_cast<uint32_t>(octets.size());
+  std::copy(octets.begin(), octets.end(), id.id);
+  return id;
+}
+
+// Software configurations EE000000, EE000001 and so on.
+inline std::string many(int count) {
+  std::string toml;
+  char id[64];
+  for (int i = 0; i < count; ++i) {
+    std::snprintf(id, sizeof id, "[[configuration]]\nid = \"EE%06X\"\n", i);
+    toml += id;
+  }
+  return toml;
+}
+
+// A fault rule on PDC.
+inline std::string fault(const char* kind, int message, const char* rest) {
+  return "[[fault]]\nservice = \"pdc\"\nkind = \"" + std::string(kind) +
+         "\"\nmessage = " + std::to_string(message) + "\n" + rest + "\n";
+}
+inline std::string lost(int message) {
+  return fault("indication", message, "nth = 1\naction = \"drop\"");
+}
+
+// The client's thread may be about to give back the last indication.
+inline bool nothing_leaked() {
+  for (int i = 0; i < 1000 && qcril_mem_blocks() != 0; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  return qcril_mem_blocks() == 0;
+}
+
+struct PdcDesk : Desk {
+  // frame: configurations in one indication of a list.
+  sim::Modem& start(const std::string& more = "", int frame = 25) {
+    directory_.write("pdc/platform", "active 50\n");
+    directory_.write("pdc/software/0", "active AA00\n");
+    directory_.write("pdc/software/1", "active BB00\n");
+    directory_.write("phone.toml",
+                     "[pdc]\nframe = " + std::to_string(frame) + std::string(kPhone) + more);
+    return start_written_modem();
+  }
+  // With a client.
+  sim::Modem& connect(const std::string& more = "", int frame = 25) {
+    sim::Modem& modem = start(more, frame);
+    EXPECT_EQ(pdc_init(), 0);
+    return modem;
+  }
+  // What PDC and the vendor service were asked, a word each: message, then type and sub.
+  Sequence asked() {
+    Sequence all;
+    for (const Message& request : passed(FaultKind::kRequest)) {
+      static constexpr std::pair<uint16_t, const char*> kNames[] = {
+          {PDC_GET_SELECTED_CONFIG, "get"},
+          {PDC_SET_SELECTED_CONFIG, "set"},
+          {PDC_ACTIVATE_CONFIG, "activate"},
+          {PDC_DEACTIVATE_CONFIG, "deactivate"},
+          {PDC_LIST_CONFIGS, "list"}};
+      std::string text = "sync";
+      for (const auto& [id, name] : kNames) {
+        if (request.service == "pdc" && request.id() == id) text = name + (" " + request.tlvs());
+      }
+      all.push_back(text);
+    }
+    return all;
+  }
+  // Returns when a request of the kind waits, its timer running.
+  static void await_waiting(int req_type) {
+    const auto waiting = [req_type] {
+      const QtiSharedLock lock(pdc::info().mutex);
+      return pdc::info().context(req_type).waiting != 0;
+    };
+    while (!waiting()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+};
+
+inline const char* const kGet0 = "get 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
+inline const char* const kGet1 = "get 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
+inline const char* const kDeactivate0 = "deactivate 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
+inline const char* const kDeactivate1 = "deactivate 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
+inline const char* const kSet0 = "set 01 07 00 01 00 00 00 02 AA 00 11 04 00 00 00 00 00";
+inline const char* const kSet1 = "set 01 07 00 01 00 00 00 02 BB 00 11 04 00 01 00 00 00";
+inline const char* const kSoft0 =
+    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
+inline const char* const kSoft1 =
+    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
+inline const char* const kRegular0 =
+    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
+inline const char* const kRegular1 =
+    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
+
+}  // namespace desk
+
+#endif  // TESTS_SUPPORT_PDC_DESK_H_

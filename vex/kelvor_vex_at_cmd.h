@@ -1,0 +1,11 @@
+// The AT channel of command 8.
+#ifndef VEX_KELVOR_VEX_AT_CMD_H_
+#define VEX_KELVOR_VEX_AT_CMD_H_
+
+#include <cstdint>
+
+// What the reply is read from when it is 1 or more; the command closes it and sets it to 0. Nothing
+// in the tool opens it: whoever links the command may, before it runs.
+extern "C" int32_t g_at_serial_fd;
+
+#endif  // VEX_KELVOR_VEX_AT_CMD_H_

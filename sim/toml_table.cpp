@@ -1,3 +1,5 @@
+// The parser itself is compiled here, and here alone.
+#define TOML_IMPLEMENTATION
 #include "sim/toml_table.h"
 
 #include <algorithm>

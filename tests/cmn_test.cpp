@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "platform/idl/vendor_payload.h"
+#include "qcci/services/diag.h"
 #include "support/command.h"
 #include "support/desk.h"
 
@@ -29,6 +30,8 @@ struct Cmn : desk::Desk {
   static std::string vex(const std::string& words) {
     return desk::run_command(kelvor_test_cmn_do, words);
   }
+
+  desk::Message last_diag() { return passed(sim::FaultKind::kRequest).back(); }
 
   // The item, length and value that the last request carried, as they lie in its 512 octets.
   std::string last_item(size_t octets) {
@@ -87,6 +90,7 @@ TEST_F(Cmn, DiagShowsAnItemAsNvReadDoes) {
     EXPECT_TRUE(said(output, dci ? "dci mode with result" : "callback mode with result"));
     EXPECT_NE(output.find("rsp data len(133)\nrsp data:\n"), std::string::npos) << output;
     EXPECT_EQ(dumped(output), "26 26 02 " + item + words("00", 128 - 9 + 2)) << output;
+    EXPECT_EQ(last_diag().id(), dci ? qcci::kDiagByDci : qcci::kDiagByCallback);
   }
 }
 
@@ -115,6 +119,9 @@ TEST_F(Cmn, DiagWithoutAResultIsDoneAndHeardNoMore) {
     EXPECT_TRUE(said(output, "function exit, ret = 0 <-------------"));
     EXPECT_EQ(dumped(output), "");
     EXPECT_EQ(directory_.file("nv/0/600"), std::string(1, static_cast<char>(*mode - '0')));
+    EXPECT_EQ(last_diag().id(), *mode == '1' ? qcci::kDiagByDci : qcci::kDiagByCallback);
+    const std::string unanswered = "01 06 00 04 00 27 58 02 0" + std::string(mode) + " 02 01 00 00";
+    EXPECT_TRUE(last_diag().tlvs().starts_with(unanswered)) << last_diag().tlvs();
   }
 }
 

@@ -11,7 +11,7 @@
 #include "qcci/client/core.h"
 #include "qcci/packet.h"
 #include "qmi/kelvor_extend_api_uim.h"
-#include "support/desk.h"
+#include "support/command.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -121,14 +121,6 @@ struct Uim : desk::Desk {
     std::erase_if(requests, [](const desk::Message& message) { return message.service != "uim"; });
     return requests;
   }
-  // The modem goes and comes back, and the client library has noticed both.
-  void restart(sim::Modem& modem) {
-    modem.restart();
-    while (desk::instances(kUim) != 0) std::this_thread::yield();
-    clock_.await_waiter(milliseconds(1500));
-    clock_.advance(milliseconds(1500));
-    while (desk::instances(kUim) != 1) std::this_thread::yield();
-  }
 };
 
 TEST_F(Uim, RequestsHaveTheirFieldsInTheirPlaces) {
@@ -233,7 +225,9 @@ TEST_F(Uim, EachOperationTellsItsOwnTextsButForTheApdu) {
                 {power_up, "kelvor_uim_request_uicc_power_ex"},
                 {power_down, "kelvor_uim_request_uicc_power_ex"}};
   for (const auto& row : kNames) {
-    desk::bounce(modem, kUim);
+    const std::string noticed = output_of([&] { desk::bounce(modem, kUim); });
+    EXPECT_TRUE(said(noticed, "QMI error callback -2"));
+    EXPECT_TRUE(said(noticed, "SSR Detected, set SSR_Detected 1"));
     card_status();  // drops the dead client
     EXPECT_TRUE(has(lines_of(row.call), std::string(row.name) + " try init_uim_qmi_client H"))
         << row.name;
@@ -280,10 +274,11 @@ TEST_F(Uim, AFailedSendIsTheClientLibrarysErrorAndCountedByEveryOperation) {
 
 TEST_F(Uim, ThreeFailuresDropTheClientAndTheNextOneClearsTheCount) {
   // Three of the first client's, with an answer among them, and one of the next client's.
-  start_modem(rule("kind = \"request\"\nnth = 1\naction = \"drop\"") +
-              rule("kind = \"request\"\nnth = 2\naction = \"drop\"") +
-              rule("kind = \"request\"\nnth = 4\naction = \"drop\"") +
-              rule("kind = \"request\"\nnth = 5\naction = \"drop\""));
+  std::string toml;
+  for (const char* nth : {"1", "2", "4", "5"}) {
+    toml += rule("kind = \"request\"\naction = \"drop\"\nnth = " + std::string(nth));
+  }
+  sim::Modem& modem = start_modem(toml);
   clock_.run_by_itself();
   EXPECT_FALSE(has(lines_of(eid), kRecovery));
   EXPECT_FALSE(has(lines_of(power_down), kRecovery));
@@ -292,11 +287,43 @@ TEST_F(Uim, ThreeFailuresDropTheClientAndTheNextOneClearsTheCount) {
   EXPECT_TRUE(has(third, "uicc_power_ex res = -3, failed_cnt = 3"));
   EXPECT_TRUE(has(third, "QMI error, try recovery"));
   EXPECT_TRUE(has(third, kRecovery));
+  modem.take_down(UIM_SERVICE_ID);
+  while (desk::instances(kUim) != 0) std::this_thread::yield();
+  const auto without = lines_of(power_down);
+  EXPECT_TRUE(has(without, "uicc_power_ex res = -1, failed_cnt = 3"));
+  EXPECT_TRUE(has(without, "QMI error, try recovery"));
+  EXPECT_TRUE(has(without, "uim_qmi_client_recovery qmi_client_release (nil)"));
+  EXPECT_FALSE(has(without, "qmi_client_release failed"));
+  modem.bring_up(UIM_SERVICE_ID);
   const auto next = lines_of(power_down);
   EXPECT_TRUE(has(next, kNewClient));
   EXPECT_TRUE(has(next, "uicc_power_ex res = -3, failed_cnt = 1"));
   EXPECT_FALSE(has(next, kRecovery));
-  EXPECT_EQ(clock_.passed(), milliseconds(4 * 3000));
+  EXPECT_EQ(clock_.passed(), milliseconds(4 * 3000 + 4000));
+}
+
+// The handle that a call's trace tells of.
+qmi_client_type made_by(int32_t (*call)()) {
+  const std::string output = output_of(call);
+  const char* const told = output.c_str() + output.find("init_uim_qmi_client 0x");
+  void* handle = nullptr;
+  std::sscanf(told, "init_uim_qmi_client %p", &handle);
+  return static_cast<qmi_client_type>(handle);
+}
+
+TEST_F(Uim, RecoveryGivesTheClientBackAndForgetsOneThatItCannot) {
+  sim::Modem& modem = start_modem();
+  const qmi_client_type first = made_by(eid);
+  desk::bounce(modem, kUim);
+  const qmi_client_type second = made_by(eid);
+  EXPECT_NE(qmi_client_release(first), 0) << "it was given back";
+  EXPECT_EQ(qmi_client_release(second), 0);
+  eid();
+  eid();
+  const auto third = lines_of(eid);
+  EXPECT_TRUE(has(third, kRecovery));
+  EXPECT_TRUE(has(third, "qmi_client_release failed"));
+  EXPECT_EQ(eid(), 0);
 }
 
 TEST_F(Uim, APowerRequestWhoseFileIsNotWrittenSendsNothing) {
@@ -375,70 +402,23 @@ TEST_F(Uim, AClientThatIsKnownToBeDeadIsReplacedBeforeTheRequestButForCardStatus
   }
 }
 
-// The eUICC's reset, as a caller does it: each step on, whatever the ones before it gave.
-constexpr int32_t (*kSequence[])() = {open_channel, send_apdu, send_apdu, close_channel};
-
-TEST_F(Uim, ARestartBeforeAnyStepCostsTheChannelAndNoMore) {
-  start_modem();
-  directory_.write(kEsimEnable, kEsimOn);
-  sim::Modem& modem = start_written_modem();
-  // After a restart the channel is not open: APDUs are refused, and so is its closing, which tells
-  // nobody.
-  static constexpr int32_t kResults[][4] = {
-      {0, 0, 0, 0}, {0, -1, -1, 0}, {0, 0, -1, 0}, {0, 0, 0, 0}};
-  for (size_t at = 0; at < std::size(kSequence); ++at) {
-    for (size_t i = 0; i < std::size(kSequence); ++i) {
-      if (i == at) restart(modem);
-      EXPECT_EQ(kSequence[i](), kResults[at][i]) << "restart before " << at << ", step " << i;
-    }
-    for (const auto step : kSequence) EXPECT_EQ(step(), 0) << "the whole again, after " << at;
-    EXPECT_EQ(g_opened.out.channel, 1) << "no channel is left open";
-  }
-}
-
-TEST_F(Uim, ARestartInTheMiddleOfAnyStepFailsItAndTheNextGoesOn) {
-  std::string toml;
-  const size_t steps = std::size(kSequence);
-  // Each place is a sequence broken there, and a whole one.
-  for (size_t at = 0; at < steps; ++at) {
-    toml += rule("kind = \"request\"\naction = \"restart\"\nnth = " +
-                 std::to_string(2 * steps * at + at + 1));
-  }
-  start_modem(toml);
-  directory_.write(kEsimEnable, kEsimOn);
-  start_written_modem();
-  clock_.run_by_itself();
-  // The client waits for a service that is not back yet.
-  static constexpr int32_t kResults[][4] = {
-      {-2, -1, -1, 0}, {0, -2, -1, 0}, {0, 0, -2, 0}, {0, 0, 0, -2}};
-  for (size_t at = 0; at < steps; ++at) {
-    for (size_t i = 0; i < steps; ++i) {
-      const auto lines = [&] {
-        return desk::trace_messages(
-            output_of([&] { EXPECT_EQ(kSequence[i](), kResults[at][i]) << at << " " << i; }));
-      }();
-      EXPECT_EQ(has(lines, "QMI error, try recovery"), i == at) << at << " " << i;
-    }
-    for (const auto step : kSequence) EXPECT_EQ(step(), 0) << "the whole again, after " << at;
-  }
-  EXPECT_EQ(uim_requests().size(), 2 * steps * steps);
-}
-
 // ---- a modem that answers what it likes
 
-// UIM alone, whose every answer is the octets given.
+// UIM alone, whose answers to each message are the octets given.
 struct Answers : testing::Test {
   Answers() {
     auto link = std::make_unique<desk::ScriptedLink>();
     link->services[UIM_SERVICE_ID] = kServer;
+    link->instance = 0x0201;  // not the first: any will do
     link->on_request = [this, bus = link.get()](const desk::ScriptedLink::Sent& sent) {
       qcci::QmiHeader header;
       ASSERT_TRUE(qcci::QmiHeader::parse(sent.octets, &header));
       header.type = QMI_IDL_RESPONSE;
-      header.length = static_cast<uint16_t>(answer_.size());
+      const Octets& answer = answers_[header.message];
+      header.length = static_cast<uint16_t>(answer.size());
       std::vector<uint8_t> octets(qcci::kQmiHeader);
       header.write(octets.data());
-      octets.insert(octets.end(), answer_.begin(), answer_.end());
+      octets.insert(octets.end(), answer.begin(), answer.end());
       bus->say(sent.endpoint, kServer, octets);
     };
     qcci::Core::use_link(std::move(link));
@@ -454,7 +434,7 @@ struct Answers : testing::Test {
 
   static constexpr qcci::Address kServer{1, 7};
   desk::TestClock& clock_ = desk::TestClock::install();
-  std::vector<uint8_t> answer_;
+  std::map<uint16_t, Octets> answers_;
 };
 
 const std::string kOk = "02 04 00 00 00 00 00 ";
@@ -470,59 +450,81 @@ std::string extended(const std::vector<uint8_t>& states) {
   return desk::hex(tlv);
 }
 
-TEST_F(Answers, NothingBeyondTheCallersBlockIsWritten) {
+// What the eSIM test prints of the same answers: the EID's, the status's and the reset's.
+constexpr char kNoEid[] = "value=FAILED\n";
+constexpr char kUnknown[] = "card_status, [3, 3]\nUNKNOWN,UNKNOWN\n";
+constexpr char kReset[] = "apdu=08bf34038001009000\nvalue=SUCCEED\n";
+constexpr char kEmpty[] = "apdu=000000000000000000\n";
+constexpr char kStatusWords[] = "apdu=025a5a000000000000\n";
+
+TEST_F(Answers, NothingBeyondTheCallersBlockIsWrittenAndNoneOfItPrinted) {
   const struct {
     const char* rule;
     int32_t (*call)();
     std::string answer;
     int32_t result;
     std::string written;
+    std::string printed;
   } rows[] = {
-      {"no EID", eid, kOk, 0, ""},
+      {"no EID", eid, kOk, 0, "", kNoEid},
       {"an EID", eid, kOk + "10 11 00 10 89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15", 0,
-       "89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15"},
+       "89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15", "eID=89010203040506070809101112131415\n"},
       {"a shorter one", eid, kOk + "10 03 00 02 89 01", 0,
-       "89 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
+       "89 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00", "eID=89010000000000000000000000000000\n"},
       {"an EID of nothing", eid, kOk + "10 01 00 00", 0,
-       "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"},
+       "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00", kNoEid},
       {"a longer one", eid, kOk + "10 12 00 11 89 01 02 03 04 05 06 07 08 09 10 11 12 13 14 15 16",
-       -1, ""},
-      {"one that ends before it should", eid, kOk + "10 04 00 10 89 01 02", -1, ""},
-      {"no result", eid, "10 03 00 02 89 01", -1, ""},
-      {"no extended status", card_status, kOk, 0, "03 03"},
-      {"one of no cards", card_status, kOk + extended({}), 0, "03 03"},
-      {"one card", card_status, kOk + extended({0}), 0, "00 03"},
-      {"two, of any state", card_status, kOk + extended({2, 0xFF}), 0, "02 FF"},
-      {"five", card_status, kOk + extended({1, 0, 2, 2, 2}), 0, "01 00"},
-      {"six", card_status, kOk + extended({1, 0, 2, 2, 2, 2}), -1, "03 03"},
-      {"no channel", open_channel, kOk, 0, ""},
-      {"a channel", open_channel, kOk + "10 01 00 FF", 0, "FF"},
-      {"a channel of two octets", open_channel, kOk + "10 02 00 01 02", -1, ""},
-      {"no APDU", send_apdu, kOk, 0, "00"},
-      {"an empty one", send_apdu, kOk + apdu(0), 0, "00"},
-      {"status words", send_apdu, kOk + apdu(2), 0, "02 5A 5A"},
-      {"255 octets", send_apdu, kOk + apdu(255), 0, "FF " + desk::hex(Octets(255, 0x5A))},
-      {"1024 octets", send_apdu, kOk + apdu(1024), 0, "00 " + desk::hex(Octets(1024, 0x5A))},
-      {"1025 octets", send_apdu, kOk + apdu(1025), -1, ""},
-      {"its announcement", send_apdu, kOk + apdu(2) + " 11 03 00 01 02 03", 0, "02 5A 5A"},
+       -1, "", kNoEid},
+      {"one that ends before it should", eid, kOk + "10 04 00 10 89 01 02", -1, "", kNoEid},
+      {"no result", eid, "10 03 00 02 89 01", -1, "", kNoEid},
+      {"no extended status", card_status, kOk, 0, "03 03", kUnknown},
+      {"one of no cards", card_status, kOk + extended({}), 0, "03 03", kUnknown},
+      {"one card", card_status, kOk + extended({0}), 0, "00 03",
+       "card_status, [0, 3]\nABSENT,UNKNOWN\n"},
+      {"two, of any state", card_status, kOk + extended({2, 0xFF}), 0, "02 FF",
+       "card_status, [2, 255]\nERROR,UNKNOWN\n"},
+      {"five", card_status, kOk + extended({1, 0, 2, 2, 2}), 0, "01 00",
+       "card_status, [1, 0]\nPRESENT,ABSENT\n"},
+      {"six", card_status, kOk + extended({1, 0, 2, 2, 2, 2}), -1, "03 03", "UNKNOWN,UNKNOWN\n"},
+      {"no channel", open_channel, kOk, 0, "", kReset},
+      {"a channel", open_channel, kOk + "10 01 00 FF", 0, "FF", kReset},
+      {"a channel of two octets", open_channel, kOk + "10 02 00 01 02", -1, "", ""},
+      {"no APDU", send_apdu, kOk, 0, "00", kEmpty},
+      {"an empty one", send_apdu, kOk + apdu(0), 0, "00", kEmpty},
+      {"status words", send_apdu, kOk + apdu(2), 0, "02 5A 5A", kStatusWords},
+      {"255 octets", send_apdu, kOk + apdu(255), 0, "FF " + desk::hex(Octets(255, 0x5A)),
+       "apdu=ff5a5a5a5a5a5a5a5a\n"},
+      {"1024 octets", send_apdu, kOk + apdu(1024), 0, "00 " + desk::hex(Octets(1024, 0x5A)),
+       "apdu=005a5a5a5a5a5a5a5a\n"},
+      {"1025 octets", send_apdu, kOk + apdu(1025), -1, "", "value=FAILED\n"},
+      {"its announcement", send_apdu, kOk + apdu(2) + " 11 03 00 01 02 03", 0, "02 5A 5A",
+       kStatusWords},
   };
+  clock_.run_by_itself();
   for (const auto& row : rows) {
-    answer_ = desk::unhex(row.answer);
+    const auto operation = std::find_if(std::begin(kOperations), std::end(kOperations),
+                                        [&](const Named& named) { return named.call == row.call; });
+    answers_ = {{UIM_OPEN_LOGICAL_CHANNEL, desk::unhex(kOk + "10 01 00 01")},
+                {UIM_SEND_APDU, desk::unhex(kOk + "10 0A 00 08 00 BF 34 03 80 01 00 90 00")},
+                {UIM_LOGICAL_CHANNEL, desk::unhex(kOk)}};
+    answers_[operation->message] = desk::unhex(row.answer);
     EXPECT_EQ(row.call(), row.result) << row.rule;
     const size_t written = (row.written.size() + 1) / 3;
-    const auto check = [&](const auto& block) {
+    const auto check = [&](const auto& block, const char* action) {
       EXPECT_EQ(block.octets(written), row.written) << row.rule;
       EXPECT_TRUE(block.untouched_from(written)) << row.rule;
+      const std::string words = "5 10 " + std::string(action) + " 0";
+      EXPECT_EQ(desk::run_command(kelvor_test_cmn_do, words), row.printed) << row.rule;
     };
-    if (row.call == eid) check(g_eid);
-    if (row.call == card_status) check(g_status);
-    if (row.call == open_channel) check(g_opened);
-    if (row.call == send_apdu) check(g_response);
+    if (row.call == eid) check(g_eid, "3");
+    if (row.call == card_status) check(g_status, "4");
+    if (row.call == open_channel) check(g_opened, "5");
+    if (row.call == send_apdu) check(g_response, "5");
   }
 }
 
 TEST_F(Answers, OnlyStoredStatesAreTold) {
-  answer_ = desk::unhex(kOk + extended({1, 0xFF, 2}));
+  answers_[UIM_CARD_STATUS] = desk::unhex(kOk + extended({1, 0xFF, 2}));
   const auto lines = lines_of(card_status);
   EXPECT_TRUE(has(lines, "SIM[0] State = 1"));
   EXPECT_TRUE(has(lines, "SIM[1] State = 255"));

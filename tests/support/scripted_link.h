@@ -25,7 +25,8 @@ class ScriptedLink final : public qcci::Link {
 
   // The services that look-ups find; service id to address.
   std::map<uint32_t, qcci::Address> services;
-  bool answers = true;  // look-ups
+  uint32_t instance = 1;  // of every service: its version, and its number above
+  bool answers = true;    // look-ups
   // What becomes of the next look-ups, before they are sent as usual.
   std::deque<qcci::Sent> lookup_outcomes;
   // What becomes of a datagram that is no look-up.
@@ -64,7 +65,7 @@ class ScriptedLink final : public qcci::Link {
   }
 
   void announce(qcci::Control command, uint32_t service, qcci::Address at) {
-    control(kControl, {command, service, 1, at.node, at.port});
+    control(kControl, {command, service, instance, at.node, at.port});
   }
   // A control packet to whoever looked up last, from any address.
   void control(qcci::Address from, const qcci::ControlPacket& packet) {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <thread>
 
+#include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "support/command.h"
 #include "vex/kelvor_vex_smart_test.h"
@@ -56,6 +57,7 @@ struct Smart : desk::Desk {
 };
 
 TEST_F(Smart, WrongWordsGetTheirNoteAndTheSectionAndNothingIsAsked) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string section =
       desk::output_of([] { kelvor_smart_test_show_help(vex::kCommandSmart); });
@@ -357,6 +359,20 @@ TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
   EXPECT_EQ(shared_memory_says(path), probe(path, shows({120, 120, 120, 120, 120}))) << "too long";
   EXPECT_EQ(directory_.file("share_memory"), std::string(100, 'x'));
   EXPECT_EQ(open_files(), before);
+}
+
+TEST_F(Smart, ASharedMemoryThatIsCutWhileItIsReadIsTold) {
+  const std::string path = directory_.root() + "/share_memory";
+  directory_.write("share_memory", "");
+  std::atomic<bool> told{false};
+  std::thread other([&] {
+    while (!told) std::ignore = ::truncate(path.c_str(), 0);
+  });
+  const Texts cut = probe(path, {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N",
+                                 "data_ptr error", "munmap, ret: 0", "close fd"});
+  for (int i = 0; i < 5000 && !told; ++i) told = shared_memory_says(path) == cut;
+  EXPECT_TRUE(told.exchange(true));
+  other.join();
 }
 
 TEST_F(Smart, ASharedMemoryThatCannotBeHadIsToldAtItsStep) {

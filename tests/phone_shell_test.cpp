@@ -103,6 +103,13 @@ TEST_F(PhoneShell, AModemThatIsServedAlreadyIsUsedAndLeft) {
   EXPECT_EQ(directory_.file("nv/0/10"), "\7");
 }
 
+TEST_F(PhoneShell, SeveralThatBeginAndEndAtOnceAllRun) {
+  const Ran ran =
+      run("for i in $(seq 8); do $BIN/vex-phone shell true 2>/dev/null & all=\"$all $!\"; done; "
+          "for one in $all; do wait $one || echo $?; done");
+  EXPECT_EQ(ran.output, "");
+}
+
 TEST_F(PhoneShell, TheStatusIsTheCommands) {
   const std::tuple<std::string, int, std::string> rows[] = {
       {"true", 0, ""},
@@ -123,6 +130,7 @@ TEST_F(PhoneShell, TheStatusIsTheCommands) {
   const Ran ran = run("export SHELL=/bin/sh; echo 'echo in $0; exit 4' | " + std::string(kShell));
   EXPECT_EQ(ran.status, 4);
   EXPECT_TRUE(ran.output.ends_with("\nin /bin/sh\n")) << ran.output;
+  EXPECT_EQ(run("unset PATH; " + std::string(kShell) + "sh -c 'ls -d /'").output, "/\n");
 }
 
 TEST_F(PhoneShell, NothingIsLeftRunningHoweverItEnds) {

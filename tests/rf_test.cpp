@@ -1,5 +1,6 @@
 // Command 3 against the simulated modem: what it sends, and the files that the modem keeps.
 
+#include "platform/kelvor_utils.h"
 #include "support/command.h"
 
 namespace {
@@ -135,6 +136,7 @@ TEST_F(Rf, ASetThatFailsIsTold) {
 }
 
 TEST_F(Rf, WrongWordsGetTheirNoteAndTheSectionAndNothingIsSent) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string section = desk::output_of([] { kelvor_test_rf_show_help(3); });
   constexpr const char kOfHandler[] = "note: Error happen! error_code(268431370)";

@@ -279,6 +279,9 @@ TEST_P(PrintSwitch, DoesItsStepsInOrder) {
     asks = with(asks, {kSync, kSsr});
   }
   EXPECT_EQ(texts, says);
+  const std::string error = std::string(" E [smart_test][") + kSource;
+  EXPECT_EQ(directory_.file("log/system.log").find(error) != std::string::npos,
+            row.fails != nullptr);
   EXPECT_EQ(asked(), asks);
   EXPECT_EQ(directory_.has(bp.file), row.is_on);
   if (row.is_on) {
@@ -337,8 +340,10 @@ TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
   ASSERT_TRUE(directory_.phone().prepare(&why));  // the log is open from here on
   desk::output_of([] { kelvor_smart_test_show_help(0); });
   const size_t before = open_files();
+  ::umask(0);
   EXPECT_EQ(shared_memory_says(path), probe(path, shows({0, 0, 0, 0, 0}))) << "a new file";
   EXPECT_EQ(directory_.file("share_memory"), std::string(100, '\0'));
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0777));
   const pid_t child = ::fork();
   if (child == 0) {
     const int fd = ::open(path.c_str(), O_RDWR);

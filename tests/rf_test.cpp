@@ -141,6 +141,19 @@ TEST_F(Rf, ASetThatFailsIsTold) {
   }
 }
 
+TEST_F(Rf, ARequestThatIsShorterThanItSaysSetsNothing) {
+  start_modem();
+  const char* const rows[] = {"4 0", "4 0 0 0 0 0 0 0 0 1 0 0 0 9 9 9",
+                              "4 1 0 0 0 0 0 0 0 1 1 1 1 2 2 2 2 3 3 3 3 4 4 4"};
+  for (const char* words : rows) {
+    const std::string output =
+        desk::run_command(kelvor_test_qmi_send_data_do, "6 " + std::string(words));
+    EXPECT_TRUE(dumped(output).ends_with(" 00 00 00 EA FF FF FF")) << output;
+  }
+  EXPECT_FALSE(directory_.has(kGpioFile));
+  EXPECT_FALSE(directory_.has(kTxFile));
+}
+
 TEST_F(Rf, WrongWordsGetTheirNoteAndTheSectionAndNothingIsSent) {
   kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();

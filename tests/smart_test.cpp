@@ -91,7 +91,7 @@ TEST_F(Smart, TheApSwitchIsAPropertyOfTheNextStart) {
   EXPECT_EQ(said("3 1"), (Texts{"ap_vireo_print, opt = 1", "success, need to reboot"}));
   EXPECT_EQ(property("persist.vendor.radio.print_stats"), "1");
   said("3 0");
-  EXPECT_EQ(property("persist.vendor.radio.print_stats"), "2");
+  EXPECT_EQ(directory_.file("properties"), "persist.vendor.radio.print_stats=2\n");
 }
 
 // ---- full dump

@@ -40,10 +40,12 @@ struct PhoneShell : testing::Test {
 TEST_F(PhoneShell, ThePhoneStandsAtItsDevicePaths) {
   const Ran ran = shell(
       "test -c /dev/smd8 && test -w /dev/smd8 && command -v vex && echo $VEX_PHONE;"
-      "printf abcde >/data/vendor/modem/share_memory; pwd; id -u");
+      "printf abcde >/data/vendor/modem/share_memory; pwd; id -u;"
+      "for d in / /dev/ /data/; do touch ${d}x 2>/dev/null && echo $d; done;"
+      "$BIN/vex-phone shell test -c /dev/smd8 2>/dev/null && echo and again inside");
   EXPECT_EQ(ran.output, std::filesystem::canonical(::getenv("BIN")).string() + "/vex\n" +
                             directory_.root() + "\n" + std::filesystem::current_path().string() +
-                            "\n" + std::to_string(::getuid()) + "\n");
+                            "\n" + std::to_string(::getuid()) + "\nand again inside\n");
   EXPECT_EQ(directory_.file("data/vendor/modem/share_memory"), "abcde");
 }
 

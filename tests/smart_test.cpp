@@ -6,9 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"

@@ -79,7 +79,9 @@ Words options_for(const Phone& phone, const std::string& terminal, const std::st
   const std::string folder = std::filesystem::path(program).parent_path();
   append(&options, {"--setenv", "VEX_PHONE", phone.root()});
   append(&options, {"--setenv", "VEX_MODEM", "unix:" + phone.path("modem.sock")});
-  append(&options, {"--setenv", "PATH", folder + ":" + variable("PATH")});
+  // Without one, a shell would look where the system's programs are.
+  const std::string path = variable("PATH").empty() ? "/usr/bin:/bin" : variable("PATH");
+  append(&options, {"--setenv", "PATH", folder + ":" + path});
   // Debian's prompts show it.
   if (interactive) append(&options, {"--setenv", "debian_chroot", "phone"});
   return options;

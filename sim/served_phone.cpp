@@ -7,6 +7,15 @@
 #include "qcci/link/local_socket.h"
 
 namespace sim {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Another process that has the phone may be about to serve it, or to go.
+constexpr auto kChangeTime = 500ms;
+constexpr auto kTryTime = 10ms;
+
+}  // namespace
 
 bool ServedPhone::start(std::string* why) {
   const std::string socket = phone_.path("modem.sock");
@@ -16,16 +25,23 @@ bool ServedPhone::start(std::string* why) {
   const auto log = [this](const std::string& line) { log_->write(line); };
   channel_ = std::make_unique<AtChannel>(phone_, std::move(config), log);
   stop_ = Descriptor(::eventfd(0, EFD_CLOEXEC));
-  if (qcci::LocalSocketLink(socket).answers()) {
-    std::fprintf(stderr, "vex-phone: using the modem that another process serves at %s\n",
-                 socket.c_str());
-    return true;
+  const platform::Time deadline = platform::clock().now() + kChangeTime;
+  for (;;) {
+    if (qcci::LocalSocketLink(socket).answers()) {
+      std::fprintf(stderr, "vex-phone: using the modem that another process serves at %s\n",
+                   socket.c_str());
+      server_.reset();
+      modem_.reset();
+      return true;
+    }
+    if (modem_ == nullptr) modem_ = make_modem(phone_, why);
+    if (modem_ == nullptr) return false;
+    modem_->set_log(log);
+    server_ = std::make_unique<Server>(*modem_);
+    if (server_->listen(socket, why)) return true;
+    if (platform::clock().now() >= deadline) return false;
+    platform::clock().sleep_until(platform::clock().now() + kTryTime);
   }
-  modem_ = make_modem(phone_, why);
-  if (modem_ == nullptr) return false;
-  modem_->set_log(log);
-  server_ = std::make_unique<Server>(*modem_);
-  return server_->listen(socket, why);
 }
 
 void ServedPhone::run() {

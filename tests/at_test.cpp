@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "platform/kelvor_utils.h"
 #include "platform/shell.h"
 #include "support/command.h"
 #include "vex/kelvor_vex_at_cmd.h"
@@ -106,6 +107,7 @@ TEST_F(At, ALineThatFailsIsTold) {
 }
 
 TEST_F(At, WrongWordsGetTheirNoteAndTheSectionAndNoShell) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   const std::string section = desk::output_of([] { kelvor_test_at_cmd_show_help(8); });
   const std::pair<Texts, const char*> rows[] = {
       {{"8"}, "note: The number of inputs should be 2, Pls refer to the following cmd:"},

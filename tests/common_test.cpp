@@ -112,16 +112,6 @@ TEST_F(Common, ARestartTakesEveryServiceAwayAndBringsItBack) {
   EXPECT_EQ(static_cast<int>(kelvor_send_common_qmi_msg(35, 0, nullptr, rsp_)), -3);
 }
 
-TEST_F(Common, AFullDumpLeavesAFile) {
-  start_modem();
-  EXPECT_EQ(kelvor_send_common_qmi_msg(KELVOR_COMMON_ITEM_FULL_DUMP, 4, value_.data(), rsp_), 0u);
-  EXPECT_EQ(response().result, 0);
-  size_t dumps = 0;
-  directory_.phone().all().list(
-      [&](const std::string& path, size_t) { dumps += path.starts_with("dump/"); });
-  EXPECT_EQ(dumps, 1u);
-}
-
 TEST_F(Common, TheSarStateIsReturnedWhetherValidOrNot) {
   start_modem(
       "[[fault]]\nservice = \"sar\"\naction = \"change\"\nnth = 2\nat = 14\noctets = [0x7F]\n"

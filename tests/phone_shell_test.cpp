@@ -40,10 +40,12 @@ struct PhoneShell : testing::Test {
 TEST_F(PhoneShell, ThePhoneStandsAtItsDevicePaths) {
   const Ran ran = shell(
       "test -c /dev/smd8 && test -w /dev/smd8 && command -v vex && echo $VEX_PHONE;"
-      "printf abcde >/data/vendor/modem/share_memory; pwd; id -u");
+      "printf abcde >/data/vendor/modem/share_memory; pwd; id -u;"
+      "for d in / /dev/ /data/; do touch ${d}x 2>/dev/null && echo $d; done;"
+      "$BIN/vex-phone shell test -c /dev/smd8 2>/dev/null && echo and again inside");
   EXPECT_EQ(ran.output, std::filesystem::canonical(::getenv("BIN")).string() + "/vex\n" +
                             directory_.root() + "\n" + std::filesystem::current_path().string() +
-                            "\n" + std::to_string(::getuid()) + "\n");
+                            "\n" + std::to_string(::getuid()) + "\nand again inside\n");
   EXPECT_EQ(directory_.file("data/vendor/modem/share_memory"), "abcde");
 }
 
@@ -103,6 +105,13 @@ TEST_F(PhoneShell, AModemThatIsServedAlreadyIsUsedAndLeft) {
   EXPECT_EQ(directory_.file("nv/0/10"), "\7");
 }
 
+TEST_F(PhoneShell, SeveralThatBeginAndEndAtOnceAllRun) {
+  const Ran ran =
+      run("for i in $(seq 8); do $BIN/vex-phone shell true 2>/dev/null & all=\"$all $!\"; done; "
+          "for one in $all; do wait $one || echo $?; done");
+  EXPECT_EQ(ran.output, "");
+}
+
 TEST_F(PhoneShell, TheStatusIsTheCommands) {
   const std::tuple<std::string, int, std::string> rows[] = {
       {"true", 0, ""},
@@ -123,6 +132,7 @@ TEST_F(PhoneShell, TheStatusIsTheCommands) {
   const Ran ran = run("export SHELL=/bin/sh; echo 'echo in $0; exit 4' | " + std::string(kShell));
   EXPECT_EQ(ran.status, 4);
   EXPECT_TRUE(ran.output.ends_with("\nin /bin/sh\n")) << ran.output;
+  EXPECT_EQ(run("unset PATH; " + std::string(kShell) + "sh -c 'ls -d /'").output, "/\n");
 }
 
 TEST_F(PhoneShell, NothingIsLeftRunningHoweverItEnds) {

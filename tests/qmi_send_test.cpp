@@ -1,6 +1,7 @@
 // Command 6 against the simulated modem.
 
 #include "platform/idl/vendor_payload.h"
+#include "platform/kelvor_utils.h"
 #include "support/command.h"
 
 namespace {
@@ -109,6 +110,7 @@ TEST_F(Send, AModemThatDoesNotAnswerIsTold) {
 }
 
 TEST_F(Send, TooFewWordsGetTheirNote) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string few = "note: Too few parameters, Pls refer to the following cmd:";
   EXPECT_EQ(said({"6"}), Texts{few});

@@ -1,5 +1,6 @@
 // Command 3 against the simulated modem: what it sends, and the files that the modem keeps.
 
+#include "platform/kelvor_utils.h"
 #include "support/command.h"
 
 namespace {
@@ -87,7 +88,9 @@ TEST_F(Rf, BandMasksAreDecimalHexadecimalOrOctal) {
   };
   for (const auto& [word, mask] : rows) {
     const std::string output = rf(std::string("3 1 4 ") + word);
-    EXPECT_TRUE(said(output, " v_band_list(" + std::to_string(mask) + ")")) << output;
+    EXPECT_EQ(desk::messages_of("kelvor_vex_test_rf.cpp", output),
+              (std::vector<std::string>{"kelvor_rf_tx_test_set, argc(6)", " v_ant(1)", " v_sys(4)",
+                                        " v_band_list(" + std::to_string(mask) + ")"}));
     std::vector<uint8_t> octets(8);
     for (int i = 0; i < 8; ++i) octets[i] = static_cast<uint8_t>(mask >> 8 * i);
     const std::string record = "01 00 00 00 04 00 00 00 " + desk::hex(octets);
@@ -102,17 +105,21 @@ TEST_F(Rf, AConfigurationIsShownAsOctetsAndClosedByDeletingItsFile) {
   const struct {
     const char *set, *get, *closed, *file, *octets;
     uint8_t path_length;
+    std::string name;
   } rows[] = {
-      {"0 7 9", "1", "2", kGpioFile, " 02 00 00 00 07 00 00 00 09 00 00 00", 47},
-      {"3 0 1 0x12", "4", "5", kTxFile, " 00 00 00 00 01 00 00 00 12 00 00 00 00 00 00 00", 43},
+      {"0 7 9", "1", "2", kGpioFile, " 02 00 00 00 07 00 00 00 09 00 00 00", 47,
+       "kelvor_gpio_test_"},
+      {"3 0 1 0x12", "4", "5", kTxFile, " 00 00 00 00 01 00 00 00 12 00 00 00 00 00 00 00", 43,
+       "kelvor_rf_tx_test_"},
   };
   for (const auto& row : rows) {
     rf(row.set);
     const std::string output = rf(row.get);
+    EXPECT_TRUE(said(output, row.name + "get")) << output;
     EXPECT_EQ(dumped(output), row.octets);
     EXPECT_TRUE(said(output, "data len(" + std::to_string(std::strlen(row.octets) / 3) + ")"));
     EXPECT_EQ(last().data[4], row.path_length);
-    rf(row.closed);
+    EXPECT_TRUE(said(rf(row.closed), row.name + "closed"));
     EXPECT_EQ(last().data[4], row.path_length);
     EXPECT_FALSE(directory_.has(row.file));
     for (const char* again : {row.get, row.closed}) {
@@ -134,7 +141,21 @@ TEST_F(Rf, ASetThatFailsIsTold) {
   }
 }
 
+TEST_F(Rf, ARequestThatIsShorterThanItSaysSetsNothing) {
+  start_modem();
+  const char* const rows[] = {"4 0", "4 0 0 0 0 0 0 0 0 1 0 0 0 9 9 9",
+                              "4 1 0 0 0 0 0 0 0 1 1 1 1 2 2 2 2 3 3 3 3 4 4 4"};
+  for (const char* words : rows) {
+    const std::string output =
+        desk::run_command(kelvor_test_qmi_send_data_do, "6 " + std::string(words));
+    EXPECT_TRUE(dumped(output).ends_with(" 00 00 00 EA FF FF FF")) << output;
+  }
+  EXPECT_FALSE(directory_.has(kGpioFile));
+  EXPECT_FALSE(directory_.has(kTxFile));
+}
+
 TEST_F(Rf, WrongWordsGetTheirNoteAndTheSectionAndNothingIsSent) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string section = desk::output_of([] { kelvor_test_rf_show_help(3); });
   constexpr const char kOfHandler[] = "note: Error happen! error_code(268431370)";

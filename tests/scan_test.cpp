@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "platform/idl/nas.h"
+#include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_cmn.h"
 #include "support/command.h"
 
@@ -104,6 +105,7 @@ TEST_F(Scan, ARestartEndsAScanThatWaitsAtOnce) {
 }
 
 TEST_F(Scan, WrongWordsGetTheirNoteAndTheSectionAndNothingIsSent) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string section = desk::output_of([] { kelvor_test_qmi_show_help(12); });
   const std::pair<const char*, const char*> rows[] = {

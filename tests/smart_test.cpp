@@ -6,10 +6,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <thread>
+#include <tuple>
 
+#include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "support/command.h"
 #include "vex/kelvor_vex_smart_test.h"
@@ -56,6 +59,7 @@ struct Smart : desk::Desk {
 };
 
 TEST_F(Smart, WrongWordsGetTheirNoteAndTheSectionAndNothingIsAsked) {
+  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
   start_modem();
   const std::string section =
       desk::output_of([] { kelvor_smart_test_show_help(vex::kCommandSmart); });
@@ -89,7 +93,7 @@ TEST_F(Smart, TheApSwitchIsAPropertyOfTheNextStart) {
   EXPECT_EQ(said("3 1"), (Texts{"ap_vireo_print, opt = 1", "success, need to reboot"}));
   EXPECT_EQ(property("persist.vendor.radio.print_stats"), "1");
   said("3 0");
-  EXPECT_EQ(property("persist.vendor.radio.print_stats"), "2");
+  EXPECT_EQ(directory_.file("properties"), "persist.vendor.radio.print_stats=2\n");
 }
 
 // ---- full dump
@@ -277,6 +281,9 @@ TEST_P(PrintSwitch, DoesItsStepsInOrder) {
     asks = with(asks, {kSync, kSsr});
   }
   EXPECT_EQ(texts, says);
+  const std::string error = std::string(" E [smart_test][") + kSource;
+  EXPECT_EQ(directory_.file("log/system.log").find(error) != std::string::npos,
+            row.fails != nullptr);
   EXPECT_EQ(asked(), asks);
   EXPECT_EQ(directory_.has(bp.file), row.is_on);
   if (row.is_on) {
@@ -335,8 +342,10 @@ TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
   ASSERT_TRUE(directory_.phone().prepare(&why));  // the log is open from here on
   desk::output_of([] { kelvor_smart_test_show_help(0); });
   const size_t before = open_files();
+  ::umask(0);
   EXPECT_EQ(shared_memory_says(path), probe(path, shows({0, 0, 0, 0, 0}))) << "a new file";
   EXPECT_EQ(directory_.file("share_memory"), std::string(100, '\0'));
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0777));
   const pid_t child = ::fork();
   if (child == 0) {
     const int fd = ::open(path.c_str(), O_RDWR);
@@ -357,6 +366,20 @@ TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
   EXPECT_EQ(shared_memory_says(path), probe(path, shows({120, 120, 120, 120, 120}))) << "too long";
   EXPECT_EQ(directory_.file("share_memory"), std::string(100, 'x'));
   EXPECT_EQ(open_files(), before);
+}
+
+TEST_F(Smart, ASharedMemoryThatIsCutWhileItIsReadIsTold) {
+  const std::string path = directory_.root() + "/share_memory";
+  directory_.write("share_memory", "");
+  std::atomic<bool> told{false};
+  std::thread other([&] {
+    while (!told) std::ignore = ::truncate(path.c_str(), 0);
+  });
+  const Texts cut = probe(path, {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N",
+                                 "data_ptr error", "munmap, ret: 0", "close fd"});
+  for (int i = 0; i < 5000 && !told; ++i) told = shared_memory_says(path) == cut;
+  EXPECT_TRUE(told.exchange(true));
+  other.join();
 }
 
 TEST_F(Smart, ASharedMemoryThatCannotBeHadIsToldAtItsStep) {

@@ -257,7 +257,9 @@ TEST_F(Tool, ARestartEndsTheRequestOfAnotherProcessAndTheNextOneWorks) {
                    "[modem]\nrestart_ms = 300\n[[fault]]\nservice = \"vendor\"\n"
                    "kind = \"request\"\naction = \"drop\"\nnth = 1\n");
   const Ran ran = run(std::string(kServe) +
-                      "$BIN/vex 11 2 >$VEX_PHONE/vex & v=$!; sleep 0.2; $BIN/vex 11 0; wait $v; "
+                      "$BIN/vex 11 2 >$VEX_PHONE/vex & v=$!; "
+                      "until grep -qs 'client inited' $VEX_PHONE/vex; do sleep 0.02; done; "
+                      "$BIN/vex 11 0; wait $v; "
                       "$BIN/vex 4 2 0 10 7; kill $server; wait $server");
   EXPECT_TRUE(said(ran.output, "Will trigger SSR of modem")) << ran.output;
   EXPECT_TRUE(said(directory_.file("vex"), "send msg sync failed:-2")) << directory_.file("vex");

@@ -199,6 +199,20 @@ int kelvor_smart_test_bp_rf_print_switch(int opt) {
 // ---- shared memory
 
 constexpr size_t kShareMemorySize = 100;
+constexpr int kShown = 5;  // octets
+
+// Copies the first octets out of the mapping; false when they cannot be had, as when another
+// process has cut the file since it got its size. The kernel does it: it fails there, where a load
+// of our own would end the process.
+bool take_octets(const void* mapped, uint8_t (&octets)[kShown]) {
+  int ends[2];
+  if (::pipe(ends) != 0) return false;
+  const bool taken =
+      ::write(ends[1], mapped, kShown) == kShown && ::read(ends[0], octets, kShown) == kShown;
+  ::close(ends[0]);
+  ::close(ends[1]);
+  return taken;
+}
 
 // Shows what another process left in the file's first octets; nothing is written into it.
 int show_share_memory(TraceSite site, int fd) {
@@ -215,14 +229,16 @@ int show_share_memory(TraceSite site, int fd) {
     TRACE_FROM(site, kTraceError, "mmap error");
     return -1;
   }
-  const auto* const data_ptr = static_cast<const volatile uint8_t*>(mapped);
-  for (int i = 0; i < 5; ++i) {
+  uint8_t data_ptr[kShown];
+  const bool taken = take_octets(mapped, data_ptr);
+  for (int i = 0; taken && i < kShown; ++i) {
     TRACE_FROM(site, kTraceDebug, "data_ptr[%d]: %d", i, data_ptr[i]);
   }
+  if (!taken) TRACE_FROM(site, kTraceError, "data_ptr error");
   const int unmapped = ::munmap(mapped, kShareMemorySize);
   TRACE_FROM(site, kTraceDebug, "munmap, ret: %d", unmapped);
   if (unmapped == -1) TRACE_FROM(site, kTraceError, "munmap error");
-  return unmapped;
+  return taken ? unmapped : -1;
 }
 
 int kelvor_smart_test_sh_test_read() {

@@ -31,7 +31,7 @@ struct Configuration {
   uint32_t path_length;
   int get, closed;  // sub-commands
 };
-// The length of the first counts the terminating zero, at which the modem's path ends as well.
+// Both lengths count the terminating zero, at which the modem's path ends as well.
 constexpr Configuration kGpio{"/nv/item_files/modem/kelvor/rf_ant_port_config", 47, 1, 2};
 constexpr Configuration kTx{"/nv/item_files/modem/antenna/ant_tx_config", 43, 4, 5};
 

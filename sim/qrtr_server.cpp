@@ -26,7 +26,7 @@ struct QrtrServer::Watcher final : Port {
   void deliver(Address from, std::span<const uint8_t> octets) override {
     ControlPacket packet;
     if (from != Bus::kControl || !ControlPacket::parse(octets, &packet)) return;
-    if (packet.command == Control::kDelServer) server.services_.erase(packet.server());
+    if (packet.command == Control::kDelServer) server.withdraw(packet.server());
     if (packet.command == Control::kNewServer && !packet.ends_list()) {
       server.announce(packet.server(), packet.service, packet.instance);
     }
@@ -77,6 +77,11 @@ void QrtrServer::announce(Address at, uint32_t service, uint32_t instance) {
   services_.insert_or_assign(at, std::move(published));
 }
 
+void QrtrServer::withdraw(Address at) {
+  services_.erase(at);
+  std::erase_if(guests_, [at](const auto& g) { return g.first.first == at; });
+}
+
 void QrtrServer::poll_for(std::vector<pollfd>* polled) {
   for (const auto& [at, service] : services_) polled->push_back({service.socket.get(), POLLIN, 0});
 }
@@ -101,19 +106,21 @@ void QrtrServer::serve(std::span<const pollfd> polled) {
 
 void QrtrServer::take(Address at, Address from, std::span<const uint8_t> octets) {
   if (from.port != qcci::kControlPort) {
-    modem_.send(guest(from), at, octets);
+    modem_.send(guest(at, from), at, octets);
     return;
   }
   ControlPacket packet;
   if (from.node != own_.node || !ControlPacket::parse(octets, &packet)) return;
-  if (packet.command == Control::kDelClient) guests_.erase(packet.client());
+  if (packet.command == Control::kDelClient) guests_.erase({at, packet.client()});
   if (packet.command == Control::kBye) {
-    std::erase_if(guests_, [&](const auto& g) { return g.first.node == packet.client().node; });
+    std::erase_if(guests_, [&](const auto& g) {
+      return g.first.first == at && g.first.second.node == packet.client().node;
+    });
   }
 }
 
-Address QrtrServer::guest(Address from) {
-  std::unique_ptr<Guest>& guest = guests_[from];
+Address QrtrServer::guest(Address at, Address from) {
+  std::unique_ptr<Guest>& guest = guests_[{at, from}];
   if (guest == nullptr) guest = std::make_unique<Guest>(*this, from);
   return guest->address;
 }

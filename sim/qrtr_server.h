@@ -3,13 +3,15 @@
 //
 // A bridge between two buses. It watches the simulated one: a service that is up there has a socket
 // here, which goes with it. Whoever sends to such a socket gets a port on the simulated bus, until
-// the kernel tells that the sender is gone. The bus knows no users: every process of the machine
-// may talk to the modem.
+// that socket hears from the kernel that the sender is gone. (What the others hear may be of one
+// who had its port before.) The bus knows no users: every process of the machine may talk to the
+// modem.
 #ifndef SIM_QRTR_SERVER_H_
 #define SIM_QRTR_SERVER_H_
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "sim/door.h"
 #include "sim/files.h"
@@ -43,14 +45,16 @@ class QrtrServer final : public Door {
 
   // `at` is a service's place on the simulated bus; the other addresses are the kernel's.
   void announce(Address at, uint32_t service, uint32_t instance);
+  void withdraw(Address at);
   void take(Address at, Address from, std::span<const uint8_t> octets);
-  Address guest(Address from);
+  Address guest(Address at, Address from);
   void send(Address at, Address client, std::span<const uint8_t> octets);
 
   Modem& modem_;
-  Address own_;                                       // node of the kernel's bus
-  std::map<Address, Service> services_;               // by where they are on the simulated bus
-  std::map<Address, std::unique_ptr<Guest>> guests_;  // by where they are on the kernel's
+  Address own_;                          // node of the kernel's bus
+  std::map<Address, Service> services_;  // by where they are on the simulated bus
+  // By the service that they have sent to, and where they are on the kernel's bus.
+  std::map<std::pair<Address, Address>, std::unique_ptr<Guest>> guests_;
   std::unique_ptr<Watcher> watcher_;
 };
 

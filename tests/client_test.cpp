@@ -1,5 +1,8 @@
 // The QMI client library against a bus that is not in order, and against the simulated modem.
 
+#include <sys/eventfd.h>
+
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <thread>
@@ -9,6 +12,7 @@
 #include "platform/idl/vendor.h"
 #include "platform/qmi_client.h"
 #include "qcci/client/core.h"
+#include "qcci/link/poll_link.h"
 #include "support/desk.h"
 #include "support/scripted_link.h"
 
@@ -137,6 +141,37 @@ TEST_F(HostileBus, ALateAnswerNeverReachesTheNextRequest) {
   };
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
   EXPECT_EQ(resp.state, 2u);
+
+  // Nor the first one of a client that comes after, which may have the same port.
+  qmi_client_release(client);
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
+  EXPECT_EQ(resp.state, 2u);
+}
+
+TEST_F(HostileBus, TransactionsGoRoundPastZeroAndPastTheOneThatStillWaits) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  const auto transaction = [](const ScriptedLink::Sent& request) {
+    return request.octets[1] | request.octets[2] << 8;
+  };
+  ScriptedLink::Sent waits{};
+  link_->on_request = [&](const ScriptedLink::Sent& request) { waits = request; };
+  sar_rf_get_state_resp resp;
+  auto waiting = std::async(std::launch::async, [&] { return ask_state(client, &resp); });
+  clock_.await_waiter(3000ms);
+
+  std::vector<int> sent(0x10000);
+  link_->on_request = [&](const ScriptedLink::Sent& request) { ++sent[transaction(request)]; };
+  link_->outcome = qcci::Sent::kBusy;  // so that nothing is waited for
+  sar_rf_get_state_resp other;
+  for (int i = 0; i < 0xFFFF; ++i) ask_state(client, &other);
+  EXPECT_EQ(sent[0], 0);
+  EXPECT_EQ(sent[transaction(waits)], 0);
+  EXPECT_EQ(std::count(sent.begin(), sent.end(), 0), 2) << "every other one";
+  link_->say(waits.endpoint, kServer, answer(waits, 7));
+  EXPECT_EQ(waiting.get(), QMI_CLIENT_OK);
+  EXPECT_EQ(resp.state, 7u);
 }
 
 TEST_F(HostileBus, ControlPacketsCountOnlyFromTheOwnNodesControlPort) {
@@ -264,6 +299,32 @@ TEST_F(HostileBus, AServiceOfAnotherVersionIsNotFound) {
   link_->settle();
   EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
             QMI_CLIENT_SERVICE_GONE);
+}
+
+// ---- links over descriptors
+
+// There is something to read at every one of them, at any time.
+struct FloodedLink final : qcci::PollLink {
+  int open_descriptor(Address*) override { return ::eventfd(1, EFD_CLOEXEC); }
+  Read read(int, Address*, std::vector<uint8_t>*) override { return Read::kDatagram; }
+  qcci::Sent write(int, Address, std::span<const uint8_t>) override { return qcci::Sent::kSent; }
+};
+
+TEST(PollLink, AFloodAtOneEndpointHoldsUpNoOtherAndNobodyWhoWakes) {
+  FloodedLink link;
+  qcci::Endpoint a, b;
+  ASSERT_TRUE(link.open(&a) && link.open(&b));
+  std::vector<qcci::EndpointId> heard;
+  for (qcci::Datagram datagram; heard.size() < 6;) {
+    if (heard.size() == 4) link.close(a.id);
+    if (link.receive(&datagram, platform::kNever) == qcci::Received::kDatagram) {
+      heard.push_back(datagram.endpoint);
+    }
+  }
+  EXPECT_EQ(heard, (std::vector{a.id, b.id, a.id, b.id, b.id, b.id})) << "the last without a";
+  qcci::Datagram datagram;
+  link.wake();
+  EXPECT_EQ(link.receive(&datagram, platform::kNever), qcci::Received::kNothing);
 }
 
 // ---- the simulated modem

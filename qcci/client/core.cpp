@@ -43,7 +43,10 @@ Core& Core::instance() {
 
 void Core::use_link(std::unique_ptr<Link> link) { link_for_tests() = std::move(link); }
 
-Core::Core(std::unique_ptr<Link> link) : link_(std::move(link)) {}
+Core::Core(std::unique_ptr<Link> link)
+    : link_(std::move(link)),
+      last_transaction_(static_cast<uint16_t>(platform::clock().now().time_since_epoch().count())) {
+}
 
 // ---- the library's thread
 
@@ -483,11 +486,10 @@ int Core::send(Handle handle, uint32_t message, const void* request, uint32_t re
       idl::encode(*asks, request, request_length, std::span(octets).subspan(kQmiHeader));
   if (encoded.error != idl::CodecError::kOk) return QMI_CLIENT_INTERNAL;
   octets.resize(kQmiHeader + encoded.length);
-  uint16_t& transaction = client->last_transaction;
   do {
-    if (++transaction == 0) ++transaction;
-  } while (client->pending.contains(transaction));
-  const uint16_t own = transaction;
+    if (++last_transaction_ == 0) ++last_transaction_;
+  } while (client->pending.contains(last_transaction_));
+  const uint16_t own = last_transaction_;
   QmiHeader{QMI_IDL_REQUEST, own, static_cast<uint16_t>(message),
             static_cast<uint16_t>(encoded.length)}
       .write(octets.data());

@@ -84,7 +84,6 @@ class Core {
     Address server;
     bool gone = false;
     bool error_told = false;
-    uint16_t last_transaction = 0;
     std::map<uint16_t, Pending*> pending;
     Callbacks callbacks;
   };
@@ -153,6 +152,9 @@ class Core {
   size_t waiting_openers_ = 0;
   Registry registry_;
   Handle last_handle_ = 0;
+  // Of whatever client, and begun anywhere: a client may get the port that another has just left,
+  // and an answer that is still on its way there must not look like one of its own.
+  uint16_t last_transaction_;
   std::map<Handle, std::shared_ptr<Client>> clients_;
   std::map<EndpointId, Handle> by_endpoint_;
   std::deque<Event> due_;

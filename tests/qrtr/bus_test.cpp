@@ -9,8 +9,10 @@
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
+#include "qcci/link/qrtr.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
+#include "sim/files.h"
 #include "support/vireo_desk.h"
 #include "vireo/modem_api/modem_api.h"
 
@@ -49,6 +51,22 @@ Octets take_request(const BusPeer& server, Address* from) {
     Octets octets = server.take(from);
     if (octets.empty() || (octets.size() == 7 && octets[0] == QMI_IDL_REQUEST)) return octets;
   }
+}
+
+// ---- the link
+
+TEST(QrtrLink, TellsABusyDestinationFromOneThatIsNotThere) {
+  Address own;
+  const sim::Descriptor socket(qcci::qrtr_socket(&own));
+  const auto send = [&](Address to) { return qcci::qrtr_send(socket.get(), to, request(1)); };
+  BusPeer peer;
+  size_t taken = 0;
+  while (taken < 100000 && send(peer.own()) == qcci::Sent::kSent) ++taken;
+  EXPECT_GT(taken, 0u);
+  EXPECT_EQ(send(peer.own()), qcci::Sent::kBusy) << "its queue is full";
+  peer.leave();
+  EXPECT_EQ(send(peer.own()), qcci::Sent::kCut) << "it has left";
+  EXPECT_EQ(send({own.node + 1, 1}), qcci::Sent::kCut) << "no such node";
 }
 
 // ---- the client library
@@ -237,12 +255,15 @@ TEST(QrtrPhone, ForgetsAClientWhenTheKernelSaysSoAndNobodyElse) {
   Address from;
   EXPECT_EQ(victim->take(&from).at(1), 1);
 
-  // Who gets a port that another has left gets none of its answers.
+  // Who gets a port that another has left gets none of its answers, and its own; also when the
+  // phone hears late of the leaving, which is told at every service.
   victim->insist(sar, request(2));
+  phone.pause();
   victim.reset();
   const BusPeer heir(at.port);
   heir.services();  // behind the news of the leaving, which goes the same way
   heir.insist(sar, request(3));
+  phone.go_on();
   EXPECT_EQ(heir.take(&from).at(1), 3);
 }
 
@@ -259,7 +280,6 @@ std::string tlv(const Octets& message, uint8_t type) {
 
 // Octet by octet, as the messages stand in public: no tool at hand opens channels.
 TEST(QrtrPhone, OpensALogicalChannelTakesAnApduOnItAndClosesIt) {
-  if (!desk::has_service(kUim)) GTEST_SKIP() << "the phone does not have this service yet";
   const ServedPhone phone(
       "[cards]\nready_ms = 0\n[cards.euicc]\neid = \"89044099123456789012345678901220\"\n"
       "[[cards.euicc.profile]]\niccid = \"8988001000000000015\"\nname = \"One\"\n"

@@ -7,20 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <map>
 #include <string>
 
-#include "qcci/services/services.h"
 #include "support/desk.h"
 
 namespace desk {
-
-// Whether simulated phones have a service of this id.
-inline bool has_service(uint32_t id) {
-  const auto all = qcci::idl::all_services();
-  return std::ranges::any_of(all, [id](const auto* service) { return service->id == id; });
-}
 
 class ServedPhone {
  public:
@@ -56,6 +48,9 @@ class ServedPhone {
       ::usleep(5000);
     }
   }
+  // It takes no notice of anything from then on.
+  void pause() const { ::kill(process_, SIGSTOP); }
+  void go_on() const { ::kill(process_, SIGCONT); }
   void stop(int signal) {
     if (process_ <= 0) return;
     ::kill(process_, signal);

@@ -289,16 +289,23 @@ TEST_F(HostileBus, ACallbackMayLookForServicesWithoutWaitingForItself) {
   EXPECT_EQ(clock_.passed(), 0s);
 }
 
-TEST_F(HostileBus, AServiceOfAnotherVersionIsNotFound) {
-  link_->services.clear();
-  uint32_t services = 9;
-  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
-            QMI_CLIENT_SERVICE_GONE);
-  EXPECT_EQ(services, 0u);
-  link_->control(ScriptedLink::kControl, {Control::kNewServer, SAR_SERVICE_ID, 2, 1, 7});
-  link_->settle();
-  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
-            QMI_CLIENT_SERVICE_GONE);
+// A name service says nothing of what had the address until then.
+TEST_F(HostileBus, AServiceThatComesBackAtItsAddressInAnotherVersionIsAnotherOne) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  const auto found = [&](uint32_t service, uint32_t version) {
+    link_->instance = version;
+    link_->announce(Control::kNewServer, service, kServer);
+    link_->settle();
+    uint32_t services = 0;
+    qmi_client_get_service_list(kSar, nullptr, nullptr, &services);
+    return services;
+  };
+  sar_rf_get_state_resp resp;
+  EXPECT_EQ(found(SAR_SERVICE_ID, 2), 0u);
+  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE);
+  EXPECT_EQ(found(SAR_SERVICE_ID, 1), 1u);
+  EXPECT_EQ(found(NAS_SERVICE_ID, 1), 0u);
 }
 
 // ---- links over descriptors

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "support/desk.h"
 
@@ -241,8 +242,9 @@ TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
       << "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\naction = \"drop\"\nnth = 1\n"
          "[[fault]]\nservice = \"nas\"\naction = \"drop\"\n";
   const Ran ran = run(std::string(kServe) +
-                      "$BIN/vex 4 1 0 550 >$VEX_PHONE/vex & v=$!; sleep 0.3; kill -9 $server; "
-                      "wait $v; " +
+                      "$BIN/vex 4 1 0 550 >$VEX_PHONE/vex & v=$!; "
+                      "until grep -qs 'client inited' $VEX_PHONE/vex; do sleep 0.02; done; "
+                      "kill -9 $server; wait $v; " +
                       kServe +
                       "$BIN/vex 4 1 0 550 >/dev/null; "
                       "$BIN/vex 4 1 0 550; kill $server; wait $server");
@@ -297,11 +299,14 @@ TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
   EXPECT_NE(shown.find("08 1A 32 54 76 98 10 32 74"), std::string::npos) << shown;
   EXPECT_NE(shown.find("1/nv/x                                   AB"), std::string::npos) << shown;
   const Ran traced =
-      run("$BIN/vex-phone serve --trace >$VEX_PHONE/out & server=$!; sleep 0.3; "
+      run("$BIN/vex-phone serve --trace >$VEX_PHONE/out & server=$!; "
+          "until grep -q listening $VEX_PHONE/out; do sleep 0.02; done; "
           "$BIN/vex 4 1 0 550 >/dev/null; kill $server; wait $server; "
           "cat $VEX_PHONE/out");
-  EXPECT_NE(traced.output.find("vendor 0x0002 generic request 1: id=2 data_len=512 data=[01 00 26"),
-            std::string::npos)
+  EXPECT_TRUE(std::regex_search(
+      traced.output,
+      std::regex("vendor 0x0002 generic request (\\d+): id=2 data_len=512 data=\\[01 00 26 02 .*\n"
+                 ".* vendor 0x0002 generic response \\1: id=0 data_len=29 data=\\[09 00 ")))
       << traced.output;
 }
 

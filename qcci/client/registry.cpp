@@ -34,16 +34,19 @@ std::vector<ServiceChange> Registry::apply(const ControlPacket& packet) {
         unanswered_.pop_front();
         break;
       }
+      const Instance named{packet.instance >> 8, packet.instance & 0xFF, packet.server()};
       const auto found = services_.find(packet.service);
-      if (found == services_.end() || !found->second.asked) break;
-      std::vector<Instance>& known = found->second.instances;
-      const bool repeated = std::any_of(known.begin(), known.end(), [&](const Instance& i) {
-        return i.address == packet.server();
-      });
-      if (repeated) break;
-      known.push_back({packet.instance >> 8, packet.instance & 0xFF, packet.server()});
+      const bool asked = found != services_.end() && found->second.asked;
+      if (asked) {
+        const std::vector<Instance>& known = found->second.instances;
+        if (std::find(known.begin(), known.end(), named) != known.end()) break;
+      }
+      // An address has one service: a name service that replaces an entry says nothing of the old.
+      remove_if([&](uint32_t, const Instance& i) { return i.address == named.address; }, &changes);
+      if (!asked) break;
+      found->second.instances.push_back(named);
       ++found->second.changes;
-      changes.push_back({packet.service, true, known.back()});
+      changes.push_back({packet.service, true, named});
       break;
     }
     case Control::kDelServer:

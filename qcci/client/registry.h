@@ -16,6 +16,7 @@ struct Instance {
   uint32_t instance = 0;
   uint32_t version = 0;
   Address address;
+  bool operator==(const Instance&) const = default;
 };
 
 struct ServiceState {

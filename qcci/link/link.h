@@ -52,7 +52,7 @@ class Link {
   virtual bool open(Endpoint* endpoint) = 0;
   // Nothing is received for the endpoint once this has returned.
   virtual void close(EndpointId endpoint) = 0;
-  // Never blocks.
+  // Waits for nobody, unless the bus itself does (see qrtr.h).
   virtual Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) = 0;
 
   virtual Received receive(Datagram* datagram, platform::Time deadline) = 0;

@@ -34,7 +34,7 @@ class PollLink : public Link {
   // A non-blocking descriptor that is on the bus, and its address (port 0: not known yet); -1 and
   // errno when there is no bus.
   virtual int open_descriptor(Address* own) = 0;
-  // One datagram of at most kMaxDatagram octets; never blocks.
+  // One datagram of at most kMaxDatagram octets; waits for nobody, as far as the bus lets it.
   virtual Read read(int fd, Address* from, std::vector<uint8_t>* octets) = 0;
   virtual Sent write(int fd, Address to, std::span<const uint8_t> octets) = 0;
 

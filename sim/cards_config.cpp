@@ -37,6 +37,9 @@ SimConfig sim_config(Table table) {
   SimConfig config;
   config.state = table.one_of("state", "present", kStates);
   config.error = table.one_of("error", "unknown", kErrors);
+  if (table.has("error") && config.state != UIM_CARD_ERROR) {
+    table.fail("error", "is of state = \"error\" alone");
+  }
   table.done();
   return config;
 }

@@ -14,11 +14,21 @@ qmi_idl_service_object_type service_named(const std::string& name) {
   return nullptr;
 }
 
+std::string service_names() {
+  std::string names;
+  for (const auto known : qcci::idl::all_services()) {
+    names += std::string(names.empty() ? "" : ", ") + known->name;
+  }
+  return names;
+}
+
 std::vector<uint32_t> absent_services(Table& modem) {
   std::vector<uint32_t> ids;
   for (const std::string& name : modem.texts("absent")) {
     const auto service = service_named(name);
-    if (service == nullptr) modem.fail("absent", "holds \"" + name + "\", not a service");
+    if (service == nullptr) {
+      modem.fail("absent", "holds \"" + name + "\", which is none of " + service_names());
+    }
     ids.push_back(service->id);
   }
   return ids;
@@ -88,28 +98,36 @@ FaultRule fault(Table table) {
   rule.text = table.written();
   const std::string service = table.text("service", "any", 64);
   if (const auto known = service_named(service)) rule.service = known->id;
-  if (!rule.service && service != "any") table.fail("service", "is not a service of this phone");
+  if (!rule.service && service != "any") {
+    table.fail("service", "must be one of " + service_names() + ", any");
+  }
   if (table.has("message")) {
     rule.message = static_cast<uint16_t>(table.number("message", 0, 0, 0xFFFF));
   }
   rule.kind = table.one_of("kind", "response", kKinds);
   rule.nth = table.number("nth", 0, 0, UINT32_MAX);
-  if (!table.has("action")) table.fail("action", "is missing");
+  table.need("action");
   rule.action = table.one_of("action", "drop", kActions);
   switch (rule.action) {
     case FaultAction::kDelay:
+      table.need("ms");
       rule.delay = std::chrono::milliseconds(table.number("ms", 0, 0, 86400000));
       break;
     case FaultAction::kQmiError:
-      rule.code = table.number("error", 3, 0, 0xFFFF);
+      table.need("error");
+      rule.code = table.number("error", 0, 0, 0xFFFF);
       break;
     case FaultAction::kVendorError:
-      rule.code = table.number("result", 1, 0, UINT32_MAX);
+      table.need("result");
+      rule.code = table.number("result", 0, 0, UINT32_MAX);
       break;
     case FaultAction::kTruncate:
+      table.need("octets");
       rule.keep = table.number("octets", 0, 0, 65535);
       break;
     case FaultAction::kChange:
+      table.need("at");
+      table.need("octets");
       rule.at = table.number("at", 0, 0, 65535);
       rule.octets = table.numbers<uint8_t>("octets");
       break;
@@ -187,6 +205,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     Table statistics = top.table("statistics");
     read.statistics_enabled = statistics.flag("enabled", true);
     read.outdated_logs = statistics.numbers<uint16_t>("outdated_logs");
+    if (read.outdated_logs.size() > 200) statistics.fail("outdated_logs", "has room for 200");
     read.cmd_ok_count = static_cast<uint64_t>(statistics.integer("cmd_ok_count", 0, 0, INT64_MAX));
     read.cmd_fail_count =
         static_cast<uint64_t>(statistics.integer("cmd_fail_count", 0, 0, INT64_MAX));
@@ -197,17 +216,11 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     Table pdc = top.table("pdc");
     read.pdc = read_pdc(std::move(pdc), top.tables("configuration"));
     for (Table& table : top.tables("network")) read.networks.push_back(network(std::move(table)));
+    if (read.networks.size() > 40)
+      top.fail("network", "stands more often than the 40 times that a scan reports");
     for (Table& table : top.tables("fault")) read.faults.push_back(fault(std::move(table)));
     top.done();
 
-    if (read.networks.size() > 40) {
-      *why = "phone.toml: a scan reports 40 networks at most";
-      return false;
-    }
-    if (read.outdated_logs.size() > 200) {
-      *why = "phone.toml: statistics.outdated_logs has room for 200";
-      return false;
-    }
     *config = std::move(read);
     return true;
   } catch (const toml::parse_error& error) {

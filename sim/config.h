@@ -43,14 +43,14 @@ struct FaultRule {
   std::optional<uint32_t> service;  // none: any
   std::optional<uint16_t> message;  // none: any
   FaultKind kind = FaultKind::kResponse;
-  uint32_t nth = 0;  // from 1; 0: every one
+  uint32_t nth = 0;  // of the matches since the modem started, from 1; 0: every one
   FaultAction action = FaultAction::kDrop;
   std::chrono::milliseconds delay{0};
   uint32_t code = 0;            // error or result
   uint32_t at = 0;              // octets from the message's first
   uint32_t keep = 0;            // octets left by a truncation
   std::vector<uint8_t> octets;  // of a change
-  std::string text;             // the rule as a person wrote it
+  std::string text;             // the rule and its line, for a person
 };
 
 // What diag's version command answers.

@@ -29,7 +29,7 @@ class Faults {
 
   // One whole message, from its QMI header on.
   Fate apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
-  // The rules that never acted, as they are written in phone.toml.
+  // The rules that never acted, each with its line in phone.toml.
   std::vector<std::string> unmet() const;
 
  private:

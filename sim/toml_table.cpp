@@ -46,7 +46,8 @@ int64_t Table::integer(const std::string& key, int64_t fallback, int64_t least, 
   if (!has(key)) return fallback;
   const auto value = table_[key].value_exact<int64_t>();
   if (!value || *value < least || *value > most) {
-    fail(key, "must be a number from " + std::to_string(least) + " to " + std::to_string(most));
+    fail(key,
+         "must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
   }
   return *value;
 }
@@ -89,7 +90,8 @@ std::vector<int64_t> Table::integers(const std::string& key, int64_t least, int6
   for (const toml::node& node : list(key, "numbers")) {
     const auto value = node.value_exact<int64_t>();
     if (!value || *value < least || *value > most) {
-      fail(key, "holds something that is not a number or does not fit");
+      fail(key, "must be a list of whole numbers from " + std::to_string(least) + " to " +
+                    std::to_string(most));
     }
     all.push_back(*value);
   }
@@ -116,18 +118,18 @@ std::vector<std::string> Table::texts(const std::string& key) {
 
 Table Table::table(const std::string& key) {
   static const toml::table kNone;
-  const std::string name = (name_.empty() ? "" : name_ + ".") + key;
-  if (!has(key)) return {kNone, name};
+  if (!has(key)) return {kNone, name_of(key)};
   const toml::table* found = table_[key].as_table();
   if (found == nullptr) fail(key, "must be a table");
-  return {*found, name};
+  return {*found, name_of(key)};
 }
 
 std::vector<Table> Table::tables(const std::string& key) {
   std::vector<Table> all;
   if (!has(key)) return all;
-  for (const toml::node& node : list(key, "tables")) {
-    if (!node.is_table()) fail(key, "must be a list of tables");
+  const std::string what = "tables, each under [[" + name_of(key) + "]]";
+  for (const toml::node& node : list(key, what.c_str())) {
+    if (!node.is_table()) fail(key, "must be a list of " + what);
     all.emplace_back(*node.as_table(), key);
   }
   return all;
@@ -144,16 +146,24 @@ void Table::done() const {
 
 void Table::fail(const std::string& key, const std::string& what) const {
   const toml::node* node = table_.get(key);
-  throw BadToml{node != nullptr ? node->source() : table_.source(),
-                (name_.empty() ? "" : name_ + ".") + key + " " + what};
+  throw BadToml{node != nullptr ? node->source() : table_.source(), name_of(key) + " " + what};
+}
+
+void Table::need(const std::string& key) {
+  if (!has(key)) fail(key, "is missing");
 }
 
 std::string Table::written() const {
   std::ostringstream out;
-  out << toml::toml_formatter(table_, toml::format_flags::none);
+  out << "phone.toml:" << table_.source().begin.line << ": "
+      << toml::toml_formatter(table_, toml::format_flags::allow_hexadecimal_integers);
   std::string text = out.str();
   for (char& c : text) c = c == '\n' ? ' ' : c;
   return text;
+}
+
+std::string Table::name_of(const std::string& key) const {
+  return name_.empty() ? key : name_ + "." + key;
 }
 
 const toml::array& Table::list(const std::string& key, const char* what) const {

@@ -50,7 +50,8 @@ class Table {
   template <class T, size_t N>
   T one_of(const std::string& key, const char* fallback,
            const std::pair<const char*, T> (&rows)[N]) {
-    const std::string value = text(key, fallback, 64);
+    const auto value =
+        has(key) ? table_[key].template value_exact<std::string>() : std::string(fallback);
     std::string names;
     for (const auto& [name, result] : rows) {
       if (value == name) return result;
@@ -64,12 +65,15 @@ class Table {
   // Nothing else is read: what has not been is unknown.
   void done() const;
   [[noreturn]] void fail(const std::string& key, const std::string& what) const;
-  // The table on one line.
+  // A key without which the table says nothing.
+  void need(const std::string& key);
+  // The table on one line, behind its place; the keys in alphabetical order.
   std::string written() const;
 
  private:
   const toml::array& list(const std::string& key, const char* what) const;
   float decimal_of(const toml::node& node, const std::string& key) const;
+  std::string name_of(const std::string& key) const;  // as messages have it
 
   const toml::table& table_;
   std::string name_;

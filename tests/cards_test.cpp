@@ -394,6 +394,8 @@ TEST(CardsConfig, MistakesAreNamedWithTheirLine) {
       {"[cards.sim2]\nerror = \"bad\"\n",
        "phone.toml:2: cards.sim2.error must be one of unknown, poll, no-atr, voltage-mismatch, "
        "parity, possibly-removed, technical"},
+      {"[cards.sim2]\nerror = \"poll\"\n",
+       "phone.toml:2: cards.sim2.error is of state = \"error\" alone"},
       {"[cards.euicc]\neid = \"890\"\n",
        "phone.toml:2: cards.euicc.eid must be octets in hex, like \"01 A0\""},
       {"[cards.euicc]\neid = \"" + std::string(34, '1') + "\"\n",

@@ -73,15 +73,15 @@ TEST_F(PhoneShell, TheSharedMemoryIsWhatAnotherProcessLeftThere) {
 
 TEST_F(PhoneShell, AllItsProcessesHaveOneModem) {
   directory_.write("phone.toml",
-                   "[[fault]]\nservice = \"vendor\"\nnth = 2\naction = \"qmi-error\"\n"
+                   "[[fault]]\nservice = \"vendor\"\nnth = 2\naction = \"qmi-error\"\nerror = 3\n"
                    "[[fault]]\nservice = \"nas\"\naction = \"drop\"\n");
   const Ran ran = run("export VEX_MODEM=embedded; " + std::string(kShell) +
                       "sh -c 'for i in 1 2 3; do echo $i; vex 11 2; done; ls $VEX_PHONE/*.sock'");
   EXPECT_EQ(desk::trace_messages(ran.output),
-            (std::vector<std::string>{"1", "2", "send msg sync failed:-1", "3",
-                                      directory_.root() + "/modem.sock",
-                                      "fault rule met no message: action = \"drop\" service = "
-                                      "\"nas\""}));
+            (std::vector<std::string>{
+                "1", "2", "send msg sync failed:-1", "3", directory_.root() + "/modem.sock",
+                "fault rule met no message: phone.toml:6: action = \"drop\" service = "
+                "\"nas\""}));
   EXPECT_FALSE(directory_.has("modem.sock"));
 }
 

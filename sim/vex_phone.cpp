@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -161,10 +162,10 @@ void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* n
 int show(const Phone& phone) {
   std::string why;
   std::string toml;
-  if (::access(phone.path("phone.toml").c_str(), F_OK) != 0) {
-    return fail(phone.root() + ": no phone here (vex-phone init makes one)");
-  }
-  sim::read_file(phone.path("phone.toml"), &toml);
+  if (phone.root().empty() && !phone.prepare(&why)) return fail(why);
+  const int error = sim::read_file(phone.path("phone.toml"), &toml);
+  if (error == ENOENT) return fail(phone.root() + ": no phone here (vex-phone init makes one)");
+  if (error != 0) return fail(phone.path("phone.toml") + ": " + std::strerror(error));
   sim::PhoneConfig config;
   if (!sim::parse_phone_config(toml, &config, &why)) return fail(phone.root() + "/" + why);
 
@@ -222,14 +223,16 @@ int main(int argc, char** argv) {
   app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
   int result = 0;
   app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
+      ->fallthrough()
       ->callback([&] { result = init(Phone(directory)); });
   bool trace = false;
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
+  serving->fallthrough();
   serving->add_flag("--trace", trace, "Print every message");
   bool qrtr = false;
   serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
   serving->callback([&] { result = serve(Phone(directory), trace, qrtr); });
-  app.add_subcommand("show", "Print what the phone holds")->callback([&] {
+  app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     result = show(Phone(directory));
   });
   CLI::App* shell = app.add_subcommand(
@@ -243,6 +246,17 @@ int main(int argc, char** argv) {
     if (std::strcmp(words[i + 1], "--") == 0) words.erase(words.begin() + static_cast<long>(i) + 1);
     break;
   }
-  CLI11_PARSE(app, static_cast<int>(words.size()), words.data());
+  try {
+    app.parse(static_cast<int>(words.size()), words.data());
+  } catch (const CLI::RequiredError& error) {
+    // There is no sub-command: what was typed in its place says more than that.
+    const std::vector<std::string> unknown = app.remaining();
+    if (unknown.empty()) return app.exit(error);
+    std::fprintf(stderr, "vex-phone: unknown: %s (vex-phone --help lists what there is)\n",
+                 unknown[0].c_str());
+    return error.get_exit_code();
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  }
   return result;
 }

@@ -129,8 +129,12 @@ TEST_F(Tool, RefreshesAndReactivatesCarrierConfigurations) {
 }
 
 TEST_F(Tool, WithoutAModemTheFailureIsToldAndTheStatusIsZero) {
-  for (const char* modem : {"unix:/nowhere", "qmi"}) {
+  const std::pair<const char*, const char*> kModems[] = {
+      {"unix:/nowhere", "vex: no modem: nobody serves one at /nowhere"},
+      {"qmi", "vex: no modem: VEX_MODEM is \"qmi\", not embedded, unix:PATH or qrtr"}};
+  for (const auto& [modem, why] : kModems) {
     const Ran ran = run("VEX_MODEM=" + std::string(modem) + " $BIN/vex 4 1 0 550");
+    EXPECT_TRUE(said(ran.output, why)) << ran.output;
     EXPECT_EQ(ran.status, 0);
     EXPECT_TRUE(said(ran.output, "-2 QMI client init failed")) << ran.output;
     EXPECT_TRUE(said(ran.output, "note: Error happen! error_code(-102)")) << ran.output;
@@ -292,7 +296,8 @@ TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
 
 TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
   EXPECT_EQ(run("$BIN/vex-phone show").status, 1);
-  EXPECT_EQ(run("$BIN/vex-phone init").output, directory_.root() + "\n");
+  EXPECT_NE(run("$BIN/vex-phone sow").output.find("unknown: sow"), std::string::npos);
+  EXPECT_EQ(run("$BIN/vex-phone init --phone $VEX_PHONE").output, directory_.root() + "\n");
   run("$BIN/vex 4 5 1 /nv/x 171");
   const std::string shown = run("$BIN/vex-phone show").output;
   EXPECT_NE(shown.find("0/550"), std::string::npos) << shown;

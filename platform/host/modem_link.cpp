@@ -94,7 +94,13 @@ std::unique_ptr<Link> make_process_link() {
     return host::embedded();
   }
   if (wanted == "embedded") return host::embedded();
-  if (wanted.starts_with("unix:")) return std::make_unique<LocalSocketLink>(wanted.substr(5));
+  if (wanted.starts_with("unix:")) {
+    auto served = std::make_unique<LocalSocketLink>(wanted.substr(5));
+    if (!served->answers()) {
+      std::fprintf(stderr, "vex: no modem: nobody serves one at %s\n", wanted.c_str() + 5);
+    }
+    return served;
+  }
   if (wanted == "qrtr") {
     auto bus = std::make_unique<QrtrLink>();
     if (bus->answers()) return bus;

@@ -2,10 +2,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 #include "platform/idl/vendor.h"
@@ -61,45 +63,27 @@ class VendorService final : public Service {
     }
   }
 
-  // ---- common requests: a row each
+  // ---- common requests: a row each, but for those of sim/rf_configuration.h and sim/card_tray.h
+
+  // An item's value, or what stands behind a raw command.
+  using Value = std::string_view;
 
   struct CommonRow {
     uint32_t number;
     bool is_item;  // named by the item of the general command, not by the command
-    int32_t (VendorService::*run)(std::string* payload);
+    // Adds the answer to the payload, at most 500 octets. 0, or a negated errno number.
+    int32_t (VendorService::*run)(Value value, std::string* payload);
   };
-  static constexpr size_t kRows = 5;
-  static const CommonRow kCommon[kRows];
+  static const CommonRow kCommon[];
 
-  void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
-    kelvor_common_item_req item;
-    std::memcpy(&item, request.data, sizeof item);
-    kelvor_common_rsp reply{};
-    reply.command = item.command;
-    reply.result = -ENOSYS;
-    std::string payload;
-    for (const CommonRow& row : kCommon) {
-      const bool asked = row.is_item ? item.command == KELVOR_COMMON_ITEM && item.t == row.number
-                                     : item.command == row.number;
-      if (asked) reply.result = (this->*row.run)(&payload);
-    }
-    const std::span octets(request.data, request.data_len);
-    if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
-    if (item.command == KELVOR_COMMON_ITEM) {
-      if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
-    }
-    std::memcpy(reply.payload, payload.data(), payload.size());
-    std::memcpy(response.data, &reply, sizeof reply);
-    response.data_len =
-        static_cast<uint32_t>(offsetof(kelvor_common_rsp, payload) + payload.size());
-  }
+  void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response);
 
-  int32_t stats_debug_info(std::string* payload) {
+  int32_t stats_debug_info(Value /*value*/, std::string* payload) {
     *payload = statistics_counters(modem_.config());
     return 0;
   }
 
-  int32_t stats_log_list(std::string* payload) {
+  int32_t stats_log_list(Value /*value*/, std::string* payload) {
     const std::vector<uint16_t>& logs = modem_.config().outdated_logs;
     const auto count = static_cast<uint16_t>(logs.size());
     payload->append(reinterpret_cast<const char*>(&count), sizeof count);
@@ -107,14 +91,14 @@ class VendorService final : public Service {
     return 0;
   }
 
-  int32_t ssr(std::string* /*payload*/) {
+  int32_t ssr(Value /*value*/, std::string* /*payload*/) {
     modem_.restart();
     return 0;
   }
 
-  int32_t nv_sync(std::string* /*payload*/) { return -storage_.sync(); }
+  int32_t nv_sync(Value /*value*/, std::string* /*payload*/) { return -storage_.sync(); }
 
-  int32_t full_dump(std::string* /*payload*/) {
+  int32_t full_dump(Value /*value*/, std::string* /*payload*/) {
     std::string dump = "modem memory dump\n";
     const auto add = [&dump](const char* what, const Folder& folder) {
       folder.list([&](const std::string& path, size_t octets) {
@@ -155,6 +139,34 @@ const VendorService::CommonRow VendorService::kCommon[] = {
     {KELVOR_COMMON_ITEM_NV_SYNC, true, &VendorService::nv_sync},
     {KELVOR_COMMON_ITEM_FULL_DUMP, true, &VendorService::full_dump},
 };
+
+void VendorService::common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
+  kelvor_common_item_req item;
+  std::memcpy(&item, request.data, sizeof item);
+  kelvor_common_rsp reply{};
+  reply.command = item.command;
+  reply.result = -ENOSYS;
+  std::string payload;
+  const std::span octets(request.data, request.data_len);
+  const bool is_item = item.command == KELVOR_COMMON_ITEM;
+  const bool fits = !is_item || item.l <= sizeof item.v;
+  const std::span raw =
+      octets.subspan(std::min(octets.size(), offsetof(kelvor_common_raw_req, payload)));
+  const std::span value = is_item && fits ? std::span<const uint8_t>(item.v, item.l) : raw;
+  for (const CommonRow& row : kCommon) {
+    if (row.is_item != is_item || row.number != (is_item ? item.t : item.command)) continue;
+    reply.result = fits ? (this->*row.run)(
+                              {reinterpret_cast<const char*>(value.data()), value.size()}, &payload)
+                        : -EINVAL;
+  }
+  if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
+  if (is_item) {
+    if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
+  }
+  std::memcpy(reply.payload, payload.data(), payload.size());
+  std::memcpy(response.data, &reply, sizeof reply);
+  response.data_len = static_cast<uint32_t>(offsetof(kelvor_common_rsp, payload) + payload.size());
+}
 
 }  // namespace
 

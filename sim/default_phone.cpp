@@ -16,7 +16,7 @@ unsynced = "survives"
 absent = []
 
 [sar]
-# The device state index (DSI), 0 to 20. valid = false: the modem sends none.
+# The device state index (DSI); a sound modem's is 0 to 20. valid = false: the modem sends none.
 state = 0
 valid = true
 
@@ -160,7 +160,8 @@ state = "present"
 state = "present"
 
 [cards.euicc]
-# 32 digits, the last two of them check digits; "": it tells none.
+# 32 digits, the last two of them check digits (any other octets in hexadecimal are sent as well, at
+# most 16); "": it tells none.
 eid = "89044099123456789012345678901220"
 
 # Its profiles, of which one may be enabled. class: operational, test or provisioning. A memory reset
@@ -254,20 +255,23 @@ forbidden = true
 preferred = false
 
 # Faults. Each rule watches the messages of one service and acts on those that match.
-#   service  "vendor", "nas", "sar", "vs", "uim", "pdc", "diag", or "any"
+#   service  "vendor", "nas", "sar", "vs", "uim", "pdc", "diag", or "any"; left out: any
 #   message  the message id; left out: any
-#   kind     "request", "response" or "indication"
-#   nth      which match, from 1; 0 or left out: every one
-#   action   "drop"
+#   kind     "request", "response" or "indication"; left out: response
+#   nth      which match since the modem started, from 1; 0 or left out: every one
+#   action   what becomes of it, with the keys that stand beside it
+#            "drop"
 #            "delay"              ms = ...
 #            "qmi-error"          error = ...    the standard result says failure, with this error
-#                                            (of an indication: its outcome, where it has one)
-#            "vendor-error"       result = ...   the vendor function's own result
+#                                            (of an indication: its outcome, where it has one;
+#                                            not of vendor, which has no standard result)
+#            "vendor-error"       result = ...   the vendor function's own result (vendor alone)
 #            "truncate"           octets = ...   what is left of the message
 #            "change"             at = ..., octets = [...]   written over the message from there
+#                                            (0: its 7 octets of header; 7: its first TLV)
 #            "duplicate"
 #            "wrong-transaction"
-#            "after-indication"   a response: it is held until the client's next indication has gone
+#            "after-indication"   of a response: held until the client's next indication has gone
 #            "restart"            the message is lost, and the modem restarts
 # A rule that no message met is reported when the modem stops.
 #

@@ -87,6 +87,7 @@ int kelvor_cmn_diag_cmd_send(int argc, char** argv) {
 
 // ---- items of the vendor service
 
+// Sends item t with a value of l octets, at most KELVOR_COMMON_VALUE_ROOM, and dumps the answer.
 int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
   kelvor_common_item_req request{};
   request.command = KELVOR_COMMON_ITEM;

@@ -17,6 +17,18 @@
 #include "sim/embedded_link.h"
 
 namespace desk {
+namespace {
+
+// What the person who runs the tests has set is for other runs.
+[[maybe_unused]] const bool g_environment_is_ours = [] {
+  for (const char* variable :
+       {"VEX_MODEM", "VEX_SHELL_LEVELS", "VEX_LOG_LEVELS", "VEX_PROCESS_INSTANCE"}) {
+    ::unsetenv(variable);
+  }
+  return true;
+}();
+
+}  // namespace
 
 std::string hex(std::span<const uint8_t> octets) {
   std::string text;
@@ -41,7 +53,6 @@ PhoneDirectory::PhoneDirectory() {
   if (::mkdtemp(name.data()) == nullptr) std::abort();
   root_ = name;
   ::setenv("VEX_PHONE", root_.c_str(), 1);
-  ::unsetenv("VEX_MODEM");
 }
 
 PhoneDirectory::~PhoneDirectory() {

@@ -53,9 +53,9 @@ inline std::vector<std::string> messages_of(const std::string& source, const std
 class PassOne {
  public:
   PassOne(TestClock& clock, platform::Duration wait, std::function<bool()> begun)
-      : thread_([&clock, wait, begun = std::move(begun)] {
+      : thread_([&clock, wait, begun = std::move(begun), who = std::this_thread::get_id()] {
           while (!begun()) std::this_thread::yield();
-          clock.await_waiter(wait);
+          clock.await_waiter(wait, who);
           clock.advance(wait);
         }) {}
   ~PassOne() { thread_.join(); }

@@ -114,6 +114,15 @@ void TestClock::await_waiter(platform::Duration from_now, int count) {
   }
 }
 
+void TestClock::await_waiter(platform::Duration from_now, std::thread::id thread) {
+  for (;; std::this_thread::sleep_for(kGlance)) {
+    const std::lock_guard lock(mutex_);
+    const auto at = waiters_.find(thread);
+    if (at == waiters_.end() || at->second.away) continue;  // perhaps for good
+    if (at->second.deadline == now_ + from_now) return;
+  }
+}
+
 void TestClock::run_by_itself() {
   std::thread([this] { run(); }).detach();
 }

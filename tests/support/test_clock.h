@@ -26,6 +26,8 @@ class TestClock final : public platform::Clock {
   void advance(platform::Duration by);
   // Returns when so many wait for this time from now, to the millisecond.
   void await_waiter(platform::Duration from_now, int count = 1);
+  // The same for that one thread: others, like the client library's, wait for times of their own.
+  void await_waiter(platform::Duration from_now, std::thread::id thread);
   // From now on, time goes to the next deadline whenever everybody waits for one.
   void run_by_itself();
   // Time that has passed since the clock was made.

@@ -55,6 +55,7 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
     }
     if (++counted.matches != rule.nth && rule.nth != 0) continue;
     counted.acted = true;
+    fate.rules.push_back(rule.text);
     switch (rule.action) {
       case FaultAction::kDrop:
         copies = 0;

@@ -19,8 +19,9 @@ struct Fate {
   std::vector<std::vector<uint8_t>> copies;  // what goes on, in order; none: it is lost
   std::chrono::milliseconds delay{0};
   bool answered = false;  // the copies of a request are responses, given in the service's place
-  bool after_indication = false;  // held back until the client's next indication has gone
-  bool restart = false;           // the modem restarts
+  bool after_indication = false;   // held back until the client's next indication has gone
+  bool restart = false;            // the modem restarts
+  std::vector<std::string> rules;  // that acted on it, each as unmet has it
 };
 
 class Faults {

@@ -54,6 +54,13 @@ void Modem::detach(Address client) {
   for (const auto& service : services_) service->client_gone(client);
 }
 
+Fate Modem::meet_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
+  Fate fate = faults_.apply(service, kind, std::move(octets));
+  for (const std::string& rule : fate.rules) log("fault: " + rule);
+  if (fate.restart) restart();
+  return fate;
+}
+
 void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   const Lock lock(mutex_);
   if (to == Bus::kControl) {
@@ -65,8 +72,7 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
   Service& service = *find(*id);
   if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
-  Fate fate = faults_.apply(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
-  if (fate.restart) restart();
+  Fate fate = meet_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
   for (std::vector<uint8_t>& copy : fate.copies) {
     const auto go_on = [this, &service, to, client,
                         answered = fate.answered](std::vector<uint8_t> message) {
@@ -148,8 +154,7 @@ void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t si
 void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
                  std::vector<uint8_t> octets) {
   if (!bus_.attached(client)) return;
-  Fate fate = faults_.apply(service.idl().id, kind, std::move(octets));
-  if (fate.restart) restart();
+  Fate fate = meet_faults(service.idl().id, kind, std::move(octets));
   for (std::vector<uint8_t>& copy : fate.copies) {
     if (fate.after_indication) {
       held_.push_back({client, at, std::move(copy)});

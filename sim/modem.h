@@ -71,6 +71,8 @@ class Modem final : private Surroundings {
   void go_down();
   void lose_unsynced();
   void come_up();
+  // What becomes of a message on its way. The log names the rules that act.
+  Fate meet_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
   void handle(Service& service, Address at, Address client, std::vector<uint8_t> octets);
   void emit(const Service& service, Address at, Address client, FaultKind kind,
             std::vector<uint8_t> octets);

@@ -254,8 +254,10 @@ TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
                       "$BIN/vex 4 1 0 550; kill $server; wait $server");
   EXPECT_TRUE(said(directory_.file("vex"), "send msg sync failed:-2")) << directory_.file("vex");
   EXPECT_TRUE(said(ran.output, "rsp.data_len_all = 9")) << ran.output;
-  EXPECT_NE(directory_.file("out").find("fault rule met no message: "), std::string::npos)
-      << directory_.file("out");
+  const std::string out = directory_.file("out");
+  EXPECT_TRUE(std::regex_search(out, std::regex("\nfault: phone.toml:\\d+: .*vendor.*\n"
+                                                "(.*\n)*fault rule met no message: .*nas")))
+      << out;
 }
 
 TEST_F(Tool, ARestartEndsTheRequestOfAnotherProcessAndTheNextOneWorks) {

@@ -57,30 +57,34 @@ bool CardTray::State::pulled(uint64_t now) const {
 }
 
 // One line of numbers. A file that is not that is none.
-CardTray::State CardTray::load() const {
-  State state{};
+int CardTray::load(State* state) const {
+  *state = {};
   for (uint32_t sub = 0; sub < kSlots; ++sub) {
-    state.lines[sub] = {1, config_.sims[sub].state != UIM_CARD_ABSENT};
+    state->lines[sub] = {1, config_.sims[sub].state != UIM_CARD_ABSENT};
   }
   std::string text;
-  if (phone_.all().read(kFile, &text) != 0) return state;
+  const int error = phone_.all().read(kFile, &text);
+  if (error != 0) return error == ENOENT ? 0 : error;
   State kept{};
   std::istringstream in(text);
   for (State::Line& line : kept.lines) in >> line.mode >> line.high;
   in >> kept.began_ms >> kept.test.seconds_after_push >> kept.test.seconds_after_pull >>
       kept.test.count >> kept.done;
-  if (!in) return state;
+  if (!in) return 0;
   // A test does not outlive the computer's start.
   std::string boot;
   if (in >> boot && boot != boot_id()) kept.began_ms = 0;
-  return kept;
+  *state = kept;
+  return 0;
 }
 
 template <class Change>
 int32_t CardTray::change(Change change) const {
   const FileLock lock = phone_.lock();
   if (!lock.held()) return -EIO;
-  State state = load();
+  State state;
+  // What cannot be read is not written over.
+  if (const int error = load(&state); error != 0) return -error;
   change(&state);
   std::ostringstream out;
   for (const State::Line& line : state.lines) out << line.mode << ' ' << line.high << ' ';
@@ -94,11 +98,16 @@ bool CardTray::present(const State& state, uint32_t sub) const {
   return state.lines[sub].high && !state.pulled(now_ms());
 }
 
-bool CardTray::present(uint32_t sub) const { return sub < kSlots && present(load(), sub); }
+bool CardTray::present(uint32_t sub) const {
+  State state;
+  load(&state);
+  return sub < kSlots && present(state, sub);
+}
 
 int32_t CardTray::query(Value value, std::string* answer) const {
   if (!value.empty()) return -EINVAL;
-  const State state = load();
+  State state;
+  if (const int error = load(&state); error != 0) return -error;
   add(uint32_t{present(state, 0) || present(state, 1)}, answer);
   return 0;
 }

@@ -48,7 +48,8 @@ class CardTray {
   static const Item kItems[];
   using Value = std::string_view;
 
-  State load() const;
+  // 0 or an errno number; without a file, and with one that cannot be read, it is phone.toml's.
+  int load(State* state) const;
   bool present(const State& state, uint32_t sub) const;
   template <class Change>
   int32_t change(Change change) const;

@@ -1,6 +1,7 @@
 #include "sim/carrier_configs.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <sstream>
 
 #include "platform/idl/pdc.h"
@@ -70,16 +71,17 @@ std::string selection_path(uint32_t type, uint32_t sub) {
   return type == PDC_CONFIG_TYPE_SOFTWARE ? "pdc/software/" + std::to_string(sub) : "pdc/platform";
 }
 
-Selection read_selection(const Phone& phone, const std::string& path) {
-  Selection selection;
+int read_selection(const Phone& phone, const std::string& path, Selection* selection) {
+  *selection = {};
   std::string text;
-  phone.all().read(path, &text);
+  const int error = phone.all().read(path, &text);
+  if (error != 0) return error == ENOENT ? 0 : error;
   std::istringstream lines(text);
   for (std::string key, id; lines >> key >> id;) {
-    if (key == "active") selection.active = config_id(id);
-    if (key == "pending") selection.pending = config_id(id);
+    if (key == "active") selection->active = config_id(id);
+    if (key == "pending") selection->pending = config_id(id);
   }
-  return selection;
+  return 0;
 }
 
 int write_selection(const Phone& phone, const std::string& path, const Selection& selection) {

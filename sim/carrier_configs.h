@@ -48,8 +48,8 @@ struct Selection {
 
 // The file of a selection, below the phone's directory.
 std::string selection_path(uint32_t type, uint32_t sub);
-Selection read_selection(const Phone& phone, const std::string& path);
-// 0 or an errno number.
+// Both 0 or an errno number; a file that is not there is an empty selection.
+int read_selection(const Phone& phone, const std::string& path, Selection* selection);
 int write_selection(const Phone& phone, const std::string& path, const Selection& selection);
 
 std::string config_id_text(const ConfigId& id);

@@ -1,6 +1,7 @@
 #include "sim/euicc.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <set>
 #include <sstream>
 #include <string>
@@ -94,13 +95,15 @@ Octets Euicc::memory_reset(std::span<const uint8_t> value) {
   uint8_t result = kNothingToDelete;
   const FileLock only_one = phone_.lock();
   std::string deleted;
-  phone_.all().read(kDeletedFile, &deleted);
+  const int unread = phone_.all().read(kDeletedFile, &deleted);
   for (const ProfileConfig& profile : profiles()) {
     if ((static_cast<uint8_t>(profile.profile_class) & options[1]) == 0) continue;
     deleted += profile.iccid + "\n";
     result = kDone;
   }
-  if (result == kDone && (!only_one.held() || phone_.all().write(kDeletedFile, deleted) != 0)) {
+  // What cannot be read is not written over.
+  const bool may_write = only_one.held() && (unread == 0 || unread == ENOENT);
+  if (result == kDone && (!may_write || phone_.all().write(kDeletedFile, deleted) != 0)) {
     result = kUndefinedError;
   }
   return answer(kMemoryReset, {0x80, 0x01, result});

@@ -1,6 +1,7 @@
 // PDC: carrier configurations, selected, activated and deactivated as phone.toml's times say.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -85,9 +86,11 @@ class PdcService final : public Service {
                     pdc_plain_resp& response) {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
-    const Selection selection = read_selection(modem_.phone(), *slot);
+    Selection selection;
+    const uint16_t failed = kept(*slot, read_selection(modem_.phone(), *slot, &selection));
     const bool none = selection.active.empty() && selection.pending.empty();
-    auto ind = outcome<pdc_get_selected_config_ind>(request, none ? kNotProvisioned : 0);
+    const uint16_t error = failed == 0 && none ? kNotProvisioned : failed;
+    auto ind = outcome<pdc_get_selected_config_ind>(request, error);
     put(selection.active, ind.active, ind.active_valid, ind.active_len);
     put(selection.pending, ind.pending, ind.pending_valid, ind.pending_len);
     indicate(client, PDC_GET_SELECTED_CONFIG, ind);
@@ -100,10 +103,10 @@ class PdcService final : public Service {
     const ConfigId id(request.config.id, request.config.id + request.config.id_len);
     uint16_t error = kNoEntry;
     if (pdc().find(request.config.type, id) != nullptr) {
-      const FileLock only_one = modem_.phone().lock();
-      Selection selection = read_selection(modem_.phone(), *slot);
-      selection.pending = id;
-      error = keep(*slot, selection);
+      error = change_selection(*slot, [&](Selection& selection) -> uint16_t {
+        selection.pending = id;
+        return 0;
+      });
     }
     indicate(client, PDC_SET_SELECTED_CONFIG, outcome<pdc_result_ind>(request, error));
   }
@@ -149,13 +152,7 @@ class PdcService final : public Service {
     modem_.after(time, [this, life = life_, client, message, slot, request, change] {
       if (life != life_) return;
       turning_.erase(slot);
-      uint16_t error;
-      {
-        const FileLock only_one = modem_.phone().lock();
-        Selection selection = read_selection(modem_.phone(), slot);
-        error = change(selection);
-        if (error == 0) error = keep(slot, selection);
-      }
+      const uint16_t error = change_selection(slot, change);
       indicate(client, message, outcome<pdc_result_ind>(request, error));
     });
   }
@@ -222,9 +219,19 @@ class PdcService final : public Service {
     std::ranges::copy(id, to);
   }
 
-  // Its own lock is the caller's: read, change and write are one.
-  uint16_t keep(const std::string& slot, const Selection& selection) {
-    const int error = write_selection(modem_.phone(), slot, selection);
+  // Read, changed and written as one. What cannot be read is not written over.
+  template <class Change>
+  uint16_t change_selection(const std::string& slot, Change change) {
+    const FileLock only_one = modem_.phone().lock();
+    Selection selection;
+    const int unread = only_one.held() ? read_selection(modem_.phone(), slot, &selection) : ENOLCK;
+    if (unread != 0) return kept(slot, unread);
+    const uint16_t error = change(selection);
+    return error != 0 ? error : kept(slot, write_selection(modem_.phone(), slot, selection));
+  }
+
+  // The QMI error of a file's.
+  uint16_t kept(const std::string& slot, int error) {
     if (error == 0) return 0;
     modem_.log("pdc: " + slot + ": " + std::strerror(error));
     return kInternal;

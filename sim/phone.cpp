@@ -49,6 +49,8 @@ bool Phone::prepare(std::string* why) const {
   if (::access(toml.c_str(), F_OK) == 0) return true;
   const Folder folder = all();
   for (const DefaultFile& file : default_files()) {
+    // There when somebody removes phone.toml to have the default one again, and theirs.
+    if (::access(path(file.path.c_str()).c_str(), F_OK) == 0) continue;
     if (const int error = folder.write(file.path, file.contents); error != 0) {
       *why = path(file.path.c_str()) + ": " + std::strerror(error);
       return false;

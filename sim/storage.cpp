@@ -47,8 +47,9 @@ int Store::update(std::string_view path,
                   const std::function<std::string(const std::string& old)>& make) const {
   return change_locked(path, [&] {
     std::string old;
-    files_.read(path, &old);
-    return files_.write(path, make(old));
+    const int error = files_.read(path, &old);
+    // What cannot be read is not written over.
+    return error == 0 || error == ENOENT ? files_.write(path, make(old)) : error;
   });
 }
 
@@ -56,8 +57,8 @@ int Store::keep(std::string_view path) const {
   std::string file;
   if (kept_.read(path, &file) == 0) return 0;
   const int error = files_.read(path, &file);
-  // What is no file will not be changed either, and the change says why.
-  if (error != 0 && error != ENOENT) return 0;
+  // What could not be brought back is not changed.
+  if (error != 0 && error != ENOENT) return error;
   if (const int made = make_folders(kept_.root()); made != 0) return made;
   return kept_.write(path, (error == 0 ? kWasThere : kWasNotThere) + file);
 }

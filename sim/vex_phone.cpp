@@ -154,7 +154,8 @@ void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* n
     return sim::config_id_text(id) +
            (config != nullptr ? " \"" + config->description + "\"" : " (not on this phone)");
   };
-  const sim::Selection selection = sim::read_selection(phone, sim::selection_path(type, sub));
+  sim::Selection selection;
+  sim::read_selection(phone, sim::selection_path(type, sub), &selection);
   std::printf("selection  %-8s active %s, pending %s\n", name, text(selection.active).c_str(),
               text(selection.pending).c_str());
 }

@@ -110,6 +110,11 @@ TEST_F(PhoneFiles, ADirectoryThatWasThereKeepsItsModeAndGetsWhatIsMissing) {
   struct stat status {};
   ASSERT_EQ(::stat(directory_.root().c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0755u);
+  directory_.write("nv/0/550", "mine");
+  ASSERT_TRUE(std::filesystem::remove(directory_.root() + "/phone.toml"));
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  EXPECT_EQ(directory_.file("nv/0/550"), "mine") << "the default phone.toml is back, no more";
+  EXPECT_NE(directory_.file("nv/1/550"), "");
 }
 
 TEST_F(PhoneFiles, OnlyRegularFilesAreRead) {
@@ -122,12 +127,25 @@ TEST_F(PhoneFiles, OnlyRegularFilesAreRead) {
   EXPECT_EQ(directory_.phone().nv().read("0/550", &read), EFBIG);
 }
 
-TEST_F(PhoneFiles, PropertiesThatCannotBeReadAreNotWrittenOver) {
-  ASSERT_EQ(property_set("a", "1"), 0);
-  std::filesystem::rename(directory_.root() + "/properties", directory_.root() + "/elsewhere");
-  std::filesystem::create_symlink("elsewhere", directory_.root() + "/properties");
-  EXPECT_EQ(property_set("b", "2"), -1);
-  EXPECT_EQ(directory_.file("elsewhere"), "a=1\n");
+TEST_F(PhoneFiles, WhatCannotBeReadIsNotWrittenOver) {
+  static const struct {
+    const char *file, *command;
+  } kRows[] = {
+      {"properties", "11 3 1"},
+      {"cards/tray", "5 3 0 1 0"},
+      {"cards/deleted_profiles", "5 10 5 0"},
+      {"nv/0/10", "5 0 0 0 1000 0x27 10 0 1"},  // the item's length is that of the old one
+  };
+  desk::run("\"$BIN\"/vex 5 10 1 0");
+  directory_.write("elsewhere", "kept");
+  std::filesystem::create_directories(directory_.root() + "/cards");
+  for (const auto& row : kRows) {
+    const std::string file = directory_.root() + "/" + row.file;
+    std::filesystem::create_symlink(directory_.root() + "/elsewhere", file);
+    desk::run(std::string("\"$BIN\"/vex ") + row.command);
+    EXPECT_TRUE(std::filesystem::is_symlink(file)) << row.file;
+  }
+  EXPECT_EQ(directory_.file("elsewhere"), "kept");
 }
 
 TEST_F(PhoneFiles, ThePlaceIsTakenFromTheEnvironment) {

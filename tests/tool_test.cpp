@@ -124,6 +124,10 @@ TEST_F(Tool, RefreshesAndReactivatesCarrierConfigurations) {
   EXPECT_EQ(directory_.file("pdc/software/0"), active);
   const std::string log = directory_.file("log/system.log");
   EXPECT_NE(log.find("SUB_1 pdc_activate_config ret_val 0"), std::string::npos);
+  EXPECT_EQ(run("ulimit -f 1; $BIN/vex 10 1 1").status, 0) << "with a log that may not grow";
+  run("($BIN/vex 10 1 1; echo $? >$VEX_PHONE/status) | true");
+  EXPECT_EQ(directory_.file("status"), "0\n") << "with nobody who reads";
+  EXPECT_EQ(directory_.file("pdc/software/0"), active);
   directory_.write("pdc/software/0", "");
   EXPECT_TRUE(said(vex("10 1 3"), "SUB_0 pdc_get_current_config fail"));
 }

@@ -77,9 +77,9 @@ int main(int argc, char** argv) {
       break;
     }
   }
-  // A reader that goes away ends the output, never a sequence of requests in its middle. (A
-  // handler, unlike "ignore", is not handed on to a shell.)
-  std::signal(SIGPIPE, [](int) {});
+  // A reader that goes away, or a file that may grow no more, ends the output, never a sequence of
+  // requests in its middle. (A handler, unlike "ignore", is not handed on to a shell.)
+  for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, [](int) {});
   // A reader at the other end of a pipe sees each line when it is written, however the run ends.
   static char line[BUFSIZ];
   std::setvbuf(stdout, line, _IOLBF, sizeof line);

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <string>
 
 #include "host/host.h"
@@ -89,23 +90,26 @@ const char* text_of_second(time_t second) {
   return text;
 }
 
-// One write a line: lines of several processes do not mix.
+// One write a line: lines of several processes do not mix. A line that there is no memory for is
+// lost.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
                                                      va_list arguments) {
-  const int fd = log_file();
-  if (fd < 0) return;
-  timeval now{};
-  ::gettimeofday(&now, nullptr);
-  char head[96];
-  std::snprintf(head, sizeof head, "%s.%03d %5d %c ", text_of_second(now.tv_sec),
-                static_cast<int>(now.tv_usec / 1000), static_cast<int>(own_pid()), priority);
   char* text = nullptr;
-  if (::vasprintf(&text, format, arguments) < 0) return;
-  std::string line = head;
-  append_escaped(&line, text);
+  try {
+    const int fd = log_file();
+    if (fd < 0 || ::vasprintf(&text, format, arguments) < 0) return;
+    timeval now{};
+    ::gettimeofday(&now, nullptr);
+    char head[96];
+    std::snprintf(head, sizeof head, "%s.%03d %5d %c ", text_of_second(now.tv_sec),
+                  static_cast<int>(now.tv_usec / 1000), static_cast<int>(own_pid()), priority);
+    std::string line = head;
+    append_escaped(&line, text);
+    line.push_back('\n');
+    [[maybe_unused]] const ssize_t written = ::write(fd, line.data(), line.size());
+  } catch (const std::bad_alloc&) {
+  }
   std::free(text);
-  line.push_back('\n');
-  [[maybe_unused]] const ssize_t written = ::write(fd, line.data(), line.size());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "sim/config.h"
 
+#include <algorithm>
+
 #include "qcci/idl/service.h"
 #include "sim/toml_table.h"
 
@@ -60,6 +62,11 @@ NetworkConfig network(Table table) {
       {"gsm", 4}, {"umts", 5}, {"lte", 8}, {"tdscdma", 9}, {"nr", 12}};
   static constexpr std::pair<const char*, uint8_t> kInUse[] = {
       {"unknown", 0}, {"serving", 1}, {"available", 2}};
+  const auto word = [](const auto& words, uint8_t v) {
+    return std::find_if(std::begin(words), std::end(words),
+                        [v](const auto& row) { return row.second == v; })
+        ->first;
+  };
   NetworkConfig config;
   config.mcc = static_cast<uint16_t>(table.number("mcc", 1, 0, 999));
   config.mnc = static_cast<uint16_t>(table.number("mnc", 1, 0, 999));
@@ -67,10 +74,14 @@ NetworkConfig network(Table table) {
   config.name = table.text("name", "", 255);
   config.rat = table.one_of("rat", "lte", kRats);
   const uint8_t in_use = table.one_of("in_use", "available", kInUse);
-  const uint8_t roaming = table.flag("roaming", false) ? 2 : 1;
-  const uint8_t forbidden = table.flag("forbidden", false) ? 1 : 2;
-  const uint8_t preferred = table.flag("preferred", false) ? 1 : 2;
-  config.status = static_cast<uint8_t>(in_use | roaming << 2 | forbidden << 4 | preferred << 6);
+  const bool roaming = table.flag("roaming", false);
+  const bool forbidden = table.flag("forbidden", false);
+  const bool preferred = table.flag("preferred", false);
+  config.status = static_cast<uint8_t>(in_use | (roaming ? 2 : 1) << 2 | (forbidden ? 1 : 2) << 4 |
+                                       (preferred ? 1 : 2) << 6);
+  config.text = std::string(word(kRats, config.rat)) + ", " + word(kInUse, in_use) +
+                (roaming ? ", roaming" : "") + (forbidden ? ", forbidden" : "") +
+                (preferred ? ", preferred" : "");
   table.done();
   return config;
 }

@@ -22,6 +22,7 @@ struct NetworkConfig {
   std::string name;
   uint8_t rat = 0;     // as NAS counts them
   uint8_t status = 0;  // NAS's four pairs of bits
+  std::string text;    // both in the words of phone.toml
 };
 
 enum class FaultKind : uint8_t { kRequest, kResponse, kIndication };

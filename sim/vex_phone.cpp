@@ -12,6 +12,7 @@
 
 #include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
+#include "qcci/idl/service.h"
 #include "qcci/link/local_socket.h"
 #include "sim/card_tray.h"
 #include "sim/euicc.h"
@@ -176,6 +177,11 @@ int show(const Phone& phone) {
   std::printf("restart    %lld ms, what was not synced %s\n",
               static_cast<long long>(config.restart.count()),
               config.loses_unsynced ? "is lost" : "survives");
+  for (const auto service : qcci::idl::all_services()) {
+    if (std::ranges::count(config.absent, service->id) != 0) {
+      std::printf("absent     %s\n", service->name);
+    }
+  }
   std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
   std::printf("statistics %s, %zu outdated logs\n",
               config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());
@@ -196,9 +202,8 @@ int show(const Phone& phone) {
   show_selection(phone, config.pdc, "sub0", PDC_CONFIG_TYPE_SOFTWARE, 0);
   show_selection(phone, config.pdc, "sub1", PDC_CONFIG_TYPE_SOFTWARE, 1);
   for (const sim::NetworkConfig& network : config.networks) {
-    std::printf("network    %03u-%0*u rat %u status 0x%02x \"%s\"\n", network.mcc,
-                network.mnc_three_digits ? 3 : 2, network.mnc, network.rat, network.status,
-                network.name.c_str());
+    std::printf("network    %03u-%0*u %s \"%s\"\n", network.mcc, network.mnc_three_digits ? 3 : 2,
+                network.mnc, network.text.c_str(), network.name.c_str());
   }
   for (const sim::FaultRule& rule : config.faults) {
     std::printf("fault      %s\n", rule.text.c_str());

@@ -307,6 +307,9 @@ TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
   run("$BIN/vex 4 5 1 /nv/x 171");
   const std::string shown = run("$BIN/vex-phone show").output;
   EXPECT_NE(shown.find("0/550"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("999-70 gsm, available, roaming, forbidden \"Test Roam\""),
+            std::string::npos)
+      << shown;
   EXPECT_NE(shown.find("08 1A 32 54 76 98 10 32 74"), std::string::npos) << shown;
   EXPECT_NE(shown.find("1/nv/x                                   AB"), std::string::npos) << shown;
   const Ran traced =

@@ -278,7 +278,9 @@ void Modem::log(const std::string& line) {
 
 std::vector<std::string> Modem::unmet_faults() {
   const Lock lock(mutex_);
-  return faults_.unmet();
+  std::vector<std::string> lines = faults_.unmet();
+  for (std::string& line : lines) line = "fault rule met no message: " + line;
+  return lines;
 }
 
 bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why) {
@@ -296,6 +298,10 @@ bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why) {
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   PhoneConfig config;
   if (!read_phone(phone, &config, why)) return nullptr;
+  return make_modem(phone, std::move(config));
+}
+
+std::unique_ptr<Modem> make_modem(const Phone& phone, PhoneConfig config) {
   clear_scratch(phone.path("tmp"));
   return std::make_unique<Modem>(phone, std::move(config));
 }

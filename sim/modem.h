@@ -49,6 +49,7 @@ class Modem final : private Surroundings {
 
   void set_tap(Tap tap);
   void set_log(Log log);
+  // What to tell of the fault rules that no message met, a line each.
   std::vector<std::string> unmet_faults();
 
  private:
@@ -101,6 +102,8 @@ bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why);
 
 // The phone's modem: the directory prepared, phone.toml read. Null, and why, when it cannot be.
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why);
+// The same of a phone that has been read.
+std::unique_ptr<Modem> make_modem(const Phone& phone, PhoneConfig config);
 
 }  // namespace sim
 

@@ -23,7 +23,7 @@ bool ServedPhone::start(std::string* why) {
   if (!read_phone(phone_, &config, why) || !terminal_.open(why)) return false;
   log_ = std::make_unique<ModemLog>(phone_);
   const auto log = [this](const std::string& line) { log_->write(line); };
-  channel_ = std::make_unique<AtChannel>(phone_, std::move(config), log);
+  channel_ = std::make_unique<AtChannel>(phone_, config, log);
   stop_ = Descriptor(::eventfd(0, EFD_CLOEXEC));
   const platform::Time deadline = platform::clock().now() + kChangeTime;
   for (;;) {
@@ -34,9 +34,10 @@ bool ServedPhone::start(std::string* why) {
       modem_.reset();
       return true;
     }
-    if (modem_ == nullptr) modem_ = make_modem(phone_, why);
-    if (modem_ == nullptr) return false;
-    modem_->set_log(log);
+    if (modem_ == nullptr) {
+      modem_ = make_modem(phone_, config);
+      modem_->set_log(log);
+    }
     server_ = std::make_unique<Server>(*modem_);
     if (server_->listen(socket, why)) return true;
     if (platform::clock().now() >= deadline) return false;
@@ -59,9 +60,7 @@ void ServedPhone::stop() {
   if (server_ == nullptr) return;
   server_thread_.join();
   server_.reset();
-  for (const std::string& rule : modem_->unmet_faults()) {
-    std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
-  }
+  for (const std::string& line : modem_->unmet_faults()) std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 }  // namespace sim

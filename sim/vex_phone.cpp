@@ -96,9 +96,7 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (qrtr) std::printf("published on the QRTR bus\n");
   std::fflush(stdout);
   sim::serve_modem(*modem, doors, stop.get());
-  for (const std::string& rule : modem->unmet_faults()) {
-    std::fprintf(stderr, "fault rule met no message: %s\n", rule.c_str());
-  }
+  for (const std::string& line : modem->unmet_faults()) std::fprintf(stderr, "%s\n", line.c_str());
   return 0;
 }
 

@@ -47,8 +47,8 @@ std::shared_ptr<sim::Modem>& embedded_modem() {
 }
 
 void report_unmet_faults() {
-  for (const std::string& rule : embedded_modem()->unmet_faults()) {
-    kelvor_utils_syslog_dbg("modem: fault rule met no message: %s", rule.c_str());
+  for (const std::string& line : embedded_modem()->unmet_faults()) {
+    kelvor_utils_syslog_dbg("modem: %s", line.c_str());
   }
 }
 

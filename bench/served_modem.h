@@ -22,7 +22,7 @@ class ServedModem {
     modem_ = sim::make_modem(phone_, &why);
     if (modem_ == nullptr) return;
     server_ = std::make_unique<sim::Server>(*modem_);
-    if (!server_->listen(path(), &why)) return;
+    if (!server_->listen(phone_, &why)) return;
     serving_ = std::thread([this] {
       sim::Door* const doors[] = {server_.get()};
       sim::serve_modem(*modem_, doors, stop_.get());

@@ -2,23 +2,26 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <ctime>
 #include <vector>
+
+#include "sim/scratch.h"
 
 namespace sim {
 namespace {
 
 constexpr size_t kMaxName = 255;
 constexpr off_t kLargestFile = 16 * 1024 * 1024;
-constexpr time_t kScratchAge = 600;  // seconds; nobody is that long about one file
+// Folders within folders that are listed. The modem's paths have 71 octets at most.
+constexpr int kDeepest = 128;
 
-int split(std::string_view path, std::vector<std::string>* names) {
+// A path without empty components; EINVAL for one that has no name or would leave its folder.
+int normalise(std::string_view path, std::string* names) {
+  names->clear();
   while (!path.empty()) {
     const size_t slash = std::min(path.find('/'), path.size());
     const std::string_view name = path.substr(0, slash);
@@ -26,36 +29,28 @@ int split(std::string_view path, std::vector<std::string>* names) {
     if (name.empty()) continue;
     if (name == "." || name == ".." || name.find('\0') != std::string_view::npos) return EINVAL;
     if (name.size() > kMaxName) return ENAMETOOLONG;
-    names->emplace_back(name);
+    names->append(names->empty() ? "" : "/").append(name);
   }
   return names->empty() ? EINVAL : 0;
 }
 
-int open_folder_at(int parent, const char* name) {
-  return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+int open_folder(int root, const std::string& path, Descriptor* folder) {
+  return open_beneath(root, path, O_RDONLY | O_DIRECTORY, 0, folder);
 }
 
-// The folder of the path's last name.
-int open_parent(const std::string& root, std::string_view path, bool make, Descriptor* parent,
-                std::string* leaf) {
-  std::vector<std::string> names;
-  if (const int error = split(path, &names); error != 0) return error;
-  Descriptor at(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!at) return errno;
-  for (size_t i = 0; i + 1 < names.size(); ++i) {
-    const char* name = names[i].c_str();
-    int next = open_folder_at(at.get(), name);
-    if (next < 0 && errno == ENOENT && make) {
-      if (::mkdirat(at.get(), name, 0700) != 0 && errno != EEXIST) return errno;
-      ::fsync(at.get());
-      next = open_folder_at(at.get(), name);
-    }
-    if (next < 0) return errno;
-    at = Descriptor(next);
-  }
-  *parent = std::move(at);
-  *leaf = names.back();
-  return 0;
+// Each new folder is on the disk before anything is put into it.
+int make_folder(int root, const std::string& path, Descriptor* folder) {
+  const int error = open_folder(root, path, folder);
+  if (error != ENOENT) return error;
+  const size_t slash = path.rfind('/');
+  Descriptor parent;
+  const int found = slash == std::string::npos ? open_folder(root, ".", &parent)
+                                               : make_folder(root, path.substr(0, slash), &parent);
+  if (found != 0) return found;
+  const std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);
+  if (::mkdirat(parent.get(), name.c_str(), 0700) != 0 && errno != EEXIST) return errno;
+  if (::fsync(parent.get()) != 0) return errno;
+  return open_folder(parent.get(), name, folder);
 }
 
 int write_all(int fd, std::string_view contents) {
@@ -72,8 +67,6 @@ int write_all(int fd, std::string_view contents) {
 int read_all(int fd, std::string* contents) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return errno;
-  if (S_ISDIR(status.st_mode)) return EISDIR;
-  if (!S_ISREG(status.st_mode)) return EINVAL;
   if (status.st_size > kLargestFile) return EFBIG;
   char buffer[65536];
   for (;;) {
@@ -82,132 +75,157 @@ int read_all(int fd, std::string* contents) {
     if (n < 0) return errno;
     if (n == 0) return 0;
     contents->append(buffer, static_cast<size_t>(n));
+    if (contents->size() > static_cast<size_t>(kLargestFile)) return EFBIG;
   }
 }
 
-void list_below(int folder, const std::string& prefix,
-                const std::function<void(const std::string&, size_t)>& each) {
-  DIR* stream = ::fdopendir(folder);
-  if (stream == nullptr) {
-    ::close(folder);
-    return;
+// Only a regular file is replaced: 0 for one, or for nothing at all.
+int replaceable(int folder, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? 0 : errno;
   }
+  if (S_ISLNK(status.st_mode)) return ELOOP;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  return S_ISREG(status.st_mode) ? 0 : ENXIO;
+}
+
+void list_below(Descriptor folder, const std::string& prefix, int depth,
+                const std::function<void(const std::string&, size_t)>& each) {
+  DIR* const stream = ::fdopendir(::dup(folder.get()));
+  if (stream == nullptr) return;
   std::vector<std::string> names;
   while (const dirent* entry = ::readdir(stream)) {
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);
   }
+  ::closedir(stream);
   std::sort(names.begin(), names.end());
   for (const std::string& name : names) {
     struct stat status {};
-    if (::fstatat(::dirfd(stream), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (S_ISREG(status.st_mode)) each(prefix + name, static_cast<size_t>(status.st_size));
-    if (!S_ISDIR(status.st_mode)) continue;
-    const int next = open_folder_at(::dirfd(stream), name.c_str());
-    if (next >= 0) list_below(next, prefix + name + "/", each);
+    if (!S_ISDIR(status.st_mode) || depth == kDeepest) continue;
+    Descriptor next;
+    if (open_folder(folder.get(), name, &next) != 0) continue;
+    list_below(std::move(next), prefix + name + "/", depth + 1, each);
   }
-  ::closedir(stream);
 }
 
 }  // namespace
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(fd_, other.fd_);
-  return *this;
+// Where a file stands: the folder's path below the root, and its own name.
+struct Folder::Place {
+  int root = -1;
+  std::string folder;  // "." for the root
+  std::string name;
+  std::string path() const { return folder == "." ? name : folder + "/" + name; }
+};
+
+int Folder::find(std::string_view path, Place* place) const {
+  std::string names;
+  if (const int error = normalise(path, &names); error != 0) return error;
+  if ((place->root = root_->descriptor()) < 0) return ENOENT;
+  const std::string all = path_.empty() ? names : path_ + "/" + names;
+  const size_t slash = all.rfind('/');
+  place->folder = slash == std::string::npos ? "." : all.substr(0, slash);
+  place->name = all.substr(slash == std::string::npos ? 0 : slash + 1);
+  return 0;
 }
 
-Descriptor::~Descriptor() {
-  if (fd_ >= 0) ::close(fd_);
+int Folder::read_quietly(std::string_view path, std::string* contents) const {
+  contents->clear();
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor file;
+  const int error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
+  return error == 0 ? read_all(file.get(), contents) : error;
 }
 
-FileLock::FileLock(const std::string& path)
-    : file_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-  if (!file_) return;
-  int result = 0;
-  do {
-    result = ::flock(file_.get(), LOCK_EX);
-  } while (result != 0 && errno == EINTR);
-  if (result != 0) file_ = Descriptor();
+int Folder::write_quietly(std::string_view path, std::string_view contents) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor folder;
+  if (const int error = make_folder(place.root, place.folder, &folder); error != 0) return error;
+  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
+  ScratchFile scratch;
+  if (const int error = scratch.make(place.root); error != 0) {
+    if (!quiet_) root_->report(ScratchFile::kFolder, reason(error));
+    return error;
+  }
+  if (const int error = write_all(scratch.descriptor(), contents); error != 0) return error;
+  if (::fsync(scratch.descriptor()) != 0) return errno;
+  if (const int error = scratch.move_to(folder.get(), place.name); error != 0) return error;
+  return ::fsync(folder.get()) == 0 ? 0 : errno;
 }
 
-Folder::Folder(std::string root, std::string scratch)
-    : root_(std::move(root)), scratch_(std::move(scratch)) {}
+int Folder::remove_quietly(std::string_view path) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor folder;
+  if (const int error = open_folder(place.root, place.folder, &folder); error != 0) return error;
+  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
+  if (::unlinkat(folder.get(), place.name.c_str(), 0) != 0) return errno;
+  return ::fsync(folder.get()) == 0 ? 0 : errno;
+}
+
+int Folder::open_quietly(std::string_view path, int flags, Descriptor* file) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  const int error = open_file_beneath(place.root, place.path(), flags | O_CREAT, 0600, file);
+  if (error != ENOENT) return error;
+  Descriptor folder;
+  if (const int made = make_folder(place.root, place.folder, &folder); made != 0) return made;
+  return open_file_beneath(folder.get(), place.name, flags | O_CREAT, 0600, file);
+}
 
 int Folder::read(std::string_view path, std::string* contents) const {
-  contents->clear();
-  Descriptor parent;
-  std::string leaf;
-  if (const int error = open_parent(root_, path, false, &parent, &leaf); error != 0) return error;
-  const Descriptor file(
-      ::openat(parent.get(), leaf.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  return file ? read_all(file.get(), contents) : errno;
+  return report(path, read_quietly(path, contents));
 }
 
 int Folder::write(std::string_view path, std::string_view contents) const {
-  Descriptor parent;
-  std::string leaf;
-  if (const int error = open_parent(root_, path, true, &parent, &leaf); error != 0) return error;
-  // A name of nobody else's: process ids are not unique between containers on one directory.
-  std::string beside = scratch_ + "/XXXXXX";
-  int error = 0;
-  {
-    const Descriptor file(::mkostemp(beside.data(), O_CLOEXEC));
-    if (!file) return errno;
-    error = write_all(file.get(), contents);
-    if (error == 0 && ::fsync(file.get()) != 0) error = errno;
-  }
-  if (error == 0 && ::renameat(AT_FDCWD, beside.c_str(), parent.get(), leaf.c_str()) != 0) {
-    error = errno;
-  }
-  if (error != 0) {
-    ::unlink(beside.c_str());
-    return error;
-  }
-  return ::fsync(parent.get()) == 0 ? 0 : errno;
+  return report(path, write_quietly(path, contents));
 }
 
-int Folder::remove(std::string_view path) const {
-  Descriptor parent;
-  std::string leaf;
-  if (const int error = open_parent(root_, path, false, &parent, &leaf); error != 0) return error;
-  if (::unlinkat(parent.get(), leaf.c_str(), 0) != 0) return errno;
-  return ::fsync(parent.get()) == 0 ? 0 : errno;
+int Folder::remove(std::string_view path) const { return report(path, remove_quietly(path)); }
+
+int Folder::open(std::string_view path, int flags, Descriptor* file) const {
+  return report(path, open_quietly(path, flags, file));
+}
+
+int Folder::make(std::string_view path) const {
+  Place place;
+  Descriptor folder;
+  const int error = find(path, &place);
+  return report(path, error != 0 ? error : make_folder(place.root, place.path(), &folder));
 }
 
 void Folder::list(const std::function<void(const std::string&, size_t)>& each) const {
-  const int folder = ::open(root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder >= 0) list_below(folder, "", each);
+  const int root = root_->descriptor();
+  Descriptor folder;
+  if (root < 0 || open_folder(root, path_.empty() ? "." : path_, &folder) != 0) return;
+  list_below(std::move(folder), "", 1, each);
+}
+
+std::string Folder::name_of(std::string_view path) const {
+  return (path_.empty() ? "" : path_ + "/") + std::string(path);
+}
+
+int Folder::report(std::string_view path, int error) const {
+  if (error != 0 && error != ENOENT && error != EINVAL && error != ENAMETOOLONG) {
+    report(path, reason(error));
+  }
+  return error;
+}
+
+void Folder::report(std::string_view path, const std::string& what) const {
+  if (!quiet_) root_->report(name_of(path), what);
 }
 
 int read_file(const std::string& path, std::string* contents) {
   contents->clear();
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   return file ? read_all(file.get(), contents) : errno;
-}
-
-int make_folders(const std::string& path) {
-  for (size_t at = 1; at != std::string::npos;) {
-    at = path.find('/', at);
-    const std::string part = path.substr(0, at);
-    if (::mkdir(part.c_str(), 0700) != 0 && errno != EEXIST) return errno;
-    if (at != std::string::npos) ++at;
-  }
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return errno;
-  return S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
-}
-
-void clear_scratch(const std::string& scratch) {
-  const int folder = ::open(scratch.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return;
-  const time_t now = ::time(nullptr);
-  list_below(folder, "", [&](const std::string& name, size_t) {
-    struct stat status {};
-    const std::string path = scratch + "/" + name;
-    if (::stat(path.c_str(), &status) == 0 && now - status.st_mtime > kScratchAge) {
-      ::unlink(path.c_str());
-    }
-  });
 }
 
 }  // namespace sim

@@ -1,45 +1,34 @@
-// Files that are whole or absent, whatever crashes and whoever else writes them.
+// The phone's files: whole or absent, whatever crashes and whoever else writes them.
 //
-// Results are 0 or an errno number. Paths below a folder are taken apart here and walked one
-// component at a time, so that neither ".." nor a symbolic link leads out of the folder.
+// Results are 0 or an errno number (sim/beneath.h has what they mean here). A failure that is not
+// an ordinary answer to its caller (no such file, a name that cannot be) is also reported on
+// standard error, with the path and the reason.
 #ifndef SIM_FILES_H_
 #define SIM_FILES_H_
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
+#include "sim/phone_root.h"
+
 namespace sim {
 
-// An open descriptor, closed with its owner.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  Descriptor(Descriptor&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  ~Descriptor();
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
-
-// Holds an exclusive lock between processes (and threads: each holder has its own descriptor).
-class FileLock {
- public:
-  explicit FileLock(const std::string& path);
-  bool held() const { return static_cast<bool>(file_); }
-
- private:
-  Descriptor file_;
-};
-
-// A folder that files are kept below, with a folder on the same file system for what is not whole
-// yet.
+// A folder that files are kept below; it need not be there before the first write. Paths are
+// relative to it and lead neither out of it nor through a symbolic link.
 class Folder {
  public:
-  Folder(std::string root, std::string scratch);
+  // `path`: below the phone's directory; empty for that directory itself.
+  Folder(std::shared_ptr<const PhoneRoot> root, std::string path)
+      : root_(std::move(root)), path_(std::move(path)) {}
+
+  // The same for a caller that says itself what failed: nothing goes to standard error.
+  Folder quiet() const {
+    Folder same = *this;
+    same.quiet_ = true;
+    return same;
+  }
 
   // Regular files of at most 16 MiB.
   int read(std::string_view path, std::string* contents) const;
@@ -47,21 +36,34 @@ class Folder {
   int write(std::string_view path, std::string_view contents) const;
   // ENOENT when there is no such file.
   int remove(std::string_view path) const;
+  // Opens a regular file to be appended to or locked, and makes it, and the folders on the way,
+  // when it is not there. `flags`: O_RDWR, or O_WRONLY with O_APPEND.
+  int open(std::string_view path, int flags, Descriptor* file) const;
+  // Makes a folder, and those on the way.
+  int make(std::string_view path) const;
   // Every file below, in the order of their paths.
   void list(const std::function<void(const std::string& path, size_t octets)>& each) const;
 
-  const std::string& root() const { return root_; }
+  // Says what became of a file, unless that is an ordinary answer; returns the error.
+  int report(std::string_view path, int error) const;
+  void report(std::string_view path, const std::string& what) const;
 
  private:
-  std::string root_;
-  std::string scratch_;
+  struct Place;
+  int find(std::string_view path, Place* place) const;
+  std::string name_of(std::string_view path) const;  // below the phone's directory
+  int read_quietly(std::string_view path, std::string* contents) const;
+  int write_quietly(std::string_view path, std::string_view contents) const;
+  int remove_quietly(std::string_view path) const;
+  int open_quietly(std::string_view path, int flags, Descriptor* file) const;
+
+  std::shared_ptr<const PhoneRoot> root_;
+  std::string path_;
+  bool quiet_ = false;
 };
 
-// A file that is no modem's: links are followed.
+// A file that is not the phone's: links are followed.
 int read_file(const std::string& path, std::string* contents);
-int make_folders(const std::string& path);
-// Removes what writers that crashed left behind.
-void clear_scratch(const std::string& scratch);
 
 }  // namespace sim
 

@@ -7,6 +7,7 @@
 #include "platform/qmi_idl.h"
 #include "qcci/idl/codec.h"
 #include "sim/answer.h"
+#include "sim/scratch.h"
 #include "sim/services.h"
 #include "sim/storage.h"
 
@@ -286,8 +287,8 @@ std::vector<std::string> Modem::unmet_faults() {
 bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why) {
   if (!phone.prepare(why)) return false;
   std::string toml;
-  if (const int error = read_file(phone.path("phone.toml"), &toml); error != 0) {
-    *why = phone.path("phone.toml") + ": " + std::strerror(error);
+  if (const int error = phone.all().quiet().read("phone.toml", &toml); error != 0) {
+    *why = phone.path("phone.toml") + ": " + reason(error);
     return false;
   }
   if (parse_phone_config(toml, config, why)) return true;
@@ -302,7 +303,7 @@ std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
 }
 
 std::unique_ptr<Modem> make_modem(const Phone& phone, PhoneConfig config) {
-  clear_scratch(phone.path("tmp"));
+  clear_scratch(phone.descriptor());
   return std::make_unique<Modem>(phone, std::move(config));
 }
 

@@ -1,9 +1,10 @@
 #include "sim/phone.h"
 
-#include <unistd.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 #include "sim/default_phone.h"
 
@@ -25,43 +26,54 @@ std::string Phone::default_root() {
   return root;
 }
 
-Phone::Phone(std::string root) : root_(std::move(root)) {}
+Phone::Phone(std::string root) : root_(std::make_shared<const PhoneRoot>(std::move(root))) {}
 
-bool Phone::prepare(std::string* why) const {
-  if (root_.empty()) {
+bool Phone::is_there(std::string* why) const {
+  if (root().empty()) {
     *why = "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty";
     return false;
   }
-  for (const char* name : {"", "/nv", "/efs", "/log", "/dump", "/tmp"}) {
-    if (::access((root_ + name).c_str(), F_OK) == 0) continue;
-    if (const int error = make_folders(root_ + name); error != 0) {
-      *why = root_ + name + ": " + std::strerror(error);
-      return false;
-    }
-  }
-  const std::string toml = path("phone.toml");
-  if (::access(toml.c_str(), F_OK) == 0) return true;
-  const FileLock only_one = lock();
+  const int error = root_->find(why);
+  if (error == ENOENT) *why = root() + ": no phone here (vex-phone init makes one)";
+  return error == 0;
+}
+
+std::string Phone::path_for_system_calls(const std::string& name) const {
+  return "/proc/self/fd/" + std::to_string(descriptor()) + "/" + name;
+}
+
+bool Phone::prepare(std::string* why) const {
+  if (root().empty()) return is_there(why);
+  if (!root_->make(why)) return false;
+  const auto there = [this](const char* name) {
+    struct stat status {};
+    return ::fstatat(descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  };
+  const auto fail = [&](const std::string& name, int error) {
+    *why = path(name) + ": " + reason(error);
+    return false;
+  };
+  if (there("phone.toml")) return true;
+  const Folder folder = all().quiet();
+  const FileLock only_one(folder, kLock);
   if (!only_one.held()) {
-    *why = path(".lock") + ": cannot be locked";
+    *why = path(kLock) + ": " + only_one.why();
     return false;
   }
-  if (::access(toml.c_str(), F_OK) == 0) return true;
-  const Folder folder = all();
+  if (there("phone.toml")) return true;
+  for (const char* name : {"nv", "efs", "log", "dump"}) {
+    if (const int error = folder.make(name); error != 0) return fail(name, error);
+  }
   for (const DefaultFile& file : default_files()) {
     // There when somebody removes phone.toml to have the default one again, and theirs.
-    if (::access(path(file.path.c_str()).c_str(), F_OK) == 0) continue;
+    if (there(file.path.c_str())) continue;
     if (const int error = folder.write(file.path, file.contents); error != 0) {
-      *why = path(file.path.c_str()) + ": " + std::strerror(error);
-      return false;
+      return fail(file.path, error);
     }
   }
-  // Last: its presence says that the phone is there.
-  if (const int error = folder.write("phone.toml", kDefaultPhoneToml); error != 0) {
-    *why = toml + ": " + std::strerror(error);
-    return false;
-  }
-  return true;
+  // Last: its presence says that the phone is whole.
+  const int error = folder.write("phone.toml", kDefaultPhoneToml);
+  return error == 0 ? true : fail("phone.toml", error);
 }
 
 }  // namespace sim

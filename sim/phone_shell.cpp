@@ -23,6 +23,7 @@ namespace sim {
 namespace {
 
 constexpr const char kBubblewrap[] = "bwrap";
+constexpr const char kVendor[] = "data/vendor";  // in the phone's directory
 // Taken here while the shell runs; inside they have their effect again.
 constexpr int kSignals[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD};
 
@@ -75,7 +76,7 @@ void append(Words* words, const Words& more) {
 Words options_for(const Phone& phone, const std::string& terminal, const std::string& program,
                   bool interactive) {
   Words options = {"--unshare-pid", "--die-with-parent"};
-  append(&options, phone_mounts(terminal, phone.path("data/vendor")));
+  append(&options, phone_mounts(terminal, phone.path(kVendor)));
   const std::string folder = std::filesystem::path(program).parent_path();
   append(&options, {"--setenv", "VEX_PHONE", phone.root()});
   append(&options, {"--setenv", "VEX_MODEM", "unix:" + phone.path("modem.sock")});
@@ -184,6 +185,13 @@ int status_of(const Ended& ended) {
       "no phone's shell here: bubblewrap could not make its namespaces (its message is above)");
 }
 
+// Made once, so that a person may take the inner folder away.
+int make_vendor_folder(const Phone& phone) {
+  Descriptor there;
+  const int error = open_beneath(phone.descriptor(), kVendor, O_RDONLY | O_DIRECTORY, 0, &there);
+  return error == ENOENT ? phone.folder(kVendor).quiet().make("modem") : error;
+}
+
 }  // namespace
 
 int run_phone_shell(const Phone& any, const Words& command) {
@@ -196,10 +204,8 @@ int run_phone_shell(const Phone& any, const Words& command) {
   if ((phone.root() + "/").starts_with("/data/vendor/")) {
     return fail(phone.root() + ": a phone below /data/vendor has no shell");
   }
-  // Made once, so that a person may take the inner one away.
-  if (::access(phone.path("data/vendor").c_str(), F_OK) != 0) {
-    const int made = make_folders(phone.path("data/vendor/modem"));
-    if (made != 0) return fail(phone.path("data/vendor/modem") + ": " + std::strerror(made));
+  if (const int failed = make_vendor_folder(phone); failed != 0) {
+    return fail(phone.path(kVendor) + ": " + reason(failed));
   }
   ServedPhone served(phone);
   if (!served.start(&why)) return fail(why);

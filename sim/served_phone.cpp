@@ -18,18 +18,17 @@ constexpr auto kTryTime = 10ms;
 }  // namespace
 
 bool ServedPhone::start(std::string* why) {
-  const std::string socket = phone_.path("modem.sock");
   PhoneConfig config;
   if (!read_phone(phone_, &config, why) || !terminal_.open(why)) return false;
-  log_ = std::make_unique<ModemLog>(phone_);
+  log_ = std::make_unique<LogFile>(phone_, "modem.log");
   const auto log = [this](const std::string& line) { log_->write(line); };
   channel_ = std::make_unique<AtChannel>(phone_, config, log);
   stop_ = Descriptor(::eventfd(0, EFD_CLOEXEC));
   const platform::Time deadline = platform::clock().now() + kChangeTime;
   for (;;) {
-    if (qcci::LocalSocketLink(socket).answers()) {
+    if (qcci::LocalSocketLink(Server::socket_path(phone_)).answers()) {
       std::fprintf(stderr, "vex-phone: using the modem that another process serves at %s\n",
-                   socket.c_str());
+                   phone_.path(Server::kSocket).c_str());
       server_.reset();
       modem_.reset();
       return true;
@@ -39,7 +38,7 @@ bool ServedPhone::start(std::string* why) {
       modem_->set_log(log);
     }
     server_ = std::make_unique<Server>(*modem_);
-    if (server_->listen(socket, why)) return true;
+    if (server_->listen(phone_, why)) return true;
     if (platform::clock().now() >= deadline) return false;
     platform::clock().sleep_until(platform::clock().now() + kTryTime);
   }

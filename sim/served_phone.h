@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "sim/at_terminal.h"
+#include "sim/log_file.h"
 #include "sim/modem.h"
-#include "sim/modem_log.h"
 #include "sim/server.h"
 
 namespace sim {
@@ -32,7 +32,7 @@ class ServedPhone {
  private:
   Phone phone_;
   Descriptor stop_;
-  std::unique_ptr<ModemLog> log_;
+  std::unique_ptr<LogFile> log_;
   AtTerminal terminal_;
   std::unique_ptr<AtChannel> channel_;
   std::unique_ptr<Modem> modem_;  // null when another process serves one

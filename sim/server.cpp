@@ -18,6 +18,18 @@ namespace {
 constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
 // Datagrams taken from one client before the others have their turn.
 constexpr int kTurn = 32;
+constexpr const char kSocketLock[] = "modem.sock.lock";
+
+enum class Standing { kNothing, kSocket, kSomethingElse };
+
+// In the place of the phone's socket.
+Standing what_stands(const Phone& phone) {
+  struct stat status {};
+  if (::fstatat(phone.descriptor(), Server::kSocket, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return Standing::kNothing;
+  }
+  return S_ISSOCK(status.st_mode) ? Standing::kSocket : Standing::kSomethingElse;
+}
 
 }  // namespace
 
@@ -79,29 +91,45 @@ Server::Server(Modem& modem) : modem_(modem) {}
 
 Server::~Server() {
   connections_.clear();
-  if (!path_.empty()) ::unlink(path_.c_str());
+  if (phone_ != nullptr) ::unlinkat(phone_->descriptor(), kSocket, 0);
 }
 
-bool Server::listen(const std::string& path, std::string* why) {
+std::string Server::socket_path(const Phone& phone) {
+  const bool there = what_stands(phone) == Standing::kSocket;
+  return there ? phone.path_for_system_calls(kSocket) : "";
+}
+
+bool Server::is_served(const Phone& phone) {
+  Descriptor file;
+  return open_file_beneath(phone.descriptor(), kSocketLock, O_RDWR, 0, &file) == 0 &&
+         ::flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+}
+
+bool Server::listen(const Phone& phone, std::string* why) {
   const auto fail = [&](const std::string& what) {
-    *why = path + ": " + what;
+    *why = phone.path(kSocket) + ": " + what;
     return false;
   };
   // The lock, not the socket, says who serves: it goes with its process, however that ends.
-  lock_ = Descriptor(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  if (!lock_) return fail(std::strerror(errno));
+  if (const int error = phone.all().quiet().open(kSocketLock, O_RDWR, &lock_); error != 0) {
+    *why = phone.path(kSocketLock) + ": " + reason(error);
+    return false;
+  }
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
   }
-  ::unlink(path.c_str());
+  const Standing standing = what_stands(phone);
+  if (standing == Standing::kSomethingElse) return fail("there, but not a socket");
+  if (standing == Standing::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
   listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const std::string path = phone.path_for_system_calls(kSocket);
   const mode_t old = ::umask(0177);
   const bool bound = listening_ && qcci::local_bind(listening_.get(), path) == 0;
   const int error = errno;
   ::umask(old);
   if (!bound) return fail(std::strerror(error));
   if (::listen(listening_.get(), SOMAXCONN) != 0) return fail(std::strerror(errno));
-  path_ = path;
+  phone_ = std::make_unique<Phone>(phone);
   return true;
 }
 

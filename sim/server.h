@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sim/door.h"
-#include "sim/files.h"
+#include "sim/phone.h"
 
 namespace sim {
 
@@ -21,9 +21,16 @@ class Server final : public Door {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
-  // Listens at the path, in the place of a server that is gone but not of one that is there. False,
-  // and why, when it cannot. The socket is for its user alone.
-  bool listen(const std::string& path, std::string* why);
+  // The socket's name in the phone's directory.
+  static constexpr const char kSocket[] = "modem.sock";
+  // The path by which a client of the phone's modem connects; empty when there is no socket.
+  static std::string socket_path(const Phone& phone);
+  // Whether a process has the phone's socket, answering or not.
+  static bool is_served(const Phone& phone);
+
+  // Listens at the phone's socket, in the place of a server that is gone but not of one that is
+  // there. False, and why, when it cannot. The socket is for its user alone.
+  bool listen(const Phone& phone, std::string* why);
   void poll_for(std::vector<pollfd>* polled) override;
   void serve(std::span<const pollfd> polled) override;
 
@@ -37,7 +44,7 @@ class Server final : public Door {
   bool full_ = false;  // no descriptor for another connection until one ends
 
   Modem& modem_;
-  std::string path_;
+  std::unique_ptr<Phone> phone_;  // whose socket this is, once it listens
   Descriptor lock_;
   Descriptor listening_;
   std::map<int, std::unique_ptr<Connection>> connections_;

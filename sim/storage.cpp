@@ -14,8 +14,8 @@ constexpr char kWasNotThere = '-';
 
 Store::Store(const Phone& phone, const std::string& name, bool loses_unsynced)
     : phone_(phone),
-      files_(phone.path(name.c_str()), phone.path("tmp")),
-      kept_(phone.path(("unsynced/" + name).c_str()), phone.path("tmp")),
+      files_(phone.folder(name)),
+      kept_(phone.folder("unsynced/" + name)),
       loses_unsynced_(loses_unsynced) {}
 
 int Store::read(std::string_view path, std::string* contents) const {
@@ -59,7 +59,6 @@ int Store::keep(std::string_view path) const {
   const int error = files_.read(path, &file);
   // What could not be brought back is not changed.
   if (error != 0 && error != ENOENT) return error;
-  if (const int made = make_folders(kept_.root()); made != 0) return made;
   return kept_.write(path, (error == 0 ? kWasThere : kWasNotThere) + file);
 }
 

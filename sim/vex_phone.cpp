@@ -85,14 +85,14 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   modem->set_log([](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
   if (trace) modem->set_tap(print_message);
   sim::Server server(*modem);
-  if (!server.listen(phone.path("modem.sock"), &why)) return fail(why);
+  if (!server.listen(phone, &why)) return fail(why);
   std::vector<sim::Door*> doors{&server};
   sim::QrtrServer bus(*modem);
   if (qrtr) {
     if (!bus.publish(&why)) return fail(why);
     doors.push_back(&bus);
   }
-  std::printf("listening on %s\n", phone.path("modem.sock").c_str());
+  std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
   if (qrtr) std::printf("published on the QRTR bus\n");
   std::fflush(stdout);
   sim::serve_modem(*modem, doors, stop.get());
@@ -162,15 +162,14 @@ void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* n
 int show(const Phone& phone) {
   std::string why;
   std::string toml;
-  if (phone.root().empty() && !phone.prepare(&why)) return fail(why);
-  const int error = sim::read_file(phone.path("phone.toml"), &toml);
-  if (error == ENOENT) return fail(phone.root() + ": no phone here (vex-phone init makes one)");
-  if (error != 0) return fail(phone.path("phone.toml") + ": " + std::strerror(error));
+  if (!phone.is_there(&why)) return fail(why);
+  const int error = phone.all().quiet().read("phone.toml", &toml);
+  if (error != 0) return fail(phone.path("phone.toml") + ": " + sim::reason(error));
   sim::PhoneConfig config;
   if (!sim::parse_phone_config(toml, &config, &why)) return fail(phone.root() + "/" + why);
 
   std::printf("phone      %s\n", phone.root().c_str());
-  qcci::LocalSocketLink link(phone.path("modem.sock"));
+  qcci::LocalSocketLink link(sim::Server::socket_path(phone));
   std::printf("modem      %s\n", link.answers() ? "served at modem.sock" : "embedded in each vex");
   std::printf("restart    %lld ms, what was not synced %s\n",
               static_cast<long long>(config.restart.count()),
@@ -208,7 +207,7 @@ int show(const Phone& phone) {
   }
   show_files("nv items (sub/id)", phone.nv());
   show_files("efs files (sub/path)", phone.efs());
-  show_files("files in /data/vendor", sim::Folder(phone.path("data/vendor"), phone.path("tmp")));
+  show_files("files in /data/vendor", phone.folder("data/vendor"));
   std::string properties;
   phone.all().read("properties", &properties);
   std::printf("properties\n%s", properties.c_str());

@@ -293,7 +293,7 @@ TEST_F(Tool, FullDumpsLeaveAFileEachAndARestartOfAnEmbeddedModemLosesWhatWasNotS
 TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
   const std::string deep = directory_.root() + "/" + std::string(120, 'd');
   ::setenv("VEX_PHONE", deep.c_str(), 1);
-  const Ran ran = run("mkdir -p $VEX_PHONE; " + std::string(kServe) +
+  const Ran ran = run("$BIN/vex-phone init; " + std::string(kServe) +
                       "$BIN/vex 4 1 0 550 | grep data_len_all; $BIN/vex-phone show | grep modem; "
                       "kill $server; wait $server");
   EXPECT_NE(ran.output.find("served at modem.sock"), std::string::npos) << ran.output;

@@ -9,6 +9,9 @@ namespace host {
 // The phone of this process; its directory need not be there yet.
 const sim::Phone& phone();
 
+// Makes the phone unless that is done. False when it cannot be: standard error has heard why, once.
+bool prepare_phone();
+
 }  // namespace host
 
 #endif  // PLATFORM_HOST_HOST_H_

@@ -2,7 +2,6 @@
 
 #include "platform/kelvor_utils.h"
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 
 #include "host/host.h"
 #include "platform/properties.h"
+#include "sim/log_file.h"
 
 namespace {
 
@@ -43,19 +43,13 @@ std::atomic<uint32_t>& log_mask() {
 
 std::atomic<bool> g_closed{false};
 
-// The log's file, opened at the first line and kept; -1 when there can be none. The phone's
-// directory is looked after only when it is not there.
-int log_file() {
-  static const int fd = [] {
-    const std::string path = host::phone().path("log/system.log");
-    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
-    const int there = ::open(path.c_str(), kFlags, 0600);
-    if (there >= 0) return there;
-    std::string ignored;
-    host::phone().prepare(&ignored);
-    return ::open(path.c_str(), kFlags, 0600);
+// Opened at the first line and kept until the process ends.
+const sim::LogFile& log_file() {
+  static const sim::LogFile* const log = [] {
+    if (host::phone().descriptor() < 0) host::prepare_phone();
+    return new sim::LogFile(host::phone(), "system.log");
   }();
-  return fd;
+  return *log;
 }
 
 // Asked of the kernel once a process, not once a line.
@@ -96,8 +90,8 @@ __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* 
                                                      va_list arguments) {
   char* text = nullptr;
   try {
-    const int fd = log_file();
-    if (fd < 0 || ::vasprintf(&text, format, arguments) < 0) return;
+    const sim::LogFile& log = log_file();
+    if (!log || ::vasprintf(&text, format, arguments) < 0) return;
     timeval now{};
     ::gettimeofday(&now, nullptr);
     char head[96];
@@ -106,7 +100,7 @@ __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* 
     std::string line = head;
     append_escaped(&line, text);
     line.push_back('\n');
-    [[maybe_unused]] const ssize_t written = ::write(fd, line.data(), line.size());
+    log.append(line);
   } catch (const std::bad_alloc&) {
   }
   std::free(text);

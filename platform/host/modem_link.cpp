@@ -1,8 +1,6 @@
 // Which modem this process talks to.
 
-#include <fcntl.h>
 #include <malloc.h>
-#include <sys/file.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -16,6 +14,7 @@
 #include "qcci/link/qrtr.h"
 #include "sim/embedded_link.h"
 #include "sim/modem.h"
+#include "sim/server.h"
 
 namespace host {
 namespace {
@@ -53,6 +52,7 @@ void report_unmet_faults() {
 }
 
 std::unique_ptr<qcci::Link> embedded() {
+  if (!prepare_phone()) return std::make_unique<NoLink>();
   std::string why;
   std::shared_ptr<sim::Modem> modem = sim::make_modem(phone(), &why);
   if (modem == nullptr) return no_link(why);
@@ -70,10 +70,14 @@ const sim::Phone& phone() {
   return *instance;
 }
 
-// Whoever serves the phone holds this lock.
-static bool phone_is_served() {
-  const sim::Descriptor file(::open(phone().path("modem.sock.lock").c_str(), O_RDWR | O_CLOEXEC));
-  return file && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+bool prepare_phone() {
+  static const bool ready = [] {
+    std::string why;
+    if (phone().prepare(&why)) return true;
+    std::fprintf(stderr, "vex: %s\n", why.c_str());
+    return false;
+  }();
+  return ready;
 }
 
 }  // namespace host
@@ -86,9 +90,9 @@ std::unique_ptr<Link> make_process_link() {
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";
   if (wanted.empty()) {
-    auto served = std::make_unique<LocalSocketLink>(host::phone().path("modem.sock"));
+    auto served = std::make_unique<LocalSocketLink>(sim::Server::socket_path(host::phone()));
     if (served->answers()) return served;
-    if (host::phone_is_served()) {
+    if (sim::Server::is_served(host::phone())) {
       std::fprintf(stderr, "vex: the served modem does not answer; using an embedded one\n");
     }
     return host::embedded();

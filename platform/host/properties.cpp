@@ -67,8 +67,7 @@ int property_set(const char* key, const char* value) {
   const std::string_view wanted = value != nullptr ? value : "";
   if (wanted.size() >= PROPERTY_VALUE_MAX || wanted.find('\n') != std::string_view::npos) return -1;
   const sim::Phone& phone = host::phone();
-  std::string ignored;
-  if (!phone.prepare(&ignored)) return -1;
+  if (!host::prepare_phone()) return -1;
   const sim::FileLock lock = phone.lock();
   if (!lock.held()) return -1;
   std::string text;

@@ -19,6 +19,10 @@ constexpr auto kHelloTime = std::chrono::milliseconds(500);
 // A socket address has room for 107 octets; a longer path goes through a descriptor of its folder.
 template <class Call>
 int with_address(const std::string& path, Call call) {
+  if (path.empty()) {
+    errno = ENOENT;  // the kernel would take it for a name outside of the file system
+    return -1;
+  }
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   int folder = -1;

@@ -52,6 +52,7 @@ PhoneDirectory::PhoneDirectory() {
   std::string name = std::filesystem::temp_directory_path() / "vex-test-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) std::abort();
   root_ = name;
+  write(".vex-phone", "");  // whatever the test puts there before the phone makes itself
   ::setenv("VEX_PHONE", root_.c_str(), 1);
 }
 

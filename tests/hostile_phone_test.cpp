@@ -1,0 +1,247 @@
+// A phone's directory that somebody named by mistake, or put links, pipes and locks into.
+//
+// Programs run in a sandbox with a file system of its own for /tmp and the home directory: what
+// goes wrong here must not reach the machine's files.
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <future>
+
+#include "sim/scratch.h"
+#include "support/desk.h"
+
+namespace {
+
+using desk::Ran;
+using namespace std::chrono_literals;
+
+constexpr const char kPrograms[] = "/tmp/bin";
+
+// Runs a shell script where nothing but /tmp can be written; $HOME is empty, and `vex` is in $PATH.
+Ran in_sandbox(const std::string& script) {
+  return desk::run(
+      "exec bwrap --ro-bind / / --dev /dev --proc /proc --tmpfs /tmp --ro-bind \"$BIN\" " +
+      std::string(kPrograms) +
+      " --dir /tmp/home --setenv HOME /tmp/home --unsetenv XDG_STATE_HOME --unsetenv VEX_PHONE "
+      "--setenv PATH \"" +
+      kPrograms + ":$PATH\" --chdir /tmp/home --die-with-parent -- sh -c '" + script + "'");
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST(HostilePhone, ADirectoryWithOtherFilesIsLeftAsItIs) {
+  const Ran ran = in_sandbox(
+      "mkdir -p tmp/work nv/0 log .vex-scratch; echo text > tmp/work/thesis.txt;"
+      "echo text > .vex-scratch/write-0123456789abcdef; echo mine > log/system.log;"
+      "find . -type f -exec touch -d \"1 day ago\" {} +; before=$(find . -ls | sort);"
+      "export VEX_PHONE=$HOME;"
+      "vex 4 1 0 550 >/tmp/out; vex 11 3 1 >/tmp/out; vex >/tmp/out;"
+      "for verb in init show serve \"shell true\"; do vex-phone $verb; echo status $?; done;"
+      "[ \"$before\" = \"$(find . -ls | sort)\" ] && echo untouched");
+  EXPECT_TRUE(contains(ran.output, "vex: /tmp/home is no phone: it has files but no phone.toml"))
+      << ran.output;
+  EXPECT_TRUE(contains(ran.output, "vex-phone: /tmp/home is no phone")) << ran.output;
+  EXPECT_FALSE(contains(ran.output, "status 0")) << ran.output;
+  EXPECT_TRUE(contains(ran.output, "untouched")) << ran.output;
+}
+
+TEST(HostilePhone, NothingIsReachedThroughALink) {
+  static const struct {
+    const char *name, *command;
+  } kRows[] = {
+      {"nv", "vex 4 2 0 550 1"},
+      {"efs", "vex 3 0 1 0 7"},
+      {"log", "vex"},
+      {"log/system.log", "vex"},
+      {"properties", "vex 11 3 1"},
+      {".lock", "vex 11 3 1"},
+      {".vex-scratch", "vex 4 2 0 550 1"},
+      {"phone.toml", "vex 4 1 0 550"},
+      {"modem.sock.lock", "vex-phone serve"},
+      {"data/vendor", "vex-phone shell true"},
+  };
+  for (const auto& row : kRows) {
+    const std::string name = row.name;
+    const Ran ran = in_sandbox(
+        "mkdir -p /tmp/outside/0; echo \"active 00\" > /tmp/outside/0/550;"
+        "echo text > /tmp/outside/write-0123456789abcdef;"
+        "find /tmp/outside -type f -exec touch -d \"1 day ago\" {} +;"
+        "before=$(cd /tmp/outside; find . -ls | sort);"
+        "vex-phone init; cd .local/state/vex/phone; mkdir -p data; rm -rf " +
+        name + "; ln -s /tmp/outside " + name + "; timeout 20 " + row.command +
+        " >/tmp/out; [ \"$before\" = \"$(cd /tmp/outside; find . -ls | sort)\" ] && echo untouched");
+    EXPECT_TRUE(contains(ran.output, "vex/phone/" + name)) << ran.output;
+    EXPECT_TRUE(contains(ran.output, "a symbolic link, which is not followed")) << ran.output;
+    EXPECT_TRUE(contains(ran.output, "untouched")) << name << "\n" << ran.output;
+  }
+}
+
+TEST(HostilePhone, WhatIsNoFileInTheirPlaceIsNamedAndHoldsNobody) {
+  const Ran ran = in_sandbox(
+      "vex-phone init; cd .local/state/vex/phone;"
+      "rm -f nv/0/550 log/system.log; mkfifo log/system.log log/modem.log nv/0/550 properties;"
+      "mkdir modem.sock; timeout 20 vex >/dev/null; echo status $?;"
+      "timeout 20 vex 4 1 0 550 >/dev/null; timeout 20 vex 11 3 1 >/dev/null;"
+      "timeout 20 vex-phone serve; timeout 20 vex-phone shell true");
+  for (const char* line : {
+           "vex: /tmp/home/.local/state/vex/phone/log/system.log: not a regular file; going on "
+           "without this log",
+           "status 0",
+           "vex: /tmp/home/.local/state/vex/phone/nv/0/550: not a regular file",
+           "vex: /tmp/home/.local/state/vex/phone/properties: not a regular file",
+           "vex-phone: /tmp/home/.local/state/vex/phone/modem.sock: there, but not a socket",
+           "vex-phone: /tmp/home/.local/state/vex/phone/log/modem.log: not a regular file; going on",
+       }) {
+    EXPECT_TRUE(contains(ran.output, line)) << line << "\n" << ran.output;
+  }
+}
+
+TEST(HostilePhone, WhatADiskHasNoRoomForIsReported) {
+  const Ran ran = in_sandbox(
+      "vex-phone init; cd .local/state/vex/phone; ulimit -f 0; exec 2>&1;"
+      "vex 3 0 1 | grep -c error; vex 11 3 1 | tail -n 1");
+  EXPECT_TRUE(contains(ran.output, "rf_ant_port_config: File too large")) << ran.output;
+  EXPECT_TRUE(contains(ran.output, "properties: File too large")) << ran.output;
+  EXPECT_TRUE(contains(ran.output, "log/system.log: File too large")) << ran.output;
+}
+
+struct PhoneDirectory : testing::Test {
+  desk::PhoneDirectory directory_;
+};
+
+TEST_F(PhoneDirectory, ScratchFilesThatWereLeftAreRemovedAndNothingElse) {
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  const struct {
+    const char* name;
+    bool old, removed;
+  } rows[] = {
+      {".vex-scratch/write-0123456789abcdef", true, true},
+      {".vex-scratch/write-fedcba9876543210", false, false},
+      {".vex-scratch/write-0123456789abcde", true, false},
+      {".vex-scratch/write-0123456789abcdeg", true, false},
+      {".vex-scratch/notes", true, false},
+      {".vex-scratch/write-0000000000000001/write-0123456789abcdef", true, false},
+      {"tmp/write-0123456789abcdef", true, false},
+  };
+  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::minutes(11);
+  for (const auto& row : rows) {
+    directory_.write(row.name, "x");
+    if (row.old) std::filesystem::last_write_time(directory_.root() + "/" + row.name, old);
+  }
+  const std::string link = ".vex-scratch/write-00000000000000ff";
+  std::filesystem::create_symlink("notes", directory_.root() + "/" + link);
+  sim::clear_scratch(directory_.phone().descriptor());
+  for (const auto& row : rows) EXPECT_EQ(directory_.has(row.name), !row.removed) << row.name;
+  EXPECT_TRUE(directory_.has(link));
+}
+
+TEST_F(PhoneDirectory, IsOneByItsMarkerWhenItsTomlIsLost) {
+  std::string why;
+  const std::string root = directory_.root() + "/new";
+  ASSERT_TRUE(sim::Phone(root).prepare(&why)) << why;
+  std::filesystem::remove(root + "/phone.toml");
+  EXPECT_TRUE(sim::Phone(root).prepare(&why)) << why;
+  EXPECT_TRUE(directory_.has("new/phone.toml"));
+  // One that was made without a marker gets it.
+  std::filesystem::remove(root + "/.vex-phone");
+  EXPECT_TRUE(sim::Phone(root).prepare(&why)) << why;
+  EXPECT_TRUE(directory_.has("new/.vex-phone"));
+}
+
+TEST_F(PhoneDirectory, ALockThatSomebodyKeepsIsWaitedForFiveSeconds) {
+  desk::TestClock& clock = desk::TestClock::install();
+  clock.run_by_itself();
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  const sim::Phone phone = directory_.phone();
+  const sim::FileLock held = phone.lock();
+  ASSERT_TRUE(held.held()) << held.why();
+  const auto begun = clock.now();
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(phone.lock().held());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "hostile_phone_test: " + phone.path(".lock") + ": locked by process " +
+                std::to_string(::getpid()) + " (hostile_phone_t) for more than 5 s\n");
+  EXPECT_GE(clock.now() - begun, 5s);
+  EXPECT_LT(clock.now() - begun, 6s);
+  std::string item;
+  EXPECT_EQ(phone.nv().read("0/550", &item), 0) << "what needs no lock takes none";
+}
+
+// Makes openat2 fail, as a kernel does that has no such call.
+void forget_openat2() {
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program{std::size(filter), filter};
+  ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+  ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
+}
+
+struct Walk : testing::TestWithParam<const char*> {
+  desk::PhoneDirectory directory_;
+};
+
+TEST_P(Walk, NothingLeadsOutOfTheFolder) {
+  if (GetParam() == std::string("BySteps")) forget_openat2();
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  const sim::Folder efs = directory_.phone().efs().quiet();
+  directory_.write("secret", "s");
+  std::filesystem::create_symlink(directory_.root(), directory_.root() + "/efs/link");
+  std::filesystem::create_symlink("../secret", directory_.root() + "/efs/leaf");
+  ASSERT_EQ(::mkfifo((directory_.root() + "/efs/pipe").c_str(), 0600), 0);
+  std::string read;
+  static const struct {
+    std::string path;
+    int read, write;
+  } kRows[] = {
+      {"../secret", EINVAL, EINVAL},
+      {"0/../../secret", EINVAL, EINVAL},
+      {"./x", EINVAL, EINVAL},
+      {"", EINVAL, EINVAL},
+      {"///", EINVAL, EINVAL},
+      {std::string("a\0b", 3), EINVAL, EINVAL},
+      {"link/secret", ELOOP, ELOOP},
+      {"link/new/folder", ELOOP, ELOOP},
+      {"leaf", ELOOP, ELOOP},
+      {"pipe", ENXIO, ENXIO},
+      {std::string(256, 'n'), ENAMETOOLONG, ENAMETOOLONG},
+      {"0", ENOENT, 0},
+      {"0/below/a/file", ENOTDIR, ENOTDIR},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(efs.read(row.path, &read), row.read) << row.path;
+    EXPECT_EQ(efs.write(row.path, "w"), row.write) << row.path;
+    EXPECT_EQ(row.write == 0 ? 0 : efs.remove(row.path), row.write) << row.path;
+  }
+  EXPECT_EQ(directory_.file("secret"), "s");
+  EXPECT_EQ(efs.write("d/f", "w"), 0);
+  EXPECT_EQ(efs.write("d", "w"), EISDIR);
+  EXPECT_EQ(efs.remove("d"), EISDIR);
+  EXPECT_TRUE(std::filesystem::is_empty(directory_.root() + "/.vex-scratch")) << "nothing is left";
+  std::string listed;
+  efs.list([&](const std::string& path, size_t) { listed += path + " "; });
+  EXPECT_EQ(listed, "0 d/f ");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfPaths, Walk, testing::Values("ByTheKernel", "BySteps"),
+                         [](const auto& row) { return std::string(row.param); });
+
+}  // namespace

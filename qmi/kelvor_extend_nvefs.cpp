@@ -30,6 +30,12 @@ struct Reply {
     constexpr uint32_t kHead = offsetof(kelvor_nvefs_rsp, data);
     return octets > kHead ? octets - kHead : 0;
   }
+  // Whether this ends the read of an empty file. Once octets came, the modem has said that more
+  // would follow.
+  bool is_empty_file(uint32_t received) const {
+    return octets >= offsetof(kelvor_nvefs_rsp, data) && received == 0 && rsp.data_len_send == 0 &&
+           rsp.data_len_all == 0;
+  }
 };
 
 // Sends one request and maps the result of the sending.
@@ -203,6 +209,7 @@ bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uin
   *result = reply.rsp.result;
   if (chunk <= 0) {
     TRACE_FROM(site, kTraceError, "abort, data_len_send <= 0");
+    if (*result == 0 && !reply.is_empty_file(*recv)) *result = KELVOR_NVEFS_BAD_LENGTH;
     return false;
   }
   if (*result != 0) {

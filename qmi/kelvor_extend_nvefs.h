@@ -37,8 +37,8 @@ int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id);
 // counters and data there is no room for more, and 255 for deletes.
 
 // Reads a whole file; *p_buf_len as for an item. A file that does not fit the room fails with
-// KELVOR_NVEFS_BAD_LENGTH, and so does one longer than 299 exchanges; *p_buf_len tells how much of
-// it was read.
+// KELVOR_NVEFS_BAD_LENGTH, and so does one that is longer than 299 exchanges or of which the modem
+// stops sending before its end; *p_buf_len tells how much of it was read.
 int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
                         uint32_t* p_buf_len);
 // Writes a whole file. One longer than 299 exchanges fails with KELVOR_NVEFS_BAD_LENGTH after them,

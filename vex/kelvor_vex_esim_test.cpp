@@ -234,7 +234,7 @@ extern "C" void save_eid_to_efs(const uint8_t* eid) {
   uint8_t saved[KELVOR_UIM_EID_SIZE];
   uint32_t length = sizeof saved;
   int res = kelvor_efs_read(kEidFileSub, kEidFile, kPathLength, saved, &length);
-  // A file that is longer than an EID is there too.
+  // A file that is longer than an EID, or that came in part, is there too.
   if (res == KELVOR_NVEFS_OK || res == KELVOR_NVEFS_BAD_LENGTH) {
     TRACE_INFO("EID already exists, set IS_EID_SAVE TRUE");
     is_eid_save = true;

@@ -22,20 +22,12 @@ std::mutex g_mutex;
 
 // What came back of one exchange.
 struct Reply {
+  static constexpr uint32_t kHead = offsetof(kelvor_nvefs_rsp, data);  // it ends with the result
   kelvor_nvefs_rsp rsp{};
   uint32_t octets = 0;  // how much of rsp the modem sent
 
   // Data octets that the modem sent, whatever it says of their number.
-  uint32_t data_octets() const {
-    constexpr uint32_t kHead = offsetof(kelvor_nvefs_rsp, data);
-    return octets > kHead ? octets - kHead : 0;
-  }
-  // Whether this ends the read of an empty file. Once octets came, the modem has said that more
-  // would follow.
-  bool is_empty_file(uint32_t received) const {
-    return octets >= offsetof(kelvor_nvefs_rsp, data) && received == 0 && rsp.data_len_send == 0 &&
-           rsp.data_len_all == 0;
-  }
+  uint32_t data_octets() const { return octets > kHead ? octets - kHead : 0; }
 };
 
 // Sends one request and maps the result of the sending.
@@ -44,8 +36,14 @@ int32_t exchange(const Request& request, Reply* reply) {
   static_assert(sizeof request == KELVOR_VENDOR_DATA_MAX);
   *reply = {};
   reply->octets = sizeof reply->rsp;
-  return kelvor_qmi_result_map(kelvor_extend_qmi_send_sync(REQUEST_ID_EFS, &request, sizeof request,
-                                                           &reply->rsp, &reply->octets));
+  const int32_t result = kelvor_extend_qmi_send_sync(REQUEST_ID_EFS, &request, sizeof request,
+                                                     &reply->rsp, &reply->octets);
+  // The zeros in place of a result that was not sent are no success. In the read of an item there
+  // are zeros in place of its length too, which have their own message.
+  if (reply->octets < Reply::kHead && request.operation != KELVOR_NVEFS_NV_READ) {
+    reply->rsp.result = KELVOR_NVEFS_BAD_LENGTH;
+  }
+  return kelvor_qmi_result_map(result);
 }
 
 // An exchange that is a whole operation: both results checked.
@@ -209,7 +207,9 @@ bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uin
   *result = reply.rsp.result;
   if (chunk <= 0) {
     TRACE_FROM(site, kTraceError, "abort, data_len_send <= 0");
-    if (*result == 0 && !reply.is_empty_file(*recv)) *result = KELVOR_NVEFS_BAD_LENGTH;
+    // Once octets came, the modem has said that more would follow.
+    const bool empty_file = *recv == 0 && chunk == 0 && reply.rsp.data_len_all == 0;
+    if (*result == 0 && !empty_file) *result = KELVOR_NVEFS_BAD_LENGTH;
     return false;
   }
   if (*result != 0) {

@@ -270,6 +270,23 @@ TEST_F(NvEfs, AModemThatLiesIsNotBelieved) {
   }
 }
 
+// Every reply is one octet short of the end of its result.
+TEST_F(NvEfs, AReplyWithoutItsResultIsNoSuccess) {
+  start_modem("[[fault]]\nservice = \"vendor\"\naction = \"change\"\nat = 17\noctets = [19, 0]\n");
+  const uint8_t one = 1;
+  const std::function<int32_t()> calls[] = {
+      [&] { return kelvor_nv_write_ex(0, 9, &one, 1); },
+      [&] { return kelvor_nv_delete(0, 9); },
+      [&] { return kelvor_nv_delete(0, 9); },  // ends in 255: a result of -2, in part
+      [&] { return write("/f", {1}); },
+      [&] { return kelvor_efs_delete(0, "/f", 2); },
+  };
+  for (const auto& call : calls) {
+    const std::string output = output_of([&] { EXPECT_EQ(call(), -108) << &call - calls; });
+    EXPECT_TRUE(said(output, "qmi response fail")) << output;
+  }
+}
+
 TEST_F(NvEfs, AWriteServedByAnyInstanceSucceedsAndARefusedOneStops) {
   start_modem(
       "[[fault]]\nservice = \"vendor\"\naction = \"change\"\nnth = 1\nat = 40\noctets = [3]\n"

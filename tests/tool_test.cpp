@@ -151,6 +151,26 @@ TEST_F(Tool, WithoutAModemTheFailureIsToldAndTheStatusIsZero) {
       << ran.output;
 }
 
+TEST_F(Tool, AVariableThatIsNoNumberOfItsRangeIsToldOnceAndHasItsDefault) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"VEX_SHELL_LEVELS=abc",
+       "VEX_SHELL_LEVELS is \"abc\", not a number from 0 to 15; using all levels"},
+      {"VEX_LOG_LEVELS=1x",
+       "VEX_LOG_LEVELS is \"1x\", not a number from 0 to 15; using all levels"},
+      {"VEX_LOG_LEVELS=16",
+       "VEX_LOG_LEVELS is \"16\", not a number from 0 to 15; using all levels"},
+      {"VEX_PROCESS_INSTANCE=-1",
+       "VEX_PROCESS_INSTANCE is \"-1\", not a number from 0 to 1; using none"},
+      {"VEX_PROCESS_INSTANCE= VEX_SHELL_LEVELS=0xF", nullptr}};
+  const std::string usual = run("$BIN/vex").output;
+  for (const auto& [setting, why] : rows) {
+    const std::string line = why == nullptr ? "" : "vex: " + std::string(why) + "\n";
+    EXPECT_EQ(run(std::string(setting) + " $BIN/vex 2>&1 >$VEX_PHONE/out").output, line);
+    EXPECT_EQ(directory_.file("out"), usual) << setting;
+  }
+  EXPECT_EQ(directory_.file("log/system.log").find("SUB["), std::string::npos);
+}
+
 TEST_F(Tool, EveryLineOfTheLogIsOneMessage) {
   run("$BIN/vex 4 1 0 550; $BIN/vex 0");
   std::ifstream log(directory_.root() + "/log/system.log");

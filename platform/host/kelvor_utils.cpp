@@ -22,13 +22,35 @@
 
 namespace {
 
-constexpr uint32_t kAllLevels = 1 | 2 | 4 | 8;
+constexpr int32_t kAllLevels = 1 | 2 | 4 | 8;
 
-// A mask that the environment may set: VEX_SHELL_LEVELS, VEX_LOG_LEVELS.
-uint32_t mask_from_environment(const char* name) {
+// The whole of `text` as a number; base as of strtol.
+bool parse_number(const char* text, int base, int32_t* number) {
+  char* end = nullptr;
+  errno = 0;
+  const long parsed = std::strtol(text, &end, base);
+  if (errno != 0 || end == text || *end != '\0' || parsed < INT32_MIN || parsed > INT32_MAX) {
+    return false;
+  }
+  *number = static_cast<int32_t>(parsed);
+  return true;
+}
+
+// The number from 0 to `most` in a variable; `fallback`, called `fallback_name`, when it is unset,
+// empty or anything else.
+int32_t number_from_environment(const char* name, int32_t most, int32_t fallback,
+                                const char* fallback_name) {
   const char* text = std::getenv(name);
-  return text != nullptr && *text != '\0' ? static_cast<uint32_t>(std::strtoul(text, nullptr, 0))
-                                          : kAllLevels;
+  if (text == nullptr || *text == '\0') return fallback;
+  int32_t number = 0;
+  if (parse_number(text, 0, &number) && number >= 0 && number <= most) return number;
+  std::fprintf(stderr, "vex: %s is \"%s\", not a number from 0 to %d; using %s\n", name, text, most,
+               fallback_name);
+  return fallback;
+}
+
+uint32_t mask_from_environment(const char* name) {
+  return static_cast<uint32_t>(number_from_environment(name, kAllLevels, kAllLevels, "all levels"));
 }
 
 std::atomic<uint32_t>& shell_mask() {
@@ -123,10 +145,8 @@ void kelvor_hal_set_shell_print_mask(uint32_t mask) { shell_mask() = mask; }
 void kelvor_hal_close_print(void) { g_closed = true; }
 
 int32_t kelvor_get_qcril_process_instance_id(void) {
-  static const int32_t instance = [] {
-    const char* text = std::getenv("VEX_PROCESS_INSTANCE");
-    return text != nullptr && *text != '\0' ? std::atoi(text) : KELVOR_NO_PROCESS_INSTANCE;
-  }();
+  static const int32_t instance =
+      number_from_environment("VEX_PROCESS_INSTANCE", 1, KELVOR_NO_PROCESS_INSTANCE, "none");
   return instance;
 }
 
@@ -159,14 +179,7 @@ int32_t kelvor_get_property_value_from_int(const char* name, int32_t* value, int
   *value = fallback;
   char text[PROPERTY_VALUE_MAX];
   if (name == nullptr || property_get(name, text, "") == 0) return -1;
-  char* end = nullptr;
-  errno = 0;
-  const long number = std::strtol(text, &end, 10);
-  if (errno != 0 || end == text || *end != '\0' || number < INT32_MIN || number > INT32_MAX) {
-    return -1;
-  }
-  *value = static_cast<int32_t>(number);
-  return 0;
+  return parse_number(text, 10, value) ? 0 : -1;
 }
 
 void kelvor_get_hex_str(char* buffer, size_t size, uint64_t value) {

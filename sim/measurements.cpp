@@ -137,9 +137,9 @@ std::vector<uint8_t> technology(Table& sub) {
                                                                {"lte", kLteInUse},
                                                                {"nr", kNrInUse}};
   const bool number = sub.is_number("rat");
-  if (!number && sub.text("rat", "none", 64) == "none") return {0};
-  const uint32_t rat =
-      number ? sub.number("rat", 0, 0, UINT32_MAX) : sub.one_of("rat", "none", kRats);
+  const uint32_t rat = number ? sub.number("rat", 0, 0, UINT32_MAX)
+                              : sub.one_of("rat", "none", kRats, ", or a number");
+  if (!number && rat == 0) return {0};
   std::vector<uint8_t> record{1};
   append(record, &rat, sizeof rat);
   return record;

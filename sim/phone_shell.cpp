@@ -11,12 +11,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "sim/phone_mounts.h"
+#include "sim/report.h"
 #include "sim/served_phone.h"
 
 namespace sim {
@@ -28,7 +28,7 @@ constexpr const char kVendor[] = "data/vendor";  // in the phone's directory
 constexpr int kSignals[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD};
 
 int fail(const std::string& why) {
-  std::fprintf(stderr, "vex-phone: %s\n", why.c_str());
+  report(why);
   return kNoPhoneShell;
 }
 
@@ -226,7 +226,7 @@ int run_phone_shell(const Phone& any, const Words& command) {
   const Descriptor signals(::signalfd(-1, &set, SFD_CLOEXEC));
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);  // of the namespace's first process, when bubblewrap is gone
   if (command.empty()) {
-    std::fprintf(stderr, "the phone is at /dev/smd8 and /data/vendor; \"exit\" leaves it\n");
+    report("the phone is at /dev/smd8 and /data/vendor; \"exit\" leaves it");
   }
 
   Ended ended;
@@ -258,7 +258,7 @@ int enter_phone_shell(char** arguments) {
   ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
   ::execvp(arguments[1], arguments + 1);
   const int error = errno;
-  std::fprintf(stderr, "vex-phone: %s: %s\n", arguments[1], std::strerror(error));
+  report(std::string(arguments[1]) + ": " + std::strerror(error));
   return error == ENOENT ? kNoSuchCommand : kCannotRun;
 }
 

@@ -2,9 +2,8 @@
 
 #include <sys/eventfd.h>
 
-#include <cstdio>
-
 #include "qcci/link/local_socket.h"
+#include "sim/report.h"
 
 namespace sim {
 namespace {
@@ -27,8 +26,7 @@ bool ServedPhone::start(std::string* why) {
   const platform::Time deadline = platform::clock().now() + kChangeTime;
   for (;;) {
     if (qcci::LocalSocketLink(Server::socket_path(phone_)).answers()) {
-      std::fprintf(stderr, "vex-phone: using the modem that another process serves at %s\n",
-                   phone_.path(Server::kSocket).c_str());
+      report("using the modem that another process serves at " + phone_.path(Server::kSocket));
       server_.reset();
       modem_.reset();
       return true;
@@ -59,7 +57,7 @@ void ServedPhone::stop() {
   if (server_ == nullptr) return;
   server_thread_.join();
   server_.reset();
-  for (const std::string& line : modem_->unmet_faults()) std::fprintf(stderr, "%s\n", line.c_str());
+  for (const std::string& line : modem_->unmet_faults()) report(line);
 }
 
 }  // namespace sim

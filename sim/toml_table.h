@@ -46,10 +46,10 @@ class Table {
     const auto all = integers(key, 0, std::numeric_limits<Number>::max());
     return {all.begin(), all.end()};
   }
-  // The value that stands beside the text.
+  // The value that stands beside the text. `others`: what else the caller takes.
   template <class T, size_t N>
-  T one_of(const std::string& key, const char* fallback,
-           const std::pair<const char*, T> (&rows)[N]) {
+  T one_of(const std::string& key, const char* fallback, const std::pair<const char*, T> (&rows)[N],
+           const char* others = "") {
     const auto value =
         has(key) ? table_[key].template value_exact<std::string>() : std::string(fallback);
     std::string names;
@@ -57,7 +57,7 @@ class Table {
       if (value == name) return result;
       names += std::string(names.empty() ? "" : ", ") + name;
     }
-    fail(key, "must be one of " + names);
+    fail(key, "must be one of " + names + others);
   }
   Table table(const std::string& key);
   std::vector<Table> tables(const std::string& key);

@@ -1,4 +1,6 @@
 // vex-phone: makes, serves and shows a simulated phone.
+//
+// Its status is 0, 1 for a failure, 2 for words that it does not know; the shell has its own.
 
 #include <signal.h>
 #include <sys/signalfd.h>
@@ -9,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 
 #include "platform/idl/pdc.h"
 #include "qcci/idl/codec.h"
@@ -19,15 +22,32 @@
 #include "sim/modem.h"
 #include "sim/phone_shell.h"
 #include "sim/qrtr_server.h"
+#include "sim/report.h"
 #include "sim/server.h"
 
 namespace {
 
 using sim::Phone;
 
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
+
 int fail(const std::string& why) {
-  std::fprintf(stderr, "vex-phone: %s\n", why.c_str());
-  return 1;
+  sim::report(why);
+  return kFailed;
+}
+
+int refuse(const std::string& why) {
+  sim::report(why + " (vex-phone --help lists what there is)");
+  return kUsage;
+}
+
+// Brings what was printed so far to where it goes.
+bool flush_output(std::string* why) {
+  const bool flushed = std::fflush(stdout) == 0;
+  if (flushed && std::ferror(stdout) == 0) return true;
+  *why = std::string("standard output: ") + (flushed ? "a write failed" : std::strerror(errno));
+  return false;
 }
 
 int init(const Phone& phone) {
@@ -82,7 +102,7 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   std::string why;
   const std::unique_ptr<sim::Modem> modem = sim::make_modem(phone, &why);
   if (modem == nullptr) return fail(why);
-  modem->set_log([](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
+  modem->set_log(sim::report);
   if (trace) modem->set_tap(print_message);
   sim::Server server(*modem);
   if (!server.listen(phone, &why)) return fail(why);
@@ -94,9 +114,9 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   }
   std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
   if (qrtr) std::printf("published on the QRTR bus\n");
-  std::fflush(stdout);
+  if (!flush_output(&why)) return fail(why);
   sim::serve_modem(*modem, doors, stop.get());
-  for (const std::string& line : modem->unmet_faults()) std::fprintf(stderr, "%s\n", line.c_str());
+  for (const std::string& line : modem->unmet_faults()) sim::report(line);
   return 0;
 }
 
@@ -214,14 +234,10 @@ int show(const Phone& phone) {
   return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc > 3 && std::strcmp(argv[1], sim::kEnterPhoneShell) == 0) {
-    return sim::enter_phone_shell(argv + 2);
-  }
+int run(int argc, char** argv) {
   CLI::App app{"The simulated phone that vex talks to on a desk"};
   app.require_subcommand(1);
+  app.set_version_flag("--version", "vex-phone " VEX_VERSION);
   std::string directory = Phone::default_root();
   app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
   int result = 0;
@@ -251,15 +267,27 @@ int main(int argc, char** argv) {
   }
   try {
     app.parse(static_cast<int>(words.size()), words.data());
-  } catch (const CLI::RequiredError& error) {
-    // There is no sub-command: what was typed in its place says more than that.
+  } catch (const CLI::RequiredError&) {
     const std::vector<std::string> unknown = app.remaining();
-    if (unknown.empty()) return app.exit(error);
-    std::fprintf(stderr, "vex-phone: unknown: %s (vex-phone --help lists what there is)\n",
-                 unknown[0].c_str());
-    return error.get_exit_code();
+    return refuse(unknown.empty() ? "no sub-command" : "unknown: " + unknown[0]);
+  } catch (const CLI::Success& asked) {
+    std::ostringstream text;  // the help or the version
+    const int status = app.exit(asked, text);
+    std::fputs(text.str().c_str(), stdout);
+    return status;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    return refuse(error.what());
   }
   return result;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc > 3 && std::strcmp(argv[1], sim::kEnterPhoneShell) == 0) {
+    return sim::enter_phone_shell(argv + 2);
+  }
+  const int result = run(argc, argv);
+  std::string why;
+  return result == 0 && !flush_output(&why) ? fail(why) : result;
 }

@@ -80,7 +80,7 @@ TEST_F(PhoneShell, AllItsProcessesHaveOneModem) {
   EXPECT_EQ(desk::trace_messages(ran.output),
             (std::vector<std::string>{
                 "1", "2", "send msg sync failed:-1", "3", directory_.root() + "/modem.sock",
-                "fault rule met no message: phone.toml:6: action = \"drop\" service = "
+                "vex-phone: fault rule met no message: phone.toml:6: action = \"drop\" service = "
                 "\"nas\""}));
   EXPECT_FALSE(directory_.has("modem.sock"));
 }

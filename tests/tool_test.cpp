@@ -279,8 +279,9 @@ TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
   EXPECT_TRUE(said(directory_.file("vex"), "send msg sync failed:-2")) << directory_.file("vex");
   EXPECT_TRUE(said(ran.output, "rsp.data_len_all = 9")) << ran.output;
   const std::string out = directory_.file("out");
-  EXPECT_TRUE(std::regex_search(out, std::regex("\nfault: phone.toml:\\d+: .*vendor.*\n"
-                                                "(.*\n)*fault rule met no message: .*nas")))
+  EXPECT_TRUE(
+      std::regex_search(out, std::regex("\nvex-phone: fault: phone.toml:\\d+: .*vendor.*\n"
+                                        "(.*\n)*vex-phone: fault rule met no message: .*nas")))
       << out;
 }
 
@@ -320,9 +321,35 @@ TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
   EXPECT_NE(ran.output.find("rsp.data_len_all = 9"), std::string::npos) << ran.output;
 }
 
+TEST_F(Tool, VexPhoneTellsFailuresFromBadWordsAndSaysWhy) {
+  const std::string lost = "standard output: No space left on device\n";
+  const std::string help = " (vex-phone --help lists what there is)\n";
+  const struct {
+    const char* words;
+    int status;
+    std::string output;
+  } rows[] = {
+      {"show --phone /none", 1, "/none: no phone here (vex-phone init makes one)\n"},
+      {"", 2, "no sub-command" + help},
+      {"sow", 2, "unknown: sow" + help},
+      {"init --trace", 2, "The following argument was not expected: --trace" + help},
+      {"--phone", 2, "--phone: 1 required TEXT missing" + help},
+      {"--version >/dev/full", 1, lost},
+      {"init >/dev/full", 1, lost},
+      {"show >/dev/full", 1, lost},
+      {"serve >/dev/full", 1, lost},
+      {"shell vex-phone sow", 2, "unknown: sow" + help},
+      {"shell vex-phone show >/dev/full", 1, lost},
+  };
+  for (const auto& row : rows) {
+    const Ran ran = run("$BIN/vex-phone " + std::string(row.words));
+    EXPECT_EQ(ran.output, "vex-phone: " + row.output) << row.words;
+    EXPECT_EQ(ran.status, row.status) << row.words;
+  }
+  EXPECT_TRUE(run("$BIN/vex-phone --version").output.starts_with("vex-phone 0."));
+}
+
 TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
-  EXPECT_EQ(run("$BIN/vex-phone show").status, 1);
-  EXPECT_NE(run("$BIN/vex-phone sow").output.find("unknown: sow"), std::string::npos);
   EXPECT_EQ(run("$BIN/vex-phone init --phone $VEX_PHONE").output, directory_.root() + "\n");
   run("$BIN/vex 4 5 1 /nv/x 171");
   const std::string shown = run("$BIN/vex-phone show").output;

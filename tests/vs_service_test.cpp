@@ -193,7 +193,7 @@ TEST(VsConfig, MistakesAreNamedWithTheirLine) {
       {"[measurements.sub1.gsm]\n\npeak = 1\n",
        "phone.toml:3: measurements.sub1.gsm: unknown key \"peak\""},
       {"[measurements.sub0]\nrat = \"5g\"\n",
-       "phone.toml:2: measurements.sub0.rat must be one of none, gsm, wcdma, lte, nr"},
+       "phone.toml:2: measurements.sub0.rat must be one of none, gsm, wcdma, lte, nr, or a number"},
       {"[measurements.sub0.lte_pcc]\npci = 65536\n",
        "phone.toml:2: measurements.sub0.lte_pcc.pci must be a whole number from 0 to 65535"},
       {"[measurements.sub0.lte_power]\nmax_power = -32769\n",

@@ -371,4 +371,16 @@ TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
       << traced.output;
 }
 
+TEST_F(Tool, ABuildFolderThatWasCopiedIsConfiguredAnew) {
+  const Ran ran =
+      run("cd $VEX_PHONE; mkdir -p tools bin build/dev; cp " VEX_TEST_DATA
+          "/../../tools/build tools; "
+          "printf '#!/bin/sh\necho $1 >&2\n' >bin/cmake; chmod +x bin/cmake; PATH=$PWD/bin:$PATH; "
+          "ln -s /bin/true tools/install; touch CMakePresets.json build/dev/.configured; "
+          "for place in $(pwd -P) /elsewhere; do "
+          "echo CMAKE_HOME_DIRECTORY:INTERNAL=$place >build/dev/CMakeCache.txt; tools/build dev; "
+          "done");
+  EXPECT_EQ(ran.output, "--build\n--fresh\n--build\n");
+}
+
 }  // namespace

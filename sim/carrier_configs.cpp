@@ -10,23 +10,10 @@
 namespace sim {
 namespace {
 
-// Pairs of hexadecimal digits; empty for anything else.
+// Empty for what is no id.
 ConfigId config_id(const std::string& text) {
-  const auto digit = [](char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-  };
-  if (text.size() % 2 != 0 || text.size() > 2 * PDC_CONFIG_ID_MAX) return {};
-  ConfigId id;
-  for (size_t i = 0; i < text.size(); i += 2) {
-    const int high = digit(text[i]);
-    const int low = digit(text[i + 1]);
-    if (high < 0 || low < 0) return {};
-    id.push_back(static_cast<uint8_t>(high << 4 | low));
-  }
-  return id;
+  const auto octets = octets_of(text);
+  return octets && octets->size() <= PDC_CONFIG_ID_MAX ? *octets : ConfigId();
 }
 
 CarrierConfig configuration(Table table) {
@@ -34,8 +21,8 @@ CarrierConfig configuration(Table table) {
       {"platform", PDC_CONFIG_TYPE_PLATFORM}, {"software", PDC_CONFIG_TYPE_SOFTWARE}};
   CarrierConfig config;
   config.type = table.one_of("type", "software", kTypes);
-  config.id = config_id(table.text("id", "", 2 * PDC_CONFIG_ID_MAX));
-  if (config.id.empty()) table.fail("id", "must be 1 to 124 octets in hexadecimal");
+  config.id = table.octets("id", PDC_CONFIG_ID_MAX);
+  if (config.id.empty()) table.fail("id", "must have 1 to 124 octets");
   config.description = table.text("description", "", PDC_DESCRIPTION_MAX);
   config.version = table.number("version", 0, 0, UINT32_MAX);
   config.size = table.number("size", 0, 0, UINT32_MAX);

@@ -160,8 +160,8 @@ state = "present"
 state = "present"
 
 [cards.euicc]
-# 32 digits, the last two of them check digits (any other octets in hexadecimal are sent as well, at
-# most 16); "": it tells none.
+# 32 digits, the last two of them check digits (any other octets are sent as well, at most 16); "":
+# it tells none. Octets are pairs of hexadecimal digits everywhere; blanks may stand between them.
 eid = "89044099123456789012345678901220"
 
 # Its profiles, of which one may be enabled. class: operational, test or provisioning. A memory reset
@@ -187,8 +187,8 @@ activation_ms = 200
 deactivation_ms = 100
 frame = 25
 
-# type: platform or software. id: 1 to 124 octets, in hexadecimal. default: what the modem calls its
-# default for the type.
+# type: platform or software. id: 1 to 124 octets. default: what the modem calls its default for the
+# type.
 [[configuration]]
 type = "platform"
 id = "D1CE0001"

@@ -5,14 +5,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <optional>
 #include <sstream>
-#include <string_view>
 
 namespace sim {
-namespace {
 
-// Pairs of hex digits; blanks may stand between them.
 std::optional<std::vector<uint8_t>> octets_of(std::string_view text) {
   std::vector<uint8_t> octets;
   while (true) {
@@ -26,8 +22,6 @@ std::optional<std::vector<uint8_t>> octets_of(std::string_view text) {
     text.remove_prefix(2);
   }
 }
-
-}  // namespace
 
 bool Table::has(const std::string& key) {
   known_.insert(key);
@@ -130,7 +124,7 @@ std::vector<Table> Table::tables(const std::string& key) {
   const std::string what = "tables, each under [[" + name_of(key) + "]]";
   for (const toml::node& node : list(key, what.c_str())) {
     if (!node.is_table()) fail(key, "must be a list of " + what);
-    all.emplace_back(*node.as_table(), key);
+    all.emplace_back(*node.as_table(), name_of(key));
   }
   return all;
 }

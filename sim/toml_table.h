@@ -4,8 +4,10 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,6 +22,9 @@ struct BadToml {
   toml::source_region where;
   std::string what;
 };
+
+// Pairs of hex digits, between which blanks may stand; nothing for any other text.
+std::optional<std::vector<uint8_t>> octets_of(std::string_view text);
 
 // A table that knows which of its keys have been read; the rest is an error. A key that is not
 // there has its fallback.
@@ -39,7 +44,6 @@ class Table {
   std::vector<float> decimals(const std::string& key, size_t exactly);  // fallback: zeros
   std::vector<int64_t> integers(const std::string& key, int64_t least, int64_t most);
   std::vector<std::string> texts(const std::string& key);
-  // Pairs of hex digits, between which blanks may stand.
   std::vector<uint8_t> octets(const std::string& key, size_t most);
   template <class Number>
   std::vector<Number> numbers(const std::string& key) {

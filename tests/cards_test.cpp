@@ -382,39 +382,4 @@ TEST_F(Cards, AnEuiccMayTellNoEid) {
   EXPECT_EQ(apdu("80 E2 91 00 06 BF 3E 03 5C 01 5A"), "6A 88");
 }
 
-TEST(CardsConfig, MistakesAreNamedWithTheirLine) {
-  static const std::string kProfile = "[[cards.euicc.profile]]\niccid = \"898800100000000001\"\n";
-  static const struct {
-    std::string toml;
-    const char* why;
-  } kRows[] = {
-      {"[cards]\nsim3 = 1\n", "phone.toml:2: cards: unknown key \"sim3\""},
-      {"[cards.sim1]\nstate = \"gone\"\n",
-       "phone.toml:2: cards.sim1.state must be one of absent, present, error"},
-      {"[cards.sim2]\nerror = \"bad\"\n",
-       "phone.toml:2: cards.sim2.error must be one of unknown, poll, no-atr, voltage-mismatch, "
-       "parity, possibly-removed, technical"},
-      {"[cards.sim2]\nerror = \"poll\"\n",
-       "phone.toml:2: cards.sim2.error is of state = \"error\" alone"},
-      {"[cards.euicc]\neid = \"890\"\n",
-       "phone.toml:2: cards.euicc.eid must be octets in hex, like \"01 A0\""},
-      {"[cards.euicc]\neid = \"" + std::string(34, '1') + "\"\n",
-       "phone.toml:2: cards.euicc.eid has more than 16 octets"},
-      {"[[cards.euicc.profile]]\niccid = \"123\"\n",
-       "phone.toml:2: profile.iccid must have 18 to 20 digits"},
-      {kProfile + "class = \"work\"\n",
-       "phone.toml:3: profile.class must be one of operational, test, provisioning"},
-      {kProfile + kProfile, "phone.toml:4: profile.iccid is another profile's too"},
-      {kProfile + "enabled = true\n[[cards.euicc.profile]]\niccid = \"898800100000000002\"\n"
-                  "enabled = true\n",
-       "phone.toml:6: profile.enabled is another profile already"},
-  };
-  for (const auto& row : kRows) {
-    sim::PhoneConfig config;
-    std::string why;
-    EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
-    EXPECT_EQ(why, row.why);
-  }
-}
-
 }  // namespace

@@ -15,7 +15,6 @@
 #include "platform/properties.h"
 #include "platform/qmi_client.h"
 #include "platform/timer.h"
-#include "sim/default_phone.h"
 #include "support/desk.h"
 
 namespace {
@@ -181,60 +180,6 @@ TEST_F(PhoneFiles, PropertiesOutliveProcessesAndNoneIsLost) {
     EXPECT_EQ(kelvor_get_property_value_from_int("n", &number, 5), -1) << text;
     EXPECT_EQ(number, 5) << text;
   }
-}
-
-TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
-  static const struct {
-    const char* toml;
-    const char* why;
-  } kRows[] = {
-      {"[sar]\nstat = 1\n", "phone.toml:2: sar: unknown key \"stat\""},
-      {"[radio]\n", "phone.toml:1: unknown key \"radio\""},
-      {"[sar]\n\nstate = -1\n",
-       "phone.toml:3: sar.state must be a whole number from 0 to 4294967295"},
-      {"[sar]\nstate = \"3\"\n",
-       "phone.toml:2: sar.state must be a whole number from 0 to 4294967295"},
-      {"sar = 1\n", "phone.toml:1: sar must be a table"},
-      {"[[network]]\nrat = \"5g\"\n",
-       "phone.toml:2: network.rat must be one of gsm, umts, lte, tdscdma, nr"},
-      {"[[fault]]\nservice = \"gps\"\naction = \"drop\"\n",
-       "phone.toml:2: fault.service must be one of vendor, nas, sar, vs, uim, pdc, diag, any"},
-      {"[[fault]]\nnth = 1\n", "phone.toml:1: fault.action is missing"},
-      {"[[fault]]\naction = \"drop\"\nms = 5\n", "phone.toml:3: fault: unknown key \"ms\""},
-      {"[[fault]]\nkind = true\naction = \"drop\"\n",
-       "phone.toml:2: fault.kind must be one of request, response, indication"},
-      {"[[fault]]\naction = \"delay\"\n", "phone.toml:1: fault.ms is missing"},
-      {"[[fault]]\naction = \"change\"\nat = 7\noctets = [256]\n",
-       "phone.toml:4: fault.octets must be a list of whole numbers from 0 to 255"},
-      {"[fault]\naction = \"drop\"\n",
-       "phone.toml:1: fault must be a list of tables, each under [[fault]]"},
-      {"# \xC9\xA7\n[\xEF\xBB\x9F",
-       "phone.toml:2: characters outside ASCII are written as escapes, like \\u00E9"},
-      {"a = \"#\" # \xC9\n\"\xC9\"",
-       "phone.toml:2: characters outside ASCII are written as escapes, like \\u00E9"},
-      {"[statistics]\noutdated_logs = 5\n",
-       "phone.toml:2: statistics.outdated_logs must be a list of numbers"},
-  };
-  for (const auto& row : kRows) {
-    sim::PhoneConfig config;
-    config.sar_state = 99;
-    std::string why;
-    EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
-    EXPECT_EQ(why, row.why);
-    EXPECT_EQ(config.sar_state, 99u) << "a bad text changes nothing";
-  }
-  sim::PhoneConfig config;
-  std::string why;
-  EXPECT_FALSE(sim::parse_phone_config("[sar\n", &config, &why));
-  EXPECT_TRUE(why.starts_with("phone.toml:1: ")) << why;
-  ASSERT_TRUE(sim::parse_phone_config("[[network]] # \xC9\xA7\nname = \"\\\"#\\u00E9\" # \xC9\n",
-                                      &config, &why))
-      << why;
-  EXPECT_EQ(config.networks[0].name, "\"#\u00E9");
-  ASSERT_TRUE(sim::parse_phone_config(sim::kDefaultPhoneToml, &config, &why)) << why;
-  EXPECT_EQ(config.networks.size(), 3u);
-  EXPECT_EQ(config.networks[0].status, 0b01100101) << "serving, home, allowed, preferred";
-  EXPECT_TRUE(config.faults.empty());
 }
 
 // ---- faults, as a client sees them

@@ -183,64 +183,6 @@ TEST_F(Vs, RequestsGetWhatThePhoneHasOfThem) {
   EXPECT_EQ(feature(client), 0);
 }
 
-TEST(VsConfig, MistakesAreNamedWithTheirLine) {
-  static const struct {
-    std::string toml;
-    const char* why;
-  } kRows[] = {
-      {"[measurements.sub2]\n", "phone.toml:1: measurements: unknown key \"sub2\""},
-      {"[measurements.sub0]\nrats = 1\n", "phone.toml:2: measurements.sub0: unknown key \"rats\""},
-      {"[measurements.sub1.gsm]\n\npeak = 1\n",
-       "phone.toml:3: measurements.sub1.gsm: unknown key \"peak\""},
-      {"[measurements.sub0]\nrat = \"5g\"\n",
-       "phone.toml:2: measurements.sub0.rat must be one of none, gsm, wcdma, lte, nr, or a number"},
-      {"[measurements.sub0.lte_pcc]\npci = 65536\n",
-       "phone.toml:2: measurements.sub0.lte_pcc.pci must be a whole number from 0 to 65535"},
-      {"[measurements.sub0.lte_power]\nmax_power = -32769\n",
-       "phone.toml:2: measurements.sub0.lte_power.max_power must be a whole number from -32768 to "
-       "32767"},
-      {"[measurements.sub0.lte_power]\nmax_power = 23.5\n",
-       "phone.toml:2: measurements.sub0.lte_power.max_power must be a whole number from -32768 to "
-       "32767"},
-      {"[measurements.sub0.nr_pcc]\nrsrp = [1, 2, 3]\n",
-       "phone.toml:2: measurements.sub0.nr_pcc.rsrp must be a list of 4"},
-      {"[measurements.sub0.nr_pcc]\nrsrp = [1, 2, 3, \"4\"]\n",
-       "phone.toml:2: measurements.sub0.nr_pcc.rsrp holds something that is not a number"},
-      {"[measurements.sub0.nr_pcc]\nrsrp = -90\n",
-       "phone.toml:2: measurements.sub0.nr_pcc.rsrp must be a list of numbers"},
-      {"[measurements.sub0.nr_pcc]\nrsrq = 1e39\n",
-       "phone.toml:2: measurements.sub0.nr_pcc.rsrq holds a number that does not fit"},
-      {"[measurements.sub0.nr_antenna]\ntx_new = []\n",
-       "phone.toml:2: measurements.sub0.nr_antenna.tx_new must be a list of 2"},
-      {"[measurements.sub0.nr_antenna]\nrx_old = [0, 0, 0, 2147483648]\n",
-       "phone.toml:2: measurements.sub0.nr_antenna.rx_old must be a list of whole numbers from "
-       "-2147483648 to 2147483647"},
-      {"[measurements.sub0.raw]\n\"0x\" = \"\"\n",
-       "phone.toml:2: measurements.sub0.raw.0x is not the id of a record"},
-      {"[measurements.sub0.raw]\n\"0x100000000\" = \"\"\n",
-       "phone.toml:2: measurements.sub0.raw.0x100000000 is not the id of a record"},
-      {"[measurements.sub0.raw]\n\"0x52\" = \"01 2\"\n",
-       "phone.toml:2: measurements.sub0.raw.0x52 must be octets in hex, like \"01 A0\""},
-      {"[measurements.sub0.raw]\n\"0x52\" = \"1 2\"\n",
-       "phone.toml:2: measurements.sub0.raw.0x52 must be octets in hex, like \"01 A0\""},
-      {"[measurements.sub0.raw]\n\"0x52\" = \"" + std::string(1402, '0') + "\"\n",
-       "phone.toml:2: measurements.sub0.raw.0x52 has more than 700 octets"},
-      {"[modem]\nabsent = [\"nas\", \"gps\"]\n",
-       "phone.toml:2: modem.absent holds \"gps\", which is none of vendor, nas, sar, vs, uim, pdc, "
-       "diag"},
-      {"[modem]\nabsent = \"nas\"\n", "phone.toml:2: modem.absent must be a list of texts"},
-      {"[statistics]\ncmd_fail_count = -1\n",
-       "phone.toml:2: statistics.cmd_fail_count must be a whole number from 0 to "
-       "9223372036854775807"},
-  };
-  for (const auto& row : kRows) {
-    sim::PhoneConfig config;
-    std::string why;
-    EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
-    EXPECT_EQ(why, row.why);
-  }
-}
-
 TEST(VsConfig, CommandCountsStandBehindTheDiagLogs) {
   sim::PhoneConfig config;
   std::string why;

@@ -48,7 +48,7 @@ TEST(HostilePhone, ADirectoryWithOtherFilesIsLeftAsItIs) {
       "find . -type f -exec touch -d \"1 day ago\" {} +; before=$(find . -ls | sort);"
       "export VEX_PHONE=$HOME;"
       "vex 4 1 0 550 >/tmp/out; vex 11 3 1 >/tmp/out; vex >/tmp/out;"
-      "for verb in init show serve \"shell true\"; do vex-phone $verb; echo status $?; done;"
+      "for verb in init show serve \"shell true\"; do timeout 20 vex-phone $verb; echo status $?; done;"
       "[ \"$before\" = \"$(find . -ls | sort)\" ] && echo untouched");
   EXPECT_TRUE(contains(ran.output, "vex: /tmp/home is no phone: it has files but no phone.toml"))
       << ran.output;

@@ -70,7 +70,8 @@ FileLock::FileLock(const Folder& folder, const std::string& name) {
     file_ = std::move(file);
     return;
   }
-  why_ = error == EWOULDBLOCK ? "locked" + holder(file.get()) + " for more than 5 s" : reason(error);
+  why_ =
+      error == EWOULDBLOCK ? "locked" + holder(file.get()) + " for more than 5 s" : reason(error);
   folder.report(name, why_);
 }
 

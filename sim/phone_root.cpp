@@ -56,11 +56,12 @@ int make_directories(const std::string& path) {
 }
 
 int make_marker(int directory) {
-  const Descriptor marker(::openat(directory, kMarker,
-                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  const Descriptor marker(
+      ::openat(directory, kMarker, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!marker) return errno == EEXIST ? 0 : errno;
   // Its being there is what counts; the text is for a person.
-  [[maybe_unused]] const ssize_t written = ::write(marker.get(), kMarkerText, sizeof kMarkerText - 1);
+  [[maybe_unused]] const ssize_t written =
+      ::write(marker.get(), kMarkerText, sizeof kMarkerText - 1);
   ::fsync(marker.get());
   ::fsync(directory);
   return 0;
@@ -84,7 +85,8 @@ int PhoneRoot::find(std::string* why) const {
   const Descriptor directory = open_directory(path_);
   const int error = directory ? look(directory.get()) : errno;
   struct stat status {};
-  if (error == ENOTEMPTY && ::fstatat(directory.get(), kPhoneToml, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+  if (error == ENOTEMPTY &&
+      ::fstatat(directory.get(), kPhoneToml, &status, AT_SYMLINK_NOFOLLOW) == 0) {
     *why = path_ + "/" + kPhoneToml + ": " + reason(S_ISLNK(status.st_mode) ? ELOOP : ENXIO);
   } else if (error == ENOTEMPTY) {
     *why = path_ + " is no phone: it has files but no phone.toml";

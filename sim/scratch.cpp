@@ -19,9 +19,9 @@ namespace sim {
 namespace {
 
 constexpr std::string_view kPrefix = "write-";
-constexpr size_t kDigits = 16;       // hexadecimal, of a random number
-constexpr time_t kAbandoned = 600;   // seconds; no writer is that long about one file
-constexpr int kNames = 16;           // tried before giving up
+constexpr size_t kDigits = 16;      // hexadecimal, of a random number
+constexpr time_t kAbandoned = 600;  // seconds; no writer is that long about one file
+constexpr int kNames = 16;          // tried before giving up
 
 int open_folder(int root, Descriptor* folder) {
   const int flags = O_RDONLY | O_DIRECTORY;

@@ -48,7 +48,8 @@ TEST(HostilePhone, ADirectoryWithOtherFilesIsLeftAsItIs) {
       "find . -type f -exec touch -d \"1 day ago\" {} +; before=$(find . -ls | sort);"
       "export VEX_PHONE=$HOME;"
       "vex 4 1 0 550 >/tmp/out; vex 11 3 1 >/tmp/out; vex >/tmp/out;"
-      "for verb in init show serve \"shell true\"; do timeout 20 vex-phone $verb; echo status $?; done;"
+      "for verb in init show serve \"shell true\"; do timeout 20 vex-phone $verb; echo status $?; "
+      "done;"
       "[ \"$before\" = \"$(find . -ls | sort)\" ] && echo untouched");
   EXPECT_TRUE(contains(ran.output, "vex: /tmp/home is no phone: it has files but no phone.toml"))
       << ran.output;
@@ -81,7 +82,8 @@ TEST(HostilePhone, NothingIsReachedThroughALink) {
         "before=$(cd /tmp/outside; find . -ls | sort);"
         "vex-phone init; cd .local/state/vex/phone; mkdir -p data; rm -rf " +
         name + "; ln -s /tmp/outside " + name + "; timeout 20 " + row.command +
-        " >/tmp/out; [ \"$before\" = \"$(cd /tmp/outside; find . -ls | sort)\" ] && echo untouched");
+        " >/tmp/out; [ \"$before\" = \"$(cd /tmp/outside; find . -ls | sort)\" ] && echo "
+        "untouched");
     EXPECT_TRUE(contains(ran.output, "vex/phone/" + name)) << ran.output;
     EXPECT_TRUE(contains(ran.output, "a symbolic link, which is not followed")) << ran.output;
     EXPECT_TRUE(contains(ran.output, "untouched")) << name << "\n" << ran.output;
@@ -102,7 +104,8 @@ TEST(HostilePhone, WhatIsNoFileInTheirPlaceIsNamedAndHoldsNobody) {
            "vex: /tmp/home/.local/state/vex/phone/nv/0/550: not a regular file",
            "vex: /tmp/home/.local/state/vex/phone/properties: not a regular file",
            "vex-phone: /tmp/home/.local/state/vex/phone/modem.sock: there, but not a socket",
-           "vex-phone: /tmp/home/.local/state/vex/phone/log/modem.log: not a regular file; going on",
+           "vex-phone: /tmp/home/.local/state/vex/phone/log/modem.log: not a regular file; going "
+           "on",
        }) {
     EXPECT_TRUE(contains(ran.output, line)) << line << "\n" << ran.output;
   }

@@ -10,17 +10,25 @@ namespace {
 
 constexpr uint8_t kSubMax = 2;              // the third one is for a customer's tests
 constexpr uint32_t kFileMax = 1024 * 1024;  // octets
+// What one client may have begun and not ended. The tool has one transfer at a time.
+constexpr size_t kTransfersMax = 8;
+constexpr size_t kTransferOctetsMax = 32 * 1024 * 1024;
 
 std::string nv_path(const kelvor_nvefs_req& request) {
   return nv_item_path(request.sub, request.nv_id);
 }
 
 // Below efs/: the path, which ends at its length or its first zero octet, in its subscription's
-// folder. A path without a name is given none at all, and refused as that.
+// folder. Slashes that change nothing are left out, so that a file has one spelling. A path of
+// slashes only becomes empty, which Folder refuses.
 std::string efs_path(uint8_t sub, const char* path, size_t length) {
-  const std::string_view name(path, strnlen(path, length));
-  if (name.find_first_not_of('/') == std::string_view::npos) return "";
-  return std::to_string(sub) + "/" + std::string(name);
+  std::string names;
+  for (const char c : std::string_view(path, strnlen(path, length))) {
+    if (c != '/' || !names.ends_with('/')) names += c;
+  }
+  if (names.ends_with('/')) names.pop_back();
+  if (names.starts_with('/')) names.erase(0, 1);
+  return names.empty() ? "" : std::to_string(sub) + "/" + names;
 }
 
 std::string efs_path(const kelvor_nvefs_req& request) {
@@ -98,49 +106,70 @@ void NvEfs::nv_write(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
 
 void NvEfs::efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
-  const Key key{client, false, path};
   if (request.data_done == 0) {
     std::string file;
     reply->result = -efs_.read(path, &file);
     if (reply->result != 0) return;
-    transfers_[key] = std::move(file);
+    begin(client, {false, path, std::move(file)});
   }
-  const auto found = transfers_.find(key);
-  if (found == transfers_.end() || request.data_done > found->second.size()) {
+  const Transfer* const transfer = find(client, false, path);
+  if (transfer == nullptr || request.data_done > transfer->octets.size()) {
     reply->result = -EINVAL;
     return;
   }
-  put_chunk(found->second, request.data_done, reply);
-  const size_t end = request.data_done + static_cast<size_t>(reply->data_len_send);
-  if (end == found->second.size()) transfers_.erase(found);
+  put_chunk(transfer->octets, request.data_done, reply);
+  const size_t done = request.data_done + static_cast<size_t>(reply->data_len_send);
+  if (done == transfer->octets.size()) end(client, transfer);
 }
 
 void NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
-  const Key key{client, true, path};
   if (request.data_len > kFileMax) {
     reply->result = -EFBIG;
     return;
   }
-  if (request.data_done == 0) transfers_[key].clear();
-  const auto found = transfers_.find(key);
-  if (found == transfers_.end() || request.data_done != found->second.size() ||
+  if (request.data_done == 0) begin(client, {true, path, {}});
+  Transfer* const transfer = find(client, true, path);
+  if (transfer == nullptr || request.data_done != transfer->octets.size() ||
       request.data_len_cur > sizeof request.data || request.data_done > request.data_len ||
       request.data_len - request.data_done < request.data_len_cur) {
     reply->result = -EINVAL;
     return;
   }
-  found->second.append(reinterpret_cast<const char*>(request.data), request.data_len_cur);
+  transfer->octets.append(reinterpret_cast<const char*>(request.data), request.data_len_cur);
   reply->data_len_all = request.data_len;
-  reply->data_len_recv = static_cast<uint32_t>(found->second.size());
-  if (found->second.size() != request.data_len) return;
-  reply->result = -efs_.write(path, found->second);
-  transfers_.erase(found);
+  reply->data_len_recv = static_cast<uint32_t>(transfer->octets.size());
+  if (transfer->octets.size() != request.data_len) return;
+  reply->result = -efs_.write(path, transfer->octets);
+  end(client, transfer);
 }
 
-void NvEfs::client_gone(Address client) {
-  std::erase_if(transfers_,
-                [&](const auto& transfer) { return std::get<0>(transfer.first) == client; });
+void NvEfs::begin(Address client, Transfer transfer) {
+  // A write counts with what it may grow to.
+  const auto size = [](const Transfer& t) { return t.writing ? kFileMax : t.octets.size(); };
+  end(client, find(client, transfer.writing, transfer.path));
+  std::list<Transfer>& all = transfers_[client];
+  all.push_back(std::move(transfer));
+  size_t octets = 0;
+  for (const Transfer& one : all) octets += size(one);
+  while (all.size() > kTransfersMax || (octets > kTransferOctetsMax && all.size() > 1)) {
+    octets -= size(all.front());
+    all.pop_front();
+  }
+}
+
+NvEfs::Transfer* NvEfs::find(Address client, bool writing, const std::string& path) {
+  const auto all = transfers_.find(client);
+  if (all == transfers_.end()) return nullptr;
+  const auto found = std::ranges::find_if(all->second, [&](const Transfer& transfer) {
+    return transfer.writing == writing && transfer.path == path;
+  });
+  return found != all->second.end() ? &*found : nullptr;
+}
+
+void NvEfs::end(Address client, const Transfer* transfer) {
+  if (transfer == nullptr) return;
+  transfers_[client].remove_if([=](const Transfer& one) { return &one == transfer; });
 }
 
 }  // namespace sim

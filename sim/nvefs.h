@@ -2,13 +2,14 @@
 //
 // Items and files are kept in the modem's storage. A file that is written in chunks is gathered
 // in memory and kept when it is whole; a file that is read in chunks is read once, at its first
-// chunk, so that nobody's write shows in the middle.
+// chunk, so that nobody's write shows in the middle. A client has room for a few transfers at a
+// time: one more ends its oldest, whose next chunk is refused.
 #ifndef SIM_NVEFS_H_
 #define SIM_NVEFS_H_
 
+#include <list>
 #include <map>
 #include <string>
-#include <tuple>
 
 #include "platform/idl/vendor_payload.h"
 #include "sim/bus.h"
@@ -26,20 +27,29 @@ class NvEfs {
   // The octets of the reply that are meaningful.
   size_t handle(Address client, const uint8_t (&request)[512], kelvor_nvefs_rsp* reply);
   // Transfers in progress are forgotten.
-  void client_gone(Address client);
+  void client_gone(Address client) { transfers_.erase(client); }
   void forget_all() { transfers_.clear(); }
 
  private:
-  using Key = std::tuple<Address, bool, std::string>;  // client, writing, path below efs/
+  // A file on its way to a client or from it.
+  struct Transfer {
+    bool writing;
+    std::string path;    // below efs/
+    std::string octets;  // of a write: those that have come
+  };
 
   void nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
   void nv_write(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
   void efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
   void efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
+  // Begins a transfer, in the place of the client's last one of the kind and path.
+  void begin(Address client, Transfer transfer);
+  Transfer* find(Address client, bool writing, const std::string& path);
+  void end(Address client, const Transfer* transfer);
 
   Store nv_;
   Store efs_;
-  std::map<Key, std::string> transfers_;
+  std::map<Address, std::list<Transfer>> transfers_;  // by client, the oldest first
 };
 
 }  // namespace sim

@@ -1,5 +1,10 @@
 // NV items and EFS files through the library, against the simulated modem.
 
+#include "sim/nvefs.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <thread>
 
 #include "platform/idl/vendor_payload.h"
@@ -284,6 +289,52 @@ TEST_F(NvEfs, AReplyWithoutItsResultIsNoSuccess) {
   for (const auto& call : calls) {
     const std::string output = output_of([&] { EXPECT_EQ(call(), -108) << &call - calls; });
     EXPECT_TRUE(said(output, "qmi response fail")) << output;
+  }
+}
+
+TEST_F(NvEfs, AClientThatBeginsMoreTransfersThanTheModemKeepsLosesItsOldest) {
+  using Paths = std::vector<std::string>;
+  const Paths eight = {"/0", "/1", "/2", "/3", "/4", "/5", "/6", "/7"};
+  const Paths nine = {"/0", "/1", "/2", "/3", "/4", "/5", "/6", "/7", "/8"};
+  const struct {
+    const char* rule;
+    uint8_t operation;
+    size_t octets;  // of each file
+    Paths begun;
+    const char* continued;
+    int result;
+  } rows[] = {
+      {"two spellings of a file", KELVOR_NVEFS_EFS_READ, 1000, {"/d//0"}, "d/0/", 0},
+      {"eight reads", KELVOR_NVEFS_EFS_READ, 1000, eight, "/0", 0},
+      {"nine reads", KELVOR_NVEFS_EFS_READ, 1000, nine, "/0", -EINVAL},
+      {"of which the second goes on", KELVOR_NVEFS_EFS_READ, 1000, {}, "/1", 0},
+      {"one file read nine times", KELVOR_NVEFS_EFS_READ, 1000, Paths(9, "/0"), "/2", 0},
+      {"two large files", KELVOR_NVEFS_EFS_READ, 16 << 20, {"/0", "/1"}, "/0", 0},
+      {"a third", KELVOR_NVEFS_EFS_READ, 16 << 20, {"/2"}, "/0", -EINVAL},
+      {"eight writes", KELVOR_NVEFS_EFS_WRITE, 0, eight, "/0", 0},
+      {"nine writes", KELVOR_NVEFS_EFS_WRITE, 0, nine, "/0", -EINVAL},
+  };
+  sim::NvEfs modem(sim::Storage(directory_.phone(), false));
+  const auto chunk = [&](const auto& row, const std::string& path, uint32_t done) {
+    kelvor_nvefs_req request{};
+    request.operation = row.operation;
+    request.path_len = static_cast<uint8_t>(path.copy(request.path, sizeof request.path));
+    request.data_len = 1000;
+    request.data_done = done;
+    request.data_len_cur = 400;
+    uint8_t octets[512];
+    std::memcpy(octets, &request, sizeof octets);
+    kelvor_nvefs_rsp reply;
+    modem.handle({1, 7}, octets, &reply);
+    return reply.result;
+  };
+  for (const auto& row : rows) {
+    for (const std::string& path : row.begun) {
+      directory_.write("efs/0" + path, "");
+      std::filesystem::resize_file(directory_.root() + "/efs/0" + path, row.octets);
+      EXPECT_EQ(chunk(row, path, 0), 0) << row.rule;
+    }
+    EXPECT_EQ(chunk(row, row.continued, 400), row.result) << row.rule;
   }
 }
 

@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -18,6 +20,8 @@ namespace {
 constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
 // Datagrams taken from one client before the others have their turn.
 constexpr int kTurn = 32;
+// Descriptors that clients do not get: the modem needs some for its files and the bus.
+constexpr rlim_t kSpareDescriptors = 16;
 constexpr const char kSocketLock[] = "modem.sock.lock";
 
 enum class Standing { kNothing, kSocket, kSomethingElse };
@@ -29,6 +33,14 @@ Standing what_stands(const Phone& phone) {
     return Standing::kNothing;
   }
   return S_ISSOCK(status.st_mode) ? Standing::kSocket : Standing::kSomethingElse;
+}
+
+// The kernel gives the lowest number that is free.
+bool leaves_enough(int fd) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  const rlim_t spare = std::min(kSpareDescriptors, limit.rlim_cur / 2);
+  return static_cast<rlim_t>(fd) < limit.rlim_cur - spare;
 }
 
 }  // namespace
@@ -164,6 +176,12 @@ void Server::accept_all() {
       return;
     }
     if (!qcci::local_peer_trusted(fd)) {
+      ::close(fd);
+      continue;
+    }
+    if (!leaves_enough(fd)) {
+      const auto bye = qcci::ControlPacket::of_client(qcci::Control::kBye, {Bus::kNode, 0});
+      qcci::local_frame_write(fd, Bus::kControl, bye.octets());
       ::close(fd);
       continue;
     }

@@ -1,4 +1,5 @@
-// The local-socket door to a served modem.
+// The local-socket door to a served modem. A client for whom there is no descriptor left is refused
+// and told so.
 #ifndef SIM_SERVER_H_
 #define SIM_SERVER_H_
 

@@ -1,12 +1,18 @@
 // The programs as a person runs them.
 
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <thread>
 
+#include "qcci/link/local_socket.h"
+#include "sim/server.h"
 #include "support/desk.h"
 
 namespace {
@@ -237,6 +243,36 @@ TEST_F(Tool, AServedModemIsUsedByEveryoneAndByNobodyElse) {
   for (int i = 1; i <= 20; ++i) {
     EXPECT_EQ(directory_.file("nv/1/" + std::to_string(i)), std::string(1, static_cast<char>(i)));
   }
+}
+
+TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSome) {
+  const rlimit limit{64, 64};
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  std::string why;
+  const sim::Phone phone = directory_.phone();
+  const auto modem = sim::make_modem(phone, &why);
+  sim::Server server(*modem);
+  ASSERT_TRUE(server.listen(phone, &why)) << why;
+  const std::string path = directory_.root() + "/modem.sock";
+  const sim::Descriptor stop(::eventfd(0, EFD_CLOEXEC));
+  std::thread serving([&] {
+    sim::Door* const doors[] = {&server};
+    sim::serve_modem(*modem, doors, stop.get());
+  });
+  qcci::LocalSocketLink clients(path);
+  qcci::Endpoint last;
+  while (clients.open(&last)) {
+  }
+  EXPECT_EQ(errno, EUSERS);
+  EXPECT_EQ(phone.nv().write("0/1", "x"), 0);
+  EXPECT_TRUE(said(run("VEX_MODEM=unix:" + path + " $BIN/vex 5 5").output,
+                   "vex: no modem: the one served at " + path + " has no room for another client"));
+  EXPECT_TRUE(said(run("$BIN/vex 5 5").output,
+                   "vex: the served modem has no room for another client; using an embedded one"));
+  clients.close(last.id);
+  EXPECT_TRUE(clients.open(&last)) << "the room of one that has gone";
+  ::eventfd_write(stop.get(), 1);
+  serving.join();
 }
 
 TEST_F(Tool, DiagReachesAServedModemAndAnEmbeddedOneAlike) {

@@ -63,6 +63,22 @@ std::unique_ptr<qcci::Link> embedded() {
   return sim::make_embedded_link(std::move(modem));
 }
 
+// What errno says of a served modem that could not be connected to: the end of a sentence.
+std::string unavailable(int error) {
+  switch (error) {
+    case EUSERS:
+      return "has no room for another client";
+    case EPERM:
+      return "belongs to another user";
+    case ENOENT:
+    case ECONNREFUSED:
+    case ETIMEDOUT:
+      return "does not answer";
+    default:
+      return std::string("cannot be reached: ") + std::strerror(error);
+  }
+}
+
 }  // namespace
 
 const sim::Phone& phone() {
@@ -92,17 +108,21 @@ std::unique_ptr<Link> make_process_link() {
   if (wanted.empty()) {
     auto served = std::make_unique<LocalSocketLink>(sim::Server::socket_path(host::phone()));
     if (served->answers()) return served;
+    const std::string why = host::unavailable(errno);
     if (sim::Server::is_served(host::phone())) {
-      std::fprintf(stderr, "vex: the served modem does not answer; using an embedded one\n");
+      std::fprintf(stderr, "vex: the served modem %s; using an embedded one\n", why.c_str());
     }
     return host::embedded();
   }
   if (wanted == "embedded") return host::embedded();
   if (wanted.starts_with("unix:")) {
-    auto served = std::make_unique<LocalSocketLink>(wanted.substr(5));
-    if (!served->answers()) {
-      std::fprintf(stderr, "vex: no modem: nobody serves one at %s\n", wanted.c_str() + 5);
-    }
+    const std::string path = wanted.substr(5);
+    auto served = std::make_unique<LocalSocketLink>(path);
+    if (served->answers()) return served;
+    const bool nobody = errno == ENOENT || errno == ECONNREFUSED;
+    const std::string why = nobody ? "nobody serves one at " + path
+                                   : "the one served at " + path + " " + host::unavailable(errno);
+    std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
     return served;
   }
   if (wanted == "qrtr") {

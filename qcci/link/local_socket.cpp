@@ -49,6 +49,25 @@ int with_address(const std::string& path, Call call) {
   return result;
 }
 
+// Takes the server's first record. 0, or an errno number as in the header.
+int greeting(int fd, Address* own) {
+  if (!local_peer_trusted(fd)) return EPERM;
+  pollfd readable{fd, POLLIN, 0};
+  platform::Clock& clock = platform::clock();
+  Address from;
+  std::vector<uint8_t> octets;
+  ControlPacket packet;
+  if (clock.poll_until(&readable, 1, clock.now() + kHelloTime) <= 0 ||
+      local_frame_read(fd, &from, &octets) <= 0 || from.port != kControlPort ||
+      !ControlPacket::parse(octets, &packet)) {
+    return ETIMEDOUT;
+  }
+  if (packet.command == Control::kBye) return EUSERS;
+  if (packet.command != Control::kHello || packet.client().node != from.node) return ETIMEDOUT;
+  *own = packet.client();
+  return 0;
+}
+
 }  // namespace
 
 Sent local_frame_write(int fd, Address peer, std::span<const uint8_t> octets) {
@@ -112,21 +131,11 @@ int LocalSocketLink::open_descriptor(Address* own) {
   if (fd < 0) return -1;
   const timeval limit{0, std::chrono::microseconds(kHelloTime).count()};
   ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  if (local_connect(fd, path_) == 0 && local_peer_trusted(fd)) {
-    pollfd readable{fd, POLLIN, 0};
-    platform::Clock& clock = platform::clock();
-    const platform::Time deadline = clock.now() + kHelloTime;
-    Address from;
-    std::vector<uint8_t> octets;
-    ControlPacket hello;
-    if (clock.poll_until(&readable, 1, deadline) > 0 && local_frame_read(fd, &from, &octets) > 0 &&
-        from.port == kControlPort && ControlPacket::parse(octets, &hello) &&
-        hello.command == Control::kHello && hello.client().node == from.node) {
-      *own = hello.client();
-      return fd;
-    }
-  }
+  int error = local_connect(fd, path_) == 0 ? greeting(fd, own) : errno;
+  if (error == 0) return fd;
+  if (error == EAGAIN) error = ETIMEDOUT;  // it takes no connections
   ::close(fd);
+  errno = error;
   return -1;
 }
 

@@ -1,9 +1,9 @@
 // The local-socket link: a simulated phone that another process serves.
 //
 // AF_UNIX, SOCK_SEQPACKET; a connection is an endpoint, and a record is a datagram behind the
-// address of its other end. The server's first record is HELLO from its control port, which tells
-// the endpoint its own address. Each side takes the other only when it belongs to the same user or
-// to root.
+// address of its other end. The server's first record comes from its control port: HELLO tells the
+// endpoint its own address; BYE says that the server has no room for another client, and ends the
+// connection. Each side takes the other only when it belongs to the same user or to root.
 #ifndef QCCI_LINK_LOCAL_SOCKET_H_
 #define QCCI_LINK_LOCAL_SOCKET_H_
 
@@ -32,6 +32,8 @@ bool local_peer_trusted(int fd);
 int local_bind(int fd, const std::string& path);
 int local_connect(int fd, const std::string& path);
 
+// errno says why a server does not answer: EUSERS when it has no room for another client, ETIMEDOUT
+// when it is there but does not greet, EPERM when it is another user's, else as of connect.
 class LocalSocketLink final : public PollLink {
  public:
   explicit LocalSocketLink(std::string path);

@@ -16,5 +16,6 @@ const char* kelvor_utils_get_pid_name(void) { return "vex"; }
 void kelvor_utils_syslog_dbg(const char*, ...) {}
 void kelvor_utils_syslog_err(const char*, ...) {}
 void platform_sleep_ms(uint32_t) {}
+void platform_wait_for_modem_ms(uint32_t) {}
 
 }  // extern "C"

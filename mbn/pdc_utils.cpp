@@ -148,7 +148,7 @@ extern "C" int pdc_init(void) {
       return result = PDC_OK;
     }
     TRACE_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %u", error, attempt);
-    platform_sleep_ms(pdc::kConnectPauseMs);
+    platform_wait_for_modem_ms(pdc::kConnectPauseMs);
   }
   return result;
 }

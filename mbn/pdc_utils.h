@@ -68,9 +68,9 @@ enum {
   PDC_REQ_DEFAULT_INFO = 10,
 };
 
-// Connects: 20 attempts of up to 4 s, with 5 s after each that failed. 0, or -1. A client that is
-// connected is to be cleaned first. Requests that are under way are left as they are; they end by
-// their timers.
+// Connects: 20 attempts of up to 4 s, with 5 s after each that failed; without a wait where no
+// modem can come (platform/qmi_client.h). 0, or -1. A client that is connected is to be cleaned
+// first. Requests that are under way are left as they are; they end by their timers.
 int pdc_init(void);
 // Ends the connection, if there is one. Requests that are under way end by their timers.
 void pdc_clean(void);

@@ -13,7 +13,8 @@
 
 #include "qcci/link/local_socket.h"
 #include "sim/server.h"
-#include "support/desk.h"
+#include "support/command.h"
+#include "support/vireo_desk.h"
 
 namespace {
 
@@ -177,6 +178,44 @@ TEST_F(Tool, AVariableThatIsNoNumberOfItsRangeIsToldOnceAndHasItsDefault) {
   EXPECT_EQ(directory_.file("log/system.log").find("SUB["), std::string::npos);
 }
 
+TEST_F(Tool, NoCommandWaitsForAModemThatCannotCome) {
+  desk::TestClock& clock = desk::TestClock::install();
+  desk::call_process("vex");
+  const struct {
+    const char* modem;
+    const char* toml;
+    bool never;
+  } modems[] = {{"embedded", "", false},
+                {"embedded", "bad = 1\n", true},
+                {"unix:/nowhere", "", true},
+                {"qmi", "", true}};
+  for (const auto& [modem, toml, never] : modems) {
+    directory_.write("phone.toml", toml);
+    ::setenv("VEX_MODEM", modem, 1);
+    EXPECT_EQ(qcci::make_process_link()->never_opens(), never) << modem << toml;
+  }
+  clock.run_by_itself();
+  const std::pair<desk::Handler, const char*> commands[] = {
+      {kelvor_test_rf_do, "3 4"},
+      {kelvor_test_nvefs_do, "4 1 0 550"},
+      {kelvor_test_cmn_do, "5 0 0 0 500 0"},
+      {kelvor_test_cmn_do, "5 5"},
+      {kelvor_test_cmn_do, "5 10 4 1"},
+      {kelvor_test_qmi_send_data_do, "6 0 1"},
+      {kelvor_test_modem_stats_do, "7 1 0"},
+      {kelvor_test_qmi_modem_stats_do, "9 31 3"},
+      {kelvor_test_mbn_do, "10 0 3"},
+      {kelvor_smart_test_do, "11 2"},
+      {kelvor_test_qmi_do, "12 0"},
+  };
+  for (const auto& [command, words] : commands) {
+    EXPECT_TRUE(desk::run_command(command, words).find("fail") != std::string::npos) << words;
+    EXPECT_EQ(clock.passed().count(), 0) << words;
+  }
+  desk::run_command(kelvor_smart_test_do, "11 8 2");
+  EXPECT_GE(clock.passed(), std::chrono::seconds(2)) << "what the user asked for";
+}
+
 TEST_F(Tool, EveryLineOfTheLogIsOneMessage) {
   run("$BIN/vex 4 1 0 550; $BIN/vex 0");
   std::ifstream log(directory_.root() + "/log/system.log");
@@ -267,6 +306,9 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   EXPECT_EQ(phone.nv().write("0/1", "x"), 0);
   EXPECT_TRUE(said(run("VEX_MODEM=unix:" + path + " $BIN/vex 5 5").output,
                    "vex: no modem: the one served at " + path + " has no room for another client"));
+  ::setenv("VEX_MODEM", ("unix:" + path).c_str(), 1);
+  EXPECT_FALSE(qcci::make_process_link()->never_opens()) << "a client may leave";
+  ::unsetenv("VEX_MODEM");
   EXPECT_TRUE(said(run("$BIN/vex 5 5").output,
                    "vex: the served modem has no room for another client; using an embedded one"));
   clients.close(last.id);

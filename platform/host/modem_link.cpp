@@ -19,10 +19,11 @@
 namespace host {
 namespace {
 
-// No bus: every open fails.
+// No bus.
 class NoLink final : public qcci::Link {
  public:
   bool open(qcci::Endpoint*) override { return false; }
+  bool never_opens() const override { return true; }
   void close(qcci::EndpointId) override {}
   qcci::Sent send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override {
     return qcci::Sent::kCut;
@@ -34,8 +35,12 @@ class NoLink final : public qcci::Link {
   void wake() override {}
 };
 
-std::unique_ptr<qcci::Link> no_link(const std::string& why) {
+void say_no_modem(const std::string& why) {
   std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
+}
+
+std::unique_ptr<qcci::Link> no_link(const std::string& why) {
+  say_no_modem(why);
   return std::make_unique<NoLink>();
 }
 
@@ -119,10 +124,13 @@ std::unique_ptr<Link> make_process_link() {
     const std::string path = wanted.substr(5);
     auto served = std::make_unique<LocalSocketLink>(path);
     if (served->answers()) return served;
-    const bool nobody = errno == ENOENT || errno == ECONNREFUSED;
-    const std::string why = nobody ? "nobody serves one at " + path
-                                   : "the one served at " + path + " " + host::unavailable(errno);
-    std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
+    const int error = errno;
+    if (error == ENOENT || error == ECONNREFUSED) {
+      return host::no_link("nobody serves one at " + path);
+    }
+    const std::string why = "the one served at " + path + " " + host::unavailable(error);
+    if (error != EUSERS && error != ETIMEDOUT) return host::no_link(why);
+    host::say_no_modem(why);
     return served;
   }
   if (wanted == "qrtr") {

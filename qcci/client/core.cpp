@@ -57,9 +57,15 @@ void Core::start_thread() {
 }
 
 bool Core::anybody_waits_for_a_bus() const {
+  if (link_->never_opens()) return false;
   return waiting_openers_ != 0 ||
          std::any_of(clients_.begin(), clients_.end(),
                      [](const auto& entry) { return entry.second->is_notifier; });
+}
+
+// Until when a service that is not there is waited for.
+Time Core::modem_deadline(uint32_t timeout_ms) const {
+  return in(link_->never_opens() ? 0 : timeout_ms);
 }
 
 void Core::run() {
@@ -375,7 +381,7 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
   Lock lock(mutex_);
   const Stay stay(*this);
   await_answer(lock, service->id);
-  const Time deadline = in(timeout_ms);
+  const Time deadline = modem_deadline(timeout_ms);
   ++waiting_openers_;  // the library's thread looks for a bus meanwhile, if there is none
   if (!control_) link_->wake();
   int result = QMI_CLIENT_TIMED_OUT;
@@ -447,7 +453,7 @@ int Core::register_notify(Handle handle, qmi_client_notify_cb callback, void* da
 }
 
 void Core::wait_signal(qmi_client_os_params* os_params, uint32_t timeout_ms) {
-  const Time deadline = in(timeout_ms);
+  const Time deadline = modem_deadline(timeout_ms);
   Lock lock(mutex_);
   for (;;) {
     const auto notifier = find(os_params->notifier);
@@ -458,6 +464,10 @@ void Core::wait_signal(qmi_client_os_params* os_params, uint32_t timeout_ms) {
     if (os_params->timed_out == 0 || platform::clock().now() >= deadline) return;
     platform::clock().wait_until(changed_, lock, deadline);
   }
+}
+
+void Core::wait_for_modem(uint32_t milliseconds) {
+  platform::clock().sleep_until(modem_deadline(milliseconds));
 }
 
 qmi_idl_service_object_type Core::service_of(Handle handle) {

@@ -51,6 +51,8 @@ class Core {
   int register_error(Handle handle, qmi_client_error_cb callback, void* data);
   int register_notify(Handle handle, qmi_client_notify_cb callback, void* data);
   void wait_signal(qmi_client_os_params* os_params, uint32_t timeout_ms);
+  // Sleeps, unless no modem can come.
+  void wait_for_modem(uint32_t milliseconds);
   int send(Handle handle, uint32_t message, const void* request, uint32_t request_length,
            void* response, uint32_t response_length, uint32_t timeout_ms);
   // The service that a handle is of; null when it is none.
@@ -125,6 +127,7 @@ class Core {
   void lose(Handle handle, Client& client);
   void run_callbacks(Lock& lock);
 
+  platform::Time modem_deadline(uint32_t timeout_ms) const;
   bool on_own_thread() const { return std::this_thread::get_id() == thread_id_.load(); }
   bool try_open(Endpoint* endpoint);
   bool connect_control(Lock& lock);

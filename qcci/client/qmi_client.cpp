@@ -5,6 +5,7 @@
 #include <cstring>
 #include <exception>
 
+#include "platform/clock.h"
 #include "qcci/client/core.h"
 #include "qcci/idl/codec.h"
 
@@ -56,6 +57,13 @@ void qmi_cci_os_signal_wait(qmi_client_os_params* os_params, uint32_t timeout_ms
   if (os_params == nullptr) return;
   guarded([&] {
     Core::instance().wait_signal(os_params, timeout_ms);
+    return QMI_CLIENT_OK;
+  });
+}
+
+void platform_wait_for_modem_ms(uint32_t milliseconds) {
+  guarded([&] {
+    Core::instance().wait_for_modem(milliseconds);
     return QMI_CLIENT_OK;
   });
 }

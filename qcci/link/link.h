@@ -50,6 +50,8 @@ class Link {
 
   // False when there is no bus to be on; it may be tried again.
   virtual bool open(Endpoint* endpoint) = 0;
+  // Whether open will always fail, so that there is nothing to wait for. Never changes.
+  virtual bool never_opens() const { return false; }
   // Nothing is received for the endpoint once this has returned.
   virtual void close(EndpointId endpoint) = 0;
   // Waits for nobody, unless the bus itself does (see qrtr.h).

@@ -90,7 +90,7 @@ bool ServiceClient::connect(Life life) {
   qmi_client_type client = nullptr;
   int error = QMI_CLIENT_SERVICE_GONE;
   for (int attempt = 0; attempt < kAttempts && error != 0; ++attempt) {
-    if (attempt > 0) platform_sleep_ms(kBetweenAttemptsMs);
+    if (attempt > 0) platform_wait_for_modem_ms(kBetweenAttemptsMs);
     qmi_idl_service_object_type service = nullptr;
     qmi_client_os_params os_params{};
     {

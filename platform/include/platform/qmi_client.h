@@ -14,6 +14,11 @@
 // through untouched.
 //
 // Units. All time-outs are milliseconds.
+//
+// No modem. A platform may know that no modem can come as long as the process lives, a desk when
+// the simulated phone has a mistake. Then nothing waits for one: qmi_client_init_instance and
+// qmi_cci_os_signal_wait end at once, with the results that they have when their time is over. A
+// modem that has gone, or has yet to come, is waited for.
 #ifndef PLATFORM_QMI_CLIENT_H_
 #define PLATFORM_QMI_CLIENT_H_
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <sstream>
+#include <utility>
 
 #include "platform/idl/pdc.h"
 #include "sim/toml_table.h"
@@ -46,10 +48,11 @@ PdcConfig read_pdc(Table pdc, std::vector<Table> configurations) {
   config.deactivation = std::chrono::milliseconds(pdc.number("deactivation_ms", 100, 0, 86400000));
   config.frame = pdc.number("frame", PDC_CONFIGS_MAX, 1, PDC_CONFIGS_MAX);
   pdc.done();
+  std::set<std::pair<uint32_t, ConfigId>> known;
   for (Table& table : configurations) {
-    const CarrierConfig one = configuration(table);
-    if (config.find(one.type, one.id) != nullptr) table.fail("id", "is there twice");
-    config.configurations.push_back(one);
+    CarrierConfig one = configuration(table);
+    if (!known.emplace(one.type, one.id).second) table.fail("id", "is there twice");
+    config.configurations.push_back(std::move(one));
   }
   return config;
 }

@@ -65,8 +65,9 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
        "phone.toml:2: configuration.id has more than 124 octets"},
       {"[[configuration]]\nid = \"\"\n",
        "phone.toml:2: configuration.id must have 1 to 124 octets"},
-      {"[[configuration]]\nid = \"AA00\"\n[[configuration]]\nid = \"aa 00\"\n",
-       "phone.toml:4: configuration.id is there twice"},
+      {"[[configuration]]\nid = \"AA00\"\n[[configuration]]\nid = \"AA00\"\ntype = \"platform\"\n"
+       "[[configuration]]\nid = \"aa 00\"\n",
+       "phone.toml:7: configuration.id is there twice"},
       {"[measurements.sub2]\n", "phone.toml:1: measurements: unknown key \"sub2\""},
       {"[measurements.sub0]\nrats = 1\n", "phone.toml:2: measurements.sub0: unknown key \"rats\""},
       {"[measurements.sub1.gsm]\n\npeak = 1\n",

@@ -8,17 +8,9 @@
 #include <vector>
 
 #include "qcci/idl/codec.h"
-#include "qcci/idl/service.h"
+#include "support/random_message.h"
 
 namespace {
-
-std::vector<const qcci::idl::Message*> all_messages() {
-  std::vector<const qcci::idl::Message*> all;
-  for (const auto service : qcci::idl::all_services()) {
-    for (const auto& row : service->rows) all.push_back(&row.message);
-  }
-  return all;
-}
 
 bool has_overfull(std::span<const qcci::idl::Element> elements) {
   return std::any_of(elements.begin(), elements.end(), [](const qcci::idl::Element& e) {
@@ -36,9 +28,9 @@ bool has_overfull(const qcci::idl::Message& message) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const auto messages = all_messages();
+  static const auto messages = desk::all_messages();
   if (size == 0) return 0;
-  const qcci::idl::Message& message = *messages[data[0] % messages.size()];
+  const qcci::idl::Message& message = messages[data[0] % messages.size()];
   std::vector<uint8_t> c(message.c_size);
   if (qcci::idl::decode(message, {data + 1, size - 1}, c.data(), c.size()) !=
       qcci::idl::CodecError::kOk) {

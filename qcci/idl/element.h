@@ -5,17 +5,18 @@
 // take type, width and offset from the structure's member; a table that contradicts itself or its
 // structure does not compile. The same rows encode, decode, print and fuzz a message.
 //
-//   inline constexpr auto kMessage = message<kelvor_vendor_msg>(
-//       mandatory(0x01, value(QCCI_MEMBER(kelvor_vendor_msg, id))),
-//       optional(0x10, QCCI_MEMBER(kelvor_vendor_msg, data_valid),
-//                value(QCCI_MEMBER(kelvor_vendor_msg, data))));
+//   constexpr auto kMessage = [] {
+//     using S = kelvor_vendor_msg;
+//     return message<S>(mandatory(0x01, value(QCCI_MEMBER(S, id))),
+//                       optional(0x10, QCCI_MEMBER(S, data_valid), value(QCCI_MEMBER(S, data))));
+//   }();
 #ifndef QCCI_IDL_ELEMENT_H_
 #define QCCI_IDL_ELEMENT_H_
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <type_traits>
 
 namespace qcci::idl {
@@ -101,12 +102,50 @@ constexpr uint32_t item_encoded_max(const Element& e) {
   return sum;
 }
 
-struct Extent {
-  uint32_t begin, end;
+// The members of structure S that rows have taken so far: each may be taken once.
+template <class S, size_t Max>
+class Taken {
+ public:
+  constexpr void take(uint32_t begin, uint32_t octets) {
+    const uint32_t end = begin + octets;
+    if (end > sizeof(S)) bad_table("a row reaches beyond its structure");
+    for (size_t i = 0; i < used_; ++i) {
+      if (begin < ends_[i] && begins_[i] < end) bad_table("two rows share a member");
+    }
+    begins_[used_] = begin;
+    ends_[used_++] = end;
+  }
+  constexpr void take(const Element& e) {
+    take(e.offset, e.stride * (e.shape == Shape::kText ? e.max + 1 : e.max));
+    if (e.shape == Shape::kCounted) take(e.count_offset, 4);
+  }
+
+ private:
+  uint32_t begins_[Max]{}, ends_[Max]{};
+  size_t used_ = 0;
 };
-constexpr bool apart(Extent a, Extent b) { return a.end <= b.begin || b.end <= a.begin; }
-constexpr uint32_t c_octets(const Element& e) {
-  return e.stride * (e.shape == Shape::kText ? e.max + 1 : e.max);
+
+// A structure calls the count of `ids` `ids_len` and the presence flag of `id` `id_valid`, so a
+// count or a flag of another name is another member's.
+constexpr bool is_called(std::string_view name, std::string_view member, std::string_view suffix) {
+  return name.starts_with(member) && name.substr(member.size()) == suffix;
+}
+
+// An array of items behind its count.
+template <size_t CountWidth, class S, class T, size_t N>
+constexpr Element counted_items(Member<S, uint32_t> count, Member<S, T[N]> items) {
+  constexpr size_t kWidth = CountWidth != 0 ? CountWidth : smallest_count(N);
+  static_assert(N < uint64_t{1} << 8 * kWidth, "a count of that width cannot hold the maximum");
+  if (!is_called(count.name, items.name, "_len")) bad_table("the count is another array's");
+  Element e;
+  e.name = items.name;
+  e.shape = Shape::kCounted;
+  e.offset = items.offset;
+  e.count_offset = count.offset;
+  e.count_width = kWidth;
+  e.max = N;
+  e.stride = sizeof(T);
+  return e;
 }
 }  // namespace detail
 
@@ -146,11 +185,10 @@ constexpr Of<S> narrow(Of<S> of) {
 // A counted array of numbers, of the array's own capacity. CountWidth 0: as the capacity asks.
 template <size_t CountWidth = 0, class S, class T, size_t N>
 constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
-  Of<S> of = value(items);
-  of.element.shape = Shape::kCounted;
-  of.element.count_offset = count.offset;
-  of.element.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
-  return of;
+  static_assert(std::is_unsigned_v<T>, "wire numbers are unsigned");
+  Element e = detail::counted_items<CountWidth>(count, items);
+  e.wire_width = sizeof(T);
+  return {e};
 }
 
 // A counted array of numbers that a sender may overfill: decoded, it holds what it has room for,
@@ -166,14 +204,7 @@ constexpr Of<S> overfull(Member<S, uint32_t> count, Member<S, T[N]> items) {
 template <size_t CountWidth = 0, class S, class T, size_t N, size_t R>
 constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items,
                         const Record<T, R>& record) {
-  Element e;
-  e.name = items.name;
-  e.shape = Shape::kCounted;
-  e.offset = items.offset;
-  e.count_offset = count.offset;
-  e.count_width = CountWidth != 0 ? CountWidth : detail::smallest_count(N);
-  e.max = N;
-  e.stride = sizeof(T);
+  Element e = detail::counted_items<CountWidth>(count, items);
   e.record = record.elements;
   e.record_count = R;
   return {e};
@@ -208,7 +239,11 @@ constexpr Of<S> text(Member<S, char[N]> m) {
 template <class S, class... Rest>
 constexpr auto record(Of<S> first, Rest... rest) {
   static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
-  return Record<S, 1 + sizeof...(Rest)>{{first.element, rest.element...}};
+  constexpr size_t kElements = 1 + sizeof...(Rest);
+  const Record<S, kElements> record{{first.element, rest.element...}};
+  detail::Taken<S, 2 * kElements> taken;
+  for (const Element& e : record.elements) taken.take(e);
+  return record;
 }
 
 template <class S, class... Rest>
@@ -225,6 +260,9 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
   static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
   static_assert(1 + sizeof...(Rest) <= kMaxTlvElements);
   if (type < 0x10) detail::bad_table("optional types are 0x10 and above");
+  if (sizeof...(Rest) == 0 && !detail::is_called(flag.name, first.element.name, "_valid")) {
+    detail::bad_table("the flag is another member's");
+  }
   Tlv tlv{type, true, 1 + sizeof...(Rest), flag.offset, {first.element, rest.element...}};
   return {tlv};
 }
@@ -232,42 +270,29 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
 template <class S, size_t N>
 struct MessageTable {
   Tlv tlvs[N];
+  uint32_t max_encoded;
 
-  constexpr Message view() const {
-    uint32_t sum = 0;
-    for (const Tlv& tlv : tlvs) {
-      sum += 3;
-      for (uint32_t i = 0; i < tlv.count; ++i) sum += detail::encoded_max(tlv.elements[i]);
-    }
-    return {tlvs, N, sizeof(S), sum};
-  }
+  constexpr operator Message() const { return {tlvs, N, sizeof(S), max_encoded}; }
 };
 
 template <class S, class... Rows>
 constexpr auto message(Rows... rows) {
   static_assert((std::is_same_v<Rows, TlvOf<S>> && ...), "rows of different structures");
-  MessageTable<S, sizeof...(Rows)> table{{rows.tlv...}};
-  std::array<detail::Extent, sizeof...(Rows) * (1 + 2 * kMaxTlvElements)> taken{};
-  size_t used = 0;
-  const auto take = [&](uint32_t begin, uint32_t octets) {
-    const detail::Extent extent{begin, begin + octets};
-    if (extent.end > sizeof(S)) detail::bad_table("a row reaches beyond its structure");
-    for (size_t i = 0; i < used; ++i) {
-      if (!detail::apart(taken[i], extent)) detail::bad_table("two rows share a member");
-    }
-    taken[used++] = extent;
-  };
-  for (size_t i = 0; i < sizeof...(Rows); ++i) {
-    const Tlv& tlv = table.tlvs[i];
-    if (i > 0 && table.tlvs[i - 1].type >= tlv.type) detail::bad_table("types must ascend");
-    if (tlv.is_optional) take(tlv.flag_offset, 1);
-    for (uint32_t k = 0; k < tlv.count; ++k) {
-      const Element& e = tlv.elements[k];
-      take(e.offset, detail::c_octets(e));
-      if (e.shape == Shape::kCounted) take(e.count_offset, 4);
+  static_assert(sizeof...(Rows) <= 64, "more rows than the decoder keeps account of");
+  MessageTable<S, sizeof...(Rows)> table{{rows.tlv...}, 0};
+  detail::Taken<S, sizeof...(Rows) * (1 + 2 * kMaxTlvElements)> taken;
+  uint32_t last_type = 0;
+  for (const Tlv& tlv : table.tlvs) {
+    if (tlv.type <= last_type) detail::bad_table("types must ascend");
+    last_type = tlv.type;
+    if (tlv.is_optional) taken.take(tlv.flag_offset, 1);
+    table.max_encoded += 3;
+    for (size_t i = 0; i < tlv.count; ++i) {
+      taken.take(tlv.elements[i]);
+      table.max_encoded += detail::encoded_max(tlv.elements[i]);
     }
   }
-  if (sizeof...(Rows) > 64) detail::bad_table("more rows than the decoder keeps account of");
+  if (table.max_encoded > UINT16_MAX) detail::bad_table("longer than a message can be");
   return table;
 }
 

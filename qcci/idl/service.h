@@ -1,8 +1,9 @@
-// A service's table: its numbers and a row for each message and direction.
+// A service's table: its numbers, and a row for each message.
 #ifndef QCCI_IDL_SERVICE_H_
 #define QCCI_IDL_SERVICE_H_
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "platform/qmi_idl.h"
@@ -10,14 +11,46 @@
 
 namespace qcci::idl {
 
+// One message id in its three directions; a direction that the service does not use is absent.
 struct MessageRow {
   uint16_t id;
-  qmi_idl_message_type type;
   const char* name;
-  Message message;
+  std::optional<Message> request = {};
+  std::optional<Message> response = {};
+  std::optional<Message> indication = {};
+
+  // Null when the message does not travel in that direction.
+  constexpr const Message* find(qmi_idl_message_type type) const {
+    switch (type) {
+      case QMI_IDL_REQUEST:
+        return request ? &*request : nullptr;
+      case QMI_IDL_RESPONSE:
+        return response ? &*response : nullptr;
+      case QMI_IDL_INDICATION:
+        return indication ? &*indication : nullptr;
+    }
+    return nullptr;
+  }
 };
 
-// An empty message: no TLVs, no structure.
+// A service's rows. It compiles only when every id is there once, and a response with its request.
+class MessageRows : public std::span<const MessageRow> {
+ public:
+  template <size_t N>
+  consteval MessageRows(const MessageRow (&rows)[N]) : std::span<const MessageRow>(rows) {
+    for (size_t i = 0; i < N; ++i) {
+      for (size_t k = 0; k < i; ++k) {
+        if (rows[k].id == rows[i].id) detail::bad_table("two rows have the same id");
+      }
+      if (rows[i].request.has_value() != rows[i].response.has_value()) {
+        detail::bad_table("a request without its response, or the other way round");
+      }
+      if (!rows[i].request && !rows[i].indication) detail::bad_table("a row without a message");
+    }
+  }
+};
+
+// A message without content: no TLVs, no structure.
 inline constexpr Message kEmpty{};
 
 }  // namespace qcci::idl
@@ -26,21 +59,24 @@ struct qmi_idl_service_object {
   const char* name;
   uint32_t id;
   int32_t major, minor, tool;
-  std::span<const qcci::idl::MessageRow> rows;
-  uint32_t max_message;  // octets of TLVs of the longest message
+  qcci::idl::MessageRows rows;
 
   // Null when the service has no such message.
   const qcci::idl::Message* find(qmi_idl_message_type type, uint32_t message_id) const {
-    for (const qcci::idl::MessageRow& row : rows) {
-      if (row.id == message_id && row.type == type) return &row.message;
-    }
-    return nullptr;
+    const qcci::idl::MessageRow* row = row_of(message_id);
+    return row == nullptr ? nullptr : row->find(type);
   }
   const char* message_name(uint32_t message_id) const {
+    const qcci::idl::MessageRow* row = row_of(message_id);
+    return row == nullptr ? "?" : row->name;
+  }
+
+ private:
+  const qcci::idl::MessageRow* row_of(uint32_t message_id) const {
     for (const qcci::idl::MessageRow& row : rows) {
-      if (row.id == message_id) return row.name;
+      if (row.id == message_id) return &row;
     }
-    return "?";
+    return nullptr;
   }
 };
 
@@ -56,15 +92,12 @@ inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& serv
   return same ? &service : nullptr;
 }
 
-// The longest message of a table.
-constexpr uint32_t longest(std::span<const MessageRow> rows) {
-  uint32_t most = 0;
-  for (const MessageRow& row : rows) {
-    if (row.message.max_encoded > most) most = row.message.max_encoded;
-  }
-  return most;
-}
-
 }  // namespace qcci::idl
+
+// The getter of a service, by the name that its contract header declares.
+#define QCCI_SERVICE_GETTER(getter, service)                                                  \
+  extern "C" qmi_idl_service_object_type getter(int32_t major, int32_t minor, int32_t tool) { \
+    return qcci::idl::if_version(qcci::idl::service, major, minor, tool);                     \
+  }
 
 #endif  // QCCI_IDL_SERVICE_H_

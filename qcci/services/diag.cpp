@@ -14,33 +14,29 @@ namespace {
 
 using namespace assumed::diag;
 
-constexpr auto request_table() {
+constexpr auto kRequest = [] {
   using S = DiagRequest;
   return message<S>(mandatory(kPacket, counted(M(packet_len), M(packet))),
                     mandatory(kWantsAnswer, value(M(wants_answer))),
                     optional(kTag, M(tag_valid), value(M(tag))));
-}
-constexpr auto kRequest = request_table();
+}();
 
-constexpr auto response_table() {
+constexpr auto kResponse = [] {
   using S = DiagResponse;
   return message<S>(standard_result(M(resp)), optional(kTag, M(tag_valid), value(M(tag))),
                     optional(kAnswerPacket, M(packet_valid), counted(M(packet_len), M(packet))));
-}
-constexpr auto kResponse = response_table();
+}();
 
 #undef M
 
 constexpr MessageRow kRows[] = {
-    {kDiagByCallback, QMI_IDL_REQUEST, "callback", kRequest.view()},
-    {kDiagByCallback, QMI_IDL_RESPONSE, "callback", kResponse.view()},
-    {kDiagByDci, QMI_IDL_REQUEST, "dci", kRequest.view()},
-    {kDiagByDci, QMI_IDL_RESPONSE, "dci", kResponse.view()},
+    {kDiagByCallback, "callback", kRequest, kResponse},
+    {kDiagByDci, "dci", kRequest, kResponse},
 };
 
 }  // namespace
 
-constinit const qmi_idl_service_object kDiagService{"diag", kServiceId,    1, 1, 6,
-                                                    kRows,  longest(kRows)};
+constinit const qmi_idl_service_object kDiagService{
+    .name = "diag", .id = kServiceId, .major = 1, .minor = 1, .tool = 6, .rows = kRows};
 
 }  // namespace qcci::idl

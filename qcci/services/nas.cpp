@@ -12,7 +12,7 @@ namespace {
 
 #define M(member) QCCI_MEMBER(S, member)
 
-constexpr auto register_table() {
+constexpr auto kRegisterReq = [] {
   using S = nas_indication_register_req;
   return message<S>(optional(0x10, M(selection_preference_valid), value(M(selection_preference))),
                     optional(0x12, M(ddtm_valid), value(M(ddtm))),
@@ -31,48 +31,39 @@ constexpr auto register_table() {
                     optional(0x20, M(rf_band_valid), value(M(rf_band))),
                     optional(0x21, M(network_reject_valid), value(M(network_reject_enable)),
                              value(M(network_reject_suppress))));
-}
-constexpr auto kRegisterReq = register_table();
+}();
 
-constexpr auto plain_table() {
-  using S = nas_plain_resp;
-  return message<S>(standard_result(M(resp)));
-}
-constexpr auto kPlainResp = plain_table();
+constexpr auto kPlainResp = plain_response<nas_plain_resp>();
 
-constexpr auto bind_table() {
+constexpr auto kBindReq = [] {
   using S = nas_bind_subscription_req;
   return message<S>(
       mandatory(assumed::kNasBindSubscription, narrow<assumed::kNasBindWidth>(M(subscription))));
-}
-constexpr auto kBindReq = bind_table();
+}();
 
-constexpr auto scan_req_table() {
+constexpr auto kScanReq = [] {
   using S = nas_network_scan_req;
   return message<S>(optional(0x10, M(network_type_valid), value(M(network_type))),
                     optional(0x11, M(scan_type_valid), value(M(scan_type))),
                     optional(0x12, M(gw_bands_valid), value(M(gw_bands))),
                     optional(0x13, M(lte_bands_valid), value(M(lte_bands))),
                     optional(0x14, M(tds_bands_valid), value(M(tds_bands))));
-}
-constexpr auto kScanReq = scan_req_table();
+}();
 
-constexpr auto network_rows() {
+constexpr auto kNetwork = [] {
   using S = nas_network;
   return record(value(M(mcc)), value(M(mnc)), value(M(status)), text(M(name)));
-}
-constexpr auto kNetwork = network_rows();
+}();
 
-constexpr auto attribute_rows() {
+constexpr auto kAttribute = [] {
   using S = nas_network_attribute;
   return record(value(M(mcc)), value(M(mnc)), value(M(value)));
-}
-constexpr auto kAttribute = attribute_rows();
+}();
 
 // The scan's lists count in two octets although forty would fit one.
 constexpr size_t kScanCount = 2;
 
-constexpr auto scan_resp_table() {
+constexpr auto kScanResp = [] {
   using S = nas_network_scan_resp;
   return message<S>(
       standard_result(M(resp)),
@@ -82,54 +73,46 @@ constexpr auto scan_resp_table() {
       optional(0x12, M(mnc_digits_valid),
                counted<kScanCount>(M(mnc_digits_len), M(mnc_digits), kAttribute)),
       optional(0x13, M(scan_result_valid), value(M(scan_result))));
-}
-constexpr auto kScanResp = scan_resp_table();
+}();
 
-constexpr auto incremental_req_table() {
+constexpr auto kIncrementalReq = [] {
   using S = nas_incremental_network_scan_req;
   return message<S>(optional(0x10, M(network_type_valid), value(M(network_type))));
-}
-constexpr auto kIncrementalReq = incremental_req_table();
+}();
 
-constexpr auto incremental_network_rows() {
+constexpr auto kIncrementalNetwork = [] {
   using S = nas_incremental_network;
   return record(value(M(mcc)), value(M(mnc)), value(M(status)), value(M(rat)),
                 value(M(mnc_three_digits)), text(M(name)));
-}
-constexpr auto kIncrementalNetwork = incremental_network_rows();
+}();
 
-constexpr auto incremental_ind_table() {
+constexpr auto kIncrementalInd = [] {
   using S = nas_incremental_network_scan_ind;
   return message<S>(
       mandatory(0x01, value(M(status))),
       optional(0x10, M(networks_valid),
                counted<kScanCount>(M(networks_len), M(networks), kIncrementalNetwork)));
-}
-constexpr auto kIncrementalInd = incremental_ind_table();
+}();
 
 #undef M
 
 constexpr MessageRow kRows[] = {
-    {NAS_INDICATION_REGISTER, QMI_IDL_REQUEST, "indication register", kRegisterReq.view()},
-    {NAS_INDICATION_REGISTER, QMI_IDL_RESPONSE, "indication register", kPlainResp.view()},
-    {NAS_NETWORK_SCAN, QMI_IDL_REQUEST, "network scan", kScanReq.view()},
-    {NAS_NETWORK_SCAN, QMI_IDL_RESPONSE, "network scan", kScanResp.view()},
-    {NAS_BIND_SUBSCRIPTION, QMI_IDL_REQUEST, "bind subscription", kBindReq.view()},
-    {NAS_BIND_SUBSCRIPTION, QMI_IDL_RESPONSE, "bind subscription", kPlainResp.view()},
-    {NAS_INCREMENTAL_NETWORK_SCAN, QMI_IDL_REQUEST, "incremental scan", kIncrementalReq.view()},
-    {NAS_INCREMENTAL_NETWORK_SCAN, QMI_IDL_RESPONSE, "incremental scan", kPlainResp.view()},
-    {NAS_INCREMENTAL_NETWORK_SCAN, QMI_IDL_INDICATION, "incremental scan", kIncrementalInd.view()},
+    {NAS_INDICATION_REGISTER, "indication register", kRegisterReq, kPlainResp},
+    {NAS_NETWORK_SCAN, "network scan", kScanReq, kScanResp},
+    {NAS_BIND_SUBSCRIPTION, "bind subscription", kBindReq, kPlainResp},
+    {NAS_INCREMENTAL_NETWORK_SCAN, "incremental scan", kIncrementalReq, kPlainResp,
+     kIncrementalInd},
 };
 
 }  // namespace
 
-constinit const qmi_idl_service_object kNasService{
-    "nas", NAS_SERVICE_ID, NAS_IDL_MAJOR, NAS_IDL_MINOR, NAS_IDL_TOOL, kRows, longest(kRows)};
+constinit const qmi_idl_service_object kNasService{.name = "nas",
+                                                   .id = NAS_SERVICE_ID,
+                                                   .major = NAS_IDL_MAJOR,
+                                                   .minor = NAS_IDL_MINOR,
+                                                   .tool = NAS_IDL_TOOL,
+                                                   .rows = kRows};
 
 }  // namespace qcci::idl
 
-extern "C" qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t major,
-                                                                           int32_t minor,
-                                                                           int32_t tool) {
-  return qcci::idl::if_version(qcci::idl::kNasService, major, minor, tool);
-}
+QCCI_SERVICE_GETTER(nas_get_service_object_internal_v01, kNasService)

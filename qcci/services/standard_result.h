@@ -17,6 +17,12 @@ constexpr TlvOf<S> standard_result(Member<S, qmi_standard_result> resp) {
   return mandatory(kStandardResultType, nested(resp, kStandardResult));
 }
 
+// The response that carries nothing else.
+template <class S>
+constexpr auto plain_response() {
+  return message<S>(standard_result(QCCI_MEMBER(S, resp)));
+}
+
 }  // namespace qcci::idl
 
 #endif  // QCCI_SERVICES_STANDARD_RESULT_H_

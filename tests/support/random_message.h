@@ -1,4 +1,4 @@
-// Fills a message's C structure with whatever its rows allow: every flag, count and number.
+// Every message, and its C structure filled with whatever its rows allow: flags, counts, numbers.
 #ifndef TESTS_SUPPORT_RANDOM_MESSAGE_H_
 #define TESTS_SUPPORT_RANDOM_MESSAGE_H_
 
@@ -6,9 +6,22 @@
 #include <random>
 #include <vector>
 
-#include "qcci/idl/element.h"
+#include "qcci/idl/service.h"
 
 namespace desk {
+
+// Every message of every service.
+inline std::vector<qcci::idl::Message> all_messages() {
+  std::vector<qcci::idl::Message> all;
+  for (const auto service : qcci::idl::all_services()) {
+    for (const auto& row : service->rows) {
+      for (const auto& message : {row.request, row.response, row.indication}) {
+        if (message) all.push_back(*message);
+      }
+    }
+  }
+  return all;
+}
 
 class RandomMessage {
  public:

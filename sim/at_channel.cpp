@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <optional>
 
+#include "platform/idl/nas.h"
+
 namespace sim {
 namespace {
 
@@ -15,7 +17,7 @@ constexpr uint8_t kServing = 1;
 
 // NAS's technologies as +COPS counts them.
 constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {
-    {4, 0}, {5, 2}, {8, 7}, {9, 2}, {12, 11}};
+    {NAS_RAT_GSM, 0}, {NAS_RAT_UMTS, 2}, {NAS_RAT_LTE, 7}, {NAS_RAT_TDSCDMA, 2}, {NAS_RAT_NR, 11}};
 
 // The 15 digits of NV item 550, whose octets are a length and a mobile identity.
 std::optional<std::string> imei_digits(std::string_view item) {

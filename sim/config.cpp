@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/idl/nas.h"
 #include "qcci/idl/service.h"
 #include "sim/toml_table.h"
 
@@ -58,8 +59,11 @@ DiagConfig diag(Table table) {
 }
 
 NetworkConfig network(Table table) {
-  static constexpr std::pair<const char*, uint8_t> kRats[] = {
-      {"gsm", 4}, {"umts", 5}, {"lte", 8}, {"tdscdma", 9}, {"nr", 12}};
+  static constexpr std::pair<const char*, uint8_t> kRats[] = {{"gsm", NAS_RAT_GSM},
+                                                              {"umts", NAS_RAT_UMTS},
+                                                              {"lte", NAS_RAT_LTE},
+                                                              {"tdscdma", NAS_RAT_TDSCDMA},
+                                                              {"nr", NAS_RAT_NR}};
   static constexpr std::pair<const char*, uint8_t> kInUse[] = {
       {"unknown", 0}, {"serving", 1}, {"available", 2}};
   const auto word = [](const auto& words, uint8_t v) {

@@ -20,7 +20,7 @@ struct NetworkConfig {
   uint16_t mnc = 0;
   bool mnc_three_digits = false;
   std::string name;
-  uint8_t rat = 0;     // as NAS counts them
+  uint8_t rat = 0;     // of enum nas_rat
   uint8_t status = 0;  // NAS's four pairs of bits
   std::string text;    // both in the words of phone.toml
 };

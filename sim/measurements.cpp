@@ -127,15 +127,13 @@ std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
   return record;
 }
 
-constexpr uint32_t kGsmInUse = 3, kWcdmaInUse = 5, kLteInUse = 9, kNrInUse = 12;
-
 // How many stacks there are, and each one's radio technology.
 std::vector<uint8_t> technology(Table& sub) {
   static constexpr std::pair<const char*, uint32_t> kRats[] = {{"none", 0},
-                                                               {"gsm", kGsmInUse},
-                                                               {"wcdma", kWcdmaInUse},
-                                                               {"lte", kLteInUse},
-                                                               {"nr", kNrInUse}};
+                                                               {"gsm", VS_RAT_GSM},
+                                                               {"wcdma", VS_RAT_WCDMA},
+                                                               {"lte", VS_RAT_LTE},
+                                                               {"nr", VS_RAT_NR}};
   const bool number = sub.is_number("rat");
   const uint32_t rat = number ? sub.number("rat", 0, 0, UINT32_MAX)
                               : sub.one_of("rat", "none", kRats, ", or a number");
@@ -214,10 +212,10 @@ std::optional<float> received_level(const Records& records) {
   static constexpr struct {
     uint32_t technology;
     std::string_view record, key;
-  } kLevels[] = {{kGsmInUse, "gsm", "prx"},
-                 {kWcdmaInUse, "wcdma", "rx_agc"},
-                 {kLteInUse, "lte_pcc", "rssi"},
-                 {kNrInUse, "nr_agc", "rssi"}};
+  } kLevels[] = {{VS_RAT_GSM, "gsm", "prx"},
+                 {VS_RAT_WCDMA, "wcdma", "rx_agc"},
+                 {VS_RAT_LTE, "lte_pcc", "rssi"},
+                 {VS_RAT_NR, "nr_agc", "rssi"}};
   uint32_t in_use = 0;
   const auto stacks = records.find(kTechnology);
   if (stacks == records.end() || stacks->second.size() < 1 + sizeof in_use) return std::nullopt;

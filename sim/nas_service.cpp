@@ -77,7 +77,11 @@ class NasService final : public Service {
   // The networks whose technology the mask names; no mask: all.
   std::vector<NetworkConfig> wanted(uint8_t mask_valid, uint8_t mask) const {
     static constexpr std::pair<uint8_t, uint8_t> kBits[] = {
-        {4, 1}, {5, 2}, {8, 4}, {9, 8}, {12, 16}};
+        {NAS_RAT_GSM, NAS_NETWORK_TYPE_GSM},
+        {NAS_RAT_UMTS, NAS_NETWORK_TYPE_UMTS},
+        {NAS_RAT_LTE, NAS_NETWORK_TYPE_LTE},
+        {NAS_RAT_TDSCDMA, NAS_NETWORK_TYPE_TDSCDMA},
+        {NAS_RAT_NR, NAS_NETWORK_TYPE_NR}};
     std::vector<NetworkConfig> networks = modem_.config().networks;
     std::erase_if(networks, [&](const NetworkConfig& network) {
       return mask_valid != 0 && std::none_of(std::begin(kBits), std::end(kBits), [&](auto row) {

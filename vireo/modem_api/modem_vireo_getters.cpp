@@ -5,6 +5,7 @@
 #include <span>
 
 #include "common/trace.h"
+#include "platform/idl/vs.h"
 #include "platform/kelvor_utils.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
 
@@ -180,8 +181,6 @@ constexpr Field kFields[] = {
 }  // namespace lte_power
 
 constexpr uint32_t kSysModeRecord = 0x2C;
-constexpr int32_t kRatLte = 9;
-constexpr int32_t kRatNr = 12;
 
 // The first stack's technology, for the subscription; -1 when the record has none.
 int32_t sys_mode(uint32_t sub, TraceSite site) {
@@ -258,14 +257,14 @@ int32_t modem_tx_power_get_by_sub(uint32_t sub) {
   const int32_t rat = modem_sys_mode_get(sub);
   TRACE_DEBUG("sub = %d, rat = %d", static_cast<int>(sub), rat);
   int32_t tx_power = MODEM_TX_POWER_NONE;
-  if (rat == kRatNr) {
+  if (rat == VS_RAT_NR) {
     modem_vireo_nr5g_mac_ul_phy_ch_power_info info;
     if (!modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(sub, &info)) {
       TRACE_ERROR("modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile");
     } else if (info.tx_power > -32768.0F && info.tx_power < 32768.0F) {
       tx_power = static_cast<int32_t>(info.tx_power);
     }
-  } else if (rat == kRatLte) {
+  } else if (rat == VS_RAT_LTE) {
     modem_vireo_lte_pusch_power_info info;
     if (!modem_vireo_lte_pusch_power_info_get(sub, &info)) {
       TRACE_ERROR("modem_vireo_lte_pusch_power_info_get faile");

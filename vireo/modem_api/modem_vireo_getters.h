@@ -117,7 +117,8 @@ bool modem_vireo_nr5g_ll1_fw_serving_ftl_get(uint32_t sub,
 bool modem_vireo_nr5g_ml1_antenna_switch_diversity_get(
     uint32_t sub, struct modem_vireo_nr5g_ml1_antenna_switch_diversity* out);
 
-// The radio access technology: 9 LTE, 12 NR5G, others; -1 when none is known.
+// The radio access technology, of enum vs_rat (platform/idl/vs.h) or another; -1 when none is
+// known.
 int32_t modem_sys_mode_get(uint32_t sub);
 
 // A power in whole dBm, or MODEM_TX_POWER_NONE.

@@ -27,6 +27,24 @@ enum {
 
 enum { NAS_NETWORKS_MAX = 40, NAS_NAME_MAX = 255 };
 
+// Radio technologies of networks; statistics records number theirs otherwise (vs.h).
+enum nas_rat {
+  NAS_RAT_GSM = 4,
+  NAS_RAT_UMTS = 5,
+  NAS_RAT_LTE = 8,
+  NAS_RAT_TDSCDMA = 9,
+  NAS_RAT_NR = 12,
+};
+
+// Technologies to scan, as bits.
+enum nas_network_type {
+  NAS_NETWORK_TYPE_GSM = 1,
+  NAS_NETWORK_TYPE_UMTS = 2,
+  NAS_NETWORK_TYPE_LTE = 4,
+  NAS_NETWORK_TYPE_TDSCDMA = 8,
+  NAS_NETWORK_TYPE_NR = 16,
+};
+
 // Switches of unsolicited reports; one octet of flag and one of value each.
 typedef struct {
   uint8_t selection_preference_valid, selection_preference;
@@ -58,7 +76,7 @@ typedef struct {
 } nas_plain_resp;
 
 typedef struct {
-  uint8_t network_type_valid, network_type;  // 1 GSM, 2 UMTS, 4 LTE, 8 TD-SCDMA, 16 NR
+  uint8_t network_type_valid, network_type;  // bits of enum nas_network_type
   uint8_t scan_type_valid;
   uint32_t scan_type;
   uint8_t gw_bands_valid;
@@ -88,7 +106,7 @@ typedef struct {
   nas_network networks[NAS_NETWORKS_MAX];
   uint8_t rats_valid;
   uint32_t rats_len;
-  nas_network_attribute rats[NAS_NETWORKS_MAX];  // 4 GSM, 5 UMTS, 8 LTE, 9 TD-SCDMA, 12 NR
+  nas_network_attribute rats[NAS_NETWORKS_MAX];  // of enum nas_rat
   uint8_t mnc_digits_valid;
   uint32_t mnc_digits_len;
   nas_network_attribute mnc_digits[NAS_NETWORKS_MAX];  // 1: the MNC has three digits

@@ -32,6 +32,14 @@ enum {
   VS_DATA_MAX = 700,       // octets of one record
 };
 
+// Radio technologies in statistics records; NAS numbers its own otherwise (nas.h).
+enum vs_rat {
+  VS_RAT_GSM = 3,
+  VS_RAT_WCDMA = 5,
+  VS_RAT_LTE = 9,
+  VS_RAT_NR = 12,
+};
+
 typedef struct {
   uint32_t value;
   uint8_t a, b, c;

@@ -18,10 +18,6 @@ using qcci::kQmiHeader;
 using qcci::QmiHeader;
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-// QMI errors that the modem gives whatever the service.
-constexpr uint16_t kMalformed = 1;
-constexpr uint16_t kInvalidCommand = 71;
-
 std::vector<uint8_t> encode(const qcci::idl::Message& message, QmiHeader header, const void* c,
                             size_t size) {
   std::vector<uint8_t> octets(kQmiHeader + message.max_encoded);
@@ -101,7 +97,7 @@ void Modem::handle(Service& service, Address at, Address client, std::vector<uin
   const Service::Handler* handler = service.handler(header.message);
   std::vector<uint8_t> answer;
   if (asks == nullptr || answers == nullptr || handler == nullptr) {
-    answer = answer_error(header, kInvalidCommand);
+    answer = answer_error(header, QMI_ERROR_INVALID_COMMAND);
   } else {
     std::vector<uint8_t> request(asks->c_size);
     std::vector<uint8_t> response(answers->c_size);
@@ -116,7 +112,7 @@ void Modem::handle(Service& service, Address at, Address client, std::vector<uin
     } else {
       log(std::string(service.idl().name) +
           ": malformed request: " + qcci::idl::codec_error_text(error));
-      answer = answer_error(header, kMalformed);
+      answer = answer_error(header, QMI_ERROR_MALFORMED_MESSAGE);
     }
   }
   emit(service, at, client, FaultKind::kResponse, std::move(answer));

@@ -11,7 +11,6 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t kInvalidArgument = 48;  // QMI error
 constexpr uint32_t kSubscriptions = 3;
 // Of an incremental scan's report.
 constexpr uint32_t kComplete = 0;
@@ -32,7 +31,7 @@ class NasService final : public Service {
 
   // One network wherever the subscription: the binding matters only in being possible.
   void bind(Address, const nas_bind_subscription_req& request, nas_plain_resp& response) {
-    if (request.subscription >= kSubscriptions) response.resp = {1, kInvalidArgument};
+    if (request.subscription >= kSubscriptions) refuse(response, QMI_ERROR_INVALID_ARGUMENT);
   }
 
   void scan(Address, const nas_network_scan_req& request, nas_network_scan_resp& response) {

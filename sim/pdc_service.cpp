@@ -15,14 +15,6 @@
 namespace sim {
 namespace {
 
-// QMI errors.
-constexpr uint16_t kInternal = 3;
-constexpr uint16_t kNotProvisioned = 16;
-constexpr uint16_t kNoEffect = 26;
-constexpr uint16_t kInvalidArgument = 48;
-constexpr uint16_t kNoEntry = 50;
-constexpr uint16_t kIncompatibleState = 90;
-
 constexpr uint32_t kTypes = 2;
 constexpr uint32_t kSubscriptions = 2;
 
@@ -66,12 +58,12 @@ class PdcService final : public Service {
                                      pdc_plain_resp& response) {
     const uint32_t sub = request.subscription_valid != 0 ? request.subscription : 0;
     if (type < kTypes && sub < kSubscriptions) return selection_path(type, sub);
-    response.resp = {1, kInvalidArgument};
+    refuse(response, QMI_ERROR_INVALID_ARGUMENT);
     return std::nullopt;
   }
 
   template <class Indication, class Request>
-  static Indication outcome(const Request& request, uint16_t error) {
+  static Indication outcome(const Request& request, qmi_error error) {
     Indication ind{};
     ind.error = error;
     ind.token_valid = request.token_valid;
@@ -87,9 +79,9 @@ class PdcService final : public Service {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
     Selection selection;
-    const uint16_t failed = kept(*slot, read_selection(modem_.phone(), *slot, &selection));
+    const qmi_error failed = kept(*slot, read_selection(modem_.phone(), *slot, &selection));
     const bool none = selection.active.empty() && selection.pending.empty();
-    const uint16_t error = failed == 0 && none ? kNotProvisioned : failed;
+    const qmi_error error = failed == QMI_ERROR_NONE && none ? QMI_ERROR_NOT_PROVISIONED : failed;
     auto ind = outcome<pdc_get_selected_config_ind>(request, error);
     put(selection.active, ind.active, ind.active_valid, ind.active_len);
     put(selection.pending, ind.pending, ind.pending_valid, ind.pending_len);
@@ -101,11 +93,11 @@ class PdcService final : public Service {
     const auto slot = slot_of(request.config.type, request, response);
     if (!slot) return;
     const ConfigId id(request.config.id, request.config.id + request.config.id_len);
-    uint16_t error = kNoEntry;
+    qmi_error error = QMI_ERROR_NO_ENTRY;
     if (pdc().find(request.config.type, id) != nullptr) {
-      error = change_selection(*slot, [&](Selection& selection) -> uint16_t {
+      error = change_selection(*slot, [&](Selection& selection) {
         selection.pending = id;
-        return 0;
+        return QMI_ERROR_NONE;
       });
     }
     indicate(client, PDC_SET_SELECTED_CONFIG, outcome<pdc_result_ind>(request, error));
@@ -116,14 +108,14 @@ class PdcService final : public Service {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
     turn(client, PDC_ACTIVATE_CONFIG, *slot, request, response, pdc().activation,
-         [this, slot = *slot, type = request.type](Selection& selection) -> uint16_t {
+         [this, slot = *slot, type = request.type](Selection& selection) {
            const ConfigId& wanted =
                selection.pending.empty() ? selection.active : selection.pending;
-           if (wanted.empty()) return kNotProvisioned;
-           if (pdc().find(type, wanted) == nullptr) return kNoEntry;
+           if (wanted.empty()) return QMI_ERROR_NOT_PROVISIONED;
+           if (pdc().find(type, wanted) == nullptr) return QMI_ERROR_NO_ENTRY;
            modem_.log("pdc: " + slot + " activates " + config_id_text(wanted));
            selection = {wanted, {}};
-           return 0;
+           return QMI_ERROR_NONE;
          });
   }
 
@@ -132,11 +124,11 @@ class PdcService final : public Service {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
     turn(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
-         [this, slot = *slot](Selection& selection) -> uint16_t {
-           if (selection.active.empty()) return kNoEffect;
+         [this, slot = *slot](Selection& selection) {
+           if (selection.active.empty()) return QMI_ERROR_NO_EFFECT;
            modem_.log("pdc: " + slot + " deactivates " + config_id_text(selection.active));
            selection.active.clear();
-           return 0;
+           return QMI_ERROR_NONE;
          });
   }
 
@@ -146,13 +138,12 @@ class PdcService final : public Service {
   void turn(Address client, uint16_t message, const std::string& slot, const Request& request,
             pdc_plain_resp& response, std::chrono::milliseconds time, Change change) {
     if (!turning_.insert(slot).second) {
-      response.resp = {1, kIncompatibleState};
-      return;
+      return refuse(response, QMI_ERROR_INCOMPATIBLE_STATE);
     }
     modem_.after(time, [this, life = life_, client, message, slot, request, change] {
       if (life != life_) return;
       turning_.erase(slot);
-      const uint16_t error = change_selection(slot, change);
+      const qmi_error error = change_selection(slot, change);
       indicate(client, message, outcome<pdc_result_ind>(request, error));
     });
   }
@@ -165,7 +156,7 @@ class PdcService final : public Service {
     if (listing.type_or_all != wanted || now - listing.at > kListPause) listing = {wanted, 0, now};
     listing.at = now;
 
-    auto ind = outcome<pdc_list_configs_ind>(request, 0);
+    auto ind = outcome<pdc_list_configs_ind>(request, QMI_ERROR_NONE);
     ind.configs_valid = ind.more_available_valid = 1;
     const auto& all = pdc().configurations;
     for (; listing.next < all.size(); ++listing.next) {
@@ -188,7 +179,8 @@ class PdcService final : public Service {
   void info(Address client, const pdc_get_config_info_req& request, pdc_plain_resp&) {
     const ConfigId id(request.config.id, request.config.id + request.config.id_len);
     const CarrierConfig* config = pdc().find(request.config.type, id);
-    auto ind = outcome<pdc_get_config_info_ind>(request, config != nullptr ? 0 : kNoEntry);
+    auto ind = outcome<pdc_get_config_info_ind>(
+        request, config != nullptr ? QMI_ERROR_NONE : QMI_ERROR_NO_ENTRY);
     if (config != nullptr) describe(*config, ind);
     indicate(client, PDC_GET_CONFIG_INFO, ind);
   }
@@ -199,7 +191,8 @@ class PdcService final : public Service {
     const auto found = std::ranges::find_if(all, [&](const CarrierConfig& config) {
       return config.type == request.type && config.is_default;
     });
-    auto ind = outcome<pdc_get_default_config_info_ind>(request, found != all.end() ? 0 : kNoEntry);
+    auto ind = outcome<pdc_get_default_config_info_ind>(
+        request, found != all.end() ? QMI_ERROR_NONE : QMI_ERROR_NO_ENTRY);
     if (found != all.end()) describe(*found, ind);
     indicate(client, PDC_GET_DEFAULT_CONFIG_INFO, ind);
   }
@@ -221,20 +214,21 @@ class PdcService final : public Service {
 
   // Read, changed and written as one. What cannot be read is not written over.
   template <class Change>
-  uint16_t change_selection(const std::string& slot, Change change) {
+  qmi_error change_selection(const std::string& slot, Change change) {
     const FileLock only_one = modem_.phone().lock();
     Selection selection;
     const int unread = only_one.held() ? read_selection(modem_.phone(), slot, &selection) : ENOLCK;
     if (unread != 0) return kept(slot, unread);
-    const uint16_t error = change(selection);
-    return error != 0 ? error : kept(slot, write_selection(modem_.phone(), slot, selection));
+    const qmi_error error = change(selection);
+    return error != QMI_ERROR_NONE ? error
+                                   : kept(slot, write_selection(modem_.phone(), slot, selection));
   }
 
   // The QMI error of a file's.
-  uint16_t kept(const std::string& slot, int error) {
-    if (error == 0) return 0;
+  qmi_error kept(const std::string& slot, int error) {
+    if (error == 0) return QMI_ERROR_NONE;
     modem_.log("pdc: " + slot + ": " + std::strerror(error));
-    return kInternal;
+    return QMI_ERROR_INTERNAL;
   }
 
   std::map<Address, Listing> listings_;

@@ -34,6 +34,12 @@ class Surroundings {
   virtual void log(const std::string& line) = 0;
 };
 
+// Gives a response a QMI error.
+template <class Response>
+void refuse(Response& response, qmi_error error) {
+  response.resp = {1, error};
+}
+
 class Service {
  public:
   // A request without content.

@@ -17,23 +17,6 @@
 namespace sim {
 namespace {
 
-// QMI errors.
-enum : uint16_t {
-  kMissingArgument = 17,
-  kNoEffect = 26,
-  kInvalidArgument = 48,
-  kDeviceNotReady = 52,
-  kInsufficientResources = 68,
-  kSimFileNotFound = 80,
-  kNotSupported = 94,
-  kNoSim = 102,
-};
-
-template <class Response>
-void refuse(Response& response, uint16_t error) {
-  response.resp = {1, error};
-}
-
 // USIM, with PINs as most are delivered.
 uim_app usim_status(const std::vector<uint8_t>& aid) {
   uim_app app{};
@@ -79,7 +62,7 @@ class UimService final : public Service {
   template <class Response>
   CardSlot* slot_of(uint32_t number, Response& response) {
     if (number >= 1 && number <= slots_.size()) return &slots_[number - 1];
-    refuse(response, kInvalidArgument);
+    refuse(response, QMI_ERROR_INVALID_ARGUMENT);
     return nullptr;
   }
   // The same for one whose card does not answer.
@@ -88,7 +71,7 @@ class UimService final : public Service {
     CardSlot* slot = slot_of(number, response);
     if (slot == nullptr || slot->state() == UIM_CARD_PRESENT) return slot;
     const bool empty = slot->powered() && !slot->is_euicc() && !slot->switched();
-    refuse(response, empty ? kNoSim : kDeviceNotReady);
+    refuse(response, empty ? QMI_ERROR_NO_SIM : QMI_ERROR_DEVICE_NOT_READY);
     return nullptr;
   }
 
@@ -124,7 +107,7 @@ class UimService final : public Service {
   void power_down(Address, const uim_slot_req& request, uim_plain_resp& response) {
     CardSlot* slot = slot_of(request.slot, response);
     if (slot == nullptr) return;
-    if (!slot->powered()) return refuse(response, kNoEffect);
+    if (!slot->powered()) return refuse(response, QMI_ERROR_NO_EFFECT);
     slot->power_down();
   }
 
@@ -132,9 +115,9 @@ class UimService final : public Service {
   void power_up(Address, const uim_power_up_req& request, uim_plain_resp& response) {
     CardSlot* slot = slot_of(request.slot, response);
     if (slot == nullptr) return;
-    if (slot->powered()) return refuse(response, kNoEffect);
+    if (slot->powered()) return refuse(response, QMI_ERROR_NO_EFFECT);
     const bool ignore = request.ignore_hot_swap_valid != 0 && request.ignore_hot_swap != 0;
-    if (!slot->switched() && !ignore) return refuse(response, kNoSim);
+    if (!slot->switched() && !ignore) return refuse(response, QMI_ERROR_NO_SIM);
     slot->power_up(esim_enabled(modem_.phone()), platform::clock().now() + cards().ready);
   }
 
@@ -143,7 +126,7 @@ class UimService final : public Service {
   void get_eid(Address, const uim_slot_req& request, uim_get_eid_resp& response) {
     const CardSlot* card = card_of(request.slot, response);
     if (card == nullptr) return;
-    if (!card->is_euicc()) return refuse(response, kNotSupported);
+    if (!card->is_euicc()) return refuse(response, QMI_ERROR_NOT_SUPPORTED);
     const std::vector<uint8_t>& eid = cards().eid;
     response.eid_valid = !eid.empty();
     response.eid_len = static_cast<uint32_t>(eid.size());
@@ -162,7 +145,8 @@ class UimService final : public Service {
     response.sw1 = static_cast<uint8_t>(status >> 8);
     response.sw2 = static_cast<uint8_t>(status);
     if (status != kSwDone) {
-      return refuse(response, status == kSwNoRoom ? kInsufficientResources : kSimFileNotFound);
+      return refuse(response, status == kSwNoRoom ? QMI_ERROR_INSUFFICIENT_RESOURCES
+                                                  : QMI_ERROR_SIM_FILE_NOT_FOUND);
     }
     response.channel_valid = 1;
     response.channel = channel;
@@ -180,20 +164,22 @@ class UimService final : public Service {
   void logical_channel(Address, const uim_logical_channel_req& request,
                        uim_logical_channel_resp& response) {
     if (request.aid_valid == request.channel_valid) {
-      return refuse(response, request.aid_valid == 0 ? kMissingArgument : kInvalidArgument);
+      return refuse(response, request.aid_valid == 0 ? QMI_ERROR_MISSING_ARGUMENT
+                                                     : QMI_ERROR_INVALID_ARGUMENT);
     }
     if (request.aid_valid != 0) {
       return open(request.slot, {request.aid, request.aid_len}, request.file_control, response);
     }
     CardSlot* card = card_of(request.slot, response);
-    if (card != nullptr && !card->close(request.channel)) refuse(response, kInvalidArgument);
+    if (card != nullptr && !card->close(request.channel))
+      refuse(response, QMI_ERROR_INVALID_ARGUMENT);
   }
 
   void send_apdu(Address, const uim_send_apdu_req& request, uim_send_apdu_resp& response) {
     CardSlot* card = card_of(request.slot, response);
     if (card == nullptr) return;
     const uint8_t channel = request.channel_valid != 0 ? request.channel : 0;
-    if (!card->has_channel(channel)) return refuse(response, kInvalidArgument);
+    if (!card->has_channel(channel)) return refuse(response, QMI_ERROR_INVALID_ARGUMENT);
     const auto answer = card->exchange(channel, {request.apdu, request.apdu_len});
     response.apdu_valid = 1;
     response.apdu_len = static_cast<uint32_t>(answer.size());

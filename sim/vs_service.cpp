@@ -1,7 +1,6 @@
 // `vs`: the statistics feature's switch, and the records of phone.toml.
 
 #include <algorithm>
-#include <optional>
 
 #include "platform/idl/vs.h"
 #include "qcci/services/services.h"
@@ -9,8 +8,6 @@
 
 namespace sim {
 namespace {
-
-constexpr uint32_t kInvalidArgument = 48;  // QMI error
 
 class VsService final : public Service {
  public:
@@ -20,9 +17,8 @@ class VsService final : public Service {
   }
 
  private:
-  void feature_status(Address, const vs_feature_status_req& request, vs_plain_resp&) {
-    feature_ = request;
-  }
+  // Nothing that the phone reports depends on the feature.
+  void feature_status(Address, const vs_feature_status_req&, vs_plain_resp&) {}
 
   // A record that the phone does not have is left out of the list, which may become empty.
   void get_parameters(Address, const vs_get_parameters_req& request,
@@ -30,8 +26,7 @@ class VsService final : public Service {
     const std::span wanted(request.parameters, request.parameters_len);
     const auto not_there = [](const vs_parameter& one) { return one.sub >= kMeasuredSubs; };
     if (request.sub >= kMeasuredSubs || std::any_of(wanted.begin(), wanted.end(), not_there)) {
-      response.resp = {1, kInvalidArgument};
-      return;
+      return refuse(response, QMI_ERROR_INVALID_ARGUMENT);
     }
     response.parameters_valid = 1;
     for (const vs_parameter& one : wanted) {
@@ -45,11 +40,6 @@ class VsService final : public Service {
       std::copy(record->second.begin(), record->second.end(), to.data);
     }
   }
-
-  void forget_all() override { feature_.reset(); }
-
-  // What the feature was last told. Nothing that the phone reports depends on it.
-  std::optional<vs_feature_status_req> feature_;
 };
 
 }  // namespace

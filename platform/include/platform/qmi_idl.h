@@ -24,8 +24,33 @@ typedef enum {
 // The standard result that a response of a standard service begins with.
 typedef struct {
   uint32_t result;  // 0 success, 1 failure
-  uint32_t error;   // a QMI error code when result is 1
+  uint32_t error;   // of enum qmi_error when result is 1, or another that a modem knows
 } qmi_standard_result;
+
+// QMI error codes, those that are given or looked at here.
+enum qmi_error {
+  QMI_ERROR_NONE = 0,
+  QMI_ERROR_MALFORMED_MESSAGE = 1,
+  QMI_ERROR_INTERNAL = 3,
+  QMI_ERROR_ABORTED = 4,
+  QMI_ERROR_NOT_PROVISIONED = 16,
+  QMI_ERROR_MISSING_ARGUMENT = 17,
+  QMI_ERROR_ARGUMENT_TOO_LONG = 19,
+  QMI_ERROR_NETWORK_UNSUPPORTED = 24,
+  QMI_ERROR_NO_EFFECT = 26,
+  QMI_ERROR_REQUESTED_NUMBER_UNSUPPORTED = 42,
+  QMI_ERROR_INVALID_ARGUMENT = 48,
+  QMI_ERROR_INVALID_INDEX = 49,
+  QMI_ERROR_NO_ENTRY = 50,
+  QMI_ERROR_DEVICE_NOT_READY = 52,
+  QMI_ERROR_INSUFFICIENT_RESOURCES = 68,
+  QMI_ERROR_INVALID_COMMAND = 71,  // the service has no such message
+  QMI_ERROR_BUNDLING_NOT_SUPPORTED = 77,
+  QMI_ERROR_SIM_FILE_NOT_FOUND = 80,
+  QMI_ERROR_INCOMPATIBLE_STATE = 90,
+  QMI_ERROR_NOT_SUPPORTED = 94,
+  QMI_ERROR_NO_SIM = 102,
+};
 
 // The size in bytes of the decoded C structure of one message, written to *length.
 // 0 on success; -1 when the service has no such message or an argument is null (then *length is

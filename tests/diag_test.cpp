@@ -50,10 +50,7 @@ struct Diag : desk::Desk {
     directory_.write("nv/0/" + std::to_string(id),
                      {reinterpret_cast<const char*>(item.data()), item.size()});
   }
-  std::string item(int id) const {
-    const std::string octets = directory_.file("nv/0/" + std::to_string(id));
-    return hex({reinterpret_cast<const uint8_t*>(octets.data()), octets.size()});
-  }
+  std::string item(int id) const { return hex(directory_.file("nv/0/" + std::to_string(id))); }
 };
 
 std::string repeated(const char* octet, size_t n) {

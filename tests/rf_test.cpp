@@ -17,9 +17,6 @@ struct Rf : desk::Desk {
   desk::VendorRequest last() {
     return desk::vendor_requests(passed(sim::FaultKind::kRequest)).back();
   }
-  static std::string hex(const std::string& octets) {
-    return desk::hex({reinterpret_cast<const uint8_t*>(octets.data()), octets.size()});
-  }
   // The octets that a get prints.
   static std::string dumped(const std::string& output) {
     std::string octets;
@@ -62,11 +59,11 @@ TEST_F(Rf, GpioValuesAreSentUpToFiftyAndCountedBeyond) {
           said(output, "kelvor_gpio_test_set, gpio_v[" + at + "]: " + std::to_string(sent)));
     }
     EXPECT_FALSE(said(output, "kelvor_gpio_test_set, gpio_v[50]: 51"));
-    EXPECT_EQ(hex(directory_.file(kGpioFile)) + " ",
+    EXPECT_EQ(desk::hex(directory_.file(kGpioFile)) + " ",
               desk::hex({{static_cast<uint8_t>(sent), 0, 0, 0}}) + " " + octets);
   }
   rf("0 -2 0x7 junk 2147483647");
-  EXPECT_EQ(hex(directory_.file(kGpioFile)),
+  EXPECT_EQ(desk::hex(directory_.file(kGpioFile)),
             "04 00 00 00 FE FF FF FF 00 00 00 00 00 00 00 00 FF FF FF 7F");
 }
 
@@ -96,7 +93,7 @@ TEST_F(Rf, BandMasksAreDecimalHexadecimalOrOctal) {
     const std::string record = "01 00 00 00 04 00 00 00 " + desk::hex(octets);
     EXPECT_EQ(last().begins(24), "01 00 00 00 00 00 00 00 " + record) << word;
     EXPECT_EQ(last().data.size(), 512u);
-    EXPECT_EQ(hex(directory_.file(kTxFile)), record) << word;
+    EXPECT_EQ(desk::hex(directory_.file(kTxFile)), record) << word;
   }
 }
 

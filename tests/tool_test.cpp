@@ -256,8 +256,7 @@ TEST_F(Tool, AWriterThatIsKilledLeavesTheOldItemOrTheNew) {
     run("$BIN/vex 4 2 0 7" + words[i % 2] + " >/dev/null & p=$!; sleep " + delay +
         "; kill -9 $p; wait $p");
     const std::string item = directory_.file("nv/0/7");
-    ASSERT_TRUE(item == ones || item == twos)
-        << desk::hex({reinterpret_cast<const uint8_t*>(item.data()), item.size()});
+    ASSERT_TRUE(item == ones || item == twos) << desk::hex(item);
   }
 }
 

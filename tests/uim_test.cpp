@@ -152,8 +152,7 @@ TEST_F(Uim, RequestsHaveTheirFieldsInTheirPlaces) {
 TEST_F(Uim, ThePowerRequestsWriteTheWholeEnableFileFirst) {
   start_modem();
   EXPECT_EQ(power(true, 0, 0x04030201), 0);
-  EXPECT_EQ(desk::hex({reinterpret_cast<const uint8_t*>(directory_.file(kEsimEnable).data()), 4}),
-            "01 02 03 04");
+  EXPECT_EQ(desk::hex(directory_.file(kEsimEnable)), "01 02 03 04");
   EXPECT_EQ(power(false, 0, 0), 0);
   EXPECT_EQ(directory_.file(kEsimEnable), std::string(4, '\0'));
   const auto requests = passed(sim::FaultKind::kRequest);

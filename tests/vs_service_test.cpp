@@ -192,7 +192,7 @@ TEST(VsConfig, CommandCountsStandBehindTheDiagLogs) {
                               &config, &why))
       << why;
   const std::string counters = sim::statistics_counters(config);
-  EXPECT_EQ(desk::hex({reinterpret_cast<const uint8_t*>(counters.data()), 30}),
+  EXPECT_EQ(desk::hex(counters.substr(0, 30)),
             "04 01 02 00 00 00 00 00 00 00 88 77 66 55 44 33 22 11 09 00 00 00 00 00 00 00 00 00 "
             "00 00");
   EXPECT_EQ(counters.size(), 1u + 57 + 95 + 58 + 10);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "qcci/octets.h"
+
 namespace qcci::idl {
 namespace {
 
@@ -132,16 +134,14 @@ void describe_items(const Element& e, const uint8_t* c, size_t octets, std::stri
   const size_t kept = std::min<size_t>(items, e.max);
   const size_t shown = e.record_count == 0 && kept > octets ? octets : kept;
   if (list) out += '[';
-  for (size_t i = 0; i < shown; ++i, item += e.stride) {
+  const bool hex = list && e.record_count == 0 && e.stride == 1;
+  if (hex) out += to_hex({item, shown}, " ");
+  for (size_t i = 0; i < shown && !hex; ++i, item += e.stride) {
     if (i > 0) out += ' ';
     if (e.record_count != 0) {
       out += '{';
       describe_elements(e.record, e.record_count, item, octets, out);
       out += '}';
-    } else if (e.stride == 1 && list) {
-      constexpr char kDigits[] = "0123456789ABCDEF";
-      out += kDigits[*item >> 4];
-      out += kDigits[*item & 15];
     } else {
       out += std::to_string(load(item, e.stride));
     }

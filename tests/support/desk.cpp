@@ -30,24 +30,6 @@ namespace {
 
 }  // namespace
 
-std::string hex(std::span<const uint8_t> octets) {
-  std::string text;
-  char two[4];
-  for (const uint8_t octet : octets) {
-    std::snprintf(two, sizeof two, "%s%02X", text.empty() ? "" : " ", octet);
-    text += two;
-  }
-  return text;
-}
-
-std::vector<uint8_t> unhex(std::string_view text) {
-  std::vector<uint8_t> octets;
-  std::istringstream in{std::string(text)};
-  std::string word;
-  while (in >> word) octets.push_back(static_cast<uint8_t>(std::stoul(word, nullptr, 16)));
-  return octets;
-}
-
 PhoneDirectory::PhoneDirectory() {
   std::string name = std::filesystem::temp_directory_path() / "vex-test-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) std::abort();

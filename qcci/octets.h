@@ -18,7 +18,7 @@ std::string to_hex(std::span<const uint8_t> octets, std::string_view between = "
 std::optional<std::vector<uint8_t>> from_hex(std::string_view text);
 
 // The octets of a file's contents.
-inline std::span<const uint8_t> octets_of(std::string_view contents) {
+inline std::span<const uint8_t> as_octets(std::string_view contents) {
   return {reinterpret_cast<const uint8_t*>(contents.data()), contents.size()};
 }
 

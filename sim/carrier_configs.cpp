@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/idl/pdc.h"
+#include "qcci/octets.h"
 #include "sim/toml_table.h"
 
 namespace sim {
@@ -14,7 +15,7 @@ namespace {
 
 // Empty for what is no id.
 ConfigId config_id(const std::string& text) {
-  const auto octets = octets_of(text);
+  const auto octets = qcci::from_hex(text);
   return octets && octets->size() <= PDC_CONFIG_ID_MAX ? *octets : ConfigId();
 }
 
@@ -78,19 +79,9 @@ int write_selection(const Phone& phone, const std::string& path, const Selection
   std::string text;
   for (const auto& [key, id] :
        {std::pair("active ", &selection.active), {"pending ", &selection.pending}}) {
-    if (!id->empty()) text += key + config_id_text(*id) + "\n";
+    if (!id->empty()) text += key + qcci::to_hex(*id) + "\n";
   }
   return phone.all().write(path, text);
-}
-
-std::string config_id_text(const ConfigId& id) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const uint8_t octet : id) {
-    text += kDigits[octet >> 4];
-    text += kDigits[octet & 0xF];
-  }
-  return text;
 }
 
 }  // namespace sim

@@ -52,8 +52,6 @@ std::string selection_path(uint32_t type, uint32_t sub);
 int read_selection(const Phone& phone, const std::string& path, Selection* selection);
 int write_selection(const Phone& phone, const std::string& path, const Selection& selection);
 
-std::string config_id_text(const ConfigId& id);
-
 }  // namespace sim
 
 #endif  // SIM_CARRIER_CONFIGS_H_

@@ -8,6 +8,7 @@
 
 #include "clock/clock.h"
 #include "platform/idl/pdc.h"
+#include "qcci/octets.h"
 #include "qcci/services/services.h"
 #include "sim/carrier_configs.h"
 #include "sim/services.h"
@@ -113,7 +114,7 @@ class PdcService final : public Service {
                selection.pending.empty() ? selection.active : selection.pending;
            if (wanted.empty()) return QMI_ERROR_NOT_PROVISIONED;
            if (pdc().find(type, wanted) == nullptr) return QMI_ERROR_NO_ENTRY;
-           modem_.log("pdc: " + slot + " activates " + config_id_text(wanted));
+           modem_.log("pdc: " + slot + " activates " + qcci::to_hex(wanted));
            selection = {wanted, {}};
            return QMI_ERROR_NONE;
          });
@@ -126,7 +127,7 @@ class PdcService final : public Service {
     turn(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
          [this, slot = *slot](Selection& selection) {
            if (selection.active.empty()) return QMI_ERROR_NO_EFFECT;
-           modem_.log("pdc: " + slot + " deactivates " + config_id_text(selection.active));
+           modem_.log("pdc: " + slot + " deactivates " + qcci::to_hex(selection.active));
            selection.active.clear();
            return QMI_ERROR_NONE;
          });

@@ -3,25 +3,12 @@
 #include "sim/toml_table.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <sstream>
 
-namespace sim {
+#include "qcci/octets.h"
 
-std::optional<std::vector<uint8_t>> octets_of(std::string_view text) {
-  std::vector<uint8_t> octets;
-  while (true) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    if (text.empty()) return octets;
-    uint8_t octet = 0;
-    const auto read =
-        std::from_chars(text.data(), text.data() + std::min<size_t>(text.size(), 2), octet, 16);
-    if (read.ec != std::errc() || read.ptr != text.data() + 2) return std::nullopt;
-    octets.push_back(octet);
-    text.remove_prefix(2);
-  }
-}
+namespace sim {
 
 bool Table::has(const std::string& key) {
   known_.insert(key);
@@ -93,7 +80,7 @@ std::vector<int64_t> Table::integers(const std::string& key, int64_t least, int6
 }
 
 std::vector<uint8_t> Table::octets(const std::string& key, size_t most) {
-  const auto octets = octets_of(text(key, "", UINT16_MAX));
+  const auto octets = qcci::from_hex(text(key, "", UINT16_MAX));
   if (!octets) fail(key, "must be octets in hex, like \"01 A0\"");
   if (octets->size() > most) fail(key, "has more than " + std::to_string(most) + " octets");
   return *octets;

@@ -4,10 +4,8 @@
 
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,9 +20,6 @@ struct BadToml {
   toml::source_region where;
   std::string what;
 };
-
-// Pairs of hex digits, between which blanks may stand; nothing for any other text.
-std::optional<std::vector<uint8_t>> octets_of(std::string_view text);
 
 // A table that knows which of its keys have been read; the rest is an error. A key that is not
 // there has its fallback.

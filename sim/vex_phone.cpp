@@ -17,6 +17,7 @@
 #include "qcci/idl/codec.h"
 #include "qcci/idl/service.h"
 #include "qcci/link/local_socket.h"
+#include "qcci/octets.h"
 #include "sim/card_tray.h"
 #include "sim/euicc.h"
 #include "sim/modem.h"
@@ -120,24 +121,20 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   return 0;
 }
 
-template <class Octets>
-std::string hex(const Octets& octets, size_t most) {
-  std::string text;
-  char two[4];
-  for (size_t i = 0; i < octets.size() && i < most; ++i) {
-    std::snprintf(two, sizeof two, "%s%02X", i > 0 ? " " : "", static_cast<uint8_t>(octets[i]));
-    text += two;
-  }
-  if (octets.size() > most) text += " ... " + std::to_string(octets.size()) + " octets";
+// The octets that a file begins with, and how many it has when there are more.
+std::string beginning(std::string_view contents) {
+  constexpr size_t kShown = 24;
+  std::string text = qcci::to_hex(qcci::as_octets(contents.substr(0, kShown)), " ");
+  if (contents.size() > kShown) text += " ... " + std::to_string(contents.size()) + " octets";
   return text;
 }
 
 void show_files(const char* title, const sim::Folder& folder) {
   std::printf("%s\n", title);
   folder.list([&](const std::string& path, size_t) {
-    std::string octets;
-    folder.read(path, &octets);
-    std::printf("  %-40s %s\n", path.c_str(), hex(octets, 24).c_str());
+    std::string contents;
+    folder.read(path, &contents);
+    std::printf("  %-40s %s\n", path.c_str(), beginning(contents).c_str());
   });
 }
 
@@ -150,7 +147,7 @@ void show_cards(const Phone& phone, const sim::CardsConfig& cards) {
                 tray.present(static_cast<uint32_t>(i)) ? "" : ", not in the tray",
                 i == sim::kEsimSlot && esim ? ", not connected" : "");
   }
-  std::printf("card       euicc eid \"%s\"%s\n", hex(cards.eid, cards.eid.size()).c_str(),
+  std::printf("card       euicc eid \"%s\"%s\n", qcci::to_hex(cards.eid, " ").c_str(),
               esim ? "" : ", not connected");
   const auto left = sim::Euicc(phone, cards).profiles();
   for (const sim::ProfileConfig& profile : cards.profiles) {
@@ -170,7 +167,7 @@ void show_selection(const Phone& phone, const sim::PdcConfig& pdc, const char* n
   const auto text = [&](const sim::ConfigId& id) {
     if (id.empty()) return std::string("none");
     const sim::CarrierConfig* config = pdc.find(type, id);
-    return sim::config_id_text(id) +
+    return qcci::to_hex(id) +
            (config != nullptr ? " \"" + config->description + "\"" : " (not on this phone)");
   };
   sim::Selection selection;
@@ -205,14 +202,14 @@ int show(const Phone& phone) {
   for (size_t sub = 0; sub < config.measurements.size(); ++sub) {
     for (const auto& [id, octets] : config.measurements[sub]) {
       std::printf("record     sub%zu %-10s 0x%02X %s\n", sub, sim::record_name(id), id,
-                  hex(octets, octets.size()).c_str());
+                  qcci::to_hex(octets, " ").c_str());
     }
   }
   show_cards(phone, config.cards);
   for (const sim::CarrierConfig& one : config.pdc.configurations) {
     std::printf("config     %-8s %s version 0x%08x, %u octets%s \"%s\"\n",
                 one.type == PDC_CONFIG_TYPE_PLATFORM ? "platform" : "software",
-                sim::config_id_text(one.id).c_str(), one.version, one.size,
+                qcci::to_hex(one.id).c_str(), one.version, one.size,
                 one.is_default ? ", default" : "", one.description.c_str());
   }
   show_selection(phone, config.pdc, "platform", PDC_CONFIG_TYPE_PLATFORM, 0);

@@ -21,7 +21,7 @@ namespace desk {
 
 // "0A FF" for octets, and back; blanks do not matter.
 inline std::string hex(std::span<const uint8_t> octets) { return qcci::to_hex(octets, " "); }
-inline std::string hex(std::string_view octets) { return hex(qcci::octets_of(octets)); }
+inline std::string hex(std::string_view octets) { return hex(qcci::as_octets(octets)); }
 inline std::vector<uint8_t> unhex(std::string_view text) { return qcci::from_hex(text).value(); }
 
 // One message that passed on the simulated bus, from its QMI header on.

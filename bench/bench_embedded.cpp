@@ -1,6 +1,6 @@
 // The codec, and the modem inside the process.
 
-#include "bench/round_trip.h"
+#include "round_trip.h"
 #include "qcci/idl/codec.h"
 #include "qcci/services/services.h"
 

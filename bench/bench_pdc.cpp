@@ -4,8 +4,8 @@
 #include <fstream>
 #include <vector>
 
-#include "bench/round_trip.h"
-#include "bench/served_modem.h"
+#include "round_trip.h"
+#include "served_modem.h"
 #include "common/qcril_mem.h"
 #include "mbn/pdc_utils.h"
 

@@ -1,7 +1,7 @@
 // A modem served over the local socket, by a thread of this process.
 
-#include "bench/round_trip.h"
-#include "bench/served_modem.h"
+#include "round_trip.h"
+#include "served_modem.h"
 
 int main(int argc, char** argv) {
   const bench::QuietPhone directory;

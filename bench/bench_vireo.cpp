@@ -2,7 +2,7 @@
 
 #include <errno.h>
 
-#include "bench/round_trip.h"
+#include "round_trip.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
 

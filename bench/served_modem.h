@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
-#include "sim/modem.h"
-#include "sim/phone.h"
-#include "sim/server.h"
+#include "sim/phone/phone.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/server.h"
 
 namespace bench {
 
@@ -24,8 +24,8 @@ class ServedModem {
     server_ = std::make_unique<sim::Server>(*modem_);
     if (!server_->listen(phone_, &why)) return;
     serving_ = std::thread([this] {
-      sim::Door* const doors[] = {server_.get()};
-      sim::serve_modem(*modem_, doors, stop_.get());
+      sim::Listener* const listeners[] = {server_.get()};
+      sim::serve_modem(*modem_, listeners, stop_.get());
     });
   }
   ~ServedModem() {

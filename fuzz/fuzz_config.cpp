@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "sim/config.h"
+#include "sim/config/config.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   sim::PhoneConfig config;

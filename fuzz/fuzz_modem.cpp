@@ -6,7 +6,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "sim/modem.h"
+#include "qcci/services/services.h"
+#include "sim/services/make_modem.h"
 
 namespace {
 

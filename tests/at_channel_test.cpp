@@ -1,6 +1,6 @@
 // The simulated AT channel: what it answers and logs, and its terminal.
 
-#include "sim/at_channel.h"
+#include "sim/shell/at_channel.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,7 +10,7 @@
 
 #include <thread>
 
-#include "sim/at_terminal.h"
+#include "sim/shell/at_terminal.h"
 #include "support/desk.h"
 
 namespace {

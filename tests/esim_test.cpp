@@ -6,7 +6,7 @@
 #include "common/trace.h"
 #include "platform/idl/uim.h"
 #include "platform/kelvor_utils.h"
-#include "sim/default_phone.h"
+#include "sim/phone/default_phone.h"
 #include "support/command.h"
 #include "support/desk.h"
 #include "vex/kelvor_vex_esim_test.h"

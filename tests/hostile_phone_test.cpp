@@ -17,7 +17,7 @@
 #include <filesystem>
 #include <future>
 
-#include "sim/scratch.h"
+#include "sim/phone/scratch.h"
 #include "support/desk.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // NV items and EFS files through the library, against the simulated modem.
 
-#include "sim/nvefs.h"
+#include "sim/services/nvefs.h"
 
 #include <cerrno>
 #include <cstring>

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/config.h"
-#include "sim/default_phone.h"
+#include "sim/config/config.h"
+#include "sim/phone/default_phone.h"
 
 namespace {
 

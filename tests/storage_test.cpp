@@ -1,6 +1,6 @@
 // What a restart of the modem leaves of its items and files.
 
-#include "sim/storage.h"
+#include "sim/phone/storage.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -12,7 +12,8 @@
 #include <thread>
 
 #include "qcci/link/local_socket.h"
-#include "sim/server.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/server.h"
 #include "support/command.h"
 #include "support/vireo_desk.h"
 
@@ -294,8 +295,8 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   const std::string path = directory_.root() + "/modem.sock";
   const sim::Descriptor stop(::eventfd(0, EFD_CLOEXEC));
   std::thread serving([&] {
-    sim::Door* const doors[] = {&server};
-    sim::serve_modem(*modem, doors, stop.get());
+    sim::Listener* const listeners[] = {&server};
+    sim::serve_modem(*modem, listeners, stop.get());
   });
   qcci::LocalSocketLink clients(path);
   qcci::Endpoint last;

@@ -9,7 +9,7 @@
 #include "common/qcril_mem.h"
 #include "platform/idl/vendor.h"
 #include "qcci/client/core.h"
-#include "qcci/packet.h"
+#include "qcci/wire/packet.h"
 #include "qmi/kelvor_extend_api_uim.h"
 #include "support/command.h"
 #include "support/scripted_link.h"

@@ -8,7 +8,7 @@
 #include <map>
 #include <vector>
 
-#include "qcci/packet.h"
+#include "qcci/wire/packet.h"
 
 namespace qcci {
 

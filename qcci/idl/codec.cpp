@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "qcci/octets.h"
+#include "qcci/wire/octets.h"
 
 namespace qcci::idl {
 namespace {

@@ -82,9 +82,6 @@ struct qmi_idl_service_object {
 
 namespace qcci::idl {
 
-// Every service that this library knows, for tools that walk them all.
-std::span<const qmi_idl_service_object_type> all_services();
-
 // The object, when the triple is exactly its own.
 inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& service, int32_t major,
                                               int32_t minor, int32_t tool) {

@@ -13,8 +13,8 @@
 #include <span>
 #include <vector>
 
-#include "clock/clock.h"
-#include "qcci/packet.h"
+#include "platform/clock/process_clock.h"
+#include "qcci/wire/packet.h"
 
 namespace qcci {
 

@@ -14,6 +14,9 @@ extern const qmi_idl_service_object kVsService;
 extern const qmi_idl_service_object kDiagService;
 extern const qmi_idl_service_object kUimService;
 
+// All of them, for tools that walk them.
+std::span<const qmi_idl_service_object_type> all_services();
+
 }  // namespace qcci::idl
 
 #endif  // QCCI_SERVICES_SERVICES_H_

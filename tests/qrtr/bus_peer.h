@@ -11,7 +11,7 @@
 #include <map>
 #include <vector>
 
-#include "qcci/packet.h"
+#include "qcci/wire/packet.h"
 #include "support/desk.h"
 
 namespace desk {

@@ -12,7 +12,7 @@
 #include "qcci/link/qrtr.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
-#include "sim/files.h"
+#include "sim/phone/files.h"
 #include "support/vireo_desk.h"
 #include "vireo/modem_api/modem_api.h"
 

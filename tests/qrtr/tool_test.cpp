@@ -8,7 +8,7 @@
 #include "qcci/services/services.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
-#include "sim/default_phone.h"
+#include "sim/phone/default_phone.h"
 
 namespace {
 

@@ -13,8 +13,9 @@
 
 #include "platform/qmi_client.h"
 #include "qcci/client/core.h"
-#include "sim/default_phone.h"
-#include "sim/embedded_link.h"
+#include "sim/phone/default_phone.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/embedded_link.h"
 
 namespace desk {
 namespace {

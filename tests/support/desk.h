@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "qcci/octets.h"
-#include "sim/modem.h"
+#include "qcci/wire/octets.h"
+#include "sim/modem/modem.h"
 #include "support/test_clock.h"
 
 namespace desk {

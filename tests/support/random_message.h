@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "qcci/idl/service.h"
+#include "qcci/services/services.h"
 
 namespace desk {
 

@@ -6,7 +6,7 @@
 #include <map>
 #include <thread>
 
-#include "clock/clock.h"
+#include "platform/clock/process_clock.h"
 
 namespace desk {
 

@@ -1,0 +1,144 @@
+// Which modem this process talks to.
+
+#include <malloc.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "host/host.h"
+#include "platform/kelvor_utils.h"
+#include "qcci/link/local_socket.h"
+#include "qcci/link/qrtr.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/embedded_link.h"
+#include "sim/serving/server.h"
+
+namespace host {
+namespace {
+
+// No bus.
+class NoLink final : public qcci::Link {
+ public:
+  bool open(qcci::Endpoint*) override { return false; }
+  bool never_opens() const override { return true; }
+  void close(qcci::EndpointId) override {}
+  qcci::Sent send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override {
+    return qcci::Sent::kCut;
+  }
+  qcci::Received receive(qcci::Datagram*, platform::Time deadline) override {
+    platform::clock().sleep_until(deadline);
+    return qcci::Received::kNothing;
+  }
+  void wake() override {}
+};
+
+void say_no_modem(const std::string& why) {
+  std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
+}
+
+std::unique_ptr<qcci::Link> no_link(const std::string& why) {
+  say_no_modem(why);
+  return std::make_unique<NoLink>();
+}
+
+// Set once, before the exit handler that reads it.
+std::shared_ptr<sim::Modem>& embedded_modem() {
+  static auto* const modem = new std::shared_ptr<sim::Modem>;
+  return *modem;
+}
+
+void report_unmet_faults() {
+  for (const std::string& line : embedded_modem()->unmet_faults()) {
+    kelvor_utils_syslog_dbg("modem: %s", line.c_str());
+  }
+}
+
+std::unique_ptr<qcci::Link> embedded() {
+  if (!prepare_phone()) return std::make_unique<NoLink>();
+  std::string why;
+  std::shared_ptr<sim::Modem> modem = sim::make_modem(phone(), &why);
+  if (modem == nullptr) return no_link(why);
+  modem->set_log(
+      [](const std::string& line) { kelvor_utils_syslog_dbg("modem: %s", line.c_str()); });
+  embedded_modem() = modem;
+  if (!modem->unmet_faults().empty()) std::atexit(report_unmet_faults);
+  return sim::make_embedded_link(std::move(modem));
+}
+
+// What errno says of a served modem that could not be connected to: the end of a sentence.
+std::string unavailable(int error) {
+  switch (error) {
+    case EUSERS:
+      return "has no room for another client";
+    case EPERM:
+      return "belongs to another user";
+    case ENOENT:
+    case ECONNREFUSED:
+    case ETIMEDOUT:
+      return "does not answer";
+    default:
+      return std::string("cannot be reached: ") + std::strerror(error);
+  }
+}
+
+}  // namespace
+
+const sim::Phone& phone() {
+  static const auto* const instance = new sim::Phone(sim::Phone::default_root());
+  return *instance;
+}
+
+bool prepare_phone() {
+  static const bool ready = [] {
+    std::string why;
+    if (phone().prepare(&why)) return true;
+    std::fprintf(stderr, "vex: %s\n", why.c_str());
+    return false;
+  }();
+  return ready;
+}
+
+}  // namespace host
+
+namespace qcci {
+
+std::unique_ptr<Link> make_process_link() {
+  // An arena each would cost the library's thread more than it ever takes from it.
+  ::mallopt(M_ARENA_MAX, 1);
+  const char* variable = std::getenv("VEX_MODEM");
+  const std::string wanted = variable != nullptr ? variable : "";
+  if (wanted.empty()) {
+    auto served = std::make_unique<LocalSocketLink>(sim::Server::socket_path(host::phone()));
+    if (served->answers()) return served;
+    const std::string why = host::unavailable(errno);
+    if (sim::Server::is_served(host::phone())) {
+      std::fprintf(stderr, "vex: the served modem %s; using an embedded one\n", why.c_str());
+    }
+    return host::embedded();
+  }
+  if (wanted == "embedded") return host::embedded();
+  if (wanted.starts_with("unix:")) {
+    const std::string path = wanted.substr(5);
+    auto served = std::make_unique<LocalSocketLink>(path);
+    if (served->answers()) return served;
+    const int error = errno;
+    if (error == ENOENT || error == ECONNREFUSED) {
+      return host::no_link("nobody serves one at " + path);
+    }
+    const std::string why = "the one served at " + path + " " + host::unavailable(error);
+    if (error != EUSERS && error != ETIMEDOUT) return host::no_link(why);
+    host::say_no_modem(why);
+    return served;
+  }
+  if (wanted == "qrtr") {
+    auto bus = std::make_unique<QrtrLink>();
+    if (bus->answers()) return bus;
+    return host::no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
+  }
+  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
+}
+
+}  // namespace qcci

@@ -1,0 +1,92 @@
+// What travels on the bus: QMI messages and QRTR control packets in datagrams between addresses.
+//
+// Numbers as in the kernel's uapi header linux/qrtr.h; the service header as its QMI helpers have
+// it.
+#ifndef QCCI_WIRE_PACKET_H_
+#define QCCI_WIRE_PACKET_H_
+
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+namespace qcci {
+
+struct Address {
+  uint32_t node = 0;
+  uint32_t port = 0;
+  friend bool operator==(const Address&, const Address&) = default;
+  friend auto operator<=>(const Address&, const Address&) = default;
+};
+
+inline constexpr uint32_t kControlPort = 0xFFFFFFFE;
+inline constexpr size_t kMaxDatagram = 65535;
+
+enum class Control : uint32_t {
+  kHello = 2,
+  kBye = 3,        // words: node
+  kNewServer = 4,  // words: service, instance, node, port; all zero ends a list
+  kDelServer = 5,
+  kDelClient = 6,  // words: node, port
+  kNewLookup = 10,
+  kDelLookup = 11,
+};
+
+struct ControlPacket {
+  Control command{};
+  uint32_t service = 0;
+  uint32_t instance = 0;  // version | instance << 8
+  uint32_t node = 0;
+  uint32_t port = 0;
+
+  // BYE and DEL_CLIENT carry their node and port where the others carry service and instance.
+  static ControlPacket of_client(Control command, Address client) {
+    return {command, client.node, client.port, 0, 0};
+  }
+  Address client() const { return {service, instance}; }
+  Address server() const { return {node, port}; }
+  bool ends_list() const { return (service | instance | node | port) == 0; }
+
+  std::span<const uint8_t> octets() const {
+    return {reinterpret_cast<const uint8_t*>(this), sizeof *this};
+  }
+  // False for a datagram that is no control packet.
+  static bool parse(std::span<const uint8_t> datagram, ControlPacket* packet) {
+    if (datagram.size() < sizeof *packet) return false;
+    std::memcpy(packet, datagram.data(), sizeof *packet);
+    return true;
+  }
+};
+static_assert(sizeof(ControlPacket) == 20);
+
+inline constexpr uint32_t instance_field(uint32_t version, uint32_t instance) {
+  return (version & 0xFF) | instance << 8;
+}
+
+inline constexpr size_t kQmiHeader = 7;
+
+struct QmiHeader {
+  uint8_t type = 0;  // as qmi_idl_message_type
+  uint16_t transaction = 0;
+  uint16_t message = 0;
+  uint16_t length = 0;  // octets of TLVs
+
+  void write(uint8_t* to) const {
+    to[0] = type;
+    std::memcpy(to + 1, &transaction, 2);
+    std::memcpy(to + 3, &message, 2);
+    std::memcpy(to + 5, &length, 2);
+  }
+  // False unless the datagram is one whole message: a header, and as many octets as it says.
+  static bool parse(std::span<const uint8_t> datagram, QmiHeader* header) {
+    if (datagram.size() < kQmiHeader) return false;
+    header->type = datagram[0];
+    std::memcpy(&header->transaction, datagram.data() + 1, 2);
+    std::memcpy(&header->message, datagram.data() + 3, 2);
+    std::memcpy(&header->length, datagram.data() + 5, 2);
+    return header->length == datagram.size() - kQmiHeader;
+  }
+};
+
+}  // namespace qcci
+
+#endif  // QCCI_WIRE_PACKET_H_

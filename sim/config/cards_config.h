@@ -1,0 +1,54 @@
+// The cards of phone.toml.
+#ifndef SIM_CONFIG_CARDS_CONFIG_H_
+#define SIM_CONFIG_CARDS_CONFIG_H_
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/idl/uim.h"
+#include "platform/idl/vendor_payload.h"
+
+namespace sim {
+
+class Table;
+
+constexpr size_t kSlots = 2;
+constexpr size_t kEsimSlot = 1;  // the one, from 0, that has an eUICC beside its SIM
+
+struct SimConfig {
+  uim_card_state state = UIM_CARD_PRESENT;
+  uim_card_error error = UIM_ERROR_UNKNOWN;  // of a SIM in the state "error"
+};
+
+// The bits of an eUICC's memory reset that delete profiles of the class.
+enum class ProfileClass : uint8_t { kOperational = 0x80, kTest = 0x40, kProvisioning = 0 };
+
+struct ProfileConfig {
+  std::string iccid;
+  std::string name;
+  ProfileClass profile_class = ProfileClass::kOperational;
+  bool enabled = false;
+};
+
+struct CardsConfig {
+  bool extended_status = true;
+  std::chrono::milliseconds ready{250};  // from a power up until the card answers
+  uint32_t tray = KELVOR_CARD_TYPE_MULTI;
+  std::array<SimConfig, kSlots> sims;
+  std::vector<uint8_t> eid;  // at most 16 octets; empty: the eUICC tells none
+  std::vector<ProfileConfig> profiles;
+};
+
+// The table [cards] of phone.toml.
+CardsConfig read_cards(Table table);
+
+const char* card_state_name(uim_card_state state);
+const char* profile_class_name(ProfileClass profile_class);
+
+}  // namespace sim
+
+#endif  // SIM_CONFIG_CARDS_CONFIG_H_

@@ -1,0 +1,34 @@
+// Responses that are put together octet by octet, because they are none of the service's own.
+#ifndef SIM_MODEM_ANSWER_H_
+#define SIM_MODEM_ANSWER_H_
+
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <vector>
+
+#include "platform/qmi_idl.h"
+#include "qcci/services/standard_result.h"
+#include "qcci/wire/packet.h"
+
+namespace sim {
+
+// The response with these TLVs to the message that `header` is of.
+inline std::vector<uint8_t> answer(qcci::QmiHeader header, std::initializer_list<uint8_t> tlvs) {
+  header.type = QMI_IDL_RESPONSE;
+  header.length = static_cast<uint16_t>(tlvs.size());
+  std::vector<uint8_t> octets(qcci::kQmiHeader + tlvs.size());
+  header.write(octets.data());
+  std::memcpy(octets.data() + qcci::kQmiHeader, tlvs.begin(), tlvs.size());
+  return octets;
+}
+
+// The standard result "failure" with a QMI error.
+inline std::vector<uint8_t> answer_error(const qcci::QmiHeader& header, uint16_t error) {
+  return answer(header, {qcci::idl::kStandardResultType, 4, 0, 1, 0, static_cast<uint8_t>(error),
+                         static_cast<uint8_t>(error >> 8)});
+}
+
+}  // namespace sim
+
+#endif  // SIM_MODEM_ANSWER_H_

@@ -1,0 +1,47 @@
+// Fault rules at work on messages in transit.
+//
+// A rule sees octets, never a service's state: what it does to a message could as well have
+// happened on the way. No lock of its own: the modem's guards it.
+#ifndef SIM_MODEM_FAULTS_H_
+#define SIM_MODEM_FAULTS_H_
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "sim/config/config.h"
+
+namespace sim {
+
+// What becomes of one message.
+struct Fate {
+  std::vector<std::vector<uint8_t>> copies;  // what goes on, in order; none: it is lost
+  std::chrono::milliseconds delay{0};
+  bool answered = false;  // the copies of a request are responses, given in the service's place
+  bool after_indication = false;   // held back until the client's next indication has gone
+  bool restart = false;            // the modem restarts
+  std::vector<std::string> rules;  // that acted on it, each as unmet has it
+};
+
+class Faults {
+ public:
+  explicit Faults(std::vector<FaultRule> rules);
+
+  // One whole message, from its QMI header on.
+  Fate apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
+  // The rules that never acted, each with its line in phone.toml.
+  std::vector<std::string> unmet() const;
+
+ private:
+  struct Counted {
+    FaultRule rule;
+    uint32_t matches = 0;
+    bool acted = false;
+  };
+  std::vector<Counted> rules_;
+};
+
+}  // namespace sim
+
+#endif  // SIM_MODEM_FAULTS_H_

@@ -1,0 +1,281 @@
+#include "sim/modem/modem.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "platform/qmi_idl.h"
+#include "qcci/idl/codec.h"
+#include "sim/modem/answer.h"
+#include "sim/phone/storage.h"
+
+namespace sim {
+namespace {
+
+using qcci::kQmiHeader;
+using qcci::QmiHeader;
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+std::vector<uint8_t> encode(const qcci::idl::Message& message, QmiHeader header, const void* c,
+                            size_t size) {
+  std::vector<uint8_t> octets(kQmiHeader + message.max_encoded);
+  const auto encoded = qcci::idl::encode(message, c, size, std::span(octets).subspan(kQmiHeader));
+  if (encoded.error != qcci::idl::CodecError::kOk) return {};
+  octets.resize(kQmiHeader + encoded.length);
+  header.length = static_cast<uint16_t>(encoded.length);
+  header.write(octets.data());
+  return octets;
+}
+
+}  // namespace
+
+Modem::Modem(Phone phone, PhoneConfig config, std::span<const ServiceMaker> services)
+    : phone_(std::move(phone)), config_(std::move(config)), faults_(config_.faults) {
+  for (const ServiceMaker make : services) services_.push_back(make(*this));
+  come_up();
+}
+
+Modem::~Modem() = default;
+
+Address Modem::attach(Port& port) {
+  const Lock lock(mutex_);
+  return bus_.attach(port);
+}
+
+void Modem::detach(Address client) {
+  const Lock lock(mutex_);
+  bus_.detach(client);
+  std::erase_if(held_, [&](const Held& held) { return held.client == client; });
+  for (const auto& service : services_) service->client_gone(client);
+}
+
+Fate Modem::meet_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
+  Fate fate = faults_.apply(service, kind, std::move(octets));
+  for (const std::string& rule : fate.rules) log("fault: " + rule);
+  if (fate.restart) restart();
+  return fate;
+}
+
+void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
+  const Lock lock(mutex_);
+  if (to == Bus::kControl) {
+    bus_.control(client, octets);
+    return;
+  }
+  const auto id = bus_.service_at(to);
+  QmiHeader header;
+  if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
+  Service& service = *find(*id);
+  if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
+  Fate fate = meet_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
+  for (std::vector<uint8_t>& copy : fate.copies) {
+    const auto go_on = [this, &service, to, client,
+                        answered = fate.answered](std::vector<uint8_t> message) {
+      if (answered) {
+        emit(service, to, client, FaultKind::kResponse, std::move(message));
+      } else {
+        handle(service, to, client, std::move(message));
+      }
+    };
+    if (fate.delay.count() == 0) {
+      go_on(std::move(copy));
+    } else {
+      schedule(fate.delay, [go_on, copy = std::move(copy)] { go_on(copy); });
+    }
+  }
+}
+
+void Modem::handle(Service& service, Address at, Address client, std::vector<uint8_t> octets) {
+  QmiHeader header;
+  if (bus_.service_at(at) != service.idl().id || !bus_.attached(client)) return;  // gone meanwhile
+  if (!QmiHeader::parse(octets, &header)) return;
+  service.client_asked(client);
+  const qcci::idl::Message* asks = service.idl().find(QMI_IDL_REQUEST, header.message);
+  const qcci::idl::Message* answers = service.idl().find(QMI_IDL_RESPONSE, header.message);
+  const Service::Handler* handler = service.handler(header.message);
+  std::vector<uint8_t> answer;
+  if (asks == nullptr || answers == nullptr || handler == nullptr) {
+    answer = answer_error(header, QMI_ERROR_INVALID_COMMAND);
+  } else {
+    std::vector<uint8_t> request(asks->c_size);
+    std::vector<uint8_t> response(answers->c_size);
+    const auto error = qcci::idl::decode(*asks, std::span(octets).subspan(kQmiHeader),
+                                         request.data(), request.size());
+    if (error == qcci::idl::CodecError::kOk) {
+      handling_ = true;
+      (*handler)(client, request.data(), response.data());
+      handling_ = false;
+      header.type = QMI_IDL_RESPONSE;
+      answer = encode(*answers, header, response.data(), response.size());
+    } else {
+      log(std::string(service.idl().name) +
+          ": malformed request: " + qcci::idl::codec_error_text(error));
+      answer = answer_error(header, QMI_ERROR_MALFORMED_MESSAGE);
+    }
+  }
+  emit(service, at, client, FaultKind::kResponse, std::move(answer));
+  for (Held& indication : std::exchange(after_response_, {})) {
+    emit(service, at, indication.client, FaultKind::kIndication, std::move(indication.octets));
+  }
+}
+
+void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t message,
+                     const void* c, size_t size) {
+  const Lock lock(mutex_);
+  const auto at = up_.find(idl.id);
+  const qcci::idl::Message* row = idl.find(QMI_IDL_INDICATION, message);
+  if (at == up_.end() || row == nullptr) return;
+  std::vector<uint8_t> octets = encode(*row, {QMI_IDL_INDICATION, 0, message, 0}, c, size);
+  if (octets.empty()) {
+    log(std::string(idl.name) + ": an indication that cannot be encoded");
+    return;
+  }
+  if (handling_) {
+    after_response_.push_back({client, at->second, std::move(octets)});
+  } else {
+    emit(*find(idl.id), at->second, client, FaultKind::kIndication, std::move(octets));
+  }
+}
+
+void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
+  const Lock lock(mutex_);
+  const Service* service = find(id);
+  if (service == nullptr) return;
+  for (const Address client : service->clients()) {
+    indicate(service->idl(), client, message, c, size);
+  }
+}
+
+void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
+                 std::vector<uint8_t> octets) {
+  if (!bus_.attached(client)) return;
+  Fate fate = meet_faults(service.idl().id, kind, std::move(octets));
+  for (std::vector<uint8_t>& copy : fate.copies) {
+    if (fate.after_indication) {
+      held_.push_back({client, at, std::move(copy)});
+    } else if (fate.delay.count() == 0) {
+      deliver(service, at, client, kind, copy);
+    } else {
+      schedule(fate.delay, [this, &service, at, client, kind, copy = std::move(copy)] {
+        deliver(service, at, client, kind, copy);
+      });
+    }
+  }
+}
+
+void Modem::deliver(const Service& service, Address at, Address client, FaultKind kind,
+                    const std::vector<uint8_t>& octets) {
+  if (bus_.service_at(at) != service.idl().id) return;  // gone meanwhile
+  if (tap_) tap_(service.idl(), kind, client, octets);
+  bus_.deliver(at, client, octets);
+  if (kind != FaultKind::kIndication) return;
+  for (size_t i = 0; i < held_.size();) {
+    if (held_[i].client != client || held_[i].from != at) {
+      ++i;
+      continue;
+    }
+    const Held held = std::move(held_[i]);
+    held_.erase(held_.begin() + static_cast<ptrdiff_t>(i));
+    deliver(service, at, client, FaultKind::kResponse, held.octets);
+  }
+}
+
+void Modem::schedule(platform::Duration delay, std::function<void()> action) {
+  due_.emplace(platform::clock().now() + delay, std::move(action));
+}
+
+platform::Time Modem::next_due() {
+  const Lock lock(mutex_);
+  return due_.empty() ? platform::kNever : due_.begin()->first;
+}
+
+void Modem::run_due() {
+  const Lock lock(mutex_);
+  while (!due_.empty() && due_.begin()->first <= platform::clock().now()) {
+    const auto action = std::move(due_.begin()->second);
+    due_.erase(due_.begin());
+    action();
+  }
+}
+
+void Modem::restart() {
+  const Lock lock(mutex_);
+  lose_unsynced();  // at once, because a modem inside its client's process may not live to go down
+  schedule({}, [this] { go_down(); });
+}
+
+void Modem::lose_unsynced() {
+  if (const int error = Storage(phone_, config_.loses_unsynced).restart(); error != 0) {
+    log(std::string("storage after a restart: ") + std::strerror(error));
+  }
+}
+
+void Modem::go_down() {
+  log("modem restarts");
+  for (const auto& service : services_) take_down(service->idl().id);
+  held_.clear();
+  lose_unsynced();
+  schedule(config_.restart, [this] {
+    come_up();
+    log("modem is up");
+  });
+}
+
+void Modem::come_up() {
+  for (const auto& service : services_) {
+    const uint32_t id = service->idl().id;
+    if (std::ranges::find(config_.absent, id) == config_.absent.end()) bring_up(id);
+  }
+}
+
+void Modem::take_down(uint32_t id) {
+  const Lock lock(mutex_);
+  const auto at = up_.find(id);
+  if (at == up_.end()) return;
+  const Address address = at->second;
+  up_.erase(at);
+  bus_.withdraw(address);
+  find(id)->restarted();
+}
+
+void Modem::bring_up(uint32_t id) {
+  const Lock lock(mutex_);
+  if (const Service* service = find(id); service != nullptr && !up_.contains(id)) {
+    publish(*service);
+  }
+}
+
+void Modem::publish(const Service& service) {
+  const uint32_t version = static_cast<uint32_t>(service.idl().major);
+  up_[service.idl().id] = bus_.publish(service.idl().id, version, 0);
+}
+
+Service* Modem::find(uint32_t id) {
+  for (const auto& service : services_) {
+    if (service->idl().id == id) return service.get();
+  }
+  return nullptr;
+}
+
+void Modem::set_tap(Tap tap) {
+  const Lock lock(mutex_);
+  tap_ = std::move(tap);
+}
+
+void Modem::set_log(Log log) {
+  const Lock lock(mutex_);
+  log_ = std::move(log);
+}
+
+void Modem::log(const std::string& line) {
+  if (log_) log_(line);
+}
+
+std::vector<std::string> Modem::unmet_faults() {
+  const Lock lock(mutex_);
+  std::vector<std::string> lines = faults_.unmet();
+  for (std::string& line : lines) line = "fault rule met no message: " + line;
+  return lines;
+}
+
+}  // namespace sim

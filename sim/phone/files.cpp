@@ -1,0 +1,231 @@
+#include "sim/phone/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+#include "sim/phone/scratch.h"
+
+namespace sim {
+namespace {
+
+constexpr size_t kMaxName = 255;
+constexpr off_t kLargestFile = 16 * 1024 * 1024;
+// Folders within folders that are listed. The modem's paths have 71 octets at most.
+constexpr int kDeepest = 128;
+
+// A path without empty components; EINVAL for one that has no name or would leave its folder.
+int normalise(std::string_view path, std::string* names) {
+  names->clear();
+  while (!path.empty()) {
+    const size_t slash = std::min(path.find('/'), path.size());
+    const std::string_view name = path.substr(0, slash);
+    path.remove_prefix(std::min(slash + 1, path.size()));
+    if (name.empty()) continue;
+    if (name == "." || name == ".." || name.find('\0') != std::string_view::npos) return EINVAL;
+    if (name.size() > kMaxName) return ENAMETOOLONG;
+    names->append(names->empty() ? "" : "/").append(name);
+  }
+  return names->empty() ? EINVAL : 0;
+}
+
+int open_folder(int root, const std::string& path, Descriptor* folder) {
+  return open_beneath(root, path, O_RDONLY | O_DIRECTORY, 0, folder);
+}
+
+// Each new folder is on the disk before anything is put into it.
+int make_folder(int root, const std::string& path, Descriptor* folder) {
+  const int error = open_folder(root, path, folder);
+  if (error != ENOENT) return error;
+  const size_t slash = path.rfind('/');
+  Descriptor parent;
+  const int found = slash == std::string::npos ? open_folder(root, ".", &parent)
+                                               : make_folder(root, path.substr(0, slash), &parent);
+  if (found != 0) return found;
+  const std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);
+  if (::mkdirat(parent.get(), name.c_str(), 0700) != 0 && errno != EEXIST) return errno;
+  if (::fsync(parent.get()) != 0) return errno;
+  return open_folder(parent.get(), name, folder);
+}
+
+int write_all(int fd, std::string_view contents) {
+  while (!contents.empty()) {
+    const ssize_t n = ::write(fd, contents.data(), contents.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    contents.remove_prefix(static_cast<size_t>(n));
+  }
+  return 0;
+}
+
+// Of a regular file: anything else might never end, or never begin.
+int read_all(int fd, std::string* contents) {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) return errno;
+  if (status.st_size > kLargestFile) return EFBIG;
+  char buffer[65536];
+  for (;;) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    if (n == 0) return 0;
+    contents->append(buffer, static_cast<size_t>(n));
+    if (contents->size() > static_cast<size_t>(kLargestFile)) return EFBIG;
+  }
+}
+
+// Only a regular file is replaced: 0 for one, or for nothing at all.
+int replaceable(int folder, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? 0 : errno;
+  }
+  if (S_ISLNK(status.st_mode)) return ELOOP;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  return S_ISREG(status.st_mode) ? 0 : ENXIO;
+}
+
+void list_below(Descriptor folder, const std::string& prefix, int depth,
+                const std::function<void(const std::string&, size_t)>& each) {
+  DIR* const stream = ::fdopendir(::dup(folder.get()));
+  if (stream == nullptr) return;
+  std::vector<std::string> names;
+  while (const dirent* entry = ::readdir(stream)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  ::closedir(stream);
+  std::sort(names.begin(), names.end());
+  for (const std::string& name : names) {
+    struct stat status {};
+    if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (S_ISREG(status.st_mode)) each(prefix + name, static_cast<size_t>(status.st_size));
+    if (!S_ISDIR(status.st_mode) || depth == kDeepest) continue;
+    Descriptor next;
+    if (open_folder(folder.get(), name, &next) != 0) continue;
+    list_below(std::move(next), prefix + name + "/", depth + 1, each);
+  }
+}
+
+}  // namespace
+
+// Where a file stands: the folder's path below the root, and its own name.
+struct Folder::Place {
+  int root = -1;
+  std::string folder;  // "." for the root
+  std::string name;
+  std::string path() const { return folder == "." ? name : folder + "/" + name; }
+};
+
+int Folder::find(std::string_view path, Place* place) const {
+  std::string names;
+  if (const int error = normalise(path, &names); error != 0) return error;
+  if ((place->root = root_->descriptor()) < 0) return ENOENT;
+  const std::string all = path_.empty() ? names : path_ + "/" + names;
+  const size_t slash = all.rfind('/');
+  place->folder = slash == std::string::npos ? "." : all.substr(0, slash);
+  place->name = all.substr(slash == std::string::npos ? 0 : slash + 1);
+  return 0;
+}
+
+int Folder::read_quietly(std::string_view path, std::string* contents) const {
+  contents->clear();
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor file;
+  const int error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
+  return error == 0 ? read_all(file.get(), contents) : error;
+}
+
+int Folder::write_quietly(std::string_view path, std::string_view contents) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor folder;
+  if (const int error = make_folder(place.root, place.folder, &folder); error != 0) return error;
+  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
+  ScratchFile scratch;
+  if (const int error = scratch.make(place.root); error != 0) {
+    if (!quiet_) root_->report(ScratchFile::kFolder, reason(error));
+    return error;
+  }
+  if (const int error = write_all(scratch.descriptor(), contents); error != 0) return error;
+  if (::fsync(scratch.descriptor()) != 0) return errno;
+  if (const int error = scratch.move_to(folder.get(), place.name); error != 0) return error;
+  return ::fsync(folder.get()) == 0 ? 0 : errno;
+}
+
+int Folder::remove_quietly(std::string_view path) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  Descriptor folder;
+  if (const int error = open_folder(place.root, place.folder, &folder); error != 0) return error;
+  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
+  if (::unlinkat(folder.get(), place.name.c_str(), 0) != 0) return errno;
+  return ::fsync(folder.get()) == 0 ? 0 : errno;
+}
+
+int Folder::open_quietly(std::string_view path, int flags, Descriptor* file) const {
+  Place place;
+  if (const int error = find(path, &place); error != 0) return error;
+  const int error = open_file_beneath(place.root, place.path(), flags | O_CREAT, 0600, file);
+  if (error != ENOENT) return error;
+  Descriptor folder;
+  if (const int made = make_folder(place.root, place.folder, &folder); made != 0) return made;
+  return open_file_beneath(folder.get(), place.name, flags | O_CREAT, 0600, file);
+}
+
+int Folder::read(std::string_view path, std::string* contents) const {
+  return report(path, read_quietly(path, contents));
+}
+
+int Folder::write(std::string_view path, std::string_view contents) const {
+  return report(path, write_quietly(path, contents));
+}
+
+int Folder::remove(std::string_view path) const { return report(path, remove_quietly(path)); }
+
+int Folder::open(std::string_view path, int flags, Descriptor* file) const {
+  return report(path, open_quietly(path, flags, file));
+}
+
+int Folder::make(std::string_view path) const {
+  Place place;
+  Descriptor folder;
+  const int error = find(path, &place);
+  return report(path, error != 0 ? error : make_folder(place.root, place.path(), &folder));
+}
+
+void Folder::list(const std::function<void(const std::string&, size_t)>& each) const {
+  const int root = root_->descriptor();
+  Descriptor folder;
+  if (root < 0 || open_folder(root, path_.empty() ? "." : path_, &folder) != 0) return;
+  list_below(std::move(folder), "", 1, each);
+}
+
+std::string Folder::name_of(std::string_view path) const {
+  return (path_.empty() ? "" : path_ + "/") + std::string(path);
+}
+
+int Folder::report(std::string_view path, int error) const {
+  if (error != 0 && error != ENOENT && error != EINVAL && error != ENAMETOOLONG) {
+    report(path, reason(error));
+  }
+  return error;
+}
+
+void Folder::report(std::string_view path, const std::string& what) const {
+  if (!quiet_) root_->report(name_of(path), what);
+}
+
+int read_file(const std::string& path, std::string* contents) {
+  contents->clear();
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  return file ? read_all(file.get(), contents) : errno;
+}
+
+}  // namespace sim

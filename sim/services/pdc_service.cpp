@@ -1,0 +1,246 @@
+// PDC: carrier configurations, selected, activated and deactivated as phone.toml's times say.
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <optional>
+
+#include "platform/clock/process_clock.h"
+#include "platform/idl/pdc.h"
+#include "qcci/services/services.h"
+#include "qcci/wire/octets.h"
+#include "sim/config/carrier_configs.h"
+#include "sim/services/services.h"
+
+namespace sim {
+namespace {
+
+constexpr uint32_t kTypes = 2;
+constexpr uint32_t kSubscriptions = 2;
+
+// How long a list that is not asked on for is remembered: nothing else tells a client that goes on
+// from one that begins anew. Less than the 5 s after which clients give up.
+constexpr std::chrono::milliseconds kListPause{4500};
+
+class PdcService final : public Service {
+ public:
+  explicit PdcService(ModemContext& modem) : Service(modem, qcci::idl::kPdcService) {
+    on(PDC_REGISTER, &PdcService::register_reports);
+    on(PDC_GET_SELECTED_CONFIG, &PdcService::get_selected);
+    on(PDC_SET_SELECTED_CONFIG, &PdcService::set_selected);
+    on(PDC_LIST_CONFIGS, &PdcService::list);
+    on(PDC_ACTIVATE_CONFIG, &PdcService::activate);
+    on(PDC_DEACTIVATE_CONFIG, &PdcService::deactivate);
+    on(PDC_GET_CONFIG_INFO, &PdcService::info);
+    on(PDC_GET_DEFAULT_CONFIG_INFO, &PdcService::default_info);
+  }
+
+ private:
+  // How far a client's list has come.
+  struct Listing {
+    uint32_t type_or_all;
+    size_t next;
+    platform::Time at;
+  };
+
+  void forget(Address client) override { listings_.erase(client); }
+  void forget_all() override {
+    listings_.clear();
+    turning_.clear();
+    ++life_;
+  }
+
+  const PdcConfig& pdc() const { return modem_.config().pdc; }
+
+  // The selection that a request means; none, and the response says so, when there is no such.
+  template <class Request>
+  std::optional<std::string> slot_of(uint32_t type, const Request& request,
+                                     pdc_plain_resp& response) {
+    const uint32_t sub = request.subscription_valid != 0 ? request.subscription : 0;
+    if (type < kTypes && sub < kSubscriptions) return selection_path(type, sub);
+    refuse(response, QMI_ERROR_INVALID_ARGUMENT);
+    return std::nullopt;
+  }
+
+  template <class Indication, class Request>
+  static Indication outcome(const Request& request, qmi_error error) {
+    Indication ind{};
+    ind.error = error;
+    ind.token_valid = request.token_valid;
+    ind.token = request.token;
+    return ind;
+  }
+
+  // The phone reports no changes of its own, so a registration changes nothing.
+  void register_reports(Address, const pdc_register_req&, pdc_plain_resp&) {}
+
+  void get_selected(Address client, const pdc_get_selected_config_req& request,
+                    pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    Selection selection;
+    const qmi_error failed = kept(*slot, read_selection(modem_.phone(), *slot, &selection));
+    const bool none = selection.active.empty() && selection.pending.empty();
+    const qmi_error error = failed == QMI_ERROR_NONE && none ? QMI_ERROR_NOT_PROVISIONED : failed;
+    auto ind = outcome<pdc_get_selected_config_ind>(request, error);
+    put(selection.active, ind.active, ind.active_valid, ind.active_len);
+    put(selection.pending, ind.pending, ind.pending_valid, ind.pending_len);
+    indicate(client, PDC_GET_SELECTED_CONFIG, ind);
+  }
+
+  void set_selected(Address client, const pdc_set_selected_config_req& request,
+                    pdc_plain_resp& response) {
+    const auto slot = slot_of(request.config.type, request, response);
+    if (!slot) return;
+    const ConfigId id(request.config.id, request.config.id + request.config.id_len);
+    qmi_error error = QMI_ERROR_NO_ENTRY;
+    if (pdc().find(request.config.type, id) != nullptr) {
+      error = change_selection(*slot, [&](Selection& selection) {
+        selection.pending = id;
+        return QMI_ERROR_NONE;
+      });
+    }
+    indicate(client, PDC_SET_SELECTED_CONFIG, outcome<pdc_result_ind>(request, error));
+  }
+
+  // What is pending becomes active; what is active already is applied once more.
+  void activate(Address client, const pdc_activate_config_req& request, pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    turn(client, PDC_ACTIVATE_CONFIG, *slot, request, response, pdc().activation,
+         [this, slot = *slot, type = request.type](Selection& selection) {
+           const ConfigId& wanted =
+               selection.pending.empty() ? selection.active : selection.pending;
+           if (wanted.empty()) return QMI_ERROR_NOT_PROVISIONED;
+           if (pdc().find(type, wanted) == nullptr) return QMI_ERROR_NO_ENTRY;
+           modem_.log("pdc: " + slot + " activates " + qcci::to_hex(wanted));
+           selection = {wanted, {}};
+           return QMI_ERROR_NONE;
+         });
+  }
+
+  void deactivate(Address client, const pdc_deactivate_config_req& request,
+                  pdc_plain_resp& response) {
+    const auto slot = slot_of(request.type, request, response);
+    if (!slot) return;
+    turn(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
+         [this, slot = *slot](Selection& selection) {
+           if (selection.active.empty()) return QMI_ERROR_NO_EFFECT;
+           modem_.log("pdc: " + slot + " deactivates " + qcci::to_hex(selection.active));
+           selection.active.clear();
+           return QMI_ERROR_NONE;
+         });
+  }
+
+  // A change of what is active: it takes its time, and a slot has one at a time. A modem that goes
+  // down meanwhile leaves it as it was.
+  template <class Request, class Change>
+  void turn(Address client, uint16_t message, const std::string& slot, const Request& request,
+            pdc_plain_resp& response, std::chrono::milliseconds time, Change change) {
+    if (!turning_.insert(slot).second) {
+      return refuse(response, QMI_ERROR_INCOMPATIBLE_STATE);
+    }
+    modem_.after(time, [this, life = life_, client, message, slot, request, change] {
+      if (life != life_) return;
+      turning_.erase(slot);
+      const qmi_error error = change_selection(slot, change);
+      indicate(client, message, outcome<pdc_result_ind>(request, error));
+    });
+  }
+
+  void list(Address client, const pdc_list_configs_req& request, pdc_plain_resp&) {
+    static constexpr uint32_t kAll = UINT32_MAX;
+    const uint32_t wanted = request.type_valid != 0 ? request.type : kAll;
+    const platform::Time now = platform::clock().now();
+    Listing& listing = listings_[client];
+    if (listing.type_or_all != wanted || now - listing.at > kListPause) listing = {wanted, 0, now};
+    listing.at = now;
+
+    auto ind = outcome<pdc_list_configs_ind>(request, QMI_ERROR_NONE);
+    ind.configs_valid = ind.more_available_valid = 1;
+    const auto& all = pdc().configurations;
+    for (; listing.next < all.size(); ++listing.next) {
+      const CarrierConfig& config = all[listing.next];
+      if (wanted != kAll && wanted != config.type) continue;
+      if (ind.configs_len == pdc().frame) {
+        ind.more_available = 1;
+        break;
+      }
+      pdc_config& to = ind.configs[ind.configs_len++];
+      to.type = config.type;
+      to.id_len = static_cast<uint32_t>(config.id.size());
+      std::ranges::copy(config.id, to.id);
+    }
+    if (ind.more_available == 0) listings_.erase(client);
+    // Nothing to list is nothing to indicate.
+    if (ind.configs_len > 0) indicate(client, PDC_LIST_CONFIGS, ind);
+  }
+
+  void info(Address client, const pdc_get_config_info_req& request, pdc_plain_resp&) {
+    const ConfigId id(request.config.id, request.config.id + request.config.id_len);
+    const CarrierConfig* config = pdc().find(request.config.type, id);
+    auto ind = outcome<pdc_get_config_info_ind>(
+        request, config != nullptr ? QMI_ERROR_NONE : QMI_ERROR_NO_ENTRY);
+    if (config != nullptr) describe(*config, ind);
+    indicate(client, PDC_GET_CONFIG_INFO, ind);
+  }
+
+  void default_info(Address client, const pdc_get_default_config_info_req& request,
+                    pdc_plain_resp&) {
+    const auto& all = pdc().configurations;
+    const auto found = std::ranges::find_if(all, [&](const CarrierConfig& config) {
+      return config.type == request.type && config.is_default;
+    });
+    auto ind = outcome<pdc_get_default_config_info_ind>(
+        request, found != all.end() ? QMI_ERROR_NONE : QMI_ERROR_NO_ENTRY);
+    if (found != all.end()) describe(*found, ind);
+    indicate(client, PDC_GET_DEFAULT_CONFIG_INFO, ind);
+  }
+
+  template <class Indication>
+  static void describe(const CarrierConfig& config, Indication& ind) {
+    ind.size_valid = ind.description_valid = ind.version_valid = 1;
+    ind.size = config.size;
+    ind.version = config.version;
+    ind.description_len = static_cast<uint32_t>(config.description.size());
+    std::ranges::copy(config.description, ind.description);
+  }
+
+  static void put(const ConfigId& id, uint8_t* to, uint8_t& valid, uint32_t& length) {
+    valid = !id.empty();
+    length = static_cast<uint32_t>(id.size());
+    std::ranges::copy(id, to);
+  }
+
+  // Read, changed and written as one. What cannot be read is not written over.
+  template <class Change>
+  qmi_error change_selection(const std::string& slot, Change change) {
+    const FileLock only_one = modem_.phone().lock();
+    Selection selection;
+    const int unread = only_one.held() ? read_selection(modem_.phone(), slot, &selection) : ENOLCK;
+    if (unread != 0) return kept(slot, unread);
+    const qmi_error error = change(selection);
+    return error != QMI_ERROR_NONE ? error
+                                   : kept(slot, write_selection(modem_.phone(), slot, selection));
+  }
+
+  // The QMI error of a file's.
+  qmi_error kept(const std::string& slot, int error) {
+    if (error == 0) return QMI_ERROR_NONE;
+    modem_.log("pdc: " + slot + ": " + std::strerror(error));
+    return QMI_ERROR_INTERNAL;
+  }
+
+  std::map<Address, Listing> listings_;
+  std::set<std::string> turning_;  // slots that are being changed
+  uint32_t life_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Service> make_pdc_service(ModemContext& modem) {
+  return std::make_unique<PdcService>(modem);
+}
+
+}  // namespace sim

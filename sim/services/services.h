@@ -1,0 +1,21 @@
+// The services that the simulated modem has.
+#ifndef SIM_SERVICES_SERVICES_H_
+#define SIM_SERVICES_SERVICES_H_
+
+#include <memory>
+
+#include "sim/modem/service.h"
+
+namespace sim {
+
+std::unique_ptr<Service> make_vendor_service(ModemContext& modem);
+std::unique_ptr<Service> make_nas_service(ModemContext& modem);
+std::unique_ptr<Service> make_sar_service(ModemContext& modem);
+std::unique_ptr<Service> make_vs_service(ModemContext& modem);
+std::unique_ptr<Service> make_diag_service(ModemContext& modem);
+std::unique_ptr<Service> make_uim_service(ModemContext& modem);
+std::unique_ptr<Service> make_pdc_service(ModemContext& modem);
+
+}  // namespace sim
+
+#endif  // SIM_SERVICES_SERVICES_H_

@@ -1,0 +1,177 @@
+// The vendor service 0xFFE4: families of functions behind one generic message.
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <span>
+#include <string_view>
+#include <type_traits>
+
+#include "platform/idl/vendor.h"
+#include "platform/idl/vendor_payload.h"
+#include "qcci/services/services.h"
+#include "sim/phone/storage.h"
+#include "sim/services/card_tray.h"
+#include "sim/services/counters.h"
+#include "sim/services/nvefs.h"
+#include "sim/services/rf_configuration.h"
+#include "sim/services/services.h"
+
+namespace sim {
+namespace {
+
+// The service's own results.
+constexpr uint32_t kNoSuchFamily = 1;
+constexpr uint32_t kBadLength = 2;
+
+class VendorService final : public Service {
+ public:
+  explicit VendorService(ModemContext& modem)
+      : Service(modem, qcci::idl::kVendorService),
+        storage_(modem.phone(), modem.config().loses_unsynced),
+        nvefs_(storage_),
+        tray_(modem.phone(), modem.config().cards) {
+    on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
+  }
+
+ private:
+  void forget(Address client) override { nvefs_.client_gone(client); }
+  void forget_all() override { nvefs_.forget_all(); }
+
+  void generic(Address client, const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
+    response.data_valid = 1;
+    if (request.data_len > sizeof request.data) {
+      response.id = kBadLength;
+      return;
+    }
+    switch (request.id) {
+      case REQUEST_ID_EFS: {
+        kelvor_nvefs_rsp reply;
+        response.data_len = static_cast<uint32_t>(nvefs_.handle(client, request.data, &reply));
+        std::memcpy(response.data, &reply, sizeof reply);
+        break;
+      }
+      case REQUEST_ID_COMMON:
+        common(request, response);
+        break;
+      default:
+        response.id = kNoSuchFamily;
+        break;
+    }
+  }
+
+  // ---- common requests: a row each, but for those of sim/rf_configuration.h and sim/card_tray.h
+
+  // An item's value, or what stands behind a raw command.
+  using Value = std::string_view;
+
+  struct CommonRow {
+    uint32_t number;
+    bool is_item;  // named by the item of the general command, not by the command
+    // Adds the answer to the payload, at most 500 octets. 0, or a negated errno number.
+    int32_t (VendorService::*run)(Value value, std::string* payload);
+  };
+  static const CommonRow kCommon[];
+
+  void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response);
+
+  int32_t stats_debug_info(Value /*value*/, std::string* payload) {
+    *payload = statistics_counters(modem_.config());
+    return 0;
+  }
+
+  int32_t stats_log_list(Value /*value*/, std::string* payload) {
+    const std::vector<uint16_t>& logs = modem_.config().outdated_logs;
+    const auto count = static_cast<uint16_t>(logs.size());
+    payload->append(reinterpret_cast<const char*>(&count), sizeof count);
+    payload->append(reinterpret_cast<const char*>(logs.data()), logs.size() * sizeof logs[0]);
+    return 0;
+  }
+
+  int32_t ssr(Value /*value*/, std::string* /*payload*/) {
+    modem_.restart();
+    return 0;
+  }
+
+  int32_t nv_sync(Value /*value*/, std::string* /*payload*/) { return -storage_.sync(); }
+
+  int32_t full_dump(Value /*value*/, std::string* /*payload*/) {
+    std::string dump = "modem memory dump\n";
+    const auto add = [&dump](const char* what, const Folder& folder) {
+      folder.list([&](const std::string& path, size_t octets) {
+        dump += std::string(what) + " " + path + " " + std::to_string(octets) + "\n";
+      });
+    };
+    add("nv", modem_.phone().nv());
+    add("efs", modem_.phone().efs());
+    const int error = modem_.phone().all().write(new_dump(), dump);
+    modem_.restart();
+    return -error;
+  }
+
+  // A name after the time that no dump has yet.
+  std::string new_dump() const {
+    char stamp[64];
+    const time_t now = ::time(nullptr);
+    tm utc{};
+    ::gmtime_r(&now, &utc);
+    ::strftime(stamp, sizeof stamp, "dump/%Y%m%dT%H%M%SZ", &utc);
+    std::string name = std::string(stamp) + ".txt";
+    std::string there;
+    for (int n = 2; modem_.phone().all().read(name, &there) == 0; ++n) {
+      name = std::string(stamp) + "-" + std::to_string(n) + ".txt";
+    }
+    return name;
+  }
+
+  const Storage storage_;
+  NvEfs nvefs_;
+  const CardTray tray_;
+};
+
+const VendorService::CommonRow VendorService::kCommon[] = {
+    {KELVOR_COMMON_STATS_DEBUG_INFO, false, &VendorService::stats_debug_info},
+    {KELVOR_COMMON_STATS_LOG_LIST, false, &VendorService::stats_log_list},
+    {KELVOR_COMMON_ITEM_SSR, true, &VendorService::ssr},
+    {KELVOR_COMMON_ITEM_NV_SYNC, true, &VendorService::nv_sync},
+    {KELVOR_COMMON_ITEM_FULL_DUMP, true, &VendorService::full_dump},
+};
+
+void VendorService::common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
+  kelvor_common_item_req item;
+  std::memcpy(&item, request.data, sizeof item);
+  kelvor_common_rsp reply{};
+  reply.command = item.command;
+  reply.result = -ENOSYS;
+  std::string payload;
+  const std::span octets(request.data, request.data_len);
+  const bool is_item = item.command == KELVOR_COMMON_ITEM;
+  const bool fits = !is_item || item.l <= sizeof item.v;
+  const std::span raw =
+      octets.subspan(std::min(octets.size(), offsetof(kelvor_common_raw_req, payload)));
+  const std::span value = is_item && fits ? std::span<const uint8_t>(item.v, item.l) : raw;
+  for (const CommonRow& row : kCommon) {
+    if (row.is_item != is_item || row.number != (is_item ? item.t : item.command)) continue;
+    reply.result = fits ? (this->*row.run)(
+                              {reinterpret_cast<const char*>(value.data()), value.size()}, &payload)
+                        : -EINVAL;
+  }
+  if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
+  if (is_item) {
+    if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
+  }
+  std::memcpy(reply.payload, payload.data(), payload.size());
+  std::memcpy(response.data, &reply, sizeof reply);
+  response.data_len = static_cast<uint32_t>(offsetof(kelvor_common_rsp, payload) + payload.size());
+}
+
+}  // namespace
+
+std::unique_ptr<Service> make_vendor_service(ModemContext& modem) {
+  return std::make_unique<VendorService>(modem);
+}
+
+}  // namespace sim

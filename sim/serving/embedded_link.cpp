@@ -1,0 +1,131 @@
+#include "sim/serving/embedded_link.h"
+
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+
+namespace sim {
+namespace {
+
+using qcci::Datagram;
+using qcci::EndpointId;
+using qcci::Received;
+
+class EmbeddedLink final : public qcci::Link {
+ public:
+  explicit EmbeddedLink(std::shared_ptr<Modem> modem) : modem_(std::move(modem)) {}
+
+  ~EmbeddedLink() override {
+    for (const auto& [id, end] : ends_) modem_->detach(end->address);
+    for (size_t i = 0; i < queue_.size() + in_flight_ + woken_; ++i) platform::clock().release();
+  }
+
+  bool open(qcci::Endpoint* endpoint) override {
+    auto end = std::make_unique<End>(*this);
+    end->address = modem_->attach(*end);
+    const std::lock_guard lock(mutex_);
+    end->id = ++last_;
+    *endpoint = {end->id, end->address};
+    ends_.emplace(end->id, std::move(end));
+    return true;
+  }
+
+  // The modem's lock comes before the queue's: its ports are told with the former held.
+  void close(EndpointId endpoint) override {
+    std::unique_ptr<End> end;
+    {
+      const std::lock_guard lock(mutex_);
+      const auto found = ends_.find(endpoint);
+      if (found == ends_.end()) return;
+      end = std::move(found->second);
+      ends_.erase(found);
+    }
+    modem_->detach(end->address);
+    const std::lock_guard lock(mutex_);
+    const size_t before = queue_.size();
+    std::erase_if(queue_, [&](const Datagram& d) { return d.endpoint == endpoint; });
+    for (size_t i = queue_.size(); i < before; ++i) platform::clock().release();
+  }
+
+  qcci::Sent send(EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
+    Address from;
+    {
+      const std::lock_guard lock(mutex_);
+      const auto found = ends_.find(endpoint);
+      if (found == ends_.end()) return qcci::Sent::kCut;
+      from = found->second->address;
+    }
+    modem_->send(from, to, octets);
+    if (modem_->next_due() != platform::kNever) wake();
+    return qcci::Sent::kSent;
+  }
+
+  Received receive(Datagram* datagram, platform::Time deadline) override {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      if (!queue_.empty()) {
+        *datagram = std::move(queue_.front());
+        queue_.pop_front();
+        ++in_flight_;
+        return Received::kDatagram;
+      }
+      if (woken_) {
+        woken_ = false;
+        ++in_flight_;
+        return Received::kNothing;
+      }
+      lock.unlock();
+      modem_->run_due();
+      const platform::Time due = std::min(deadline, modem_->next_due());
+      lock.lock();
+      if (!queue_.empty() || woken_) continue;
+      // What was taken is done with, and what the modem had to do.
+      for (; in_flight_ > 0; --in_flight_) platform::clock().release();
+      if (platform::clock().now() >= deadline) return Received::kNothing;
+      platform::clock().wait_until(arrived_, lock, due);
+    }
+  }
+
+  void wake() override {
+    const std::lock_guard lock(mutex_);
+    if (!woken_) platform::clock().hold();
+    woken_ = true;
+    arrived_.notify_all();
+  }
+
+ private:
+  struct End final : Port {
+    explicit End(EmbeddedLink& owner) : link(owner) {}
+    void deliver(Address from, std::span<const uint8_t> octets) override {
+      link.queue({id, from, {octets.begin(), octets.end()}});
+    }
+    EmbeddedLink& link;
+    EndpointId id = 0;
+    Address address;
+  };
+
+  void queue(Datagram datagram) {
+    const std::lock_guard lock(mutex_);
+    platform::clock().hold();
+    queue_.push_back(std::move(datagram));
+    arrived_.notify_all();
+  }
+
+  const std::shared_ptr<Modem> modem_;
+  std::mutex mutex_;
+  std::condition_variable arrived_;
+  bool woken_ = false;
+  EndpointId last_ = 0;
+  size_t in_flight_ = 0;  // datagrams and wakes that the receiver took and is not done with
+  std::map<EndpointId, std::unique_ptr<End>> ends_;
+  std::deque<Datagram> queue_;
+};
+
+}  // namespace
+
+std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<Modem> modem) {
+  return std::make_unique<EmbeddedLink>(std::move(modem));
+}
+
+}  // namespace sim

@@ -1,0 +1,192 @@
+#include "sim/serving/server.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "qcci/link/local_socket.h"
+
+namespace sim {
+namespace {
+
+// What a client that does not read may leave waiting; one that leaves more is cut off.
+constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
+// Datagrams taken from one client before the others have their turn.
+constexpr int kTurn = 32;
+// Descriptors that clients do not get: the modem needs some for its files and the bus.
+constexpr rlim_t kSpareDescriptors = 16;
+constexpr const char kSocketLock[] = "modem.sock.lock";
+
+enum class Standing { kNothing, kSocket, kSomethingElse };
+
+// In the place of the phone's socket.
+Standing what_stands(const Phone& phone) {
+  struct stat status {};
+  if (::fstatat(phone.descriptor(), Server::kSocket, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return Standing::kNothing;
+  }
+  return S_ISSOCK(status.st_mode) ? Standing::kSocket : Standing::kSomethingElse;
+}
+
+// The kernel gives the lowest number that is free.
+bool leaves_enough(int fd) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  const rlim_t spare = std::min(kSpareDescriptors, limit.rlim_cur / 2);
+  return static_cast<rlim_t>(fd) < limit.rlim_cur - spare;
+}
+
+}  // namespace
+
+// One client's connection: a port on the bus.
+class Server::Connection final : public Port {
+ public:
+  Connection(Modem& modem, int fd) : modem_(modem), fd_(fd), address_(modem.attach(*this)) {
+    const auto hello = qcci::ControlPacket::of_client(qcci::Control::kHello, address_);
+    deliver(Bus::kControl, hello.octets());
+  }
+  ~Connection() override { modem_.detach(address_); }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void deliver(Address from, std::span<const uint8_t> octets) override {
+    if (backlog_.empty() && write(from, octets)) return;
+    backlog_octets_ += octets.size();
+    backlog_.push_back({from, {octets.begin(), octets.end()}});
+  }
+
+  int fd() const { return fd_.get(); }
+  short wanted() const { return static_cast<short>(backlog_.empty() ? POLLIN : POLLIN | POLLOUT); }
+  bool overrun() const { return backlog_octets_ > kBacklogOctets; }
+
+  void flush() {
+    while (!backlog_.empty()) {
+      const auto& [from, octets] = backlog_.front();
+      if (!write(from, octets)) return;
+      backlog_octets_ -= octets.size();
+      backlog_.pop_front();
+    }
+  }
+
+  // False when the client is gone or talks nonsense.
+  bool take_turn() {
+    Address to;
+    std::vector<uint8_t> octets;
+    for (int i = 0; i < kTurn; ++i) {
+      const int got = qcci::local_frame_read(fd_.get(), &to, &octets);
+      if (got <= 0) return got == 0;
+      modem_.send(address_, to, octets);
+    }
+    return true;
+  }
+
+ private:
+  bool write(Address from, std::span<const uint8_t> octets) {
+    return qcci::local_frame_write(fd_.get(), from, octets) == qcci::Sent::kSent;
+  }
+
+  Modem& modem_;
+  Descriptor fd_;
+  Address address_;
+  std::deque<std::pair<Address, std::vector<uint8_t>>> backlog_;
+  size_t backlog_octets_ = 0;
+};
+
+Server::Server(Modem& modem) : modem_(modem) {}
+
+Server::~Server() {
+  connections_.clear();
+  if (phone_ != nullptr) ::unlinkat(phone_->descriptor(), kSocket, 0);
+}
+
+std::string Server::socket_path(const Phone& phone) {
+  const bool there = what_stands(phone) == Standing::kSocket;
+  return there ? phone.path_for_system_calls(kSocket) : "";
+}
+
+bool Server::is_served(const Phone& phone) {
+  Descriptor file;
+  return open_file_beneath(phone.descriptor(), kSocketLock, O_RDWR, 0, &file) == 0 &&
+         ::flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+}
+
+bool Server::listen(const Phone& phone, std::string* why) {
+  const auto fail = [&](const std::string& what) {
+    *why = phone.path(kSocket) + ": " + what;
+    return false;
+  };
+  // The lock, not the socket, says who serves: it goes with its process, however that ends.
+  if (const int error = phone.all().quiet().open(kSocketLock, O_RDWR, &lock_); error != 0) {
+    *why = phone.path(kSocketLock) + ": " + reason(error);
+    return false;
+  }
+  if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+    return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
+  }
+  const Standing standing = what_stands(phone);
+  if (standing == Standing::kSomethingElse) return fail("there, but not a socket");
+  if (standing == Standing::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
+  listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const std::string path = phone.path_for_system_calls(kSocket);
+  const mode_t old = ::umask(0177);
+  const bool bound = listening_ && qcci::local_bind(listening_.get(), path) == 0;
+  const int error = errno;
+  ::umask(old);
+  if (!bound) return fail(std::strerror(error));
+  if (::listen(listening_.get(), SOMAXCONN) != 0) return fail(std::strerror(errno));
+  phone_ = std::make_unique<Phone>(phone);
+  return true;
+}
+
+void Server::poll_for(std::vector<pollfd>* polled) {
+  polled->push_back({full_ ? -1 : listening_.get(), POLLIN, 0});
+  for (const auto& [fd, connection] : connections_) {
+    polled->push_back({fd, connection->wanted(), 0});
+  }
+}
+
+void Server::serve(std::span<const pollfd> polled) {
+  for (const pollfd& ready : polled.subspan(1)) {
+    const auto found = connections_.find(ready.fd);
+    if (serve_one(*found->second, ready.revents)) continue;
+    connections_.erase(found);
+    full_ = false;
+  }
+  if (polled[0].revents != 0) accept_all();
+}
+
+bool Server::serve_one(Connection& connection, short events) {
+  if ((events & POLLOUT) != 0) connection.flush();
+  const bool readable = (events & (POLLIN | POLLHUP | POLLERR)) != 0;
+  return (!readable || connection.take_turn()) && !connection.overrun();
+}
+
+void Server::accept_all() {
+  for (;;) {
+    const int fd = ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd < 0) {
+      full_ = (errno == EMFILE || errno == ENFILE) && !connections_.empty();
+      return;
+    }
+    if (!qcci::local_peer_trusted(fd)) {
+      ::close(fd);
+      continue;
+    }
+    if (!leaves_enough(fd)) {
+      const auto bye = qcci::ControlPacket::of_client(qcci::Control::kBye, {Bus::kNode, 0});
+      qcci::local_frame_write(fd, Bus::kControl, bye.octets());
+      ::close(fd);
+      continue;
+    }
+    connections_.emplace(fd, std::make_unique<Connection>(modem_, fd));
+  }
+}
+
+}  // namespace sim

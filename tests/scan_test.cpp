@@ -109,15 +109,20 @@ TEST_F(Scan, WrongWordsGetTheirNoteAndTheSectionAndNothingIsSent) {
   start_modem();
   const std::string section = desk::output_of([] { kelvor_test_qmi_show_help(12); });
   const std::pair<const char*, const char*> rows[] = {
-      {"", "note: Too few parameters, Pls refer to the following cmd:"},
-      {"2", "note: the second parameters is invalid, Pls refer to the following cmd:"},
-      {"-1", "note: the second parameters is invalid, Pls refer to the following cmd:"},
+      {"12", "note: Too few parameters, Pls refer to the following cmd:"},
+      {"11", "note: Too few parameters, Pls refer to the following cmd:"},
+      {"11 0", "note: the first parameters should be 12, Pls refer to the following cmd:"},
+      {"12 2", "note: the second parameters is invalid, Pls refer to the following cmd:"},
+      {"12 -1", "note: the second parameters is invalid, Pls refer to the following cmd:"},
   };
   for (const auto& [words, note] : rows) {
-    const std::string output = scan(words);
+    const std::string output = desk::run_command(kelvor_test_qmi_do, words);
     EXPECT_TRUE(said(output, note)) << output;
     EXPECT_EQ(output.substr(output.find('\n') + 1), section) << words;
   }
+  // Command 4 alone checks its number first.
+  EXPECT_TRUE(said(desk::run_command(kelvor_test_nvefs_do, "3"),
+                   "note: the first parameters should be 4, Pls refer to the following cmd:"));
   EXPECT_EQ(requests(), 0u);
 }
 

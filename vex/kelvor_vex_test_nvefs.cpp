@@ -138,7 +138,7 @@ constexpr vex::SubCommand kOperations[] = {
     {{"   vex %d %d sub efs_path          /* efs delete */\n", KELVOR_NVEFS_EFS_DELETE},
      kelvor_nvefs_test_efs_delete},
 };
-constexpr vex::Family kNvEfs{kCommandNvEfs, "%d: nvefs option cmd: \n", kOperations};
+constexpr vex::Family kNvEfs{kCommandNvEfs, "%d: nvefs option cmd: \n", kOperations, true};
 
 }  // namespace
 

@@ -8,10 +8,11 @@ namespace vex {
 #define NOTE(...) trace_write(kTraceError, site.file, site.line, site.function, __VA_ARGS__)
 
 int Family::run(int argc, char** argv, TraceSite site) const {
-  if (argc < 2 || std::atoi(argv[1]) != command) {
-    NOTE("note: the first parameters should be %d, Pls refer to the following cmd:", command);
-  } else if (argc < kSubCommandWords) {
+  const bool own = argc > 1 && std::atoi(argv[1]) == command;
+  if (argc < kSubCommandWords && (own || !number_first)) {
     NOTE("note: Too few parameters, Pls refer to the following cmd:");
+  } else if (!own) {
+    NOTE("note: the first parameters should be %d, Pls refer to the following cmd:", command);
   } else {
     const int number = std::atoi(argv[2]);
     for (const SubCommand& known : sub_commands) {

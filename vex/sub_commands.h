@@ -24,6 +24,7 @@ struct Family {
   int command;
   UsageRow title;
   std::span<const SubCommand> sub_commands;
+  bool number_first = false;  // the command number is checked before the count of words
 
   // Runs the sub-command that argv[2] names; the notes bear the site's function. What the handler
   // returned; 0 when there was none to run.

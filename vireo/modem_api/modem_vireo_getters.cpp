@@ -261,7 +261,7 @@ int32_t modem_tx_power_get_by_sub(uint32_t sub) {
     modem_vireo_nr5g_mac_ul_phy_ch_power_info info;
     if (!modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(sub, &info)) {
       TRACE_ERROR("modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile");
-    } else if (info.tx_power > -32768.0F && info.tx_power < 32768.0F) {
+    } else if (info.tx_power >= -0x1p31F && info.tx_power < 0x1p31F) {  // what an int32_t holds
       tx_power = static_cast<int32_t>(info.tx_power);
     }
   } else if (rat == VS_RAT_LTE) {

@@ -97,8 +97,8 @@ int qmi_pdc_request_timer_get_req_type_by_timer_id(unsigned int timer_id);
 // 0, or -1 when no timer can be had.
 int qmi_pdc_request_timer_start(int req_type);
 void qmi_pdc_request_timer_stop(int req_type);
-// A timer's callback. A timer that was stopped when it had already expired is traced and does
-// nothing more: what it would end is another request by now.
+// A timer's callback: ends every request that waits, whichever timer expired. One that was stopped
+// when it had already expired ends them too; that it holds no slot any more is traced.
 void qmi_pdc_request_timer_timeout_proc(union sigval value);
 
 }  // extern "C"

@@ -71,8 +71,6 @@ extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
 
   pdc_info_s_type& state = pdc::info();
   const QtiSharedLock lock(state.mutex);
-  pdc::Context* expired = find(TRACE_SITE(), timer_id);
-  if (expired == nullptr) return;
   for (size_t i = 0; i < pdc::kKinds; ++i) {
     pdc::Context& context = state.contexts[i];
     if (context.waiting == 0 || context.done != 0) continue;
@@ -81,6 +79,8 @@ extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
     context.ended.notify_one();
     context.done = 1;
   }
+  pdc::Context* expired = find(TRACE_SITE(), timer_id);
+  if (expired == nullptr) return;
   expired->timer_id = 0;
   TRACE_DEBUG("reset this timer_id(%u), req_type = %d.", timer_id, req_type_of(*expired));
 }

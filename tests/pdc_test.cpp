@@ -99,6 +99,21 @@ TEST_F(Pdc, OneExpiryWakesEveryKindThatWaits) {
   EXPECT_EQ(pdc_activate_config(kSoftware, 1), 0);
 }
 
+TEST_F(Pdc, ATimerThatWasStoppedTooLateEndsWhoWaitsToo) {
+  connect(lost(PDC_SET_SELECTED_CONFIG));
+  pdc_config_pdc_info id = id_of({0xBB, 0x00});
+  const std::string output = desk::output_of([&] {
+    auto waiting = std::async([&] { return pdc_select_config(&id, kSoftware, 0); });
+    await_waiting(PDC_REQ_SELECT);
+    qmi_pdc_request_timer_timeout_proc({.sival_int = 99});
+    clock_.run_by_itself();
+    EXPECT_EQ(waiting.get(), -1);
+  });
+  EXPECT_LT(output.find("sel_config is waiting, will stop it."),
+            output.find("not find this timer_id(99)"))
+      << output;
+}
+
 TEST_F(Pdc, ABusyKindIsRefusedAndNothingIsSent) {
   connect(lost(PDC_SET_SELECTED_CONFIG));
   pdc_config_pdc_info id = id_of({0xBB, 0x00});

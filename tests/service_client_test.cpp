@@ -17,6 +17,44 @@
 
 namespace {
 
+std::mutex g_given_mutex;
+std::vector<const void*> g_given;         // each OS-parameter block that the client library got
+std::atomic<uint32_t> g_c_struct_len{0};  // what the client library answers; 0: as it is
+
+qmi_client_os_params* note(qmi_client_os_params* given) {
+  const std::lock_guard lock(g_given_mutex);
+  g_given.push_back(given);
+  return given;
+}
+
+}  // namespace
+
+extern "C" {
+decltype(qmi_client_init_instance) __real_qmi_client_init_instance;
+int __wrap_qmi_client_init_instance(qmi_idl_service_object_type service, uint32_t instance,
+                                    qmi_client_ind_cb callback, void* data,
+                                    qmi_client_os_params* os_params, uint32_t timeout_ms,
+                                    qmi_client_type* client) {
+  return __real_qmi_client_init_instance(service, instance, callback, data, note(os_params),
+                                         timeout_ms, client);
+}
+decltype(qmi_client_notifier_init) __real_qmi_client_notifier_init;
+int __wrap_qmi_client_notifier_init(qmi_idl_service_object_type service,
+                                    qmi_client_os_params* os_params, qmi_client_type* notifier) {
+  return __real_qmi_client_notifier_init(service, note(os_params), notifier);
+}
+decltype(qmi_idl_get_message_c_struct_len) __real_qmi_idl_get_message_c_struct_len;
+int __wrap_qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type service,
+                                            qmi_idl_message_type type, uint32_t id,
+                                            uint32_t* length) {
+  const int result = __real_qmi_idl_get_message_c_struct_len(service, type, id, length);
+  if (g_c_struct_len != 0) *length = g_c_struct_len;
+  return result;
+}
+}  // extern "C"
+
+namespace {
+
 using namespace std::chrono_literals;
 using Statuses = std::vector<uint64_t>;
 
@@ -242,6 +280,7 @@ TEST_F(ServiceClients, WithoutAThreadToResumeOnTheNextReturnIsHeeded) {
   await(kModemApiNas0, 8);
   EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3, 4, 5, 6, 7, 6, 3}));
   EXPECT_EQ(bind(nas_0_client_send_msg_sync), 0);
+  EXPECT_EQ(g_given, std::vector(3, g_given.at(0))) << "one block from init to release";
 }
 
 TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
@@ -283,6 +322,11 @@ TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
   });
   output += desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
   EXPECT_TRUE(desk::said(output, "Unexpected NULL pointer!")) << "before a callback is there";
+  vs_init();
+  ASSERT_EQ(vs_client_init(ignore_event), 1);
+  g_c_struct_len = UINT32_MAX;
+  output = desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
+  EXPECT_TRUE(desk::said(output, "decoded_payload_len(-1) can not <= 0")) << output;
 }
 
 // Loss and release at any moment of connecting, suspending and resuming.

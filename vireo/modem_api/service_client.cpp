@@ -28,11 +28,7 @@ thread_local int t_reports = 0;
 qmi_idl_service_object_type ServiceClient::init() {
   const TraceScope scope(SITE(init));
   // A life that nobody ended is ended without a word.
-  qmi_client_type notifier = nullptr;
-  const qmi_client_type client = end_life(nullptr, &notifier);
-  if (client != nullptr) qmi_client_release(client);
-  if (notifier != nullptr) qmi_client_release(notifier);
-  await_reports();
+  give_back(end_life());
   const std::lock_guard lock(mutex_);
   context_.on_command = member_.on_command;
   context_.service = member_.get_service(member_.major, member_.minor, member_.tool);
@@ -88,11 +84,11 @@ bool ServiceClient::connect(Life life) {
   const TraceResultScope scope(SITE(connect), ret);
   const uint32_t port = master_port();
   qmi_client_type client = nullptr;
+  std::shared_ptr<qmi_client_os_params> os_params;
   int error = QMI_CLIENT_SERVICE_GONE;
   for (int attempt = 0; attempt < kAttempts && error != 0; ++attempt) {
     if (attempt > 0) platform_wait_for_modem_ms(kBetweenAttemptsMs);
     qmi_idl_service_object_type service = nullptr;
-    qmi_client_os_params os_params{};
     {
       const std::lock_guard lock(mutex_);
       if (life != life_) return false;
@@ -101,7 +97,7 @@ bool ServiceClient::connect(Life life) {
     }
     TRACE_FROM(SITE(connect), kTraceDebug, "Trying qmi_client_init_instance() try # %d port[%d]",
                attempt, static_cast<int>(port));
-    error = qmi_client_init_instance(service, port, member_.on_indication, nullptr, &os_params,
+    error = qmi_client_init_instance(service, port, member_.on_indication, nullptr, os_params.get(),
                                      kInitTimeout, &client);
     if (member_.subscription != kNoSubscription) bind(client);
   }
@@ -170,27 +166,24 @@ int ServiceClient::send(uint32_t message_id, const void* request, uint32_t reque
 }
 
 // Begins a new life with an empty context; what the old one held is the caller's to give back.
-qmi_client_type ServiceClient::end_life(modem_api_operational_cb* on_status,
-                                        qmi_client_type* notifier) {
+ServiceClient::Context ServiceClient::end_life() {
   const std::lock_guard lock(mutex_);
   ++life_;
-  if (on_status != nullptr) *on_status = context_.on_status;
-  *notifier = context_.notifier;
-  const qmi_client_type client = context_.client;
-  context_ = Context{};
-  return client;
+  return std::exchange(context_, {});
+}
+
+void ServiceClient::give_back(const Context& context) {
+  if (context.client != nullptr) qmi_client_release(context.client);
+  if (context.notifier != nullptr) qmi_client_release(context.notifier);
+  await_reports();
 }
 
 int ServiceClient::release() {
   const int ret = 1;
   const TraceResultScope scope(SITE(release), ret);
-  modem_api_operational_cb on_status = nullptr;
-  qmi_client_type notifier = nullptr;
-  const qmi_client_type client = end_life(&on_status, &notifier);
-  if (on_status != nullptr) on_status(member_.type, OP_STATUS_RELEASED);
-  if (client != nullptr) qmi_client_release(client);
-  if (notifier != nullptr) qmi_client_release(notifier);
-  await_reports();
+  const Context old = end_life();
+  if (old.on_status != nullptr) old.on_status(member_.type, OP_STATUS_RELEASED);
+  give_back(old);
   return ret;
 }
 
@@ -265,15 +258,16 @@ void ServiceClient::release_thread(Life life) {
   report(life, OP_STATUS_SUSPENDED);
   qmi_client_type notifier = nullptr;
   qmi_idl_service_object_type service = nullptr;
+  std::shared_ptr<qmi_client_os_params> os_params;
   {
     const std::lock_guard lock(mutex_);
     if (life != life_) return;
     notifier = context_.notifier;
     service = context_.service;
+    os_params = context_.os_params;
   }
   if (notifier == nullptr) {
-    qmi_client_os_params os_params{};
-    const int error = qmi_client_notifier_init(service, &os_params, &notifier);
+    const int error = qmi_client_notifier_init(service, os_params.get(), &notifier);
     TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_notifier_init return %d", error);
     if (error != 0) return;
     std::unique_lock lock(mutex_);
@@ -283,7 +277,6 @@ void ServiceClient::release_thread(Life life) {
       return;
     }
     context_.notifier = notifier;
-    context_.os_params = os_params;
   }
   const int error = qmi_client_register_notify_cb(notifier, member_.on_service_up, nullptr);
   TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_register_notify_cb %d", error);
@@ -346,13 +339,13 @@ void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id
   if (callback == nullptr) return error("Unexpected NULL pointer!");
   uint32_t size = 0;
   qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
-  if (size == 0 && member_.handle != nullptr) {
+  if (static_cast<int32_t>(size) <= 0 && member_.handle != nullptr) {
     TRACE_FROM(SITE(unsol_ind), kTraceError, "decoded_payload_len(%d) can not <= 0",
                static_cast<int>(size));
     return;
   }
   // One octet more than nothing for an indication that the service does not describe.
-  void* decoded = vireo_malloc_adv(size + 1, member_.names.unsol_ind, __LINE__);
+  void* decoded = vireo_malloc_adv(size_t{size} + 1, member_.names.unsol_ind, __LINE__);
   if (decoded == nullptr) return error(member_.no_memory);
   const int failed = size == 0 ? 0
                                : qmi_client_message_decode(client, QMI_IDL_INDICATION, message_id,

@@ -15,6 +15,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 
 #include "common/trace.h"
@@ -110,7 +111,9 @@ class ServiceClient {
   struct Context {
     qmi_idl_service_object_type service = nullptr;
     qmi_client_type client = nullptr;
-    qmi_client_os_params os_params{};
+    // Shared with the threads that give it to the client library: it lasts as long as any client or
+    // notifier that was made with it.
+    std::shared_ptr<qmi_client_os_params> os_params = std::make_shared<qmi_client_os_params>();
     qmi_client_type notifier = nullptr;
     modem_api_command_cb on_command = nullptr;
     modem_api_indication_cb on_event = nullptr;
@@ -136,7 +139,8 @@ class ServiceClient {
   bool start(void (ServiceClient::*body)(Life), Life life);
   // Until no status callback but the caller's own is running.
   void await_reports();
-  qmi_client_type end_life(modem_api_operational_cb* on_status, qmi_client_type* notifier);
+  Context end_life();
+  void give_back(const Context& context);
 
   const Member& member_;
   std::mutex mutex_;

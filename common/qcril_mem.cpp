@@ -14,6 +14,7 @@ std::atomic<uint32_t> g_blocks{0};
 extern "C" void* qcril_malloc_adv(size_t size, const char* function, int line) {
   void* block = std::calloc(1, size > 0 ? size : 1);
   if (block == nullptr) {
+    const Operation operation(__func__);
     TRACE_ERROR("no memory for %zu octets, asked for by %s, line %d", size, function, line);
     return nullptr;
   }

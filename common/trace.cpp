@@ -9,6 +9,8 @@
 
 namespace {
 
+thread_local const Operation* t_innermost = nullptr;
+
 const char* base_name(const char* file) {
   const char* slash = std::strrchr(file, '/');
   return slash != nullptr ? slash + 1 : file;
@@ -41,6 +43,14 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
   const bool log = kelvor_hal_get_logcat_print_flag(level);
   const bool shell = kelvor_hal_get_shell_print_flag(level);
   if (!log && !shell) return;
+  if (const Operation* const operation = t_innermost) {
+    const TraceSite& site = operation->site_;
+    function = site.function;
+    if (std::strcmp(file, site.file) != 0) {
+      file = site.file;
+      line = site.line;
+    }
+  }
 
   char room[1024];
   char* message = room;
@@ -67,26 +77,16 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
   if (message != room) std::free(message);
 }
 
-namespace {
+Operation::Operation(TraceSite site) : site_(site), outer_(t_innermost) { t_innermost = this; }
 
-void write_at(const TraceSite& site, const char* text) {
-  trace_write(kTraceDebug, site.file, site.line, site.function, "%s", text);
+Operation::~Operation() { t_innermost = outer_; }
+
+const char* Operation::name(const char* fallback) {
+  return t_innermost != nullptr ? t_innermost->site_.function : fallback;
 }
 
-}  // namespace
-
-TraceScope::TraceScope(TraceSite site) : site_(site) {
-  write_at(site_, "function entry ------------->");
+TraceScope::TraceScope(TraceSite site) : operation_(site) {
+  TRACE_DEBUG("function entry ------------->");
 }
 
-TraceScope::~TraceScope() { write_at(site_, "function exit <-------------"); }
-
-TraceResultScope::TraceResultScope(TraceSite site, const int32_t& result)
-    : site_(site), result_(result) {
-  write_at(site_, "function entry ------------->");
-}
-
-TraceResultScope::~TraceResultScope() {
-  trace_write(kTraceDebug, site_.file, site_.line, site_.function,
-              "function exit, ret = %d <-------------", result_);
-}
+TraceScope::~TraceScope() { TRACE_DEBUG("function exit <-------------"); }

@@ -5,8 +5,8 @@
 // line and function. Every message gets one line end added; one that ends in a line end is followed
 // by an empty line.
 //
-// May be called from any thread; a line is written by one call. Nothing but this module and the
-// result lines for calling scripts writes to standard output.
+// May be called from any thread; a line is written by one call. Results for calling scripts and the
+// decoding of statistics are printed without it.
 #ifndef COMMON_TRACE_H_
 #define COMMON_TRACE_H_
 
@@ -19,6 +19,7 @@ enum TraceLevel : uint32_t {
   kTraceUsage = 8,
 };
 
+// A message of that function, or of the operation that it helps.
 __attribute__((format(printf, 5, 6))) void trace_write(TraceLevel level, const char* file, int line,
                                                        const char* function, const char* format,
                                                        ...);
@@ -29,42 +30,78 @@ __attribute__((format(printf, 5, 6))) void trace_write(TraceLevel level, const c
 #define TRACE_DEBUG(...) TRACE_AT(kTraceDebug, __VA_ARGS__)
 #define TRACE_USAGE(...) TRACE_AT(kTraceUsage, __VA_ARGS__)
 
-// A place that messages come from.
+// A function that messages are to name, and where it stands: by default, where its name is given.
 struct TraceSite {
+  TraceSite(const char* name, const char* source = __builtin_FILE(),  // NOLINT: reads as the name
+            int source_line = __builtin_LINE())
+      : function(name), file(source), line(source_line) {}
+
+  const char* function;  // the strings live as long as the program
   const char* file;
   int line;
-  const char* function;
 };
-#define TRACE_SITE() \
-  TraceSite { __FILE__, __LINE__, __func__ }
-// A message of a helper, which bears the name of the function that it helps.
-#define TRACE_FROM(site, level, ...) \
-  trace_write(level, __FILE__, __LINE__, (site).function, __VA_ARGS__)
 
-// Writes "function entry ------------->" now and "function exit <-------------" at the end of its
-// life.
+// The operation that the calling thread is in, whose name its messages bear. Every function whose
+// name the trace shows opens one; functions that help it just trace. Operations nest, and the
+// innermost counts. On a thread without one, as in a callback, messages bear the name of the
+// function that they stand in.
+//
+// File and line belong to the name: they are the message's own in the operation's source, and where
+// the operation was opened for a message from another source.
+class Operation {
+ public:
+  explicit Operation(TraceSite site);
+  ~Operation();
+  Operation(const Operation&) = delete;
+  Operation& operator=(const Operation&) = delete;
+
+  // The name that messages bear here; `fallback` on a thread without an operation.
+  static const char* name(const char* fallback);
+
+ private:
+  friend decltype(trace_write) trace_write;
+
+  const TraceSite site_;
+  const Operation* const outer_;
+};
+
+// An operation that writes "function entry ------------->" when it begins and
+// "function exit <-------------" when it ends.
 class TraceScope {
  public:
   explicit TraceScope(TraceSite site);
   ~TraceScope();
-  TraceScope(const TraceScope&) = delete;
-  TraceScope& operator=(const TraceScope&) = delete;
 
  private:
-  TraceSite site_;
+  const Operation operation_;
 };
 
-// The same with the value that is about to be returned: "function exit, ret = %d <-------------".
-// The value is read when the scope ends.
+// Runs an operation's body and returns its result, which the last line shows:
+// "function exit, ret = %d <-------------".
+template <class Body>
+auto traced(TraceSite site, Body body) {
+  const Operation operation(site);
+  TRACE_DEBUG("function entry ------------->");
+  const auto result = body();
+  TRACE_DEBUG("function exit, ret = %d <-------------", result);
+  return result;
+}
+
+// ---- for vex/, whose handlers do not open operations yet
+#define TRACE_SITE() TraceSite(__func__)
+#define TRACE_FROM(site, level, ...) \
+  trace_write(level, __FILE__, __LINE__, (site).function, __VA_ARGS__)
 class TraceResultScope {
  public:
-  TraceResultScope(TraceSite site, const int32_t& result);
-  ~TraceResultScope();
-  TraceResultScope(const TraceResultScope&) = delete;
-  TraceResultScope& operator=(const TraceResultScope&) = delete;
+  TraceResultScope(TraceSite site, const int32_t& result) : site_(site), result_(result) {
+    TRACE_FROM(site_, kTraceDebug, "function entry ------------->");
+  }
+  ~TraceResultScope() {
+    TRACE_FROM(site_, kTraceDebug, "function exit, ret = %d <-------------", result_);
+  }
 
  private:
-  TraceSite site_;
+  const TraceSite site_;
   const int32_t& result_;
 };
 

@@ -15,48 +15,47 @@ constexpr unsigned int kSubs = 2;
 std::atomic<int> g_kelvor_pdc_init_status{-1};
 
 // What refresh and reactivation have in common before they reach the modem.
-int prepare(TraceSite site, unsigned char force_init, unsigned int sub_mask,
-            unsigned int mbn_type) {
+int prepare(unsigned char force_init, unsigned int sub_mask, unsigned int mbn_type) {
   if (const int status = kelvor_mbn_init(force_init); status != 0) {
-    TRACE_FROM(site, kTraceError, "pdc init failed, do nothing");
+    TRACE_ERROR("pdc init failed, do nothing");
     return status;
   }
-  TRACE_FROM(site, kTraceDebug, "mbn_type %d", static_cast<int>(mbn_type));
+  TRACE_DEBUG("mbn_type %d", mbn_type);
   if (mbn_type >= kTypes) {
-    TRACE_FROM(site, kTraceError, "config_type is invalid");
+    TRACE_ERROR("config_type is invalid");
     return kBadArgument;
   }
-  TRACE_FROM(site, kTraceDebug, "sub_mask %d", static_cast<int>(sub_mask));
+  TRACE_DEBUG("sub_mask %d", sub_mask);
   if (sub_mask == 0 || sub_mask > 3) {
-    TRACE_FROM(site, kTraceError, "sub_mask is out of range");
+    TRACE_ERROR("sub_mask is out of range");
     return kBadArgument;
   }
   return 0;
 }
 
-bool names(unsigned int sub_mask, unsigned int sub) { return (sub_mask >> sub & 1) != 0; }
+bool includes(unsigned int sub_mask, unsigned int sub) { return (sub_mask >> sub & 1) != 0; }
 
 // One subscription's turn. *result is that of the step that was last; false: the operation ends.
-bool reactivate(TraceSite site, pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
+bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
   pdc_config_pdc_info id{};
   *result = pdc_get_current_config(&id, type, sub);
-  TRACE_FROM(site, kTraceDebug, "SUB_%u pdc_get_current_config ret_val %d", sub, *result);
+  TRACE_DEBUG("SUB_%u pdc_get_current_config ret_val %d", sub, *result);
   if (*result != 0) {
-    TRACE_FROM(site, kTraceError, "SUB_%u pdc_get_current_config fail", sub);
+    TRACE_ERROR("SUB_%u pdc_get_current_config fail", sub);
     return false;
   }
   kelvor_mbn_deactivate_config(sub, type);
   *result = pdc_select_config(&id, type, sub);
-  TRACE_FROM(site, kTraceDebug, "SUB_%u pdc_select_config ret_val %d", sub, *result);
+  TRACE_DEBUG("SUB_%u pdc_select_config ret_val %d", sub, *result);
   *result = pdc_activate_config(type, sub);
-  TRACE_FROM(site, kTraceDebug, "SUB_%u pdc_activate_config ret_val %d", sub, *result);
+  TRACE_DEBUG("SUB_%u pdc_activate_config ret_val %d", sub, *result);
   return true;
 }
 
 }  // namespace
 
 extern "C" int kelvor_mbn_init(unsigned char force_init) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   if (force_init == 0 && g_kelvor_pdc_init_status == 0) {
     TRACE_DEBUG("pdc init have been done, do nothing");
     return 0;
@@ -71,12 +70,12 @@ extern "C" int kelvor_mbn_init(unsigned char force_init) {
 }
 
 extern "C" int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type) {
-  const TraceScope scope(TRACE_SITE());
-  int result = prepare(TRACE_SITE(), 0, sub_mask, mbn_type);
+  const TraceScope scope(__func__);
+  int result = prepare(0, sub_mask, mbn_type);
   if (result != 0) return result;
   const auto type = static_cast<pdc_config_type_enum_v01>(mbn_type);
   for (unsigned int sub = 0; sub < kSubs; ++sub) {
-    if (!names(sub_mask, sub)) continue;
+    if (!includes(sub_mask, sub)) continue;
     result = pdc_activate_config_ex(type, PDC_ACTIVATION_SOFT, sub, sub);
     TRACE_DEBUG("SUB_%u pdc_activate_config_ex ret %d", sub, result);
   }
@@ -84,46 +83,46 @@ extern "C" int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type) 
 }
 
 extern "C" int kelvor_refresh_sw_mbn(unsigned int sub_mask) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   return kelvor_refresh_mbn(sub_mask, PDC_CONFIG_TYPE_SOFTWARE);
 }
 
 extern "C" int kelvor_reactivate_mbn(unsigned int sub_mask, unsigned int mbn_type) {
-  const TraceScope scope(TRACE_SITE());
-  int result = prepare(TRACE_SITE(), 1, sub_mask, mbn_type);
+  const TraceScope scope(__func__);
+  int result = prepare(1, sub_mask, mbn_type);
   if (result != 0) return result;
   const auto type = static_cast<pdc_config_type_enum_v01>(mbn_type);
   for (unsigned int sub = 0; sub < kSubs; ++sub) {
-    if (names(sub_mask, sub) && !reactivate(TRACE_SITE(), type, sub, &result)) break;
+    if (includes(sub_mask, sub) && !reactivate(type, sub, &result)) break;
   }
   return result;
 }
 
 extern "C" int kelvor_reactivate_sw_mbn(unsigned int sub_mask) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   return kelvor_reactivate_mbn(sub_mask, PDC_CONFIG_TYPE_SOFTWARE);
 }
 
 extern "C" int kelvor_mbn_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   if (sub >= kSubs) {
-    TRACE_ERROR("sub is invalid, sub: %d", static_cast<int>(sub));
+    TRACE_ERROR("sub is invalid, sub: %d", sub);
     return kBadArgument;
   }
   if (static_cast<unsigned int>(type) >= kTypes) {
-    TRACE_ERROR("config_type is invalid, config_type: %d", static_cast<int>(type));
+    TRACE_ERROR("config_type is invalid, config_type: %d", type);
     return kBadArgument;
   }
   const int pdc = pdc_deactivate_config(sub, type);
   const int32_t sync = kelvor_nvefs_sync();
   TRACE_DEBUG("pdc_deactivate_config, ret_pdc: %d, ret_sync: %d, sub: %d, config_type: %d", pdc,
-              sync, static_cast<int>(sub), static_cast<int>(type));
+              sync, sub, type);
   return pdc;
 }
 
 extern "C" void kelvor_mbn_get_default_config_info_ind_hdlr(void* ind, unsigned int len) {
-  const TraceScope scope(TRACE_SITE());
-  TRACE_DEBUG("ind_data_len = %d", static_cast<int>(len));
+  const TraceScope scope(__func__);
+  TRACE_DEBUG("ind_data_len = %d", len);
   int32_t result = PDC_FAILED;
   if (ind == nullptr || len != sizeof(pdc_get_default_config_info_ind)) {
     TRACE_ERROR("NULL pointer for config_info");
@@ -131,9 +130,9 @@ extern "C" void kelvor_mbn_get_default_config_info_ind_hdlr(void* ind, unsigned 
     const auto* def_ind = static_cast<const pdc_get_default_config_info_ind*>(ind);
     TRACE_DEBUG("def_ind->error = %d", def_ind->error);
     TRACE_DEBUG("def_ind->config_desc_valid = %d", def_ind->description_valid);
-    TRACE_DEBUG("def_ind->config_desc_len = %d", static_cast<int>(def_ind->description_len));
+    TRACE_DEBUG("def_ind->config_desc_len = %d", def_ind->description_len);
     TRACE_DEBUG("def_ind->config_version_valid = %d", def_ind->version_valid);
-    TRACE_DEBUG("def_ind->config_version = %d", static_cast<int>(def_ind->version));
+    TRACE_DEBUG("def_ind->config_version = %d", def_ind->version);
     if (def_ind->error == 0) result = PDC_OK;
   }
   const QtiSharedLock lock(pdc::info().mutex);

@@ -42,15 +42,15 @@ static_assert(in_order(), "a kind's number is its place");
 
 }  // namespace
 
-bool succeeded(TraceSite site, const RequestKind& kind, const void* ind, unsigned int len) {
+bool succeeded(const RequestKind& kind, const void* ind, unsigned int len) {
   if (ind == nullptr || len != kind.indication_size) {
-    TRACE_FROM(site, kTraceError, "NULL pointer for ind_data_ptr");
+    TRACE_ERROR("NULL pointer for ind_data_ptr");
     return false;
   }
   // Every indication begins with it.
   uint16_t error;
   std::memcpy(&error, ind, sizeof error);
-  if (error != 0) TRACE_FROM(site, kTraceError, "QMI error, error code: %d", error);
+  if (error != 0) TRACE_ERROR("QMI error, error code: %d", error);
   return error == 0;
 }
 
@@ -70,9 +70,10 @@ void complete(int req_type, int32_t result) {
   context.done = 1;
 }
 
-void handle_outcome(TraceSite site, int req_type, const void* ind, unsigned int len) {
+void handle_outcome(TraceSite handler, int req_type, const void* ind, unsigned int len) {
+  const Operation operation(handler);
   const QtiSharedLock lock(info().mutex);
-  const bool ok = succeeded(site, kRequestKinds[index_of(req_type)], ind, len);
+  const bool ok = succeeded(kRequestKinds[index_of(req_type)], ind, len);
   complete(req_type, ok ? PDC_OK : PDC_FAILED);
 }
 
@@ -106,31 +107,32 @@ extern "C" void qmi_pdc_unsol_ind_cb(qmi_client_type client, uint32_t msg_id, co
 }
 
 extern "C" void qmi_pdc_load_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_LOAD, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_LOAD, ind, len);
 }
 extern "C" void qmi_pdc_get_config_info_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_INFO, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_INFO, ind, len);
 }
 extern "C" void qmi_pdc_deactivate_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_DEACTIVATE, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_DEACTIVATE, ind, len);
 }
 extern "C" void qmi_pdc_delete_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_DELETE, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_DELETE, ind, len);
 }
 extern "C" void qmi_pdc_select_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_SELECT, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_SELECT, ind, len);
 }
 extern "C" void qmi_pdc_activate_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_ACTIVATE, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_ACTIVATE, ind, len);
 }
 extern "C" void qmi_pdc_set_feature_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(TRACE_SITE(), PDC_REQ_SET_FEATURE, ind, len);
+  pdc::handle_outcome(__func__, PDC_REQ_SET_FEATURE, ind, len);
 }
 
 extern "C" void qmi_pdc_get_selected_config_ind_hdlr(void* ind, unsigned int len) {
+  const Operation operation(__func__);
   const QtiSharedLock lock(pdc::info().mutex);
   const pdc::RequestKind& kind = pdc::kRequestKinds[pdc::index_of(PDC_REQ_GET_SELECTED)];
-  bool ok = pdc::succeeded(TRACE_SITE(), kind, ind, len);
+  bool ok = pdc::succeeded(kind, ind, len);
   if (ok) {
     const auto& selected = *static_cast<const pdc_get_selected_config_ind*>(ind);
     pdc_config_pdc_info current{};

@@ -66,14 +66,14 @@ namespace pdc {
 pdc_info_s_type& info();
 
 // Whether an indication of the kind is there and says success; traces what is wrong with it.
-bool succeeded(TraceSite site, const RequestKind& kind, const void* ind, unsigned int len);
+bool succeeded(const RequestKind& kind, const void* ind, unsigned int len);
 // Whether the request that is under way has its outcome already, which holds whatever comes after
 // it. With the lock.
 bool has_outcome(int req_type);
 // Ends the kind's request and wakes who waits for it. With the lock.
 void complete(int req_type, int32_t result);
 // A whole indication handler, for the kinds whose outcome is all there is.
-void handle_outcome(TraceSite site, int req_type, const void* ind, unsigned int len);
+void handle_outcome(TraceSite handler, int req_type, const void* ind, unsigned int len);
 
 // Sends a list request. Without the lock. The client library's result.
 int send_list_request(qmi_client_type client, pdc_config_type_enum_v01 type,

@@ -25,39 +25,36 @@ bool is_double(const pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
 }
 
 // Appends what the indication has. False when it cannot be kept.
-bool append(TraceSite site, pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
+bool append(pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
   const uint32_t reported = ind.configs_valid != 0 ? ind.configs_len : 0;
-  TRACE_FROM(site, kTraceDebug, FLAG "config_list_len %d, old num_of_configs %d",
-             static_cast<int>(reported), static_cast<int>(*state.num_of_configs));
+  TRACE_DEBUG(FLAG "config_list_len %d, old num_of_configs %d", reported, *state.num_of_configs);
   for (uint32_t i = 0; i < reported; ++i) {
     if (*state.num_of_configs == state.list_room) {
-      TRACE_FROM(site, kTraceError, FLAG "more configs than there is room for: %u",
-                 state.list_room);
+      TRACE_ERROR(FLAG "more configs than there is room for: %u", state.list_room);
       return false;
     }
     auto* element = static_cast<pdc_config_info*>(qcril_malloc(sizeof(pdc_config_info)));
     if (element == nullptr) {
-      TRACE_FROM(site, kTraceError, FLAG "Unable to allocate memory for the list element: %d",
-                 static_cast<int>(i));
+      TRACE_ERROR(FLAG "Unable to allocate memory for the list element: %d", i);
       return false;
     }
     element->config = ind.configs[i];
     state.config_list_holder[(*state.num_of_configs)++] = element;
   }
-  TRACE_FROM(site, kTraceDebug, FLAG "new num_of_configs %d",
-             static_cast<int>(*state.num_of_configs));
+  TRACE_DEBUG(FLAG "new num_of_configs %d", *state.num_of_configs);
   return true;
 }
 
 // Ends the list when it can be neither continued nor completed.
-void abort_list(TraceSite site) {
-  TRACE_FROM(site, kTraceError, FLAG "Abort to req, get_list_complete %d", kNotComplete);
+void abort_list() {
+  TRACE_ERROR(FLAG "Abort to req, get_list_complete %d", kNotComplete);
   pdc::complete(PDC_REQ_LIST, PDC_FAILED);
 }
 
 }  // namespace
 
 extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) {
+  const Operation operation(__func__);
   pdc_info_s_type& state = pdc::info();
   const QtiSharedLock lock(state.mutex);
   if (state.is_pdc_list_handling == 0 || pdc::has_outcome(PDC_REQ_LIST)) {
@@ -69,13 +66,13 @@ extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) 
     TRACE_ERROR(FLAG
                 "NULL pointer for ind_data_ptr or  g_pdc_info.num_of_configs or "
                 "g_pdc_info.config_list_holder");
-    abort_list(TRACE_SITE());
+    abort_list();
     return;
   }
   const auto& ind = *static_cast<const pdc_list_configs_ind*>(ind_data);
   if (ind.error != 0) {
     TRACE_ERROR(FLAG "QMI error, error code: %d", ind.error);
-    abort_list(TRACE_SITE());
+    abort_list();
     return;
   }
   if (is_double(state, ind)) {
@@ -83,20 +80,20 @@ extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) 
     return;
   }
   const uint32_t before = *state.num_of_configs;
-  if (!append(TRACE_SITE(), state, ind)) {
-    abort_list(TRACE_SITE());
+  if (!append(state, ind)) {
+    abort_list();
     return;
   }
   state.last_frame = before;
   if (ind.more_available_valid != 0 && ind.more_available != 0) {
     // A modem that always has more and never tells what would keep us here for ever.
     if (*state.num_of_configs == before) {
-      abort_list(TRACE_SITE());
+      abort_list();
       return;
     }
     TRACE_DEBUG(FLAG "Continue to req, get_list_complete %d", kNotComplete);
     state.follow_up_timer = kelvor_timer_start(qmi_pdc_list_configs_follow_up_request, 0);
-    if (state.follow_up_timer == 0) abort_list(TRACE_SITE());
+    if (state.follow_up_timer == 0) abort_list();
     return;
   }
   if (*state.num_of_configs == 0) TRACE_DEBUG(FLAG "None MBN available in modem EFS");
@@ -104,6 +101,7 @@ extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) 
 }
 
 extern "C" void qmi_pdc_list_configs_follow_up_request(union sigval value) {
+  const Operation operation(__func__);
   TRACE_DEBUG("qmi_pdc_list_configs_follow_up_request, timer_id = %d", value.sival_int);
   pdc_info_s_type& state = pdc::info();
   const pdc::Context& context = state.context(PDC_REQ_LIST);
@@ -121,13 +119,12 @@ extern "C" void qmi_pdc_list_configs_follow_up_request(union sigval value) {
   pdc_plain_resp response{};
   const int error = pdc::send_list_request(client, type, &response);
   if (error != 0) {
-    TRACE_ERROR("qmi send mssage error for list_configs, errno: %d %d", error,
-                static_cast<int>(response.resp.error));
+    TRACE_ERROR("qmi send mssage error for list_configs, errno: %d %d", error, response.resp.error);
   }
   lock.lock();
   if (!still_wanted()) return;
   // A caller that does not wait yet starts the timer itself.
   const bool goes_on =
       error == 0 && (context.waiting == 0 || qmi_pdc_request_timer_start(PDC_REQ_LIST) == 0);
-  if (!goes_on) abort_list(TRACE_SITE());
+  if (!goes_on) abort_list();
 }

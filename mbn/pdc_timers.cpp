@@ -16,10 +16,10 @@ pdc::Context* holder_of(uint32_t timer_id) {
   return nullptr;
 }
 
-pdc::Context* find(TraceSite site, uint32_t timer_id) {
+pdc::Context* find(uint32_t timer_id) {
   pdc::Context* context = holder_of(timer_id);
   if (context == nullptr) {
-    TRACE_FROM(site, kTraceError, "not find this timer_id(%u)", timer_id);
+    TRACE_ERROR("not find this timer_id(%u)", timer_id);
   }
   return context;
 }
@@ -35,16 +35,19 @@ extern "C" uint32_t* qmi_pdc_request_timer_get_ptr_by_req_type(int req_type) {
 }
 
 extern "C" uint32_t* qmi_pdc_request_timer_get_ptr_by_timer_id(unsigned int timer_id) {
-  pdc::Context* context = find(TRACE_SITE(), timer_id);
+  const Operation operation(__func__);
+  pdc::Context* context = find(timer_id);
   return context != nullptr ? &context->timer_id : nullptr;
 }
 
 extern "C" int qmi_pdc_request_timer_get_req_type_by_timer_id(unsigned int timer_id) {
-  const pdc::Context* context = find(TRACE_SITE(), timer_id);
+  const Operation operation(__func__);
+  const pdc::Context* context = find(timer_id);
   return context != nullptr ? req_type_of(*context) : -1;
 }
 
 extern "C" int qmi_pdc_request_timer_start(int req_type) {
+  const Operation operation(__func__);
   uint32_t* timer_id = qmi_pdc_request_timer_get_ptr_by_req_type(req_type);
   if (*timer_id != 0) {
     TRACE_DEBUG("find the timer is running, will stop it af first, timer_id = %u, req_type = %d",
@@ -58,6 +61,7 @@ extern "C" int qmi_pdc_request_timer_start(int req_type) {
 }
 
 extern "C" void qmi_pdc_request_timer_stop(int req_type) {
+  const Operation operation(__func__);
   uint32_t* timer_id = qmi_pdc_request_timer_get_ptr_by_req_type(req_type);
   TRACE_DEBUG("req_type = %d, timer_id = %u", req_type, *timer_id);
   kelvor_timer_stop(*timer_id);
@@ -65,6 +69,7 @@ extern "C" void qmi_pdc_request_timer_stop(int req_type) {
 }
 
 extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
+  const Operation operation(__func__);
   const uint32_t timer_id = static_cast<uint32_t>(value.sival_int);
   TRACE_DEBUG("timer_id = %u", timer_id);
   kelvor_timer_stop(timer_id);
@@ -79,7 +84,7 @@ extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
     context.ended.notify_one();
     context.done = 1;
   }
-  pdc::Context* expired = find(TRACE_SITE(), timer_id);
+  pdc::Context* expired = find(timer_id);
   if (expired == nullptr) return;
   expired->timer_id = 0;
   TRACE_DEBUG("reset this timer_id(%u), req_type = %d.", timer_id, req_type_of(*expired));

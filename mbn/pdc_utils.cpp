@@ -44,19 +44,18 @@ class Request {
 
   // current: where what the modem told goes, on success; null for requests without it.
   template <class Message>
-  int32_t send_and_wait(TraceSite site, const char* name, const Message& message,
+  int32_t send_and_wait(const char* name, const Message& message,
                         pdc_config_pdc_info* current = nullptr) {
     pdc_plain_resp response{};
     const int error = qmi_client_send_msg_sync(client_, kind_.message, &message, sizeof message,
                                                &response, sizeof response, kSendTimeoutMs);
-    return wait_unless(site, name, error, current);
+    return wait_unless(name, error, current);
   }
 
   // The request has been sent, with this result.
-  int32_t wait_unless(TraceSite site, const char* name, int error,
-                      pdc_config_pdc_info* current = nullptr) {
+  int32_t wait_unless(const char* name, int error, pdc_config_pdc_info* current = nullptr) {
     if (error != 0) {
-      TRACE_FROM(site, kTraceError, "qmi send message error for %s, errno: %d", name, error);
+      TRACE_ERROR("qmi send message error for %s, errno: %d", name, error);
       return PDC_FAILED;
     }
     QtiSharedLock lock(info().mutex);
@@ -94,6 +93,7 @@ void set_subscription(Message& message, pdc_config_type_enum_v01 type, unsigned 
 }
 
 void qmi_pdc_init_pdc_info() {
+  const Operation operation(__func__);
   pdc_info_s_type& state = info();
   {
     const QtiSharedLock lock(state.mutex);
@@ -128,32 +128,33 @@ int send_list_request(qmi_client_type client, pdc_config_type_enum_v01 type,
 using pdc::Request;
 
 extern "C" int pdc_init(void) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  pdc::qmi_pdc_init_pdc_info();
-  const qmi_idl_service_object_type service =
-      pdc_get_service_object_internal_v01(PDC_IDL_MAJOR, PDC_IDL_MINOR, PDC_IDL_TOOL);
-  pdc_info_s_type& state = pdc::info();
-  for (uint32_t attempt = 1; attempt <= pdc::kConnectAttempts; ++attempt) {
-    qmi_client_os_params os_params{};
-    qmi_client_type client = nullptr;
-    const int error =
-        qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, qmi_pdc_unsol_ind_cb, nullptr,
-                                 &os_params, pdc::kConnectTimeoutMs, &client);
-    if (error == 0) {
-      const QtiSharedLock lock(state.mutex);
-      state.service = service;
-      state.client = client;
-      TRACE_DEBUG("qmi_client_init succeeds for PDC");
-      return result = PDC_OK;
+  return traced(__func__, []() -> int32_t {
+    pdc::qmi_pdc_init_pdc_info();
+    const qmi_idl_service_object_type service =
+        pdc_get_service_object_internal_v01(PDC_IDL_MAJOR, PDC_IDL_MINOR, PDC_IDL_TOOL);
+    pdc_info_s_type& state = pdc::info();
+    for (uint32_t attempt = 1; attempt <= pdc::kConnectAttempts; ++attempt) {
+      qmi_client_os_params os_params{};
+      qmi_client_type client = nullptr;
+      const int error =
+          qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, qmi_pdc_unsol_ind_cb, nullptr,
+                                   &os_params, pdc::kConnectTimeoutMs, &client);
+      if (error == 0) {
+        const QtiSharedLock lock(state.mutex);
+        state.service = service;
+        state.client = client;
+        TRACE_DEBUG("qmi_client_init succeeds for PDC");
+        return PDC_OK;
+      }
+      TRACE_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %u", error, attempt);
+      platform_wait_for_modem_ms(pdc::kConnectPauseMs);
     }
-    TRACE_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %u", error, attempt);
-    platform_wait_for_modem_ms(pdc::kConnectPauseMs);
-  }
-  return result;
+    return PDC_FAILED;
+  });
 }
 
 extern "C" void pdc_clean(void) {
+  const Operation operation(__func__);
   qmi_client_type client = nullptr;
   {
     const QtiSharedLock lock(pdc::info().mutex);
@@ -166,33 +167,33 @@ extern "C" void pdc_clean(void) {
 
 extern "C" int pdc_get_current_config(pdc_config_pdc_info* out, pdc_config_type_enum_v01 type,
                                       unsigned int sub) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  if (out == nullptr) return result;
-  Request request(PDC_REQ_GET_SELECTED);
-  if (!request.held()) return result = PDC_BUSY;
+  return traced(__func__, [&]() -> int32_t {
+    if (out == nullptr) return PDC_FAILED;
+    Request request(PDC_REQ_GET_SELECTED);
+    if (!request.held()) return PDC_BUSY;
 
-  pdc_get_selected_config_req message{};
-  message.type = type;
-  pdc::set_subscription(message, type, sub);
-  return result = request.send_and_wait(TRACE_SITE(), "get_selected_config", message, out);
+    pdc_get_selected_config_req message{};
+    message.type = type;
+    pdc::set_subscription(message, type, sub);
+    return request.send_and_wait("get_selected_config", message, out);
+  });
 }
 
 extern "C" int pdc_select_config(pdc_config_pdc_info* config_id, pdc_config_type_enum_v01 type,
                                  unsigned int sub) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  if (config_id == nullptr) return result;
-  Request request(PDC_REQ_SELECT);
-  if (!request.held()) return result = PDC_BUSY;
+  return traced(__func__, [&]() -> int32_t {
+    if (config_id == nullptr) return PDC_FAILED;
+    Request request(PDC_REQ_SELECT);
+    if (!request.held()) return PDC_BUSY;
 
-  pdc_set_selected_config_req message{};
-  message.config.type = type;
-  if (config_id->id_len > sizeof message.config.id) return result = PDC_ID_TOO_LONG;
-  message.config.id_len = config_id->id_len;
-  std::memcpy(message.config.id, config_id->id, config_id->id_len);
-  pdc::set_subscription(message, type, sub);
-  return result = request.send_and_wait(TRACE_SITE(), "set_selected_config", message);
+    pdc_set_selected_config_req message{};
+    message.config.type = type;
+    if (config_id->id_len > sizeof message.config.id) return PDC_ID_TOO_LONG;
+    message.config.id_len = config_id->id_len;
+    std::memcpy(message.config.id, config_id->id, config_id->id_len);
+    pdc::set_subscription(message, type, sub);
+    return request.send_and_wait("set_selected_config", message);
+  });
 }
 
 extern "C" int pdc_activate_config(pdc_config_type_enum_v01 type, unsigned int sub) {
@@ -202,60 +203,61 @@ extern "C" int pdc_activate_config(pdc_config_type_enum_v01 type, unsigned int s
 extern "C" int pdc_activate_config_ex(pdc_config_type_enum_v01 type,
                                       pdc_activation_type_enum_v01 activation, unsigned int sub,
                                       unsigned int slot) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  Request request(PDC_REQ_ACTIVATE);
-  if (!request.held()) return result = PDC_BUSY;
+  return traced(__func__, [&]() -> int32_t {
+    Request request(PDC_REQ_ACTIVATE);
+    if (!request.held()) return PDC_BUSY;
 
-  pdc_activate_config_req message{};
-  message.type = type;
-  message.activation_valid = 1;
-  message.activation = activation;
-  pdc::set_subscription(message, type, sub);
-  message.slot_valid = 1;
-  message.slot = slot;
-  return result = request.send_and_wait(TRACE_SITE(), "activate_config", message);
+    pdc_activate_config_req message{};
+    message.type = type;
+    message.activation_valid = 1;
+    message.activation = activation;
+    pdc::set_subscription(message, type, sub);
+    message.slot_valid = 1;
+    message.slot = slot;
+    return request.send_and_wait("activate_config", message);
+  });
 }
 
 extern "C" int pdc_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  Request request(PDC_REQ_DEACTIVATE);
-  if (!request.held()) return result = PDC_BUSY;
+  return traced(__func__, [&]() -> int32_t {
+    Request request(PDC_REQ_DEACTIVATE);
+    if (!request.held()) return PDC_BUSY;
 
-  pdc_deactivate_config_req message{};
-  message.type = type;
-  pdc::set_subscription(message, type, sub);
-  return result = request.send_and_wait(TRACE_SITE(), "deactivate_config", message);
+    pdc_deactivate_config_req message{};
+    message.type = type;
+    pdc::set_subscription(message, type, sub);
+    return request.send_and_wait("deactivate_config", message);
+  });
 }
 
 extern "C" int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info** list,
                                 unsigned int* count) {
-  int32_t result = PDC_FAILED;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  if (list == nullptr || count == nullptr) return result;
-  unsigned int gathered = 0;
-  {
-    Request request(PDC_REQ_LIST);
-    if (!request.held()) return result = PDC_BUSY;
+  return traced(__func__, [&]() -> int32_t {
+    if (list == nullptr || count == nullptr) return PDC_FAILED;
+    unsigned int gathered = 0;
+    int32_t result = PDC_FAILED;
     {
-      pdc_info_s_type& state = pdc::info();
-      const QtiSharedLock lock(state.mutex);
-      state.list_type = type;
-      state.num_of_configs = &gathered;
-      state.config_list_holder = list;
-      state.list_room = *count;
-      state.is_pdc_list_handling = 1;
-      state.last_frame = 0;
+      Request request(PDC_REQ_LIST);
+      if (!request.held()) return PDC_BUSY;
+      {
+        pdc_info_s_type& state = pdc::info();
+        const QtiSharedLock lock(state.mutex);
+        state.list_type = type;
+        state.num_of_configs = &gathered;
+        state.config_list_holder = list;
+        state.list_room = *count;
+        state.is_pdc_list_handling = 1;
+        state.last_frame = 0;
+      }
+      pdc_plain_resp response{};
+      const int error = pdc::send_list_request(request.client(), type, &response);
+      result = request.wait_unless("list_configs", error);
     }
-    pdc_plain_resp response{};
-    const int error = pdc::send_list_request(request.client(), type, &response);
-    result = request.wait_unless(TRACE_SITE(), "list_configs", error);
-  }
-  // From here on, no indication adds to the list.
-  if (result != PDC_OK) {
-    while (gathered > 0) qcril_free(list[--gathered]);
-  }
-  *count = gathered;
-  return result;
+    // From here on, no indication adds to the list.
+    if (result != PDC_OK) {
+      while (gathered > 0) qcril_free(list[--gathered]);
+    }
+    *count = gathered;
+    return result;
+  });
 }

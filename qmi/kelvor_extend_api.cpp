@@ -39,11 +39,9 @@ std::atomic<kelvor_extend_shared_handler> g_shared_handler{nullptr};
 
 int as_int(qmi_client_type handle) { return static_cast<int>(reinterpret_cast<intptr_t>(handle)); }
 
-// With the mutex held. These bear the public names because trace lines show the function they come
-// from.
-namespace locked {
-
-void kelvor_extend_qmi_client_init() {
+// With the mutex held.
+void reset_client() {
+  const Operation operation("kelvor_extend_qmi_client_init");
   g_client = Client{};
   g_client.service = kelvor_extend_get_service_object_internal_v01(
       KELVOR_VENDOR_IDL_MAJOR, KELVOR_VENDOR_IDL_MINOR, KELVOR_VENDOR_IDL_TOOL);
@@ -51,17 +49,15 @@ void kelvor_extend_qmi_client_init() {
   g_initialised = true;
 }
 
-}  // namespace locked
-
 void init_once() {
   if (g_initialised) return;
   const std::lock_guard lock(g_mutex);
-  if (!g_initialised) locked::kelvor_extend_qmi_client_init();
+  if (!g_initialised) reset_client();
 }
 
-namespace locked {
-
-qmi_client_type kelvor_extend_qmi_client_open() {
+// With the mutex held.
+qmi_client_type open_client() {
+  const Operation operation("kelvor_extend_qmi_client_open");
   Client& client = g_client;
   if (client.handle != nullptr) return client.handle;
   // One notifier for the process, however often the service has to be looked for.
@@ -75,7 +71,7 @@ qmi_client_type kelvor_extend_qmi_client_open() {
     error = qmi_client_get_service_list(client.service, nullptr, nullptr, &services);
     EXTEND_TRACE(kTraceDebug,
                  "KELVOR_QMI_NV: qmi_client_get_service_list() returned %d num_services = %d",
-                 error, static_cast<int>(services));
+                 error, services);
     if (error == 0) break;
     qmi_cci_os_signal_wait(&client.os_params, kServiceWaitMs);
   }
@@ -85,7 +81,7 @@ qmi_client_type kelvor_extend_qmi_client_open() {
   error = qmi_client_get_service_list(client.service, list, &entries, &services);
   EXTEND_TRACE(kTraceDebug,
                "qmi_client_get_service_list, err = %d, num_entries = %d, num_services = %d", error,
-               static_cast<int>(entries), static_cast<int>(services));
+               entries, services);
 
   qmi_client_type handle = nullptr;
   error = qmi_client_init(&list[0], client.service, kelvor_extend_qmi_ind_cb, nullptr,
@@ -101,9 +97,10 @@ qmi_client_type kelvor_extend_qmi_client_open() {
   return client.handle;
 }
 
-// One exchange with the client open; the octets copied to the caller are written to *response_len.
-int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, uint32_t request_len,
-                                    void* response, uint32_t* response_len) {
+// One exchange, with the mutex held and the client open; the octets copied to the caller are
+// written to *response_len.
+int32_t exchange(uint32_t request_id, const void* request, uint32_t request_len, void* response,
+                 uint32_t* response_len) {
   Client& client = g_client;
   client.request = {};
   client.response = {};
@@ -119,8 +116,7 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
     return KELVOR_EXTEND_FAILED;
   }
   if (client.response.id != 0) {
-    EXTEND_TRACE(kTraceError, "%d QMI service framework error. Check client",
-                 static_cast<int>(client.response.id));
+    EXTEND_TRACE(kTraceError, "%d QMI service framework error. Check client", client.response.id);
     return KELVOR_EXTEND_FAILED;
   }
   *response_len = std::min(*response_len, client.response.data_len);
@@ -129,30 +125,25 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
   } else {
     *response_len = 0;
   }
-  EXTEND_TRACE(kTraceDebug, "kelvor_extend_qmi_send_sync resp_len:%d",
-               static_cast<int>(*response_len));
+  EXTEND_TRACE(kTraceDebug, "kelvor_extend_qmi_send_sync resp_len:%d", *response_len);
   return KELVOR_EXTEND_OK;
 }
 
-}  // namespace locked
-
-void on_sub_id(TraceSite site, qmi_client_type client, const void* encoded, uint32_t length) {
-  TRACE_FROM(site, kTraceDebug, "KELVOR__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d ",
-             KELVOR_VENDOR_SUB_ID, static_cast<int>(length));
+void on_sub_id(qmi_client_type client, const void* encoded, uint32_t length) {
+  TRACE_DEBUG("KELVOR__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d ", KELVOR_VENDOR_SUB_ID,
+              length);
   kelvor_vendor_msg ind;
   if (qmi_client_message_decode(client, QMI_IDL_INDICATION, KELVOR_VENDOR_SUB_ID, encoded, length,
                                 &ind, sizeof ind) != 0) {
     return;
   }
   if (ind.id >= KELVOR_EXTEND_SUB_IDS) {
-    TRACE_FROM(site, kTraceDebug, "Indicaion: %d greater than maximum known indication.",
-               static_cast<int>(ind.id));
+    TRACE_DEBUG("Indicaion: %d greater than maximum known indication.", ind.id);
     return;
   }
   const kelvor_extend_sub_id_handler handler = g_sub_id_handlers[ind.id];
   if (handler == nullptr) {
-    TRACE_FROM(site, kTraceDebug, "No function defined to handle indication: %d",
-               static_cast<int>(ind.id));
+    TRACE_DEBUG("No function defined to handle indication: %d", ind.id);
     return;
   }
   const uint32_t data_len = std::min<uint32_t>(ind.data_len, sizeof ind.data);
@@ -190,17 +181,18 @@ extern "C" {
 
 void kelvor_extend_qmi_client_init(void) {
   const std::lock_guard lock(g_mutex);
-  locked::kelvor_extend_qmi_client_init();
+  reset_client();
 }
 
 qmi_client_type kelvor_extend_qmi_client_open(void) {
   init_once();
   const std::lock_guard lock(g_mutex);
-  return locked::kelvor_extend_qmi_client_open();
+  return open_client();
 }
 
 int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, uint32_t request_len,
                                     void* response, uint32_t* response_len) {
+  const Operation operation(__func__);
   init_once();
   if (request == nullptr || response == nullptr || response_len == nullptr) {
     EXTEND_TRACE(kTraceError, "%x,  put Invalid param",
@@ -208,15 +200,13 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
     return KELVOR_EXTEND_BAD_ARGUMENT;
   }
   if (request_len > KELVOR_VENDOR_DATA_MAX || *response_len > KELVOR_VENDOR_DATA_MAX) {
-    EXTEND_TRACE(kTraceError, "put data_len %d > max %d", static_cast<int>(request_len),
-                 KELVOR_VENDOR_DATA_MAX);
+    EXTEND_TRACE(kTraceError, "put data_len %d > max %d", request_len, KELVOR_VENDOR_DATA_MAX);
     return KELVOR_EXTEND_BAD_ARGUMENT;
   }
   const std::lock_guard lock(g_mutex);
   int32_t result = KELVOR_EXTEND_NOT_OPENED;
-  if (locked::kelvor_extend_qmi_client_open() != nullptr) {
-    result = locked::kelvor_extend_qmi_send_sync(request_id, request, request_len, response,
-                                                 response_len);
+  if (open_client() != nullptr) {
+    result = exchange(request_id, request, request_len, response, response_len);
   }
   EXTEND_TRACE(kTraceDebug, "kelvor_extend_qmi_handle_req_cb result:%d", result);
   return result;
@@ -224,8 +214,9 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
 
 void kelvor_extend_qmi_ind_cb(qmi_client_type client, uint32_t message_id, const void* encoded,
                               uint32_t length, void* /*data*/) {
+  const Operation operation(__func__);
   if (message_id == KELVOR_VENDOR_SUB_ID) {
-    on_sub_id(TRACE_SITE(), client, encoded, length);
+    on_sub_id(client, encoded, length);
   } else {
     on_shared(client, message_id, encoded, length);
   }

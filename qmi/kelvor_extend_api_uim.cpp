@@ -37,6 +37,7 @@ void error_cb(qmi_client_type /*client*/, int error, void* /*data*/) {
 }
 
 bool init_uim_qmi_client() {
+  const Operation operation(__func__);
   const auto service =
       uim_get_service_object_internal_v01(UIM_IDL_MAJOR, UIM_IDL_MINOR, UIM_IDL_TOOL);
   qmi_client_os_params os_params{};
@@ -60,6 +61,7 @@ bool init_uim_qmi_client() {
 
 // The flag and the count stay: the next client that is made clears them.
 void uim_qmi_client_recovery() {
+  const Operation operation(__func__);
   TRACE_DEBUG("uim_qmi_client_recovery qmi_client_release %p", static_cast<void*>(g_client));
   if (g_client != nullptr && qmi_client_release(g_client) != 0) {
     TRACE_DEBUG("qmi_client_release failed");
@@ -67,41 +69,43 @@ void uim_qmi_client_recovery() {
   g_client = nullptr;
 }
 
-// A row an operation: how it differs from the frame that all of them share.
+// One row per operation: what differs from the request flow that all of them share.
 template <class Request, class Response>
-struct Operation {
+struct RequestRow {
   uint32_t message;
   const char* client_name;        // in texts about the client
-  const char* success = nullptr;  // told when the card did what it was asked
-  const char* failure = nullptr;  // told when it refused, which then is a failure
-  bool heals_first = true;        // a client that is known to be dead is dropped before the request
-  bool tells_count = false;       // of requests that have failed
+  const char* success = nullptr;  // traced when the card did what it was asked
+  const char* failure = nullptr;  // traced when it refused, which then is a failure
+  bool recover_first = true;      // a client that is known to be dead is dropped before the request
+  bool trace_count = false;       // of requests that have failed
 };
 
-constexpr Operation<uim_power_up_req, uim_plain_resp> kPowerUp{
+constexpr RequestRow<uim_power_up_req, uim_plain_resp> kPowerUp{
     .message = UIM_POWER_UP,
     .client_name = "kelvor_uim_request_uicc_power_ex",
-    .tells_count = true};
-constexpr Operation<uim_slot_req, uim_plain_resp> kPowerDown{
+    .trace_count = true};
+constexpr RequestRow<uim_slot_req, uim_plain_resp> kPowerDown{
     .message = UIM_POWER_DOWN,
     .client_name = "kelvor_uim_request_uicc_power_ex",
-    .tells_count = true};
-constexpr Operation<uim_slot_req, uim_get_eid_resp> kRequestEid{
+    .trace_count = true};
+constexpr RequestRow<uim_slot_req, uim_get_eid_resp> kRequestEid{
     .message = UIM_GET_EID, .client_name = "kelvor_uim_request_eid"};
 // Asks even a client that is known to be dead.
-constexpr Operation<uim_card_status_req, uim_card_status_resp> kCardStatus{
-    .message = UIM_CARD_STATUS, .client_name = "kelvor_uim_get_card_status", .heals_first = false};
-constexpr Operation<uim_open_logical_channel_req, uim_logical_channel_resp> kOpenChannel{
+constexpr RequestRow<uim_card_status_req, uim_card_status_resp> kCardStatus{
+    .message = UIM_CARD_STATUS,
+    .client_name = "kelvor_uim_get_card_status",
+    .recover_first = false};
+constexpr RequestRow<uim_open_logical_channel_req, uim_logical_channel_resp> kOpenChannel{
     .message = UIM_OPEN_LOGICAL_CHANNEL,
     .client_name = "kelvor_uim_open_channel",
     .success = "kelvor_uim_open_channel successfully",
     .failure = "kelvor_uim_open_channel failed"};
-constexpr Operation<uim_logical_channel_req, uim_logical_channel_resp> kCloseChannel{
+constexpr RequestRow<uim_logical_channel_req, uim_logical_channel_resp> kCloseChannel{
     .message = UIM_LOGICAL_CHANNEL,
     .client_name = "kelvor_uim_close_channel",
     .success = "kelvor_uim_close_channel successfully"};
 // Speaks of the client as the closing of a channel does.
-constexpr Operation<uim_send_apdu_req, uim_send_apdu_resp> kSendApdu{
+constexpr RequestRow<uim_send_apdu_req, uim_send_apdu_resp> kSendApdu{
     .message = UIM_SEND_APDU,
     .client_name = "kelvor_uim_close_channel",
     .success = "kelvor_uim_send_apdu successfully",
@@ -109,91 +113,88 @@ constexpr Operation<uim_send_apdu_req, uim_send_apdu_resp> kSendApdu{
 
 // A zeroed message, or null.
 template <class T>
-QcrilPtr<T> allocate(TraceSite site) {
-  return QcrilPtr<T>(static_cast<T*>(qcril_malloc_adv(sizeof(T), site.function, site.line)));
+QcrilPtr<T> allocate() {
+  return QcrilPtr<T>(
+      static_cast<T*>(qcril_malloc_adv(sizeof(T), Operation::name(__func__), __LINE__)));
 }
 
-bool have_client(TraceSite site, const char* name) {
+bool have_client(const char* name) {
   if (g_client == nullptr) {
     if (!init_uim_qmi_client()) {
-      TRACE_FROM(site, kTraceDebug, "init_uim_qmi_client failed");
+      TRACE_DEBUG("init_uim_qmi_client failed");
       return false;
     }
-    TRACE_FROM(site, kTraceDebug, "%s try init_uim_qmi_client %p", name,
-               static_cast<void*>(g_client));
+    TRACE_DEBUG("%s try init_uim_qmi_client %p", name, static_cast<void*>(g_client));
   }
-  TRACE_FROM(site, kTraceDebug, "%s uim_qmi_client %p", name, static_cast<void*>(g_client));
+  TRACE_DEBUG("%s uim_qmi_client %p", name, static_cast<void*>(g_client));
   return true;
 }
 
 // The request's sending, and what its result is.
 template <class Request, class Response, class Take>
-int32_t exchange(TraceSite site, const Operation<Request, Response>& operation,
-                 const Request& request, Response& response, Take take) {
-  const int error = qmi_client_send_msg_sync(g_client, operation.message, &request, sizeof request,
+int32_t exchange(const RequestRow<Request, Response>& row, const Request& request,
+                 Response& response, Take take) {
+  const int error = qmi_client_send_msg_sync(g_client, row.message, &request, sizeof request,
                                              &response, sizeof response, kSendTimeoutMs);
   if (error != 0) {
     ++failed_cnt;
-    if (operation.tells_count) {
-      TRACE_FROM(site, kTraceDebug, "send msg sync client error = %d, failed_cnt = %d", error,
-                 static_cast<int>(failed_cnt));
+    if (row.trace_count) {
+      TRACE_DEBUG("send msg sync client error = %d, failed_cnt = %d", error, failed_cnt);
     } else {
-      TRACE_FROM(site, kTraceDebug, "send msg sync client error = %d", error);
+      TRACE_DEBUG("send msg sync client error = %d", error);
     }
     return error;
   }
   if (response.resp.result == 0) {
     take(response);
-    if (operation.success != nullptr) TRACE_FROM(site, kTraceDebug, "%s", operation.success);
-  } else if (operation.failure != nullptr) {
-    TRACE_FROM(site, kTraceDebug, "%s", operation.failure);
+    if (row.success != nullptr) TRACE_DEBUG("%s", row.success);
+  } else if (row.failure != nullptr) {
+    TRACE_DEBUG("%s", row.failure);
     return KELVOR_UIM_FAILED;
   }
   return KELVOR_UIM_OK;
 }
 
-// The frame of every operation. `build` fills the request, and says whether it is to be sent;
-// `take` gets the response of a card that did not refuse.
+// The flow of every operation. `build` fills the request, and says whether it is to be sent; `take`
+// gets the response of a card that did not refuse.
 template <class Request, class Response, class Build, class Take>
-int32_t operate(TraceSite site, const Operation<Request, Response>& operation, Build build,
-                Take take) {
-  if (operation.heals_first && SSR_Detected != 0) {
-    TRACE_FROM(site, kTraceDebug, "SSR_Detected, try recovery");
+int32_t operate(const RequestRow<Request, Response>& row, Build build, Take take) {
+  if (row.recover_first && SSR_Detected != 0) {
+    TRACE_DEBUG("SSR_Detected, try recovery");
     uim_qmi_client_recovery();
   }
   int32_t result = KELVOR_UIM_FAILED;
-  if (have_client(site, operation.client_name)) {
-    const auto request = allocate<Request>(site);
-    const auto response = allocate<Response>(site);
+  if (have_client(row.client_name)) {
+    const auto request = allocate<Request>();
+    const auto response = allocate<Response>();
     if (request == nullptr || response == nullptr) return KELVOR_UIM_FAILED;
-    if (build(*request)) result = exchange(site, operation, *request, *response, take);
+    if (build(*request)) result = exchange(row, *request, *response, take);
   }
-  if (operation.tells_count) {
-    TRACE_FROM(site, kTraceDebug, "uicc_power_ex res = %d, failed_cnt = %d", result,
-               static_cast<int>(failed_cnt));
+  if (row.trace_count) {
+    TRACE_DEBUG("uicc_power_ex res = %d, failed_cnt = %d", result, failed_cnt);
   }
   if (result == QMI_CLIENT_SERVICE_GONE || failed_cnt >= kFailuresMax) {
-    TRACE_FROM(site, kTraceDebug, "QMI error, try recovery");
+    TRACE_DEBUG("QMI error, try recovery");
     uim_qmi_client_recovery();
   }
   return result;
 }
 
 template <class... Blocks>
-bool given(TraceSite site, const Blocks*... blocks) {
+bool all_non_null(const Blocks*... blocks) {
   if (((blocks != nullptr) && ...)) return true;
-  TRACE_FROM(site, kTraceDebug, "a block is null");
+  TRACE_DEBUG("a block is null");
   return false;
 }
 
-bool write_esim_enable(TraceSite site, uint32_t value, const char* direction) {
+bool write_esim_enable(uint32_t value, const char* direction) {
   uint8_t octets[sizeof value];
   std::memcpy(octets, &value, sizeof value);
   if (kelvor_efs_write(kEsimEnableSub, kEsimEnableFile, sizeof kEsimEnableFile - 1, octets,
                        sizeof octets) == 0) {
     return true;
   }
-  TRACE_FROM(site, kTraceDebug, "Kelvor, power %s write esim efs file failed", direction);
+  TRACE_DEBUG("Kelvor, power %s write esim efs file failed", direction);
   return false;
 }
 
@@ -204,70 +205,65 @@ constexpr auto kTakeNothing = [](const auto& /*response*/) {};
 extern "C" {
 
 int32_t kelvor_esim_request_uicc_power_ex(const kelvor_uim_power_in* in) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, in)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(in)) return KELVOR_UIM_FAILED;
   if (in->power == 0) {
     const auto build = [&](uim_slot_req& request) {
-      TRACE_FROM(site, kTraceDebug, "kelvor_uim_request_uicc_power_ex power down sim");
+      TRACE_DEBUG("kelvor_uim_request_uicc_power_ex power down sim");
       request.slot = in->slot;
-      return write_esim_enable(site, in->esim_enable, "down");
+      return write_esim_enable(in->esim_enable, "down");
     };
-    return operate(site, kPowerDown, build, kTakeNothing);
+    return operate(kPowerDown, build, kTakeNothing);
   }
   const auto build = [&](uim_power_up_req& request) {
-    TRACE_FROM(site, kTraceDebug,
-               "kelvor_uim_request_uicc_power_ex power up sim, ignore hotswap = %d ",
-               static_cast<int>(in->ignore_hot_swap));
+    TRACE_DEBUG("kelvor_uim_request_uicc_power_ex power up sim, ignore hotswap = %d ",
+                in->ignore_hot_swap);
     request.slot = in->slot;
     request.ignore_hot_swap_valid = 1;
     request.ignore_hot_swap = in->ignore_hot_swap != 0;
     request.mode_valid = 1;
-    return write_esim_enable(site, in->esim_enable, "up");
+    return write_esim_enable(in->esim_enable, "up");
   };
-  return operate(site, kPowerUp, build, kTakeNothing);
+  return operate(kPowerUp, build, kTakeNothing);
 }
 
 int32_t kelvor_uim_request_eid(const kelvor_uim_eid_in* in, kelvor_uim_eid_out* out) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, in, out)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(in, out)) return KELVOR_UIM_FAILED;
   const auto build = [&](uim_slot_req& request) {
     request.slot = in->slot;
     return true;
   };
-  return operate(site, kRequestEid, build, [&](const uim_get_eid_resp& response) {
+  return operate(kRequestEid, build, [&](const uim_get_eid_resp& response) {
     static_assert(sizeof response.eid == sizeof out->eid);
     if (response.eid_valid != 0) std::memcpy(out->eid, response.eid, sizeof out->eid);
   });
 }
 
 int32_t kelvor_uim_get_card_status(kelvor_uim_card_status_out* out) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, out)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(out)) return KELVOR_UIM_FAILED;
   std::fill(std::begin(out->state), std::end(out->state), KELVOR_UIM_CARD_UNKNOWN);
   const auto build = [](uim_card_status_req& request) {
     request.extended_valid = 1;
     request.extended = 1;
     return true;
   };
-  return operate(site, kCardStatus, build, [&](const uim_card_status_resp& response) {
-    TRACE_FROM(site, kTraceDebug, "kelvor_uim_get_card_status check response");
+  return operate(kCardStatus, build, [&](const uim_card_status_resp& response) {
+    TRACE_DEBUG("kelvor_uim_get_card_status check response");
     if (response.extended_valid != 1) return;
     const uint32_t cards = std::min<uint32_t>(response.extended.cards_len, KELVOR_UIM_STATUS_SLOTS);
     for (uint32_t i = 0; i < cards; ++i) {
       out->state[i] = static_cast<uint8_t>(response.extended.cards[i].state);
-      TRACE_FROM(site, kTraceDebug, "SIM[%d] State = %d", static_cast<int>(i), out->state[i]);
+      TRACE_DEBUG("SIM[%d] State = %d", i, out->state[i]);
     }
   });
 }
 
 int32_t kelvor_uim_open_channel(const kelvor_uim_open_channel_in* in,
                                 kelvor_uim_open_channel_out* out) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, in, out)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(in, out)) return KELVOR_UIM_FAILED;
   const auto build = [&](uim_open_logical_channel_req& request) {
     request.slot = in->slot;
     request.aid_valid = 1;
@@ -277,15 +273,14 @@ int32_t kelvor_uim_open_channel(const kelvor_uim_open_channel_in* in,
     request.file_control = in->file_control;
     return true;
   };
-  return operate(site, kOpenChannel, build, [&](const uim_logical_channel_resp& response) {
+  return operate(kOpenChannel, build, [&](const uim_logical_channel_resp& response) {
     if (response.channel_valid != 0) out->channel = response.channel;
   });
 }
 
 int32_t kelvor_uim_close_channel(const kelvor_uim_close_channel_in* in) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, in)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(in)) return KELVOR_UIM_FAILED;
   const auto build = [&](uim_logical_channel_req& request) {
     request.slot = in->slot;
     request.channel_valid = 1;
@@ -293,13 +288,12 @@ int32_t kelvor_uim_close_channel(const kelvor_uim_close_channel_in* in) {
     request.terminate_valid = 1;
     return true;
   };
-  return operate(site, kCloseChannel, build, kTakeNothing);
+  return operate(kCloseChannel, build, kTakeNothing);
 }
 
 int32_t kelvor_uim_send_apdu(const kelvor_uim_send_apdu_in* in, kelvor_uim_send_apdu_out* out) {
-  const TraceSite site = TRACE_SITE();
-  const TraceScope scope(site);
-  if (!given(site, in, out)) return KELVOR_UIM_FAILED;
+  const TraceScope scope(__func__);
+  if (!all_non_null(in, out)) return KELVOR_UIM_FAILED;
   const auto build = [&](uim_send_apdu_req& request) {
     request.slot = in->slot;
     request.apdu_len = in->length;
@@ -310,7 +304,7 @@ int32_t kelvor_uim_send_apdu(const kelvor_uim_send_apdu_in* in, kelvor_uim_send_
     request.procedure_bytes = 1;
     return true;
   };
-  return operate(site, kSendApdu, build, [&](const uim_send_apdu_resp& response) {
+  return operate(kSendApdu, build, [&](const uim_send_apdu_resp& response) {
     const uint32_t length = std::min<uint32_t>(response.apdu_len, sizeof out->apdu);
     out->length = static_cast<uint8_t>(length);
     std::memcpy(out->apdu, response.apdu, length);

@@ -19,14 +19,14 @@ static_assert(sizeof(kelvor_common_rsp) == KELVOR_COMMON_RSP_SIZE);
 
 // What the two common requests share: the caller's octets go to `value`, which lies in `request`.
 template <class Request>
-uint32_t send_common(TraceSite site, Request& request, uint8_t* value, uint32_t most, uint32_t l,
-                     const uint8_t* v, uint8_t* rsp) {
+uint32_t send_common(Request& request, uint8_t* value, uint32_t most, uint32_t l, const uint8_t* v,
+                     uint8_t* rsp) {
   if (l > most) {
-    TRACE_FROM(site, kTraceDebug, "l is out of range");
+    TRACE_DEBUG("l is out of range");
     return KELVOR_COMMON_BAD_ARGUMENT;
   }
   if (l != 0 && v == nullptr) {
-    TRACE_FROM(site, kTraceDebug, "v is null");
+    TRACE_DEBUG("v is null");
     return KELVOR_COMMON_BAD_ARGUMENT;
   }
   if (l != 0) std::memcpy(value, v, l);
@@ -36,9 +36,9 @@ uint32_t send_common(TraceSite site, Request& request, uint8_t* value, uint32_t 
 }
 
 // Zeroes the caller's room; false when there is none.
-bool clear_response(TraceSite site, uint8_t* rsp) {
+bool clear_response(uint8_t* rsp) {
   if (rsp == nullptr) {
-    TRACE_FROM(site, kTraceDebug, "rsp is NULL");
+    TRACE_DEBUG("rsp is NULL");
     return false;
   }
   std::memset(rsp, 0, KELVOR_COMMON_RSP_SIZE);
@@ -48,6 +48,7 @@ bool clear_response(TraceSite site, uint8_t* rsp) {
 qmi_client_type g_nas_client = nullptr;
 
 void kelvor_qmi_client_init() {
+  const Operation operation(__func__);
   TRACE_DEBUG("init qmi_client");
   const auto service =
       nas_get_service_object_internal_v01(NAS_IDL_MAJOR, NAS_IDL_MINOR, NAS_IDL_TOOL);
@@ -70,6 +71,7 @@ void kelvor_qmi_client_init() {
 }
 
 void kelvor_qmi_client_recovery() {
+  const Operation operation(__func__);
   TRACE_DEBUG("kelvor_qmi_client_recovery, qmi_client_ptr %p", static_cast<void*>(g_nas_client));
   if (g_nas_client == nullptr) {
     TRACE_DEBUG("qmi_client_ptr is NULL");
@@ -79,12 +81,8 @@ void kelvor_qmi_client_recovery() {
   // The handle stays: a command makes one request.
 }
 
-// The request without its frame. It bears the public name because trace lines show the function
-// they come from.
-namespace unframed {
-
-int32_t kelvor_send_nas_qmi_req_msg(uint32_t msg_id, const void* req, uint32_t req_len, void* rsp,
-                                    uint32_t rsp_len, uint32_t time_out_ms) {
+int32_t send_nas(uint32_t msg_id, const void* req, uint32_t req_len, void* rsp, uint32_t rsp_len,
+                 uint32_t time_out_ms) {
   if (req == nullptr) {
     TRACE_DEBUG("qmi_request is NULL");
     return -1;
@@ -104,34 +102,32 @@ int32_t kelvor_send_nas_qmi_req_msg(uint32_t msg_id, const void* req, uint32_t r
   return error;
 }
 
-}  // namespace unframed
-
 }  // namespace
 
 extern "C" {
 
 uint32_t kelvor_send_common_qmi_msg(uint32_t t, uint32_t l, const uint8_t* v, uint8_t* rsp) {
-  const TraceScope scope(TRACE_SITE());
-  if (!clear_response(TRACE_SITE(), rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
-  TRACE_DEBUG("t %d", static_cast<int>(t));
-  TRACE_DEBUG("l %d", static_cast<int>(l));
+  const TraceScope scope(__func__);
+  if (!clear_response(rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
+  TRACE_DEBUG("t %d", t);
+  TRACE_DEBUG("l %d", l);
   kelvor_common_item_req request{};
   request.command = KELVOR_COMMON_ITEM;
   request.t = t;
   request.l = l;
-  return send_common(TRACE_SITE(), request, request.v, KELVOR_COMMON_VALUE_MAX, l, v, rsp);
+  return send_common(request, request.v, KELVOR_COMMON_VALUE_MAX, l, v, rsp);
 }
 
 uint32_t kelvor_common_qmi_req(uint32_t cmd, uint32_t l, const uint8_t* v, uint8_t* rsp) {
-  const TraceScope scope(TRACE_SITE());
-  if (!clear_response(TRACE_SITE(), rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
+  const TraceScope scope(__func__);
+  if (!clear_response(rsp)) return KELVOR_COMMON_BAD_ARGUMENT;
   kelvor_common_raw_req request{};
   request.command = cmd;
-  return send_common(TRACE_SITE(), request, request.payload, KELVOR_COMMON_PAYLOAD_MAX, l, v, rsp);
+  return send_common(request, request.payload, KELVOR_COMMON_PAYLOAD_MAX, l, v, rsp);
 }
 
 int32_t kelvor_get_sar_dsi(void) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   const auto service =
       sar_get_service_object_internal_v01(SAR_IDL_MAJOR, SAR_IDL_MINOR, SAR_IDL_TOOL);
   qmi_client_os_params os_params{};
@@ -150,25 +146,24 @@ int32_t kelvor_get_sar_dsi(void) {
     TRACE_DEBUG("qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
     return -1;
   }
-  TRACE_DEBUG("dsi vailid = %d , dsi value = %d", rsp.state_valid, static_cast<int>(rsp.state));
+  TRACE_DEBUG("dsi vailid = %d , dsi value = %d", rsp.state_valid, rsp.state);
   return static_cast<int32_t>(rsp.state);
 }
 
 int32_t kelvor_send_nas_qmi_req_msg(uint32_t msg_id, const void* req, uint32_t req_len, void* rsp,
                                     uint32_t rsp_len, uint32_t time_out_ms) {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   TRACE_DEBUG("kelvor_send_nas_qmi_req_msg, msg_id = %d, time_out_ms = %d, qmi_client_ptr = 0x%08x",
-              static_cast<int>(msg_id), static_cast<int>(time_out_ms),
+              msg_id, time_out_ms,
               static_cast<unsigned>(reinterpret_cast<uintptr_t>(g_nas_client)));
-  const int32_t result =
-      unframed::kelvor_send_nas_qmi_req_msg(msg_id, req, req_len, rsp, rsp_len, time_out_ms);
+  const int32_t result = send_nas(msg_id, req, req_len, rsp, rsp_len, time_out_ms);
   kelvor_qmi_client_recovery();
   return result;
 }
 
 void kelvor_qmi_client_unsol_ind_cb(qmi_client_type /*client*/, uint32_t msg_id,
                                     const void* /*buf*/, uint32_t /*len*/, void* /*cb_data*/) {
-  TRACE_DEBUG("msg_id %d", static_cast<int>(msg_id));
+  TRACE_DEBUG("msg_id %d", msg_id);
 }
 
 void kelvor_qmi_client_error_cb(qmi_client_type /*client*/, int error, void* /*cb_data*/) {
@@ -178,7 +173,7 @@ void kelvor_qmi_client_error_cb(qmi_client_type /*client*/, int error, void* /*c
 void kelvor_qmi_client_common_empty_unsol_ind_cb(qmi_client_type /*client*/, uint32_t msg_id,
                                                  const void* /*buf*/, uint32_t /*len*/,
                                                  void* /*cb_data*/) {
-  TRACE_DEBUG("msg_id %d", static_cast<int>(msg_id));
+  TRACE_DEBUG("msg_id %d", msg_id);
 }
 
 }  // extern "C"

@@ -48,50 +48,49 @@ int32_t exchange(const Request& request, Reply* reply) {
 
 // An exchange that is a whole operation: both results checked.
 template <class Request>
-int32_t exchange_checked(const Request& request, Reply* reply, TraceSite site) {
+int32_t exchange_checked(const Request& request, Reply* reply) {
   const int32_t result = exchange(request, reply);
-  TRACE_FROM(site, kTraceDebug, "result = %d, rsp.result = %d", result, reply->rsp.result);
+  TRACE_DEBUG("result = %d, rsp.result = %d", result, reply->rsp.result);
   if (result != 0) {
-    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail");
+    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
     return result;
   }
   if (reply->rsp.result != 0) {
-    TRACE_FROM(site, kTraceError, "qmi response fail");
+    TRACE_ERROR("qmi response fail");
     return reply->rsp.result;
   }
   return KELVOR_NVEFS_OK;
 }
 
-int32_t check_nv_id(TraceSite site, uint32_t nv_id) {
+int32_t check_nv_id(uint32_t nv_id) {
   if (nv_id <= KELVOR_NVEFS_NV_ID_MAX) return KELVOR_NVEFS_OK;
   // The message tells the limit, not the id.
-  TRACE_FROM(site, kTraceError, "nv_id is out range(%d)", KELVOR_NVEFS_NV_ID_MAX);
+  TRACE_ERROR("nv_id is out range(%d)", KELVOR_NVEFS_NV_ID_MAX);
   return KELVOR_NVEFS_BAD_NV_ID;
 }
 
-int32_t check_sub(TraceSite site, uint32_t sub) {
+int32_t check_sub(uint32_t sub) {
   if (sub < kSubs) return KELVOR_NVEFS_OK;
-  TRACE_FROM(site, kTraceError, "sub invalid");
+  TRACE_ERROR("sub invalid");
   return KELVOR_NVEFS_BAD_SUB;
 }
 
-int32_t check_file(TraceSite site, uint32_t sub, const char* efs_path, uint32_t path_len,
-                   uint32_t most) {
-  if (const int32_t wrong = check_sub(site, sub); wrong != 0) return wrong;
+int32_t check_file(uint32_t sub, const char* efs_path, uint32_t path_len, uint32_t most) {
+  if (const int32_t wrong = check_sub(sub); wrong != 0) return wrong;
   if (efs_path == nullptr) {
-    TRACE_FROM(site, kTraceError, "efs_path is null");
+    TRACE_ERROR("efs_path is null");
     return KELVOR_NVEFS_NULL;
   }
   if (path_len == 0 || path_len > most) {
-    TRACE_FROM(site, kTraceError, "len invalid");
+    TRACE_ERROR("len invalid");
     return KELVOR_NVEFS_BAD_LENGTH;
   }
   return KELVOR_NVEFS_OK;
 }
 
 // More octets are left than a transfer can carry.
-int32_t too_long(TraceSite site) {
-  TRACE_FROM(site, kTraceError, "len invalid");
+int32_t too_long() {
+  TRACE_ERROR("len invalid");
   return KELVOR_NVEFS_BAD_LENGTH;
 }
 
@@ -113,122 +112,46 @@ Request efs_request(uint8_t operation, uint32_t sub, const char* efs_path, uint3
   return request;
 }
 
-// The operations without their frame. They bear the public names because trace lines show the
-// function they come from.
-namespace unframed {
-
-int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_buf_len) {
-  TRACE_DEBUG("kelvor_nv_read, sub_id %d, nv_id: %d", static_cast<int>(sub),
-              static_cast<int>(nv_id));
-  int32_t result = KELVOR_NVEFS_OK;
-  if (sub == kCustomerSub && nv_id == kCustomerNvId) {
-    TRACE_DEBUG("sub cust case for tt");
-  } else if ((result = check_sub(TRACE_SITE(), sub)) != 0) {
-    return result;
-  }
-  if ((result = check_nv_id(TRACE_SITE(), nv_id)) != 0) return result;
-  if (buf == nullptr) {
-    TRACE_ERROR("buf is null");
-    return KELVOR_NVEFS_NULL;
-  }
-  if (p_buf_len == nullptr) {
-    TRACE_ERROR("p_buf_len is null");
-    return KELVOR_NVEFS_NULL;
-  }
-  if (*p_buf_len == 0) {
-    TRACE_ERROR("buf_len is invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
-  TRACE_DEBUG("buf_len: %d", static_cast<int>(*p_buf_len));
-
-  Reply reply;
-  result = exchange_checked(nv_request(KELVOR_NVEFS_NV_READ, sub, nv_id), &reply, TRACE_SITE());
-  if (result != 0) return result;
-  TRACE_DEBUG("rsp.data_len_all = %d", static_cast<int>(reply.rsp.data_len_all));
-  // What is to be copied must also have come: octets that were never sent are nobody's item.
-  const uint32_t count = std::min(reply.rsp.data_len_all, *p_buf_len);
-  if (count == 0 || count > reply.data_octets()) {
-    TRACE_ERROR("rsp.data_len_all is invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
-  *p_buf_len = count;
-  std::memcpy(buf, reply.rsp.data, count);
-  return KELVOR_NVEFS_OK;
-}
-
-int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uint32_t buf_len) {
-  TRACE_DEBUG("kelvor_nv_write, sub_id %d, nv_id: %d, buf_len: %d", static_cast<int>(sub),
-              static_cast<int>(nv_id), static_cast<int>(buf_len));
-  int32_t result = check_sub(TRACE_SITE(), sub);
-  if (result == 0) result = check_nv_id(TRACE_SITE(), nv_id);
-  if (result != 0) return result;
-  if (buf == nullptr) {
-    TRACE_ERROR("buf is null");
-    return KELVOR_NVEFS_NULL;
-  }
-  if (buf_len == 0 || buf_len > KELVOR_NVEFS_CHUNK_MAX) {
-    TRACE_ERROR("buf_len is invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
-  kelvor_nvefs_req request = nv_request(KELVOR_NVEFS_NV_WRITE, sub, nv_id);
-  request.data_len = buf_len;
-  std::memcpy(request.data, buf, buf_len);
-  Reply reply;
-  return exchange_checked(request, &reply, TRACE_SITE());
-}
-
-int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id) {
-  TRACE_DEBUG("kelvor_nv_delete, sub_id %d, nv_id: %d", static_cast<int>(sub),
-              static_cast<int>(nv_id));
-  int32_t result = check_sub(TRACE_SITE(), sub);
-  if (result == 0) result = check_nv_id(TRACE_SITE(), nv_id);
-  if (result != 0) return result;
-  Reply reply;
-  return exchange_checked(nv_request(KELVOR_NVEFS_NV_DELETE, sub, nv_id), &reply, TRACE_SITE());
-}
-
 // One chunk of a read, appended to buf; *recv counts the octets there. *result becomes the
 // transfer's when the transfer is over.
-bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len,
-                    uint32_t* recv, int32_t* result) {
+bool efs_read_chunk(kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len, uint32_t* recv,
+                    int32_t* result) {
   Reply reply;
   request.data_done = *recv;
   *result = exchange(request, &reply);
   if (*result != 0) {
-    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, ABORT");
+    TRACE_ERROR("kelvor_extend_qmi_send_sync fail, ABORT");
     return false;
   }
   const int32_t chunk = reply.rsp.data_len_send;
-  TRACE_FROM(site, kTraceDebug,
-             "data_len_all = %d, data_len_send = %d, data_len_recv = %d, read_count = %d, "
-             "data_len_cur = %d",
-             static_cast<int>(reply.rsp.data_len_all), chunk, static_cast<int>(*recv),
-             request.exchange, chunk);
+  TRACE_DEBUG(
+      "data_len_all = %d, data_len_send = %d, data_len_recv = %d, read_count = %d, "
+      "data_len_cur = %d",
+      reply.rsp.data_len_all, chunk, *recv, request.exchange, chunk);
   *result = reply.rsp.result;
   if (chunk <= 0) {
-    TRACE_FROM(site, kTraceError, "abort, data_len_send <= 0");
+    TRACE_ERROR("abort, data_len_send <= 0");
     // Once octets came, the modem has said that more would follow.
     const bool empty_file = *recv == 0 && chunk == 0 && reply.rsp.data_len_all == 0;
     if (*result == 0 && !empty_file) *result = KELVOR_NVEFS_BAD_LENGTH;
     return false;
   }
   if (*result != 0) {
-    TRACE_FROM(site, kTraceError, "qmi response fail");
+    TRACE_ERROR("qmi response fail");
     return false;
   }
   *result = KELVOR_NVEFS_BAD_LENGTH;
   if (buf_len <= *recv) {
-    TRACE_FROM(site, kTraceError, "abort, buf_len <= data_len_recv");
+    TRACE_ERROR("abort, buf_len <= data_len_recv");
     return false;
   }
   const auto octets = static_cast<uint32_t>(chunk);
   if (octets > reply.data_octets()) {
-    TRACE_FROM(site, kTraceError, "abort, data_len_send(%d) > data received(%d)", chunk,
-               static_cast<int>(reply.data_octets()));
+    TRACE_ERROR("abort, data_len_send(%d) > data received(%d)", chunk, reply.data_octets());
     return false;
   }
   if (octets > buf_len - *recv) {
-    TRACE_FROM(site, kTraceError, "errro, abort, buf_len <= req.data_len_cur");
+    TRACE_ERROR("errro, abort, buf_len <= req.data_len_cur");
     return false;
   }
   std::memcpy(buf + *recv, reply.rsp.data, octets);
@@ -237,104 +160,13 @@ bool efs_read_chunk(TraceSite site, kelvor_nvefs_req& request, uint8_t* buf, uin
   return *recv < reply.rsp.data_len_all;
 }
 
-int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
-                        uint32_t* p_buf_len) {
-  TRACE_DEBUG("kelvor_efs_read, sub_id %d, path_len: %d", static_cast<int>(sub),
-              static_cast<int>(path_len));
-  int32_t result =
-      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
-  if (result != 0) return result;
-  if (buf == nullptr || p_buf_len == nullptr) {
-    TRACE_ERROR("len invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
-  TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
-  auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_READ, sub, efs_path, path_len);
-  uint32_t recv = 0;
-  while (efs_read_chunk(TRACE_SITE(), request, buf, *p_buf_len, &recv, &result)) {
-    if (++request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) {
-      result = too_long(TRACE_SITE());
-      break;
-    }
-  }
-  *p_buf_len = recv;
-  return result;
-}
-
-int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
-                         uint32_t buf_len) {
-  TRACE_DEBUG("kelvor_efs_write, sub_id %d, path_len: %d, buf_len: %d", static_cast<int>(sub),
-              static_cast<int>(path_len), static_cast<int>(buf_len));
-  const int32_t wrong =
-      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
-  if (wrong != 0) return wrong;
-  if (buf == nullptr) {
-    TRACE_ERROR("len invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
-  TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
-  auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_WRITE, sub, efs_path, path_len);
-  request.data_len = buf_len;
-  for (; request.data_done < buf_len; ++request.exchange) {
-    const uint32_t left = buf_len - request.data_done;
-    if (request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) return too_long(TRACE_SITE());
-    TRACE_DEBUG("left_num(%d)", static_cast<int>(left));
-    const uint32_t send = std::min<uint32_t>(left, KELVOR_NVEFS_CHUNK_MAX);
-    TRACE_DEBUG("send_num(%d)", static_cast<int>(send));
-    request.data_len_cur = static_cast<uint16_t>(send);
-    std::memset(request.data, 0, sizeof request.data);
-    std::memcpy(request.data, buf + request.data_done, send);
-    Reply reply;
-    const int32_t result = exchange(request, &reply);
-    TRACE_DEBUG("result = %d, rsp.result[>=0 is instance id] = %d", result, reply.rsp.result);
-    TRACE_DEBUG(
-        "data_len_all = %d, data_len_send = %d, data_len_recv = %d, send_count = %d, "
-        "data_len_cur = %d",
-        static_cast<int>(buf_len), static_cast<int>(request.data_done),
-        static_cast<int>(reply.rsp.data_len_recv), request.exchange, static_cast<int>(send));
-    if (result != 0) {
-      TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
-      return result;
-    }
-    if (reply.rsp.result < 0) {
-      TRACE_ERROR("qmi response fail");
-      return reply.rsp.result;
-    }
-    request.data_done += send;
-  }
-  return KELVOR_NVEFS_OK;
-}
-
-int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len) {
-  TRACE_DEBUG("kelvor_efs_delete, sub_id %d, path_len: %d", static_cast<int>(sub),
-              static_cast<int>(path_len));
-  const int32_t wrong =
-      check_file(TRACE_SITE(), sub, efs_path, path_len, KELVOR_NVEFS_DELETE_PATH_MAX);
-  if (wrong != 0) return wrong;
-  Reply reply;
-  return exchange_checked(
-      efs_request<kelvor_efs_path_req>(KELVOR_NVEFS_EFS_DELETE, sub, efs_path, path_len), &reply,
-      TRACE_SITE());
-}
-
-int32_t kelvor_nvefs_sync() {
-  kelvor_common_rsp rsp{};
-  const auto ret_sync = static_cast<int32_t>(kelvor_send_common_qmi_msg(
-      KELVOR_COMMON_ITEM_NV_SYNC, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
-  TRACE_DEBUG("kelvor_send_common_qmi_msg, ret_sync: %d, rsp.result: %d", ret_sync, rsp.result);
-  return ret_sync | rsp.result;
-}
-
-}  // namespace unframed
-
-// The frame of every operation: entry and exit lines, and the lock from the first check to the end.
-template <class Operation>
-int32_t operate(TraceSite site, Operation operation) {
-  int32_t result = KELVOR_NVEFS_OK;
-  const TraceResultScope scope(site, result);
-  const std::lock_guard lock(g_mutex);
-  result = operation();
-  return result;
+// Every operation: entry and exit lines, and the lock from the first check to the end.
+template <class Body>
+int32_t operate(TraceSite site, Body body) {
+  return traced(site, [&]() -> int32_t {
+    const std::lock_guard lock(g_mutex);
+    return body();
+  });
 }
 
 }  // namespace
@@ -342,42 +174,168 @@ int32_t operate(TraceSite site, Operation operation) {
 extern "C" {
 
 int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_buf_len) {
-  return operate(TRACE_SITE(),
-                 [&] { return unframed::kelvor_nv_read(sub, nv_id, buf, p_buf_len); });
+  return operate(__func__, [&]() -> int32_t {
+    TRACE_DEBUG("kelvor_nv_read, sub_id %d, nv_id: %d", sub, nv_id);
+    int32_t result = KELVOR_NVEFS_OK;
+    if (sub == kCustomerSub && nv_id == kCustomerNvId) {
+      TRACE_DEBUG("sub cust case for tt");
+    } else if ((result = check_sub(sub)) != 0) {
+      return result;
+    }
+    if ((result = check_nv_id(nv_id)) != 0) return result;
+    if (buf == nullptr) {
+      TRACE_ERROR("buf is null");
+      return KELVOR_NVEFS_NULL;
+    }
+    if (p_buf_len == nullptr) {
+      TRACE_ERROR("p_buf_len is null");
+      return KELVOR_NVEFS_NULL;
+    }
+    if (*p_buf_len == 0) {
+      TRACE_ERROR("buf_len is invalid");
+      return KELVOR_NVEFS_BAD_LENGTH;
+    }
+    TRACE_DEBUG("buf_len: %d", *p_buf_len);
+
+    Reply reply;
+    result = exchange_checked(nv_request(KELVOR_NVEFS_NV_READ, sub, nv_id), &reply);
+    if (result != 0) return result;
+    TRACE_DEBUG("rsp.data_len_all = %d", reply.rsp.data_len_all);
+    // What is to be copied must also have come: octets that were never sent are nobody's item.
+    const uint32_t count = std::min(reply.rsp.data_len_all, *p_buf_len);
+    if (count == 0 || count > reply.data_octets()) {
+      TRACE_ERROR("rsp.data_len_all is invalid");
+      return KELVOR_NVEFS_BAD_LENGTH;
+    }
+    *p_buf_len = count;
+    std::memcpy(buf, reply.rsp.data, count);
+    return KELVOR_NVEFS_OK;
+  });
 }
 
 int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uint32_t buf_len) {
-  return operate(TRACE_SITE(),
-                 [&] { return unframed::kelvor_nv_write_ex(sub, nv_id, buf, buf_len); });
+  return operate(__func__, [&]() -> int32_t {
+    TRACE_DEBUG("kelvor_nv_write, sub_id %d, nv_id: %d, buf_len: %d", sub, nv_id, buf_len);
+    int32_t result = check_sub(sub);
+    if (result == 0) result = check_nv_id(nv_id);
+    if (result != 0) return result;
+    if (buf == nullptr) {
+      TRACE_ERROR("buf is null");
+      return KELVOR_NVEFS_NULL;
+    }
+    if (buf_len == 0 || buf_len > KELVOR_NVEFS_CHUNK_MAX) {
+      TRACE_ERROR("buf_len is invalid");
+      return KELVOR_NVEFS_BAD_LENGTH;
+    }
+    kelvor_nvefs_req request = nv_request(KELVOR_NVEFS_NV_WRITE, sub, nv_id);
+    request.data_len = buf_len;
+    std::memcpy(request.data, buf, buf_len);
+    Reply reply;
+    return exchange_checked(request, &reply);
+  });
 }
 
 int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id) {
-  return operate(TRACE_SITE(), [&] { return unframed::kelvor_nv_delete(sub, nv_id); });
+  return operate(__func__, [&] {
+    TRACE_DEBUG("kelvor_nv_delete, sub_id %d, nv_id: %d", sub, nv_id);
+    int32_t result = check_sub(sub);
+    if (result == 0) result = check_nv_id(nv_id);
+    if (result != 0) return result;
+    Reply reply;
+    return exchange_checked(nv_request(KELVOR_NVEFS_NV_DELETE, sub, nv_id), &reply);
+  });
 }
 
 int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
                         uint32_t* p_buf_len) {
-  return operate(TRACE_SITE(), [&] {
-    return unframed::kelvor_efs_read(sub, efs_path, path_len, buf, p_buf_len);
+  return operate(__func__, [&]() -> int32_t {
+    TRACE_DEBUG("kelvor_efs_read, sub_id %d, path_len: %d", sub, path_len);
+    int32_t result = check_file(sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
+    if (result != 0) return result;
+    if (buf == nullptr || p_buf_len == nullptr) {
+      TRACE_ERROR("len invalid");
+      return KELVOR_NVEFS_BAD_LENGTH;
+    }
+    TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
+    auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_READ, sub, efs_path, path_len);
+    uint32_t recv = 0;
+    while (efs_read_chunk(request, buf, *p_buf_len, &recv, &result)) {
+      if (++request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) {
+        result = too_long();
+        break;
+      }
+    }
+    *p_buf_len = recv;
+    return result;
   });
 }
 
 int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
                          uint32_t buf_len) {
-  return operate(TRACE_SITE(),
-                 [&] { return unframed::kelvor_efs_write(sub, efs_path, path_len, buf, buf_len); });
+  return operate(__func__, [&]() -> int32_t {
+    TRACE_DEBUG("kelvor_efs_write, sub_id %d, path_len: %d, buf_len: %d", sub, path_len, buf_len);
+    const int32_t wrong = check_file(sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
+    if (wrong != 0) return wrong;
+    if (buf == nullptr) {
+      TRACE_ERROR("len invalid");
+      return KELVOR_NVEFS_BAD_LENGTH;
+    }
+    TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
+    auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_WRITE, sub, efs_path, path_len);
+    request.data_len = buf_len;
+    for (; request.data_done < buf_len; ++request.exchange) {
+      const uint32_t left = buf_len - request.data_done;
+      if (request.exchange == KELVOR_NVEFS_EXCHANGES_MAX) return too_long();
+      TRACE_DEBUG("left_num(%d)", left);
+      const uint32_t send = std::min<uint32_t>(left, KELVOR_NVEFS_CHUNK_MAX);
+      TRACE_DEBUG("send_num(%d)", send);
+      request.data_len_cur = static_cast<uint16_t>(send);
+      std::memset(request.data, 0, sizeof request.data);
+      std::memcpy(request.data, buf + request.data_done, send);
+      Reply reply;
+      const int32_t result = exchange(request, &reply);
+      TRACE_DEBUG("result = %d, rsp.result[>=0 is instance id] = %d", result, reply.rsp.result);
+      TRACE_DEBUG(
+          "data_len_all = %d, data_len_send = %d, data_len_recv = %d, send_count = %d, "
+          "data_len_cur = %d",
+          buf_len, request.data_done, reply.rsp.data_len_recv, request.exchange, send);
+      if (result != 0) {
+        TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
+        return result;
+      }
+      if (reply.rsp.result < 0) {
+        TRACE_ERROR("qmi response fail");
+        return reply.rsp.result;
+      }
+      request.data_done += send;
+    }
+    return KELVOR_NVEFS_OK;
+  });
 }
 
 int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len) {
-  return operate(TRACE_SITE(),
-                 [&] { return unframed::kelvor_efs_delete(sub, efs_path, path_len); });
+  return operate(__func__, [&] {
+    TRACE_DEBUG("kelvor_efs_delete, sub_id %d, path_len: %d", sub, path_len);
+    const int32_t wrong = check_file(sub, efs_path, path_len, KELVOR_NVEFS_DELETE_PATH_MAX);
+    if (wrong != 0) return wrong;
+    Reply reply;
+    return exchange_checked(
+        efs_request<kelvor_efs_path_req>(KELVOR_NVEFS_EFS_DELETE, sub, efs_path, path_len), &reply);
+  });
 }
 
 int32_t kelvor_nvefs_sync(void) {
-  return operate(TRACE_SITE(), [] { return unframed::kelvor_nvefs_sync(); });
+  return operate(__func__, [] {
+    kelvor_common_rsp rsp{};
+    const auto ret_sync = static_cast<int32_t>(kelvor_send_common_qmi_msg(
+        KELVOR_COMMON_ITEM_NV_SYNC, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
+    TRACE_DEBUG("kelvor_send_common_qmi_msg, ret_sync: %d, rsp.result: %d", ret_sync, rsp.result);
+    return ret_sync | rsp.result;
+  });
 }
 
 int32_t kelvor_qmi_result_map(int32_t result) {
+  const Operation operation(__func__);
   int32_t mapped = result;
   switch (result) {
     case QMI_CLIENT_INTERNAL:

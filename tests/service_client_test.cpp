@@ -327,6 +327,7 @@ TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
   g_c_struct_len = UINT32_MAX;
   output = desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
   EXPECT_TRUE(desk::said(output, "decoded_payload_len(-1) can not <= 0")) << output;
+  EXPECT_TRUE(output.starts_with("RIL[vs_client.cpp:")) << "the function's own source: " << output;
 }
 
 // Loss and release at any moment of connecting, suspending and resuming.

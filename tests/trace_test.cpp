@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "platform/kelvor_utils.h"
 #include "support/desk.h"
 #include "vex/text.h"
@@ -84,15 +86,34 @@ TEST_F(Trace, LongMessagesAreWhole) {
   EXPECT_EQ(output_of([&] { say(kTraceUsage, "b", message.c_str()); }), message + "\n");
 }
 
-TEST_F(Trace, ScopesBracketAnOperation) {
-  const std::string output = output_of([] {
-    int32_t result = 0;
-    const TraceResultScope scope({"q/k.cpp", 3, "op"}, result);
-    result = -104;
+int help() {
+  TRACE_INFO("help");
+  return -104;
+}
+constexpr int kHelpLine = __LINE__ - 3;
+
+TEST_F(Trace, MessagesNameTheInnermostOperationOfTheirThread) {
+  const TraceSite inner("inner");
+  const std::string output = output_of([&] {
+    traced({"outer", "q/k.cpp", 3}, [&] {
+      {
+        const TraceScope scope(inner);
+        help();
+      }
+      std::thread(help).join();
+      return help();
+    });
   });
-  EXPECT_EQ(output,
-            "RIL[k.cpp:3] op: function entry ------------->\n"
-            "RIL[k.cpp:3] op: function exit, ret = -104 <-------------\n");
+  const std::string here = "RIL[trace_test.cpp:";
+  const std::string opened = here + std::to_string(inner.line) + "] inner: ";
+  const std::string helps = here + std::to_string(kHelpLine) + "] ";
+  EXPECT_EQ(output, "RIL[k.cpp:3] outer: function entry ------------->\n" +  //
+                        opened + "function entry ------------->\n" +         //
+                        helps + "inner: help\n" +                            //
+                        opened + "function exit <-------------\n" +          //
+                        helps + "help: help\n" +                             //
+                        "RIL[k.cpp:3] outer: help\n"
+                        "RIL[k.cpp:3] outer: function exit, ret = -104 <-------------\n");
 }
 
 TEST(Text, NumbersKeepTheirOddLimits) {

@@ -16,11 +16,11 @@ constexpr int kWordOperation = 2;
 constexpr int kWordSubMask = 3;
 constexpr int kWords = 4;
 
-struct Operation {
+struct MbnOperation {
   int mbn_i;
   int (*run)(unsigned int sub_mask);
 };
-constexpr Operation kOperations[] = {{0, kelvor_refresh_sw_mbn}, {1, kelvor_reactivate_sw_mbn}};
+constexpr MbnOperation kOperations[] = {{0, kelvor_refresh_sw_mbn}, {1, kelvor_reactivate_sw_mbn}};
 
 // What was wrong has been traced; the section tells what is right.
 int refuse() {
@@ -60,7 +60,7 @@ extern "C" int kelvor_test_mbn_do(int argc, char** argv) {
     TRACE_ERROR("pdc init failed, do nothing");
     return refuse();
   }
-  for (const Operation& operation : kOperations) {
+  for (const MbnOperation& operation : kOperations) {
     if (operation.mbn_i == mbn_i) return operation.run(static_cast<unsigned int>(sub_mask));
   }
   TRACE_ERROR("invalid mbn_i = %d", mbn_i);

@@ -51,9 +51,12 @@
   }                                                                                                \
   }
 
-// The last part of a member's row: its own functions and their names.
-#define VIREO_MEMBER_FUNCTIONS(prefix)                                                          \
-  modem_api_process_response, prefix##_client_unsol_ind_cb, prefix##_client_service_down_event, \
-      prefix##_client_service_up_event, VIREO_MEMBER_NAMES(#prefix)
+// The last part of a member's row.
+#define VIREO_MEMBER_FUNCTIONS(prefix)                                                      \
+  {                                                                                         \
+    .on_indication = prefix##_client_unsol_ind_cb,                                          \
+    .on_service_down = prefix##_client_service_down_event,                                  \
+    .on_service_up = prefix##_client_service_up_event, .names = VIREO_MEMBER_NAMES(#prefix) \
+  }
 
 #endif  // VIREO_MODEM_API_MEMBER_CLIENT_H_

@@ -43,7 +43,6 @@ struct ClientRecord {
   uint32_t client_type;
   int32_t client_id;
   uint64_t operational_status;
-  uint16_t reserved;
   modem_api_indication_cb on_indication;
   modem_api_status_cb on_status;
   bool freeing;  // its service client is being released
@@ -83,29 +82,28 @@ bool is_connected(int32_t client_id, uint32_t type) {
          record->operational_status == OP_STATUS_CONNECTED;
 }
 
-uint32_t unexpected(TraceSite site) {
-  TRACE_FROM(site, kTraceError, "Unexpected condition, return error %d!", MODEM_API_INVALID_CLIENT);
+uint32_t unexpected() {
+  TRACE_ERROR("Unexpected condition, return error %d!", MODEM_API_INVALID_CLIENT);
   return MODEM_API_INVALID_CLIENT;
 }
 
 // Stores the record in the lowest free slot, unless its type is there already.
-uint32_t enter_table(ClientRecord* record, TraceSite site) {
+uint32_t enter_table(ClientRecord* record) {
   const TableLock lock(g_table_mutex);
   const TypeRow& type = kTypes[record->client_type];
   for (const ClientRecord* other : g_clients) {
     if (other == nullptr || other->client_type != record->client_type) continue;
     if (other->operational_status == OP_STATUS_CONNECTED) {
-      TRACE_FROM(site, kTraceError, "Already another client init %s client successfully",
-                 type.connected_name);
+      TRACE_ERROR("Already another client init %s client successfully", type.connected_name);
       return MODEM_API_CLIENT_CONNECTED;
     }
-    TRACE_FROM(site, kTraceError, "Another client init %s client with operational status %d",
-               type.other_name, static_cast<int>(other->operational_status));
+    TRACE_ERROR("Another client init %s client with operational status %d", type.other_name,
+                static_cast<int>(other->operational_status));
     return MODEM_API_CLIENT_EXISTS;
   }
   const auto slot = std::find(std::begin(g_clients), std::end(g_clients), nullptr);
   if (slot == std::end(g_clients)) {
-    TRACE_FROM(site, kTraceError, "no more client can be added");
+    TRACE_ERROR("no more client can be added");
     return MODEM_API_NO_FREE_SLOT;
   }
   record->client_id = static_cast<int32_t>(slot - std::begin(g_clients));
@@ -114,25 +112,24 @@ uint32_t enter_table(ClientRecord* record, TraceSite site) {
 }
 
 uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication,
-                     modem_api_status_cb on_status, int32_t* client_id, TraceSite site) {
+                     modem_api_status_cb on_status, int32_t* client_id) {
   if (!modem_api_check_white_list()) {
-    TRACE_FROM(site, kTraceError, "check fail, do nothing");
+    TRACE_ERROR("check fail, do nothing");
     return MODEM_API_NOT_PERMITTED;
   }
-  auto* record =
-      static_cast<ClientRecord*>(vireo_malloc_adv(sizeof(ClientRecord), site.function, __LINE__));
+  auto* record = static_cast<ClientRecord*>(
+      vireo_malloc_adv(sizeof(ClientRecord), Operation::name(__func__), __LINE__));
   if (record == nullptr) {
-    TRACE_FROM(site, kTraceError, "could not allocate memory");
+    TRACE_ERROR("could not allocate memory");
     return MODEM_API_NO_MEMORY;
   }
   if (client_type >= kModemApiClientTypes) {
-    TRACE_FROM(site, kTraceError, "modem api client type %d not supported",
-               static_cast<int>(client_type));
+    TRACE_ERROR("modem api client type %d not supported", client_type);
     free_record(record);
     return MODEM_API_NOT_SUPPORTED;
   }
-  *record = {client_type, -1, OP_STATUS_RELEASED, 0, on_indication, on_status, false};
-  if (const uint32_t result = enter_table(record, site); result != MODEM_API_SUCCESS) {
+  *record = {client_type, -1, OP_STATUS_RELEASED, on_indication, on_status, false};
+  if (const uint32_t result = enter_table(record); result != MODEM_API_SUCCESS) {
     free_record(record);
     return result;
   }
@@ -147,7 +144,7 @@ uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication
   // This one reports no status of its own.
   if (client_type == kModemApiVs) modem_api_operational_status_cb(kModemApiVs, OP_STATUS_CONNECTED);
   if (client_id != nullptr) *client_id = id;
-  TRACE_FROM(site, kTraceDebug, "new client: type %d, id %d", static_cast<int>(client_type), id);
+  TRACE_DEBUG("new client: type %d, id %d", client_type, id);
   if (client_type == kModemApiNas0 || client_type == kModemApiNas1) {
     modem_api_util_enable_networking_indications(id, client_type - kModemApiNas0);
   }
@@ -216,75 +213,75 @@ void hand_over(uint32_t message_id, const void* response, uint32_t response_len,
 extern "C" {
 
 uint32_t modem_api_init(void) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (!modem_api_check_white_list()) {
-    TRACE_ERROR("check fail, do nothing");
-    return ret = MODEM_API_NOT_PERMITTED;
-  }
-  {
-    const std::lock_guard lock(g_static_mutex);
-    if (g_references == 0) {
-      g_references = 1;
-      empty_slots();
+  return traced(__func__, []() -> uint32_t {
+    if (!modem_api_check_white_list()) {
+      TRACE_ERROR("check fail, do nothing");
+      return MODEM_API_NOT_PERMITTED;
     }
-  }
-  for (const TypeRow& type : kTypes) type.init();
-  return MODEM_API_SUCCESS;
+    {
+      const std::lock_guard lock(g_static_mutex);
+      if (g_references == 0) {
+        g_references = 1;
+        empty_slots();
+      }
+    }
+    for (const TypeRow& type : kTypes) type.init();
+    return MODEM_API_SUCCESS;
+  });
 }
 
 uint32_t modem_api_release(void) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  const std::lock_guard lock(g_static_mutex);
-  if (g_references >= 1) {
-    empty_slots();
-    --g_references;
-  }
-  return MODEM_API_SUCCESS;
+  return traced(__func__, []() -> uint32_t {
+    const std::lock_guard lock(g_static_mutex);
+    if (g_references >= 1) {
+      empty_slots();
+      --g_references;
+    }
+    return MODEM_API_SUCCESS;
+  });
 }
 
 uint32_t modem_api_init_client(uint32_t client_type, modem_api_indication_cb on_indication,
                                modem_api_status_cb on_status, int32_t* client_id) {
+  const Operation operation(__func__);
   TRACE_DEBUG("function entry ------------->");
-  const uint32_t result =
-      init_client(client_type, on_indication, on_status, client_id, TRACE_SITE());
-  TRACE_DEBUG("function exit, ret(%d) <-------------", static_cast<int>(result));
+  const uint32_t result = init_client(client_type, on_indication, on_status, client_id);
+  TRACE_DEBUG("function exit, ret(%d) <-------------", result);
   return result;
 }
 
 uint32_t modem_api_free_client(int32_t client_id) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  TRACE_DEBUG("client_id %d", client_id);
-  if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) {
-    TRACE_ERROR("invalid client_id %d", client_id);
-    return ret = MODEM_API_INVALID_CLIENT;
-  }
-  ClientRecord* record = nullptr;
-  {
-    const TableLock lock(g_table_mutex);
-    record = g_clients[client_id];
-    if (record == nullptr || record->freeing) {
-      TRACE_DEBUG("client already freed");
-      return MODEM_API_SUCCESS;
+  return traced(__func__, [&]() -> uint32_t {
+    TRACE_DEBUG("client_id %d", client_id);
+    if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) {
+      TRACE_ERROR("invalid client_id %d", client_id);
+      return MODEM_API_INVALID_CLIENT;
     }
-    record->freeing = true;
-  }
-  kTypes[record->client_type].client_release();
-  take_off(client_id, record);
-  free_record(record);
-  return MODEM_API_SUCCESS;
+    ClientRecord* record = nullptr;
+    {
+      const TableLock lock(g_table_mutex);
+      record = g_clients[client_id];
+      if (record == nullptr || record->freeing) {
+        TRACE_DEBUG("client already freed");
+        return MODEM_API_SUCCESS;
+      }
+      record->freeing = true;
+    }
+    kTypes[record->client_type].client_release();
+    take_off(client_id, record);
+    free_record(record);
+    return MODEM_API_SUCCESS;
+  });
 }
 
 void modem_api_operational_status_cb(uint32_t client_type, uint64_t operational_status) {
+  const Operation operation(__func__);
   const TableLock lock(g_table_mutex);
   for (ClientRecord* const record : g_clients) {
     if (record == nullptr || record->client_type != client_type) continue;
     record->operational_status = operational_status;
-    TRACE_DEBUG("client type %d, client id %d, operational_status %d",
-                static_cast<int>(client_type), record->client_id,
-                static_cast<int>(operational_status));
+    TRACE_DEBUG("client type %d, client id %d, operational_status %d", client_type,
+                record->client_id, static_cast<int>(operational_status));
     if (record->on_status == nullptr) continue;
     if (operational_status == OP_STATUS_CONNECTED) {
       record->on_status(MODEM_API_EVENT_CONNECTED, client_type);
@@ -304,76 +301,75 @@ void modem_api_process_response(uint32_t message_id, void* response, uint32_t re
 }
 
 uint32_t modem_api_util_enable_networking_indications(int32_t client_id, uint32_t nas) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (!is_connected(client_id, nas == 0 ? kModemApiNas0 : kModemApiNas1)) {
-    return ret = unexpected(TRACE_SITE());
-  }
-  nas_indication_register_req request{};
-  request.serving_system_valid = 1;  // with the value 0
-  nas_plain_resp response{};
-  const auto send = nas == 0 ? nas_0_client_send_msg_sync : nas_1_client_send_msg_sync;
-  const int error =
-      send(NAS_INDICATION_REGISTER, &request, sizeof request, &response, sizeof response);
-  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
-  TRACE_DEBUG("enable_indication result: %d", static_cast<int>(result));
-  return ret = result;
+  return traced(__func__, [&]() -> uint32_t {
+    if (!is_connected(client_id, nas == 0 ? kModemApiNas0 : kModemApiNas1)) {
+      return unexpected();
+    }
+    nas_indication_register_req request{};
+    request.serving_system_valid = 1;  // with the value 0
+    nas_plain_resp response{};
+    const auto send = nas == 0 ? nas_0_client_send_msg_sync : nas_1_client_send_msg_sync;
+    const int error =
+        send(NAS_INDICATION_REGISTER, &request, sizeof request, &response, sizeof response);
+    const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+    TRACE_DEBUG("enable_indication result: %d", result);
+    return result;
+  });
 }
 
 uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value, uint8_t a, uint8_t b,
                                             uint8_t c) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (!is_connected(client_id, kModemApiVs)) return ret = unexpected(TRACE_SITE());
-  const vs_feature_status_req request{value, a, b, c};
-  vs_plain_resp response{};
-  const int error = vs_client_send_msg_sync(VS_FEATURE_STATUS, &request, sizeof request, &response,
-                                            sizeof response);
-  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
-  TRACE_DEBUG("result %d", static_cast<int>(result));
-  return ret = result;
+  return traced(__func__, [&]() -> uint32_t {
+    if (!is_connected(client_id, kModemApiVs)) return unexpected();
+    const vs_feature_status_req request{value, a, b, c};
+    vs_plain_resp response{};
+    const int error = vs_client_send_msg_sync(VS_FEATURE_STATUS, &request, sizeof request,
+                                              &response, sizeof response);
+    const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+    TRACE_DEBUG("result %d", result);
+    return result;
+  });
 }
 
 uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
                                        uint32_t* count, vs_parameter* parameters) {
-  int32_t ret = MODEM_API_SUCCESS;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  TRACE_DEBUG("client_id = %d, sub = %d, slot = %d", client_id, sub, slot);
-  if (!is_connected(client_id, kModemApiVs)) return ret = unexpected(TRACE_SITE());
-  if (parameters == nullptr || count == nullptr) {
-    TRACE_ERROR("stats_para_data is null");
-    return ret = MODEM_API_INVALID_ARG;
-  }
-  if (*count < 1 || *count > VS_PARAMETERS_MAX) {
-    TRACE_ERROR("para_num(%d) is invalid", static_cast<int>(*count));
-    return ret = MODEM_API_INVALID_ARG;
-  }
-  static constexpr size_t kHexRoom = 30;
-  vs_get_parameters_req request{};
-  request.sub = sub;
-  request.slot = slot;
-  request.parameters_len = *count;
-  for (uint32_t i = 0; i < *count; ++i) {
-    const vs_parameter& parameter = parameters[i];
-    request.parameters[i] = parameter;
-    uint64_t first = 0;
-    std::memcpy(&first, parameter.data, sizeof first);
-    char hex[kHexRoom];
-    kelvor_get_hex_str(hex, sizeof hex, first);
-    TRACE_DEBUG("ids[%d] = %d, value_len = %d, type = %d, value: %s", static_cast<int>(i),
-                static_cast<int>(parameter.id), static_cast<int>(parameter.data_len),
-                static_cast<int>(parameter.sub), hex);
-  }
-  vs_get_parameters_resp response{};
-  const int error = vs_client_send_msg_sync(VS_GET_PARAMETERS, &request, sizeof request, &response,
-                                            sizeof response);
-  const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
-  if (result != MODEM_API_SUCCESS) return ret = result;
-  if (response.parameters_valid != 1) return ret = MODEM_API_FAILURE;
-  *count = response.parameters_len;
-  std::copy_n(response.parameters, std::min<uint32_t>(response.parameters_len, VS_PARAMETERS_MAX),
-              parameters);
-  return MODEM_API_SUCCESS;
+  return traced(__func__, [&]() -> uint32_t {
+    TRACE_DEBUG("client_id = %d, sub = %d, slot = %d", client_id, sub, slot);
+    if (!is_connected(client_id, kModemApiVs)) return unexpected();
+    if (parameters == nullptr || count == nullptr) {
+      TRACE_ERROR("stats_para_data is null");
+      return MODEM_API_INVALID_ARG;
+    }
+    if (*count < 1 || *count > VS_PARAMETERS_MAX) {
+      TRACE_ERROR("para_num(%d) is invalid", *count);
+      return MODEM_API_INVALID_ARG;
+    }
+    static constexpr size_t kHexRoom = 30;
+    vs_get_parameters_req request{};
+    request.sub = sub;
+    request.slot = slot;
+    request.parameters_len = *count;
+    for (uint32_t i = 0; i < *count; ++i) {
+      const vs_parameter& parameter = parameters[i];
+      request.parameters[i] = parameter;
+      uint64_t first = 0;
+      std::memcpy(&first, parameter.data, sizeof first);
+      char hex[kHexRoom];
+      kelvor_get_hex_str(hex, sizeof hex, first);
+      TRACE_DEBUG("ids[%d] = %d, value_len = %d, type = %d, value: %s", i, parameter.id,
+                  parameter.data_len, parameter.sub, hex);
+    }
+    vs_get_parameters_resp response{};
+    const int error = vs_client_send_msg_sync(VS_GET_PARAMETERS, &request, sizeof request,
+                                              &response, sizeof response);
+    const uint32_t result = modem_api_map_qmi_error_to_modem_api(error, &response.resp);
+    if (result != MODEM_API_SUCCESS) return result;
+    if (response.parameters_valid != 1) return MODEM_API_FAILURE;
+    *count = response.parameters_len;
+    std::copy_n(response.parameters, std::min<uint32_t>(response.parameters_len, VS_PARAMETERS_MAX),
+                parameters);
+    return MODEM_API_SUCCESS;
+  });
 }
 
 uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error,
@@ -400,6 +396,7 @@ uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error,
 }
 
 bool modem_api_check_white_list(void) {
+  const Operation operation(__func__);
   static constexpr const char* kPermitted[] = {"qcrilNrd", "vex", "modem_api_test"};
   const char* name = kelvor_utils_get_pid_name();
   for (const char* permitted : kPermitted) {

@@ -34,17 +34,17 @@ struct Field {
 constexpr Field kVersion{"version", 1, kDropped};
 
 // Reads the next octets of the store.
-bool read_field(const char* name, size_t width, void* to, TraceSite site) {
+bool read_field(const char* name, size_t width, void* to) {
   modem_vireo_data_store& store = g_vireo_data;
   const auto octets = static_cast<int32_t>(width);
   if (store.length < octets) {
-    TRACE_FROM(site, kTraceError, "g_vireo_data_left(%d) is not enough for %s, id(0x%x)",
-               store.length, name, store.record_id);
+    TRACE_ERROR("g_vireo_data_left(%d) is not enough for %s, id(0x%x)", store.length, name,
+                store.record_id);
     return false;
   }
   if (store.read_offset < 0) {
-    TRACE_FROM(site, kTraceError, "g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)",
-               store.read_offset, name, store.record_id);
+    TRACE_ERROR("g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", store.read_offset, name,
+                store.record_id);
     return false;
   }
   std::memcpy(to, store.data + store.read_offset, width);
@@ -53,39 +53,36 @@ bool read_field(const char* name, size_t width, void* to, TraceSite site) {
   return true;
 }
 
-bool decode(std::span<const Field> fields, void* out, TraceSite site) {
+bool decode(std::span<const Field> fields, void* out) {
   for (const Field& field : fields) {
     uint64_t dropped = 0;
     void* to = &dropped;
     if (field.offset != kDropped) to = static_cast<unsigned char*>(out) + field.offset;
-    if (!read_field(field.name, field.width, to, site)) return false;
+    if (!read_field(field.name, field.width, to)) return false;
   }
   return true;
 }
 
 bool fetch_and_decode(uint32_t sub, uint32_t record_id, std::span<const Field> fields, void* out,
-                      size_t size, TraceSite site) {
-  TRACE_FROM(site, kTraceDebug, "sub = %d, ptr_vireo_data = 0x%x", static_cast<int>(sub),
-             static_cast<unsigned>(reinterpret_cast<uintptr_t>(out)));
+                      size_t size) {
+  TRACE_DEBUG("sub = %d, ptr_vireo_data = 0x%x", sub,
+              static_cast<unsigned>(reinterpret_cast<uintptr_t>(out)));
   if (out == nullptr) {
-    TRACE_FROM(site, kTraceError, "ptr_vireo_data is NULL");
+    TRACE_ERROR("ptr_vireo_data is NULL");
     return false;
   }
   const std::lock_guard lock(g_getter_mutex);
   if (modem_vireo_data_get(sub, record_id) != 0) {
-    TRACE_FROM(site, kTraceError, "modem_vireo_data_get failed");
+    TRACE_ERROR("modem_vireo_data_get failed");
     return false;
   }
   std::memset(out, 0, size);
-  return decode(fields, out, site);
+  return decode(fields, out);
 }
 
 template <class S>
-bool get(uint32_t sub, uint32_t record_id, std::span<const Field> fields, S* out, TraceSite site) {
-  int32_t ret = 0;
-  const TraceResultScope scope(site, ret);
-  ret = fetch_and_decode(sub, record_id, fields, out, sizeof *out, site) ? 1 : 0;
-  return ret != 0;
+bool get(TraceSite site, uint32_t sub, uint32_t record_id, std::span<const Field> fields, S* out) {
+  return traced(site, [&] { return fetch_and_decode(sub, record_id, fields, out, sizeof *out); });
 }
 
 // ---- the records: field by field, as they are packed
@@ -183,16 +180,16 @@ constexpr Field kFields[] = {
 constexpr uint32_t kSysModeRecord = 0x2C;
 
 // The first stack's technology, for the subscription; -1 when the record has none.
-int32_t sys_mode(uint32_t sub, TraceSite site) {
+int32_t sys_mode(uint32_t sub) {
   const std::lock_guard lock(g_getter_mutex);
   uint8_t stack_max = 0;
   int32_t rat = -1;
   if (modem_vireo_data_get(sub, kSysModeRecord) != 0) {
-    TRACE_FROM(site, kTraceError, "modem_vireo_data_get failed");
+    TRACE_ERROR("modem_vireo_data_get failed");
     return -1;
   }
-  if (!read_field("stack_max", sizeof stack_max, &stack_max, site) || stack_max == 0) return -1;
-  return read_field("rat", sizeof rat, &rat, site) ? rat : -1;
+  if (!read_field("stack_max", sizeof stack_max, &stack_max) || stack_max == 0) return -1;
+  return read_field("rat", sizeof rat, &rat) ? rat : -1;
 }
 
 }  // namespace
@@ -201,21 +198,18 @@ extern "C" {
 
 bool modem_vireo_lte_srv_meas_info_get(uint32_t sub, modem_vireo_lte_srv_meas_info* out,
                                        uint32_t record_id) {
-  return get(sub, record_id, lte::kFields, out, TRACE_SITE());
+  return get(__func__, sub, record_id, lte::kFields, out);
 }
 
 bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub, modem_vireo_nr5g_srv_meas_info* out,
                                         uint32_t record_id) {
-  return get(sub, record_id, nr::kFields, out, TRACE_SITE());
+  return get(__func__, sub, record_id, nr::kFields, out);
 }
 
 // A carrier's getter, by its record.
-#define CARRIER(base, carrier, record_id)                                              \
-  bool modem_vireo_##base##_get_for_##carrier(uint32_t sub, modem_vireo_##base* out) { \
-    int32_t ret = 0;                                                                   \
-    const TraceResultScope scope(TRACE_SITE(), ret);                                   \
-    ret = modem_vireo_##base##_get(sub, out, record_id) ? 1 : 0;                       \
-    return ret != 0;                                                                   \
+#define CARRIER(base, carrier, record_id)                                                   \
+  bool modem_vireo_##base##_get_for_##carrier(uint32_t sub, modem_vireo_##base* out) {      \
+    return traced(__func__, [&] { return modem_vireo_##base##_get(sub, out, record_id); }); \
   }
 CARRIER(lte_srv_meas_info, pcc, 0x52)
 CARRIER(lte_srv_meas_info, scc1, 0x67)
@@ -233,7 +227,7 @@ CARRIER(nr5g_srv_meas_info, scc2, 0x07)
 // A measurement's getter: its record and the record's fields.
 #define MEASUREMENT(name, record_id, fields)                             \
   bool modem_vireo_##name##_get(uint32_t sub, modem_vireo_##name* out) { \
-    return get(sub, record_id, fields::kFields, out, TRACE_SITE());      \
+    return get(__func__, sub, record_id, fields::kFields, out);          \
   }
 MEASUREMENT(nr5g_mac_ul_phy_ch_power_info, 0x5A, nr_power)
 MEASUREMENT(nr5g_ll1_fw_rx_control_agc, 0x5E, agc)
@@ -246,16 +240,18 @@ MEASUREMENT(nr5g_ml1_antenna_switch_diversity, 0x71, diversity)
 #undef MEASUREMENT
 
 int32_t modem_sys_mode_get(uint32_t sub) {
+  const Operation operation(__func__);
   TRACE_DEBUG("function entry ------------->");
-  const int32_t rat = sys_mode(sub, TRACE_SITE());
+  const int32_t rat = sys_mode(sub);
   TRACE_DEBUG("function exit, rat = %d <-------------", rat);
   return rat;
 }
 
 int32_t modem_tx_power_get_by_sub(uint32_t sub) {
+  const Operation operation(__func__);
   TRACE_DEBUG("function entry ------------->");
   const int32_t rat = modem_sys_mode_get(sub);
-  TRACE_DEBUG("sub = %d, rat = %d", static_cast<int>(sub), rat);
+  TRACE_DEBUG("sub = %d, rat = %d", sub, rat);
   int32_t tx_power = MODEM_TX_POWER_NONE;
   if (rat == VS_RAT_NR) {
     modem_vireo_nr5g_mac_ul_phy_ch_power_info info;
@@ -279,6 +275,7 @@ int32_t modem_tx_power_get_by_sub(uint32_t sub) {
 }
 
 int32_t modem_tx_power_get_for_dds_sub(void) {
+  const Operation operation(__func__);
   TRACE_DEBUG("function entry ------------->");
   const int32_t dds_sub = kelvor_get_default_data_sub();
   const int32_t tx_power = modem_tx_power_get_by_sub(static_cast<uint32_t>(dds_sub));
@@ -287,6 +284,7 @@ int32_t modem_tx_power_get_for_dds_sub(void) {
 }
 
 int32_t modem_tx_power_get_for_max_sub(void) {
+  const Operation operation(__func__);
   TRACE_DEBUG("function entry ------------->");
   const int32_t p0 = modem_tx_power_get_by_sub(0);
   const int32_t p1 = modem_tx_power_get_by_sub(1);

@@ -17,51 +17,44 @@ constexpr uint32_t kStatisticsFeature = 2;
 int32_t g_vireo_client_id = kNoClient;
 uint32_t g_requests = 0;
 
-bool inited(TraceSite site) {
+bool inited() {
   if (g_vireo_client_id >= 0) return true;
-  TRACE_FROM(site, kTraceError, "The vireo is not inited, do nothing");
+  TRACE_ERROR("The vireo is not inited, do nothing");
   return false;
 }
 
 // Whether the answer is the one record that was asked for.
-bool check_answer(const modem_vireo_entry_block& block, uint32_t sub, uint32_t record_id,
-                  TraceSite site) {
-  const auto number = static_cast<int>(g_requests);
-  const auto count = static_cast<int>(block.count);
-  const auto id = static_cast<int>(record_id);
-  const auto asked_sub = static_cast<int>(sub);
+bool check_answer(const modem_vireo_entry_block& block, uint32_t sub, uint32_t record_id) {
   const vs_parameter& entry = block.entries[0];
   if (block.count == 0) {
-    TRACE_FROM(site, kTraceError,
-               "Fail to get data, empty, number = %d, sub = %d, ret id_num = %d, id = %d", number,
-               asked_sub, count, id);
+    TRACE_ERROR("Fail to get data, empty, number = %d, sub = %d, ret id_num = %d, id = %d",
+                g_requests, sub, block.count, record_id);
     return false;
   }
   if (block.count != 1) {
-    TRACE_FROM(site, kTraceError,
-               "Fail to get data, id num error, number = %d, sub = %d, ret id_num = %d, id = %d",
-               number, asked_sub, count, id);
+    TRACE_ERROR("Fail to get data, id num error, number = %d, sub = %d, ret id_num = %d, id = %d",
+                g_requests, sub, block.count, record_id);
     return false;
   }
   if (entry.id != record_id) {
-    TRACE_FROM(site, kTraceError,
-               "Fail to get data, ret_id(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
-               "id = %d",
-               static_cast<int>(entry.id), number, asked_sub, count, id);
+    TRACE_ERROR(
+        "Fail to get data, ret_id(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
+        "id = %d",
+        entry.id, g_requests, sub, block.count, record_id);
     return false;
   }
   if (entry.sub != sub) {
-    TRACE_FROM(site, kTraceError,
-               "Fail to get data, ret_sub(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
-               "id = %d",
-               static_cast<int>(entry.sub), number, asked_sub, count, id);
+    TRACE_ERROR(
+        "Fail to get data, ret_sub(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
+        "id = %d",
+        entry.sub, g_requests, sub, block.count, record_id);
     return false;
   }
   if (entry.data_len == 0 || entry.data_len > VS_DATA_MAX) {
-    TRACE_FROM(site, kTraceError,
-               "Fail to get data, data_len(%d) is invalid, should be in (0, %d], number = %d, "
-               "sub = %d, ret id_num = %d, id = %d",
-               static_cast<int>(entry.data_len), VS_DATA_MAX, number, asked_sub, count, id);
+    TRACE_ERROR(
+        "Fail to get data, data_len(%d) is invalid, should be in (0, %d], number = %d, "
+        "sub = %d, ret id_num = %d, id = %d",
+        entry.data_len, VS_DATA_MAX, g_requests, sub, block.count, record_id);
     return false;
   }
   return true;
@@ -72,122 +65,117 @@ bool check_answer(const modem_vireo_entry_block& block, uint32_t sub, uint32_t r
 extern "C" {
 
 int32_t modem_vireo_api_init(void) {
-  int32_t ret = 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  return ret = modem_vireo_api_init_ex(modem_vireo_callback_event_cb,
-                                       modem_vireo_operational_status_cb);
+  return traced(__func__, [] {
+    return modem_vireo_api_init_ex(modem_vireo_callback_event_cb,
+                                   modem_vireo_operational_status_cb);
+  });
 }
 
 int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_status_cb on_status) {
-  int32_t ret = 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  TRACE_DEBUG("old g_vireo_client_id = %d", g_vireo_client_id);
-  if (g_vireo_client_id != kNoClient) {
-    modem_api_free_client(g_vireo_client_id);
-    g_vireo_client_id = kNoClient;
-  }
-  modem_api_release();
-  modem_api_init();
-  modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
-  TRACE_DEBUG("new g_vireo_client_id = %d", g_vireo_client_id);
-  if (g_vireo_client_id >= 0) return ret = 1;
-  TRACE_ERROR("modem_api_init_client failed");
-  return 0;
+  return traced(__func__, [&] {
+    TRACE_DEBUG("old g_vireo_client_id = %d", g_vireo_client_id);
+    if (g_vireo_client_id != kNoClient) {
+      modem_api_free_client(g_vireo_client_id);
+      g_vireo_client_id = kNoClient;
+    }
+    modem_api_release();
+    modem_api_init();
+    modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
+    TRACE_DEBUG("new g_vireo_client_id = %d", g_vireo_client_id);
+    if (g_vireo_client_id >= 0) return 1;
+    TRACE_ERROR("modem_api_init_client failed");
+    return 0;
+  });
 }
 
 bool modem_vireo_api_is_inited(void) {
-  const int32_t ret = g_vireo_client_id >= 0 ? 1 : 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  TRACE_DEBUG("g_vireo_client_id = %d", g_vireo_client_id);
-  return ret != 0;
+  return traced(__func__, [] {
+    TRACE_DEBUG("g_vireo_client_id = %d", g_vireo_client_id);
+    return g_vireo_client_id >= 0;
+  });
 }
 
 int32_t modem_vireo_api_deinit(void) {
-  int32_t ret = 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (g_vireo_client_id != kNoClient) modem_api_free_client(g_vireo_client_id);
-  g_vireo_client_id = kNoClient;
-  return ret = static_cast<int32_t>(modem_api_release());
+  return traced(__func__, [] {
+    if (g_vireo_client_id != kNoClient) modem_api_free_client(g_vireo_client_id);
+    g_vireo_client_id = kNoClient;
+    return static_cast<int32_t>(modem_api_release());
+  });
 }
 
 int32_t modem_vireo_stats_start(void) {
-  int32_t ret = 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (!inited(TRACE_SITE())) return 0;
-  return ret = modem_vireo_set_feature_status(1, 1, 1) ? 1 : 0;
+  return traced(__func__,
+                [] { return inited() && modem_vireo_set_feature_status(1, 1, 1) ? 1 : 0; });
 }
 
 bool modem_vireo_set_feature_status(uint8_t a, uint8_t b, uint8_t c) {
-  int32_t done = 0;
-  const TraceResultScope scope(TRACE_SITE(), done);
-  if (!inited(TRACE_SITE())) return false;
-  const uint32_t ret =
-      modem_api_set_vireo_feature_status(g_vireo_client_id, kStatisticsFeature, a, b, c);
-  TRACE_DEBUG("ret = %d", static_cast<int>(ret));
-  done = ret == MODEM_API_SUCCESS ? 1 : 0;
-  return done != 0;
+  return traced(__func__, [&] {
+    if (!inited()) return false;
+    const uint32_t ret =
+        modem_api_set_vireo_feature_status(g_vireo_client_id, kStatisticsFeature, a, b, c);
+    TRACE_DEBUG("ret = %d", ret);
+    return ret == MODEM_API_SUCCESS;
+  });
 }
 
 uint32_t modem_vireo_get_stats_parameter(uint16_t sub, uint16_t sequence,
                                          modem_vireo_entry_block* block) {
-  int32_t ret = 0;
-  const TraceResultScope scope(TRACE_SITE(), ret);
-  if (!inited(TRACE_SITE())) return 0;
-  uint32_t* count = block != nullptr ? &block->count : nullptr;
-  vs_parameter* entries = block != nullptr ? block->entries : nullptr;
-  return ret = modem_api_get_stats_parameter(g_vireo_client_id, sub, sequence, count, entries);
+  return traced(__func__, [&]() -> uint32_t {
+    if (!inited()) return 0;
+    uint32_t* count = block != nullptr ? &block->count : nullptr;
+    vs_parameter* entries = block != nullptr ? block->entries : nullptr;
+    return modem_api_get_stats_parameter(g_vireo_client_id, sub, sequence, count, entries);
+  });
 }
 
 void modem_vireo_callback_event_cb(uint32_t event_id, const void* /*data*/, uint32_t length) {
-  TRACE_DEBUG("do nothing, event_id = %d, data_len = %d", static_cast<int>(event_id),
-              static_cast<int>(length));
+  const Operation operation(__func__);
+  TRACE_DEBUG("do nothing, event_id = %d, data_len = %d", event_id, length);
 }
 
 void modem_vireo_operational_status_cb(uint32_t event, uint32_t client_type) {
-  TRACE_DEBUG("do nothing, event_id = %d, client_type = %d", static_cast<int>(event),
-              static_cast<int>(client_type));
+  const Operation operation(__func__);
+  TRACE_DEBUG("do nothing, event_id = %d, client_type = %d", event, client_type);
 }
 
 uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
-  int32_t result = kNotFetched;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  g_vireo_data.length = 0;
-  std::memset(g_vireo_data.data, 0, sizeof g_vireo_data.data);
-  if (!modem_vireo_api_is_inited()) {
-    TRACE_DEBUG("The vireo is not inited, will init it");
-    if (modem_vireo_api_init() == 0) {
-      TRACE_ERROR("The vireo init failed, will do nothing");
+  return traced(__func__, [&] {
+    g_vireo_data.length = 0;
+    std::memset(g_vireo_data.data, 0, sizeof g_vireo_data.data);
+    if (!modem_vireo_api_is_inited()) {
+      TRACE_DEBUG("The vireo is not inited, will init it");
+      if (modem_vireo_api_init() == 0) {
+        TRACE_ERROR("The vireo init failed, will do nothing");
+        return kNotFetched;
+      }
+    }
+    if (sub >= kSubs) {
+      TRACE_ERROR("modem_api_get_stats_parameter, sub(%d) is invalid", sub);
       return kNotFetched;
     }
-  }
-  if (sub >= kSubs) {
-    TRACE_ERROR("modem_api_get_stats_parameter, sub(%d) is invalid", static_cast<int>(sub));
-    return kNotFetched;
-  }
-  modem_vireo_entry_block block{};
-  block.count = 1;
-  block.entries[0].sub = sub;
-  block.entries[0].id = record_id;
-  ++g_requests;
-  const uint32_t ret = modem_vireo_get_stats_parameter(static_cast<uint16_t>(sub),
-                                                       static_cast<uint16_t>(g_requests), &block);
-  if (ret != 0) {
-    TRACE_ERROR("Fail to get data fail, number = %d, ret = %d, sub = %d, id = %d",
-                static_cast<int>(g_requests), static_cast<int>(ret), static_cast<int>(sub),
-                static_cast<int>(record_id));
-    return kNotFetched;
-  }
-  if (!check_answer(block, sub, record_id, TRACE_SITE())) return kNotFetched;
-  const vs_parameter& entry = block.entries[0];
-  std::memcpy(g_vireo_data.data, entry.data, entry.data_len);
-  g_vireo_data.length = static_cast<int32_t>(entry.data_len);
-  g_vireo_data.record_id = record_id;
-  g_vireo_data.read_offset = 0;
-  TRACE_DEBUG("Success to get data, number = %d, sub = %d, ret id_num = %d, id = %d, data_len = %d",
-              static_cast<int>(g_requests), static_cast<int>(sub), static_cast<int>(block.count),
-              static_cast<int>(record_id), g_vireo_data.length);
-  result = kFetched;
-  return kFetched;
+    modem_vireo_entry_block block{};
+    block.count = 1;
+    block.entries[0].sub = sub;
+    block.entries[0].id = record_id;
+    ++g_requests;
+    const uint32_t ret = modem_vireo_get_stats_parameter(static_cast<uint16_t>(sub),
+                                                         static_cast<uint16_t>(g_requests), &block);
+    if (ret != 0) {
+      TRACE_ERROR("Fail to get data fail, number = %d, ret = %d, sub = %d, id = %d", g_requests,
+                  ret, sub, record_id);
+      return kNotFetched;
+    }
+    if (!check_answer(block, sub, record_id)) return kNotFetched;
+    const vs_parameter& entry = block.entries[0];
+    std::memcpy(g_vireo_data.data, entry.data, entry.data_len);
+    g_vireo_data.length = static_cast<int32_t>(entry.data_len);
+    g_vireo_data.record_id = record_id;
+    g_vireo_data.read_offset = 0;
+    TRACE_DEBUG(
+        "Success to get data, number = %d, sub = %d, ret id_num = %d, id = %d, data_len = %d",
+        g_requests, sub, block.count, record_id, g_vireo_data.length);
+    return kFetched;
+  });
 }
 
 }  // extern "C"

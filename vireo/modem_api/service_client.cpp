@@ -21,34 +21,29 @@ thread_local int t_reports = 0;
 
 }  // namespace
 
-// A trace line of the member's function.
-#define SITE(function) \
-  TraceSite { __FILE__, __LINE__, member_.names.function }
-
 qmi_idl_service_object_type ServiceClient::init() {
-  const TraceScope scope(SITE(init));
+  const TraceScope scope(site(names().init));
   // A life that nobody ended is ended without a word.
   give_back(end_life());
   const std::lock_guard lock(mutex_);
-  context_.on_command = member_.on_command;
   context_.service = member_.get_service(member_.major, member_.minor, member_.tool);
   return context_.service;
 }
 
 int ServiceClient::client_init(modem_api_indication_cb callback) {
-  int ret = 0;
-  const TraceResultScope scope(SITE(client_init), ret);
-  Life life = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    context_.on_event = callback;
-    life = life_;
-  }
-  TRACE_FROM(SITE(client_init), kTraceDebug, "Client connecting to QMI FW");
-  if (member_.suspends) report(life, OP_STATUS_CONNECTING);
-  const bool connected = connect(life);
-  announce(life, connected, OP_STATUS_CONNECT_FAILED);
-  return ret = connected ? 1 : 0;
+  return traced(site(names().client_init), [&] {
+    Life life = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      context_.on_event = callback;
+      life = life_;
+    }
+    TRACE_DEBUG("Client connecting to QMI FW");
+    if (member_.suspends) report(life, OP_STATUS_CONNECTING);
+    const bool connected = connect(life);
+    announce(life, connected, OP_STATUS_CONNECT_FAILED);
+    return connected ? 1 : 0;
+  });
 }
 
 // How connecting ended. A loss that comes before this has been told waits for it, so that no status
@@ -67,60 +62,58 @@ void ServiceClient::announce(Life life, bool connected, ModemApiOperationalStatu
 }
 
 void ServiceClient::set_status_callback(modem_api_operational_cb callback) {
-  const TraceScope scope(SITE(set_status));
+  const TraceScope scope(site(names().set_status));
   const std::lock_guard lock(mutex_);
   context_.on_status = callback;
 }
 
 uint32_t ServiceClient::master_port() const {
-  const int port = QMI_CLIENT_INSTANCE_ANY;
-  const TraceResultScope scope(SITE(master_port), port);
-  TRACE_FROM(SITE(master_port), kTraceDebug, "using port %d", port);
-  return port;
+  return traced(site(names().master_port), [] {
+    constexpr uint32_t kPort = QMI_CLIENT_INSTANCE_ANY;
+    TRACE_DEBUG("using port %d", kPort);
+    return kPort;
+  });
 }
 
 bool ServiceClient::connect(Life life) {
-  int ret = 0;
-  const TraceResultScope scope(SITE(connect), ret);
-  const uint32_t port = master_port();
-  qmi_client_type client = nullptr;
-  std::shared_ptr<qmi_client_os_params> os_params;
-  int error = QMI_CLIENT_SERVICE_GONE;
-  for (int attempt = 0; attempt < kAttempts && error != 0; ++attempt) {
-    if (attempt > 0) platform_wait_for_modem_ms(kBetweenAttemptsMs);
-    qmi_idl_service_object_type service = nullptr;
+  return traced(site(names().connect), [&] {
+    const uint32_t port = master_port();
+    qmi_client_type client = nullptr;
+    std::shared_ptr<qmi_client_os_params> os_params;
+    int error = QMI_CLIENT_SERVICE_GONE;
+    for (int attempt = 0; attempt < kAttempts && error != 0; ++attempt) {
+      if (attempt > 0) platform_wait_for_modem_ms(kBetweenAttemptsMs);
+      qmi_idl_service_object_type service = nullptr;
+      {
+        const std::lock_guard lock(mutex_);
+        if (life != life_) return false;
+        service = context_.service;
+        os_params = context_.os_params;
+      }
+      TRACE_DEBUG("Trying qmi_client_init_instance() try # %d port[%d]", attempt, port);
+      error = qmi_client_init_instance(service, port, member_.own.on_indication, nullptr,
+                                       os_params.get(), kInitTimeout, &client);
+      if (member_.subscription != kNoSubscription) bind(client);
+    }
+    TRACE_DEBUG("qmi_client_init_instance returned (%d)", error);
+    if (error != 0) {
+      TRACE_ERROR("qmi_client_init_instance returned failure(%d)", error);
+      return false;
+    }
+    if (member_.subscription != kNoSubscription) register_indications(client);
     {
       const std::lock_guard lock(mutex_);
-      if (life != life_) return false;
-      service = context_.service;
-      os_params = context_.os_params;
+      if (life == life_) {
+        context_.client = client;
+        context_.resuming = false;
+        context_.announcing = member_.suspends;
+        qmi_client_register_error_cb(client, member_.own.on_service_down, nullptr);
+        return true;
+      }
     }
-    TRACE_FROM(SITE(connect), kTraceDebug, "Trying qmi_client_init_instance() try # %d port[%d]",
-               attempt, static_cast<int>(port));
-    error = qmi_client_init_instance(service, port, member_.on_indication, nullptr, os_params.get(),
-                                     kInitTimeout, &client);
-    if (member_.subscription != kNoSubscription) bind(client);
-  }
-  TRACE_FROM(SITE(connect), kTraceDebug, "qmi_client_init_instance returned (%d)", error);
-  if (error != 0) {
-    TRACE_FROM(SITE(connect), kTraceError, "qmi_client_init_instance returned failure(%d)", error);
+    qmi_client_release(client);
     return false;
-  }
-  if (member_.subscription != kNoSubscription) register_indications(client);
-  {
-    const std::lock_guard lock(mutex_);
-    if (life == life_) {
-      context_.client = client;
-      context_.connected = 1;
-      context_.resuming = false;
-      context_.announcing = member_.suspends;
-      qmi_client_register_error_cb(client, member_.on_service_down, nullptr);
-      ret = 1;
-      return true;
-    }
-  }
-  qmi_client_release(client);
-  return false;
+  });
 }
 
 // Sent after a failed attempt too, when there is no client to send it.
@@ -132,15 +125,16 @@ void ServiceClient::bind(qmi_client_type client) {
 }
 
 int ServiceClient::register_indications(qmi_client_type client) {
-  int result = 0;
-  const TraceResultScope scope(SITE(set_indications), result);
-  nas_indication_register_req request{};
-  request.serving_system_valid = 1;  // with the value 0
-  nas_plain_resp response;
-  result = qmi_client_send_msg_sync(client, NAS_INDICATION_REGISTER, &request, sizeof request,
-                                    &response, sizeof response, kSendTimeoutMs);
-  TRACE_FROM(SITE(set_indications), kTraceDebug, "enable_indication result: %d", result);
-  return result;
+  return traced(site(names().set_indications), [&] {
+    nas_indication_register_req request{};
+    request.serving_system_valid = 1;  // with the value 0
+    nas_plain_resp response;
+    const int result =
+        qmi_client_send_msg_sync(client, NAS_INDICATION_REGISTER, &request, sizeof request,
+                                 &response, sizeof response, kSendTimeoutMs);
+    TRACE_DEBUG("enable_indication result: %d", result);
+    return result;
+  });
 }
 
 int ServiceClient::set_networking_indications() {
@@ -154,15 +148,15 @@ int ServiceClient::set_networking_indications() {
 
 int ServiceClient::send(uint32_t message_id, const void* request, uint32_t request_len,
                         void* response, uint32_t response_len) {
-  int ret = 0;
-  const TraceResultScope scope(SITE(send), ret);
-  qmi_client_type client = nullptr;
-  {
-    const std::lock_guard lock(mutex_);
-    client = context_.client;
-  }
-  return ret = qmi_client_send_msg_sync(client, message_id, request, request_len, response,
-                                        response_len, kSendTimeoutMs);
+  return traced(site(names().send), [&] {
+    qmi_client_type client = nullptr;
+    {
+      const std::lock_guard lock(mutex_);
+      client = context_.client;
+    }
+    return qmi_client_send_msg_sync(client, message_id, request, request_len, response,
+                                    response_len, kSendTimeoutMs);
+  });
 }
 
 // Begins a new life with an empty context; what the old one held is the caller's to give back.
@@ -179,12 +173,12 @@ void ServiceClient::give_back(const Context& context) {
 }
 
 int ServiceClient::release() {
-  const int ret = 1;
-  const TraceResultScope scope(SITE(release), ret);
-  const Context old = end_life();
-  if (old.on_status != nullptr) old.on_status(member_.type, OP_STATUS_RELEASED);
-  give_back(old);
-  return ret;
+  return traced(site(names().release), [&] {
+    const Context old = end_life();
+    if (old.on_status != nullptr) old.on_status(member_.type, OP_STATUS_RELEASED);
+    give_back(old);
+    return 1;
+  });
 }
 
 void ServiceClient::await_reports() {
@@ -220,7 +214,8 @@ bool ServiceClient::start(void (ServiceClient::*body)(Life), Life life) {
 // ---- the service goes
 
 void ServiceClient::service_down(qmi_client_type client, int error) {
-  TRACE_FROM(SITE(service_down), kTraceDebug, "service down with error %d", error);
+  const Operation operation(site(names().service_down));
+  TRACE_DEBUG("service down with error %d", error);
   if (!member_.suspends) return;
   Life life = 0;
   {
@@ -236,7 +231,7 @@ void ServiceClient::service_down(qmi_client_type client, int error) {
 }
 
 void ServiceClient::enter_suspend(Life life) {
-  const TraceScope scope(SITE(enter_suspend));
+  const TraceScope scope(site(names().enter_suspend));
   report(life, OP_STATUS_SUSPENDING);
   if (start(&ServiceClient::release_thread, life)) return;
   // Nobody will come for the client: it is given back before it is called released.
@@ -244,16 +239,15 @@ void ServiceClient::enter_suspend(Life life) {
   report(life, OP_STATUS_RELEASED);
 }
 
-// The life's client, which is then no longer connected.
+// The life's client, which it then no longer has.
 qmi_client_type ServiceClient::take_client(Life life) {
   const std::lock_guard lock(mutex_);
   if (life != life_) return nullptr;
-  context_.connected = 0;
   return std::exchange(context_.client, nullptr);
 }
 
 void ServiceClient::release_thread(Life life) {
-  const TraceScope scope(SITE(release_thread));
+  const TraceScope scope(site(names().release_thread));
   if (const qmi_client_type client = take_client(life)) qmi_client_release(client);
   report(life, OP_STATUS_SUSPENDED);
   qmi_client_type notifier = nullptr;
@@ -268,7 +262,7 @@ void ServiceClient::release_thread(Life life) {
   }
   if (notifier == nullptr) {
     const int error = qmi_client_notifier_init(service, os_params.get(), &notifier);
-    TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_notifier_init return %d", error);
+    TRACE_DEBUG("qmi_client_notifier_init return %d", error);
     if (error != 0) return;
     std::unique_lock lock(mutex_);
     if (life != life_) {
@@ -278,15 +272,15 @@ void ServiceClient::release_thread(Life life) {
     }
     context_.notifier = notifier;
   }
-  const int error = qmi_client_register_notify_cb(notifier, member_.on_service_up, nullptr);
-  TRACE_FROM(SITE(release_thread), kTraceDebug, "qmi_client_register_notify_cb %d", error);
+  const int error = qmi_client_register_notify_cb(notifier, member_.own.on_service_up, nullptr);
+  TRACE_DEBUG("qmi_client_register_notify_cb %d", error);
 }
 
 // ---- and comes back
 
 void ServiceClient::service_up(qmi_client_type notifier, qmi_client_notify_event event) {
   if (event != QMI_CLIENT_SERVICE_COUNT_INC) return;
-  const TraceScope scope(SITE(enter_resume));
+  const TraceScope scope(site(names().enter_resume));
   Life life = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -308,7 +302,7 @@ void ServiceClient::end_resuming(Life life) {
 }
 
 void ServiceClient::resume_thread(Life life) {
-  const TraceScope scope(SITE(resume_thread));
+  const TraceScope scope(site(names().resume_thread));
   qmi_client_type notifier = nullptr;
   {
     const std::lock_guard lock(mutex_);
@@ -325,7 +319,7 @@ void ServiceClient::resume_thread(Life life) {
 
 void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id,
                                      const void* encoded, uint32_t length) {
-  const TraceScope scope(SITE(unsol_ind));
+  const TraceScope scope(site(names().unsol_ind));
   modem_api_indication_cb callback = nullptr;
   qmi_idl_service_object_type service = nullptr;
   {
@@ -333,33 +327,35 @@ void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id
     callback = context_.on_event;
     service = context_.service;
   }
-  const auto error = [this](const char* text) {
-    TRACE_FROM(SITE(unsol_ind), kTraceError, "%s", text);
-  };
-  if (callback == nullptr) return error("Unexpected NULL pointer!");
+  if (callback == nullptr) {
+    TRACE_ERROR("Unexpected NULL pointer!");
+    return;
+  }
   uint32_t size = 0;
   qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
   if (static_cast<int32_t>(size) <= 0 && member_.handle != nullptr) {
-    TRACE_FROM(SITE(unsol_ind), kTraceError, "decoded_payload_len(%d) can not <= 0",
-               static_cast<int>(size));
+    TRACE_ERROR("decoded_payload_len(%d) can not <= 0", size);
     return;
   }
   // One octet more than nothing for an indication that the service does not describe.
-  void* decoded = vireo_malloc_adv(size_t{size} + 1, member_.names.unsol_ind, __LINE__);
-  if (decoded == nullptr) return error(member_.no_memory);
+  void* decoded = vireo_malloc_adv(size_t{size} + 1, names().unsol_ind, __LINE__);
+  if (decoded == nullptr) {
+    TRACE_ERROR("%s", member_.no_memory);
+    return;
+  }
   const int failed = size == 0 ? 0
                                : qmi_client_message_decode(client, QMI_IDL_INDICATION, message_id,
                                                            encoded, length, decoded, size);
   if (failed != 0) {
-    TRACE_FROM(SITE(unsol_ind), kTraceError, "Indication decode failed for msg 0x%x with error %d",
-               message_id, failed);
+    TRACE_ERROR("Indication decode failed for msg 0x%x with error %d", message_id, failed);
   } else {
-    TRACE_FROM(SITE(ind_hdlr), kTraceDebug, "Handling indication msg 0x%x", message_id);
+    const Operation operation(site(names().ind_hdlr));
+    TRACE_DEBUG("Handling indication msg 0x%x", message_id);
     if (member_.handle == nullptr || !member_.handle(message_id, decoded, callback)) {
-      TRACE_FROM(SITE(ind_hdlr), kTraceDebug, "Unknown indication msg %0x", message_id);
+      TRACE_DEBUG("Unknown indication msg %0x", message_id);
     }
   }
-  vireo_free_adv(decoded, member_.names.unsol_ind, __LINE__);
+  vireo_free_adv(decoded, names().unsol_ind, __LINE__);
 }
 
 }  // namespace vireo

@@ -40,12 +40,7 @@ enum ModemApiOperationalStatus : uint64_t {
   OP_STATUS_RESUME_FAILED = 7,
 };
 
-struct modem_api_callback_record;
-
 extern "C" {
-// An asynchronous response: it and the record are freed by whoever is called.
-typedef void (*modem_api_command_cb)(uint32_t message_id, void* response, uint32_t response_len,
-                                     struct modem_api_callback_record* record, int transport_error);
 // An event: its id, and what follows the id.
 typedef void (*modem_api_indication_cb)(uint32_t event_id, const void* data, uint32_t length);
 typedef void (*modem_api_operational_cb)(uint32_t client_type, uint64_t operational_status);
@@ -53,40 +48,47 @@ typedef void (*modem_api_operational_cb)(uint32_t client_type, uint64_t operatio
 
 namespace vireo {
 
-// The names that a member's trace lines bear.
+// The names that a member's trace lines bear, and where the member stands.
 struct MemberNames {
+  const char* file;
+  int line;
   const char *init, *client_init, *set_status, *connect, *send, *set_indications, *release,
       *master_port, *unsol_ind, *ind_hdlr, *service_down, *enter_suspend, *release_thread,
       *enter_resume, *resume_thread;
 };
-#define VIREO_MEMBER_NAMES(prefix)                                                           \
-  {                                                                                          \
-    prefix "_init", prefix "_client_init", prefix "_client_set_operational_status_callback", \
-        prefix "_client_init_client_handles", prefix "_client_send_msg_sync",                \
-        prefix "_client_set_networking_indications", prefix "_client_release",               \
-        prefix "_client_get_master_port", prefix "_client_unsol_ind_cb",                     \
-        prefix "_client_ind_hdlr", prefix "_client_service_down_event",                      \
-        prefix "_client_enter_suspend", prefix "_client_release_qmi_client_thread",          \
-        prefix "_client_enter_resume", prefix "_client_resume_qmi_client_thread"             \
+#define VIREO_MEMBER_NAMES(prefix)                                                                 \
+  {                                                                                                \
+    __FILE__, __LINE__, prefix "_init", prefix "_client_init",                                     \
+        prefix "_client_set_operational_status_callback", prefix "_client_init_client_handles",    \
+        prefix "_client_send_msg_sync", prefix "_client_set_networking_indications",               \
+        prefix "_client_release", prefix "_client_get_master_port", prefix "_client_unsol_ind_cb", \
+        prefix "_client_ind_hdlr", prefix "_client_service_down_event",                            \
+        prefix "_client_enter_suspend", prefix "_client_release_qmi_client_thread",                \
+        prefix "_client_enter_resume", prefix "_client_resume_qmi_client_thread"                   \
   }
 
-constexpr int kNoSubscription = -1;
-
-struct Member {
-  ModemApiClientType type;
-  qmi_idl_service_object_type (*get_service)(int32_t major, int32_t minor, int32_t tool);
-  int32_t major, minor, tool;
-  int subscription;  // bound to after every attempt; kNoSubscription: none, and no registration
-  bool suspends;     // and reports its status
-  const char* no_memory;  // what is traced when an indication finds none
-  // Turns a decoded indication into an event; false for an id without a row.
-  bool (*handle)(uint32_t message_id, const void* decoded, modem_api_indication_cb callback);
-  // The member's own functions, as the client library and threads call them.
-  modem_api_command_cb on_command;
+// A member's own functions, as the client library calls them, and the names of all of them.
+struct MemberFunctions {
   qmi_client_ind_cb on_indication;
   qmi_client_error_cb on_service_down;
   qmi_client_notify_cb on_service_up;
   MemberNames names;
+};
+
+constexpr int kNoSubscription = -1;
+
+// How a member differs from the others.
+struct Member {
+  ModemApiClientType type;
+  qmi_idl_service_object_type (*get_service)(int32_t major, int32_t minor, int32_t tool);
+  int32_t major, minor, tool;
+  int subscription = kNoSubscription;  // bound to after every attempt; none: and no registration
+  bool suspends = true;                // and reports its status
+  const char* no_memory = "Unexpected NULL pointer!";  // traced when an indication finds none
+  // Turns a decoded indication into an event; false for an id without a row.
+  bool (*handle)(uint32_t message_id, const void* decoded,
+                 modem_api_indication_cb callback) = nullptr;
+  MemberFunctions own;
 };
 
 class ServiceClient {
@@ -108,6 +110,7 @@ class ServiceClient {
   void service_up(qmi_client_type notifier, qmi_client_notify_event event);
 
  private:
+  using Life = uint64_t;
   struct Context {
     qmi_idl_service_object_type service = nullptr;
     qmi_client_type client = nullptr;
@@ -115,15 +118,16 @@ class ServiceClient {
     // notifier that was made with it.
     std::shared_ptr<qmi_client_os_params> os_params = std::make_shared<qmi_client_os_params>();
     qmi_client_type notifier = nullptr;
-    modem_api_command_cb on_command = nullptr;
     modem_api_indication_cb on_event = nullptr;
     modem_api_operational_cb on_status = nullptr;
-    uint32_t connected = 0;
     bool resuming = false;
     bool announcing = false;  // connected, but the status callback has not been told yet
     bool lost = false;        // meanwhile the service has gone
   };
-  using Life = uint64_t;
+
+  const MemberNames& names() const { return member_.own.names; }
+  // The member's function of that name.
+  TraceSite site(const char* name) const { return {name, names().file, names().line}; }
 
   bool connect(Life life);
   void announce(Life life, bool connected, ModemApiOperationalStatus failure);

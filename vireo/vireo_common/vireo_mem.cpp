@@ -33,6 +33,7 @@ TraceRecord* g_tail = nullptr;
 uint32_t g_count = 0;
 
 void vireo_mem_init() {
+  const Operation operation(__func__);
   char value[PROPERTY_VALUE_MAX];
   if (__system_property_get("persist.vireo.mem_trace", value) == 0) {
     TRACE_DEBUG("VIREO_MEM_TRACE_PROP not exist");
@@ -81,6 +82,7 @@ void remove(const void* pointer) {
 extern "C" {
 
 void* vireo_malloc_adv(size_t size, const char* tag, int /*line*/) {
+  const Operation operation(__func__);
   std::call_once(g_decided, vireo_mem_init);
   void* pointer = std::calloc(1, size);
   if (pointer == nullptr) {

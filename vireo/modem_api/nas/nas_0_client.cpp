@@ -1,11 +1,10 @@
 #include "vireo/modem_api/nas/nas_0_client.h"
 
-#include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/nas/nas_member.h"
 
 namespace {
 
-constexpr vireo::Member kNas = vireo::nas_member(kModemApiNas0, 0, {VIREO_MEMBER_FUNCTIONS(nas_0)});
+constexpr vireo::Member kNas = vireo::nas_member(kModemApiNas0, 0, VIREO_MEMBER_FUNCTIONS(nas_0));
 
 vireo::ServiceClient& client() {
   static auto* const instance = new vireo::ServiceClient(kNas);

@@ -1,11 +1,10 @@
 #include "vireo/modem_api/nas/nas_1_client.h"
 
-#include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/nas/nas_member.h"
 
 namespace {
 
-constexpr vireo::Member kNas = vireo::nas_member(kModemApiNas1, 1, {VIREO_MEMBER_FUNCTIONS(nas_1)});
+constexpr vireo::Member kNas = vireo::nas_member(kModemApiNas1, 1, VIREO_MEMBER_FUNCTIONS(nas_1));
 
 vireo::ServiceClient& client() {
   static auto* const instance = new vireo::ServiceClient(kNas);

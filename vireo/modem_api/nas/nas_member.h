@@ -7,31 +7,14 @@
 
 namespace vireo {
 
-// What differs besides: the member's own functions and their names.
-struct MemberFunctions {
-  modem_api_command_cb on_command;
-  qmi_client_ind_cb on_indication;
-  qmi_client_error_cb on_service_down;
-  qmi_client_notify_cb on_service_up;
-  MemberNames names;
-};
-
-constexpr Member nas_member(ModemApiClientType type, int subscription,
-                            const MemberFunctions& functions) {
-  return {type,
-          nas_get_service_object_internal_v01,
-          NAS_IDL_MAJOR,
-          NAS_IDL_MINOR,
-          NAS_IDL_TOOL,
-          subscription,
-          true,
-          "Unexpected NULL pointer!",
-          nullptr,
-          functions.on_command,
-          functions.on_indication,
-          functions.on_service_down,
-          functions.on_service_up,
-          functions.names};
+constexpr Member nas_member(ModemApiClientType type, int subscription, const MemberFunctions& own) {
+  return {.type = type,
+          .get_service = nas_get_service_object_internal_v01,
+          .major = NAS_IDL_MAJOR,
+          .minor = NAS_IDL_MINOR,
+          .tool = NAS_IDL_TOOL,
+          .subscription = subscription,
+          .own = own};
 }
 
 }  // namespace vireo

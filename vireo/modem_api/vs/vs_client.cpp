@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "vireo/modem_api/modem_api.h"
-
 namespace {
 
 // An event in its buffer: the id, then what is handed on.
@@ -83,11 +81,15 @@ bool handle(uint32_t message_id, const void* decoded, modem_api_indication_cb ca
   return false;
 }
 
-constexpr vireo::Member kVs{kModemApiVs,  vs_get_service_object_internal_v01,
-                            VS_IDL_MAJOR, VS_IDL_MINOR,
-                            VS_IDL_TOOL,  vireo::kNoSubscription,
-                            false,        "decoded_payload is NULL",
-                            handle,       VIREO_MEMBER_FUNCTIONS(vs)};
+constexpr vireo::Member kVs{.type = kModemApiVs,
+                            .get_service = vs_get_service_object_internal_v01,
+                            .major = VS_IDL_MAJOR,
+                            .minor = VS_IDL_MINOR,
+                            .tool = VS_IDL_TOOL,
+                            .suspends = false,
+                            .no_memory = "decoded_payload is NULL",
+                            .handle = handle,
+                            .own = VIREO_MEMBER_FUNCTIONS(vs)};
 vireo::ServiceClient& client() {
   static auto* const instance = new vireo::ServiceClient(kVs);
   return *instance;

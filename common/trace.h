@@ -87,22 +87,4 @@ auto traced(TraceSite site, Body body) {
   return result;
 }
 
-// ---- for vex/, whose handlers do not open operations yet
-#define TRACE_SITE() TraceSite(__func__)
-#define TRACE_FROM(site, level, ...) \
-  trace_write(level, __FILE__, __LINE__, (site).function, __VA_ARGS__)
-class TraceResultScope {
- public:
-  TraceResultScope(TraceSite site, const int32_t& result) : site_(site), result_(result) {
-    TRACE_FROM(site_, kTraceDebug, "function entry ------------->");
-  }
-  ~TraceResultScope() {
-    TRACE_FROM(site_, kTraceDebug, "function exit, ret = %d <-------------", result_);
-  }
-
- private:
-  const TraceSite site_;
-  const int32_t& result_;
-};
-
 #endif  // COMMON_TRACE_H_

@@ -105,6 +105,9 @@ TEST_F(Tool, WrongWordsGetTheirNoteAndTheSectionOnly) {
     EXPECT_TRUE(said(output, note)) << output;
     EXPECT_EQ(output.substr(output.find('\n') + 1), section) << words;
   }
+  const std::string log = directory_.file("log/system.log");
+  EXPECT_EQ(log.find("kelvor_test_nvefs_do:    vex"), std::string::npos) << "the printer's rows";
+  EXPECT_EQ(log.find("[usage.cpp:"), std::string::npos) << "and its source";
   EXPECT_FALSE(directory_.has("nv/0/10"));
   EXPECT_TRUE(said(vex("4 1 0 7233"), "nv_id is out range(7232)"));
   EXPECT_TRUE(said(vex("4 1 -1 5"), "sub invalid"));

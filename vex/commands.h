@@ -1,4 +1,4 @@
-// The command families: a handler and a usage section each.
+// The commands: a number, a handler and a section printer each.
 //
 // A handler gets the tool's whole argument vector: argv[1] is the command number, its own words
 // begin at argv[2]. It reports by trace lines alone; its result is ignored. A section printer
@@ -6,50 +6,37 @@
 #ifndef VEX_COMMANDS_H_
 #define VEX_COMMANDS_H_
 
-namespace vex {
+// In the order of their numbers, which is that of the usage text. The two statistics commands'
+// printers bear each other's names: command 7's is the one named qmi, command 9's the other.
+#define VEX_COMMANDS(X)                                                              \
+  X(Rf, 3, kelvor_test_rf_do, kelvor_test_rf_show_help)                              \
+  X(NvEfs, 4, kelvor_test_nvefs_do, kelvor_test_nvefs_show_help)                     \
+  X(Common, 5, kelvor_test_cmn_do, kelvor_test_cmn_show_help)                        \
+  X(QmiSend, 6, kelvor_test_qmi_send_data_do, kelvor_test_qmi_send_data_show_help)   \
+  X(DiagStats, 7, kelvor_test_modem_stats_do, kelvor_test_qmi_modem_stats_show_help) \
+  X(At, 8, kelvor_test_at_cmd_do, kelvor_test_at_cmd_show_help)                      \
+  X(QmiStats, 9, kelvor_test_qmi_modem_stats_do, kelvor_test_modem_stats_show_help)  \
+  X(Mbn, 10, kelvor_test_mbn_do, kelvor_test_mbn_show_help)                          \
+  X(Smart, 11, kelvor_smart_test_do, kelvor_smart_test_show_help)                    \
+  X(Scan, 12, kelvor_test_qmi_do, kelvor_test_qmi_show_help)
 
-inline constexpr int kCommandRf = 3;
-inline constexpr int kCommandNvEfs = 4;
-inline constexpr int kCommandCommon = 5;
-inline constexpr int kCommandQmiSend = 6;
-inline constexpr int kCommandDiagStats = 7;
-inline constexpr int kCommandAt = 8;
-inline constexpr int kCommandQmiStats = 9;
-inline constexpr int kCommandMbn = 10;
-inline constexpr int kCommandSmart = 11;
-inline constexpr int kCommandScan = 12;
-
-}  // namespace vex
-
-extern "C" {
-
-int kelvor_test_rf_do(int argc, char** argv);
-int kelvor_test_rf_show_help(int selector);
-int kelvor_test_nvefs_do(int argc, char** argv);
-int kelvor_test_nvefs_show_help(int selector);
-int kelvor_test_cmn_do(int argc, char** argv);
-int kelvor_test_cmn_show_help(int selector);
-int kelvor_test_qmi_send_data_do(int argc, char** argv);
-int kelvor_test_qmi_send_data_show_help(int selector);
-int kelvor_test_at_cmd_do(int argc, char** argv);
-int kelvor_test_at_cmd_show_help(int selector);
-int kelvor_test_mbn_do(int argc, char** argv);
-int kelvor_test_mbn_show_help(int selector);
-int kelvor_smart_test_do(int argc, char** argv);
-int kelvor_smart_test_show_help(int selector);
-int kelvor_test_qmi_do(int argc, char** argv);
-int kelvor_test_qmi_show_help(int selector);
-
-// The two statistics families' printers bear each other's names: command 7's is the one named qmi,
-// command 9's the other.
-int kelvor_test_modem_stats_do(int argc, char** argv);      // command 7
-int kelvor_test_qmi_modem_stats_show_help(int selector);    // command 7
-int kelvor_test_qmi_modem_stats_do(int argc, char** argv);  // command 9
-int kelvor_test_modem_stats_show_help(int selector);        // command 9
+#define VEX_DECLARE_COMMAND(name, number, handler, section_printer) \
+  namespace vex {                                                   \
+  inline constexpr int kCommand##name = number;                     \
+  }                                                                 \
+  extern "C" int handler(int argc, char** argv);                    \
+  extern "C" int section_printer(int selector);
+VEX_COMMANDS(VEX_DECLARE_COMMAND)
+#undef VEX_DECLARE_COMMAND
 
 // The complete usage text for selector 0, else the header, one section and the footer.
-void show_help(int selector);
+extern "C" void show_help(int selector);
 
-}  // extern "C"
+namespace vex {
+
+// Runs the command that argv[1] names. 0 whatever happened: failures are told by trace lines.
+int run(int argc, char** argv);
+
+}  // namespace vex
 
 #endif  // VEX_COMMANDS_H_

@@ -13,19 +13,17 @@
 #include "common/trace.h"
 #include "platform/clock.h"
 #include "platform/shell.h"
+#include "vex/command.h"
 #include "vex/commands.h"
-#include "vex/usage.h"
 
 int32_t g_at_serial_fd = 0;
 
 namespace {
 
-using vex::kCommandAt;
-
 constexpr const char kChannel[] = "/dev/smd8";
 constexpr int kWords = 3;
 constexpr int kWordText = 2;
-constexpr size_t kAtLengthMax = 100;
+constexpr int kAtLengthMax = 100;  // the usage says so too
 constexpr size_t kTextRoom = 105;
 constexpr size_t kShellRoom = 501;
 constexpr size_t kReceiveRoom = 512;
@@ -35,17 +33,11 @@ constexpr const char kEcho[] = "echo \"";
 constexpr const char kInto[] = "\r\" > ";
 static_assert(sizeof kEcho + kTextRoom + sizeof kInto + sizeof kChannel < kShellRoom);
 
-constexpr vex::UsageRow kRows[] = {
-    {"%d: kelvor at command test"},
-    {"   vex %d atcmd_cxt               /* atcmd_cxt: at command context */"},
-    vex::UsageRow::of_number("                                    the len of atcmd can not > %d",
-                             kAtLengthMax),
-};
-
 std::atomic<int32_t> g_received{0};
 
 // The text stands in double quotes, inside which the shell still expands what it expands there.
 void kelvor_test_at_cmd_send(const char* text) {
+  const Operation operation(__func__);
   char line[kShellRoom] = {};
   std::snprintf(line, sizeof line, "%s%s%s%s", kEcho, text, kInto, kChannel);
   TRACE_INFO("at shell cmd: %s", line);
@@ -79,11 +71,11 @@ void* kelvor_test_at_cmd_receive(void* /*arg*/) {
 }
 
 // Sends the text and waits for the receive thread; false when there can be none.
-bool exchange(TraceSite site, const char* text) {
-  TRACE_FROM(site, kTraceInfo, "Will create a thread to receive data from serial");
+bool exchange(const char* text) {
+  TRACE_INFO("Will create a thread to receive data from serial");
   pthread_t thread;
   if (::pthread_create(&thread, nullptr, kelvor_test_at_cmd_receive, nullptr) != 0) {
-    TRACE_FROM(site, kTraceError, "Fail to create a thread");
+    TRACE_ERROR("Fail to create a thread");
     return false;
   }
   ::pthread_detach(thread);
@@ -92,38 +84,42 @@ bool exchange(TraceSite site, const char* text) {
   return true;
 }
 
-// Everything from the check of the words on; false when the section is wanted.
-bool run(TraceSite site, int argc, char** argv) {
-  if (argc != kWords) {
-    TRACE_FROM(site, kTraceError,
-               "note: The number of inputs should be 2, Pls refer to the following cmd:");
-    return false;
-  }
-  if (std::atoi(argv[1]) != kCommandAt) {
-    TRACE_FROM(
-        site, kTraceError,
-        "note: the first parameters should be %d, Pls refer to the following cmd:", kCommandAt);
-    return false;
-  }
-  if (std::strlen(argv[kWordText]) > kAtLengthMax) {
-    TRACE_FROM(site, kTraceError,
-               "note: the second parameters length should <= %d, Pls refer to the following cmd:",
-               static_cast<int>(kAtLengthMax));
-    return false;
-  }
+bool admit(const vex::Call& call) {
+  if (std::strlen(call.argv[kWordText]) <= kAtLengthMax) return true;
+  TRACE_ERROR("note: the second parameters length should <= %d, Pls refer to the following cmd:",
+              kAtLengthMax);
+  return false;
+}
+
+int run(const vex::Call& call) {
   // The first word of the text: an AT command has no blank.
   char text[kTextRoom] = {};
-  const int count = std::sscanf(argv[kWordText], "%104s\r", text);
-  TRACE_FROM(site, kTraceInfo, "At cmd you input: sscanf(%d), len (%d), %s", count,
+  const int count = std::sscanf(call.argv[kWordText], "%104s\r", text);
+  TRACE_INFO("At cmd you input: sscanf(%d), len (%d), %s", count,
              static_cast<int>(std::strlen(text)), text);
-  return exchange(site, text);
+  return exchange(text) ? 0 : call.refuse();
 }
+
+constexpr vex::Row kRows[] = {
+    {"   vex %d atcmd_cxt               /* atcmd_cxt: at command context */"},
+    {"                                    the len of atcmd can not > 100"},
+};
+constexpr vex::Command kAt{
+    .number = vex::kCommandAt,
+    .title = "%d: kelvor at command test",
+    .rows = kRows,
+    .show_help = kelvor_test_at_cmd_show_help,
+    .least_words = kWords,
+    .most_words = kWords,
+    .wrong_count = "note: The number of inputs should be 2, Pls refer to the following cmd:",
+    .admit = admit,
+    .run = run};
 
 }  // namespace
 
 extern "C" int kelvor_test_at_cmd_do(int argc, char** argv) {
-  const bool done = run(TRACE_SITE(), argc, argv);
-  if (!done) kelvor_test_at_cmd_show_help(kCommandAt);
+  const Operation operation(__func__);
+  vex::dispatch(__func__, kAt, argc, argv);
   if (g_at_serial_fd >= 1) {
     TRACE_INFO("Will close channel: %s", kChannel);
     ::close(g_at_serial_fd);
@@ -132,7 +128,4 @@ extern "C" int kelvor_test_at_cmd_do(int argc, char** argv) {
   g_received = 0;
   return 0;
 }
-
-extern "C" int kelvor_test_at_cmd_show_help(int selector) {
-  return PRINT_SECTION(selector, kCommandAt, kRows);
-}
+VEX_SECTION_PRINTER(kelvor_test_at_cmd_show_help, kAt)

@@ -58,36 +58,36 @@ struct Hex {
 using EidText = Hex<KELVOR_UIM_EID_SIZE>;
 
 // An EID is received when its first octet is not 0, whatever the request's result.
-bool poll_eid(int attempts, kelvor_uim_eid_out* out, TraceSite site) {
+bool poll_eid(int attempts, kelvor_uim_eid_out* out) {
   const kelvor_uim_eid_in in{kSlot};
   for (int loop = 0; loop < attempts; ++loop) {
     platform_sleep_ms(kPollMs);
-    TRACE_FROM(site, kTraceInfo, "try get eid loop = %d", loop);
+    TRACE_INFO("try get eid loop = %d", loop);
     kelvor_uim_request_eid(&in, out);
     if (out->eid[0] != 0) return true;
   }
   return false;
 }
 
-int power_down(const kelvor_uim_power_in& in, TraceSite site) {
+int power_down(const kelvor_uim_power_in& in) {
   const int res = kelvor_esim_request_uicc_power_ex(&in);
-  TRACE_FROM(site, kTraceInfo, "POWER_DOWN_UIM2 res = %d", res);
+  TRACE_INFO("POWER_DOWN_UIM2 res = %d", res);
   return res;
 }
 
-int switch_to_esim(TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, "switch to eSIM");
-  int res = power_down(kCardOff, site);
+int switch_to_esim() {
+  TRACE_INFO("switch to eSIM");
+  int res = power_down(kCardOff);
   if (res != 0) return res;
   res = kelvor_esim_request_uicc_power_ex(&kEsimOn);
-  TRACE_FROM(site, kTraceInfo, "POWER_UP_UIM2 res = %d", res);
+  TRACE_INFO("POWER_UP_UIM2 res = %d", res);
   if (res != 0) {
     print_result("value=FAILED");
     return res;
   }
   kelvor_uim_eid_out out{};
-  if (!poll_eid(kSwitchAttempts, &out, site)) {
-    TRACE_FROM(site, kTraceInfo, "get eid timeout");
+  if (!poll_eid(kSwitchAttempts, &out)) {
+    TRACE_INFO("get eid timeout");
     print_result("value=FAILED");
     return 0;
   }
@@ -101,24 +101,24 @@ int switch_to_esim(TraceSite site) {
   return 0;
 }
 
-int switch_to_card(TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, "switch to SIM2");
-  int res = power_down(kEsimOff, site);
+int switch_to_card() {
+  TRACE_INFO("switch to SIM2");
+  int res = power_down(kEsimOff);
   if (res != 0) return res;
   res = kelvor_esim_request_uicc_power_ex(&kCardOn);
   if (res != 0) {
     print_result("value=FAILED");
     return res;
   }
-  TRACE_FROM(site, kTraceInfo, "SIM2 Power Up successfully");
+  TRACE_INFO("SIM2 Power Up successfully");
   print_result("value=SUCCEED");
   return 0;
 }
 
-int read_eid(TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, "kelvor get eid");
+int read_eid() {
+  TRACE_INFO("kelvor get eid");
   kelvor_uim_eid_out out{};
-  if (poll_eid(kReadAttempts, &out, site)) {
+  if (poll_eid(kReadAttempts, &out)) {
     print_result("eID=%s", EidText(out.eid).text);
   } else {
     print_result("value=FAILED");
@@ -127,6 +127,7 @@ int read_eid(TraceSite site) {
 }
 
 void map_sim_state(const kelvor_uim_card_status_out& status) {
+  const Operation operation(__func__);
   static constexpr const char* kNames[] = {"ABSENT", "PRESENT", "ERROR"};
   const auto name = [](uint8_t state) {
     return state < std::size(kNames) ? kNames[state] : "UNKNOWN";
@@ -135,8 +136,8 @@ void map_sim_state(const kelvor_uim_card_status_out& status) {
   print_result("%s,%s", name(status.state[0]), name(status.state[1]));
 }
 
-int card_status(TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, "try get simcard status");
+int card_status() {
+  TRACE_INFO("try get simcard status");
   kelvor_uim_card_status_out out{};
   const int res = kelvor_uim_get_card_status(&out);
   if (res == 0) print_result("card_status, [%d, %d]", out.state[0], out.state[1]);
@@ -144,7 +145,7 @@ int card_status(TraceSite site) {
   return res;
 }
 
-bool check_reset(const char* shown, TraceSite site) {
+bool check_reset(const char* shown) {
   static constexpr struct {
     std::string_view shown;
     const char* message;
@@ -154,26 +155,25 @@ bool check_reset(const char* shown, TraceSite site) {
   };
   for (const auto& answer : kAnswers) {
     if (answer.shown != shown) continue;
-    TRACE_FROM(site, kTraceInfo, "%s", answer.message);
+    TRACE_INFO("%s", answer.message);
     return true;
   }
-  TRACE_FROM(site, kTraceError, "kelvor_uim_send_apdu, apdu rsp check failed.");
+  TRACE_ERROR("kelvor_uim_send_apdu, apdu rsp check failed.");
   return false;
 }
 
-int reset_euicc(TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, "Start eUICC Reset");
+int reset_euicc() {
+  TRACE_INFO("Start eUICC Reset");
   const kelvor_uim_open_channel_in opening{kSlot, kFcp};
   kelvor_uim_open_channel_out opened{};
   int res = kelvor_uim_open_channel(&opening, &opened);
-  TRACE_FROM(site, kTraceInfo, "kelvor_uim_open_channel res = %d, channel_id = %d", res,
-             opened.channel);
+  TRACE_INFO("kelvor_uim_open_channel res = %d, channel_id = %d", res, opened.channel);
   if (res != 0) return res;
   kelvor_uim_send_apdu_in reset = kMemoryReset;
   reset.channel = opened.channel;
   kelvor_uim_send_apdu_out response{};
   res = kelvor_uim_send_apdu(&reset, &response);
-  TRACE_FROM(site, kTraceInfo, "kelvor_uim_send_apdu res = %d", res);
+  TRACE_INFO("kelvor_uim_send_apdu res = %d", res);
   if (res != 0) {
     print_result("value=FAILED");
     return res;
@@ -182,20 +182,21 @@ int reset_euicc(TraceSite site) {
   std::copy_n(response.apdu, kShownOfApdu - 1, shown_octets + 1);
   const Hex<kShownOfApdu> shown(shown_octets);
   print_result("apdu=%s", shown.text);
-  if (!check_reset(shown.text, site)) return 0;
+  if (!check_reset(shown.text)) return 0;
   const kelvor_uim_close_channel_in closing{kSlot, opened.channel};
   res = kelvor_uim_close_channel(&closing);
-  TRACE_FROM(site, kTraceInfo, "kelvor_uim_close_channel res = %d", res);
+  TRACE_INFO("kelvor_uim_close_channel res = %d", res);
   print_result("value=SUCCEED");
   return res;
 }
 
-constexpr int (*kActions[])(TraceSite) = {switch_to_esim, switch_to_card, read_eid, card_status,
-                                          reset_euicc};
+constexpr int (*kActions[])() = {switch_to_esim, switch_to_card, read_eid, card_status,
+                                 reset_euicc};
 
 }  // namespace
 
 extern "C" int kelvor_cmn_esim_test(int argc, char** argv) {
+  const Operation operation(__func__);
   if (argc <= kWordDebugOn) {
     TRACE_ERROR("invalid input");
     return 0;
@@ -209,10 +210,11 @@ extern "C" int kelvor_cmn_esim_test(int argc, char** argv) {
     TRACE_ERROR("invalid input skip");
     return 0;
   }
-  return kActions[esim_on - 1](TRACE_SITE());
+  return kActions[esim_on - 1]();
 }
 
 extern "C" bool is_eid_valid(const char* eid) {
+  const Operation operation(__func__);
   TRACE_INFO("check whether eid valid");
   int result = 0;
   for (; *eid != '\0'; ++eid) result = (result * 10 + (*eid - '0')) % 97;
@@ -225,6 +227,7 @@ extern "C" bool is_eid_valid(const char* eid) {
 }
 
 extern "C" void save_eid_to_efs(const uint8_t* eid) {
+  const Operation operation(__func__);
   static bool is_eid_save = false;
   if (is_eid_save) {
     TRACE_INFO("EID already saved, skip");

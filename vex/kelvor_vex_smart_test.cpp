@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -20,20 +19,16 @@
 #include "platform/timer.h"
 #include "qmi/kelvor_extend_cmn.h"
 #include "qmi/kelvor_extend_nvefs.h"
+#include "vex/command.h"
 #include "vex/commands.h"
-#include "vex/usage.h"
 
 const char* g_share_memory_file_path = "/data/vendor/modem/share_memory";
 
 namespace {
 
-using vex::kCommandSmart;
+using vex::Call;
 
-// Words of the argument vector.
-constexpr int kWordAction = 2;
-constexpr int kWordOption = 3;
-
-int refuse() { return kelvor_smart_test_show_help(kCommandSmart); }
+constexpr int kWordOption = vex::kWordOwn;
 
 // ---- requests
 
@@ -45,12 +40,14 @@ int send(uint32_t item, const uint32_t* word) {
 }
 
 int kelvor_smart_test_modem_ssr() {
+  const Operation operation(__func__);
   constexpr uint32_t kWord = 0x1000;
   TRACE_INFO("Will trigger SSR of modem");
   return send(KELVOR_COMMON_ITEM_SSR, &kWord);
 }
 
 int kelvor_smart_test_nv_sync() {
+  const Operation operation(__func__);
   TRACE_DEBUG("Will trigger NV SYNC");
   return send(KELVOR_COMMON_ITEM_NV_SYNC, nullptr);
 }
@@ -78,12 +75,13 @@ void sleep_s(uint32_t seconds) {
 }
 
 uint32_t kelvor_smart_test_read_ssr_update_flag() {
+  const Operation operation(__func__);
   uint32_t value = 0;
   uint32_t length = sizeof value;
   const int32_t result = kelvor_efs_read(0, kUpdateCount.data(), kUpdateCount.size(),
                                          reinterpret_cast<uint8_t*>(&value), &length);
   TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT read ret: %d, old update_cnt: %d, len: %d", result,
-              static_cast<int>(value), static_cast<int>(length));
+              value, length);
   if (result != 0) {
     TRACE_ERROR("kelvor_efs_read failed, maybe empty");
     return 0;
@@ -92,15 +90,16 @@ uint32_t kelvor_smart_test_read_ssr_update_flag() {
 }
 
 int kelvor_smart_test_save_ssr_update_flag() {
+  const Operation operation(__func__);
   const uint32_t value = kelvor_smart_test_read_ssr_update_flag() + 1;
   const int32_t result = kelvor_efs_write(0, kUpdateCount.data(), kUpdateCount.size(),
                                           reinterpret_cast<const uint8_t*>(&value), sizeof value);
-  TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", result,
-              static_cast<int>(value));
+  TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", result, value);
   return result;
 }
 
 int kelvor_smart_test_ssr_wait_s(int /*ignored*/) {
+  const Operation operation(__func__);
   int32_t wait_s = 0;
   kelvor_get_property_value_from_int(kRestartWait, &wait_s, kRestartWaitSeconds);
   TRACE_DEBUG("ssr wait_s = %d", wait_s);
@@ -115,6 +114,7 @@ int kelvor_smart_test_ssr_wait_s(int /*ignored*/) {
 }
 
 int kelvor_smart_test_full_dump() {
+  const Operation operation(__func__);
   constexpr uint32_t kWord = 0x2000;
   char current[256];
   char backup[256];
@@ -144,6 +144,7 @@ int kelvor_smart_test_full_dump() {
 // ---- print switches
 
 int kelvor_smart_test_ap_vireo_switch(int opt) {
+  const Operation operation(__func__);
   TRACE_DEBUG("ap_vireo_print, opt = %d", opt);
   property_set("persist.vendor.radio.print_stats", opt == 1 ? "1" : "2");
   TRACE_DEBUG("success, need to reboot");
@@ -152,49 +153,47 @@ int kelvor_smart_test_ap_vireo_switch(int opt) {
 
 // A modem-side switch: on while its file is there.
 struct BpSwitch {
+  const char* name;
   std::string_view path;
   uint32_t value;  // written when on
   uint32_t width;  // octets of it
 };
-constexpr BpSwitch kBpVireo{"/vireo/vireo_print_mask", 31, 4};
-constexpr BpSwitch kBpQmi{"/nv/item_files/modem/kelvor/qmi_print_flag", 1, 1};
-constexpr BpSwitch kBpRf{"/nv/item_files/modem/kelvor/rf_print_mask", 15, 4};
+constexpr BpSwitch kBpVireo{"bp_vireo_print", "/vireo/vireo_print_mask", 31, 4};
+constexpr BpSwitch kBpQmi{"bp_qmi_print", "/nv/item_files/modem/kelvor/qmi_print_flag", 1, 1};
+constexpr BpSwitch kBpRf{"bp_rf_print", "/nv/item_files/modem/kelvor/rf_print_mask", 15, 4};
 static_assert(kBpVireo.path.size() == 23 && kBpQmi.path.size() == 42 && kBpRf.path.size() == 41);
 
 // The modem reads its switches when it starts, from what has been brought to its storage.
-int bp_print_switch(TraceSite site, const BpSwitch& bp, int opt) {
+int bp_print_switch(TraceSite handler, const BpSwitch& bp, int opt) {
+  const Operation operation(handler);
+  TRACE_DEBUG("%s, opt = %d", bp.name, opt);
   const auto path_length = static_cast<uint32_t>(bp.path.size());
   int result = 0;
   if (opt == 1) {
     uint8_t value[sizeof bp.value];
     std::memcpy(value, &bp.value, sizeof value);
     result = kelvor_efs_write(0, bp.path.data(), path_length, value, bp.width);
-    if (result != 0) TRACE_FROM(site, kTraceError, "kelvor_efs_write failed");
+    if (result != 0) TRACE_ERROR("kelvor_efs_write failed");
   } else {
     result = kelvor_efs_delete(0, bp.path.data(), path_length);
-    if (result != 0) TRACE_FROM(site, kTraceError, "kelvor_efs_delete failed");
+    if (result != 0) TRACE_ERROR("kelvor_efs_delete failed");
   }
   if (result != 0) return result;
   result = kelvor_smart_test_nv_sync();
   const int restarted = kelvor_smart_test_modem_ssr();
-  TRACE_FROM(site, kTraceDebug, "success, pls wait 10 seconds ");
+  TRACE_DEBUG("success, pls wait 10 seconds ");
   return result != 0 ? result : restarted;
 }
 
 int kelvor_smart_test_bp_vireo_print_switch(int opt) {
-  TRACE_DEBUG("bp_vireo_print, opt = %d", opt);
-  return bp_print_switch(TRACE_SITE(), kBpVireo, opt);
+  return bp_print_switch(__func__, kBpVireo, opt);
 }
 
 int kelvor_smart_test_bp_qmi_print_switch(int opt) {
-  TRACE_DEBUG("bp_qmi_print, opt = %d", opt);
-  return bp_print_switch(TRACE_SITE(), kBpQmi, opt);
+  return bp_print_switch(__func__, kBpQmi, opt);
 }
 
-int kelvor_smart_test_bp_rf_print_switch(int opt) {
-  TRACE_DEBUG("bp_rf_print, opt = %d", opt);
-  return bp_print_switch(TRACE_SITE(), kBpRf, opt);
-}
+int kelvor_smart_test_bp_rf_print_switch(int opt) { return bp_print_switch(__func__, kBpRf, opt); }
 
 // ---- shared memory
 
@@ -215,34 +214,33 @@ bool take_octets(const void* mapped, uint8_t (&octets)[kShown]) {
 }
 
 // Shows what another process left in the file's first octets; nothing is written into it.
-int show_share_memory(TraceSite site, int fd) {
+int show_share_memory(int fd) {
   const int truncated = ::ftruncate(fd, kShareMemorySize);
-  TRACE_FROM(site, kTraceDebug, "ftruncate, ret: %d", truncated);
+  TRACE_DEBUG("ftruncate, ret: %d", truncated);
   if (truncated == -1) {
-    TRACE_FROM(site, kTraceError, "ftruncate error");
+    TRACE_ERROR("ftruncate error");
     return -1;
   }
   void* const mapped = ::mmap(nullptr, kShareMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  TRACE_FROM(site, kTraceDebug, "mmap, data_ptr: 0x%08x",
-             static_cast<unsigned>(reinterpret_cast<uintptr_t>(mapped)));
+  TRACE_DEBUG("mmap, data_ptr: 0x%08x", static_cast<unsigned>(reinterpret_cast<uintptr_t>(mapped)));
   if (mapped == MAP_FAILED) {
-    TRACE_FROM(site, kTraceError, "mmap error");
+    TRACE_ERROR("mmap error");
     return -1;
   }
   uint8_t data_ptr[kShown];
   const bool taken = take_octets(mapped, data_ptr);
   for (int i = 0; taken && i < kShown; ++i) {
-    TRACE_FROM(site, kTraceDebug, "data_ptr[%d]: %d", i, data_ptr[i]);
+    TRACE_DEBUG("data_ptr[%d]: %d", i, data_ptr[i]);
   }
-  if (!taken) TRACE_FROM(site, kTraceError, "data_ptr error");
+  if (!taken) TRACE_ERROR("data_ptr error");
   const int unmapped = ::munmap(mapped, kShareMemorySize);
-  TRACE_FROM(site, kTraceDebug, "munmap, ret: %d", unmapped);
-  if (unmapped == -1) TRACE_FROM(site, kTraceError, "munmap error");
+  TRACE_DEBUG("munmap, ret: %d", unmapped);
+  if (unmapped == -1) TRACE_ERROR("munmap error");
   return taken ? unmapped : -1;
 }
 
 int kelvor_smart_test_sh_test_read() {
-  const TraceScope scope(TRACE_SITE());
+  const TraceScope scope(__func__);
   TRACE_DEBUG("g_share_memory_file_path: %s", g_share_memory_file_path);
   const int fd = ::open(g_share_memory_file_path, O_RDWR | O_CREAT, 0777);
   TRACE_DEBUG("open, fd: %d", fd);
@@ -250,13 +248,14 @@ int kelvor_smart_test_sh_test_read() {
     TRACE_ERROR("shm_open error");
     return -1;
   }
-  const int result = show_share_memory(TRACE_SITE(), fd);
+  const int result = show_share_memory(fd);
   TRACE_DEBUG("close fd");
   ::close(fd);
   return result;
 }
 
 int kelvor_smart_test_share_memory() {
+  const Operation operation(__func__);
   TRACE_DEBUG("share_memory");
   return kelvor_smart_test_sh_test_read();
 }
@@ -273,6 +272,7 @@ void kelvor_vex_delay_timer_cb(sigval value) {
 }
 
 int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
+  const Operation operation(__func__);
   TRACE_DEBUG("Timer test start, timeout_s = %d", static_cast<int>(timeout_s));
   // Before the timer is there: it may expire at once.
   g_timer_running = true;
@@ -281,8 +281,7 @@ int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
     TRACE_ERROR("kelvor_timer_start failed");
     return -1;
   }
-  TRACE_DEBUG("Start one timer(timer_id %d), will pause until this timer is expired ...",
-              static_cast<int>(timer_id));
+  TRACE_DEBUG("Start one timer(timer_id %d), will pause until this timer is expired ...", timer_id);
   for (int n = 1; g_timer_running; ++n) {
     sleep_s(1);
     if (n == 1) {
@@ -297,83 +296,55 @@ int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
 
 // ---- the command
 
-enum class Takes { kNothing, kOnOff, kSeconds };
+template <int (*kRun)()>
+int without_words(const Call& /*call*/) {
+  return kRun();
+}
 
-// The actions in the order of their numbers. One without a word of its own is called with 0.
-struct Action {
-  vex::UsageRow usage;
-  Takes takes;
-  int (*run)(int word);
-};
-constexpr Action kActions[] = {
+template <int (*kSwitch)(int opt)>
+int on_off(const Call& call) {
+  if (!call.has(kWordOption + 1)) return call.refuse();
+  const int opt = call.number(kWordOption);
+  if (opt == 0 || opt == 1) return kSwitch(opt);
+  TRACE_ERROR("note: opt(%d) is invalid:", opt);
+  return call.refuse();
+}
+
+int timer(const Call& call) {
+  if (!call.has(kWordOption + 1)) return call.refuse();
+  return kelvor_smart_test_kelvor_timer(static_cast<unsigned long>(call.number(kWordOption)));
+}
+
+constexpr vex::Row kRows[] = {
     {{"   vex %d %d                      /* trigger SSR of modem */\n", 0},
-     Takes::kNothing,
-     [](int) { return kelvor_smart_test_modem_ssr(); }},
+     without_words<kelvor_smart_test_modem_ssr>},
     {{"   vex %d %d                      /* trigger Full Dump */\n", 1},
-     Takes::kNothing,
-     [](int) { return kelvor_smart_test_full_dump(); }},
+     without_words<kelvor_smart_test_full_dump>},
     {{"   vex %d %d                      /* trigger NV SYNC */\n", 2},
-     Takes::kNothing,
-     [](int) { return kelvor_smart_test_nv_sync(); }},
+     without_words<kelvor_smart_test_nv_sync>},
     {{"   vex %d %d opt                  /* ap vireo print(need reboot), opt: 0 - off; 1 - on */\n",
       3},
-     Takes::kOnOff,
-     kelvor_smart_test_ap_vireo_switch},
+     on_off<kelvor_smart_test_ap_vireo_switch>},
     {{"   vex %d %d opt                  /* bp vireo print, opt: 0 - off; 1 - on */\n", 4},
-     Takes::kOnOff,
-     kelvor_smart_test_bp_vireo_print_switch},
+     on_off<kelvor_smart_test_bp_vireo_print_switch>},
     {{"   vex %d %d opt                  /* bp qmi print, opt: 0 - off; 1 - on */\n", 5},
-     Takes::kOnOff,
-     kelvor_smart_test_bp_qmi_print_switch},
+     on_off<kelvor_smart_test_bp_qmi_print_switch>},
     {{"   vex %d %d opt                  /* bp rf print, opt: 0 - off; 1 - on */\n", 6},
-     Takes::kOnOff,
-     kelvor_smart_test_bp_rf_print_switch},
+     on_off<kelvor_smart_test_bp_rf_print_switch>},
     {{"   vex %d %d                      /* share memory test */\n", 7},
-     Takes::kNothing,
-     [](int) { return kelvor_smart_test_share_memory(); }},
+     without_words<kelvor_smart_test_share_memory>},
     {{"   vex %d %d timeout_s            /* kelvor timer test, timeout_s - the expired time(s) "
       "*/\n",
       8},
-     Takes::kSeconds,
-     [](int word) { return kelvor_smart_test_kelvor_timer(static_cast<unsigned long>(word)); }},
+     timer},
 };
-constexpr vex::UsageRow kTitle[] = {{"%d: smart test\n"}};
+constexpr vex::Command kSmart{.number = vex::kCommandSmart,
+                              .title = "%d: smart test\n",
+                              .rows = kRows,
+                              .show_help = kelvor_smart_test_show_help,
+                              .row_word = "par_i",
+                              .refused = vex::kCommandSmart};
 
 }  // namespace
 
-extern "C" int kelvor_smart_test_do(int argc, char** argv) {
-  if (argc <= kWordAction) {
-    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
-    return refuse();
-  }
-  if (std::atoi(argv[1]) != kCommandSmart) {
-    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
-                kCommandSmart);
-    return refuse();
-  }
-  const int par_i = std::atoi(argv[kWordAction]);
-  for (const Action& action : kActions) {
-    if (action.usage.number != par_i) continue;
-    if (action.takes == Takes::kNothing) return action.run(0);
-    if (argc <= kWordOption) {
-      TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
-      return refuse();
-    }
-    const int word = std::atoi(argv[kWordOption]);
-    if (action.takes == Takes::kOnOff && word != 0 && word != 1) {
-      TRACE_ERROR("note: opt(%d) is invalid:", word);
-      return refuse();
-    }
-    return action.run(word);
-  }
-  TRACE_ERROR("invalid par_i = %d", par_i);
-  return refuse();
-}
-
-extern "C" int kelvor_smart_test_show_help(int selector) {
-  PRINT_SECTION(selector, kCommandSmart, kTitle);
-  for (const Action& action : kActions) {
-    PRINT_SECTION(selector, kCommandSmart, std::span(&action.usage, 1));
-  }
-  return selector;
-}
+VEX_COMMAND(kelvor_smart_test_do, kelvor_smart_test_show_help, kSmart)

@@ -11,90 +11,85 @@
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/command.h"
 #include "vex/commands.h"
 #include "vex/kelvor_vex_esim_test.h"
-#include "vex/sub_commands.h"
 #include "vex/text.h"
 
 namespace {
 
-using vex::kCommandCommon;
-using vex::kSubCommandWords;
-
-// An argument error: its note is followed by the section. The words are told wrong, not the modem.
-int refuse() {
-  kelvor_test_cmn_show_help(kCommandCommon);
-  return 0;
-}
+using vex::Call;
+using vex::kWordOwn;
 
 // ---- diag
 
-constexpr int kWordMode = kSubCommandWords;
+constexpr int kWordMode = kWordOwn;
 constexpr int kWordType = kWordMode + 1;
 constexpr int kWordTimeOut = kWordMode + 2;
 constexpr int kWordCommand = kWordMode + 3;
 
-std::vector<uint8_t> diag_command(int argc, char** argv, TraceSite site) {
+std::vector<uint8_t> diag_command(const Call& call) {
   std::vector<uint8_t> command;
-  const int end = std::min(argc, kWordCommand + KELVOR_DIAG_CMD_MAX);
+  const int end = std::min(call.argc, kWordCommand + KELVOR_DIAG_CMD_MAX);
   for (int i = kWordCommand; i < end; ++i) {
-    command.push_back(static_cast<uint8_t>(kelvor_string_to_int(argv[i])));
-    TRACE_FROM(site, kTraceInfo, "0x%02X ", command.back());
+    command.push_back(static_cast<uint8_t>(kelvor_string_to_int(call.argv[i])));
+    TRACE_INFO("0x%02X ", command.back());
   }
   return command;
 }
 
-int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out, TraceSite site) {
+int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out) {
   std::vector<uint8_t> rsp(KELVOR_DIAG_RSP_MAX);
   auto rsp_len = static_cast<uint32_t>(rsp.size());
-  TRACE_FROM(site, kTraceInfo, dci ? "dci mode with result" : "callback mode with result");
+  TRACE_INFO(dci ? "dci mode with result" : "callback mode with result");
   const auto send = dci ? kelvor_diag_cmd_send_with_result_by_dci_mode
                         : kelvor_diag_cmd_send_with_result_by_callback_mode;
   const int result =
       send(command.data(), static_cast<uint32_t>(command.size()), time_out, rsp.data(), &rsp_len);
   if (result != 0) return result;
   rsp_len = std::min(rsp_len, static_cast<uint32_t>(rsp.size()));
-  TRACE_FROM(site, kTraceInfo, "rsp data len(%d)\nrsp data:", static_cast<int>(rsp_len));
-  for (uint32_t i = 0; i < rsp_len; ++i) TRACE_FROM(site, kTraceInfo, " 0x%02X", rsp[i]);
+  TRACE_INFO("rsp data len(%d)\nrsp data:", rsp_len);
+  for (uint32_t i = 0; i < rsp_len; ++i) TRACE_INFO(" 0x%02X", rsp[i]);
   return 0;
 }
 
-int send_without_result(bool dci, const std::vector<uint8_t>& command, TraceSite site) {
-  TRACE_FROM(site, kTraceInfo, dci ? "dci mode without result" : "callback mode without result");
+int send_without_result(bool dci, const std::vector<uint8_t>& command) {
+  TRACE_INFO(dci ? "dci mode without result" : "callback mode without result");
   const auto send = dci ? kelvor_diag_cmd_send_without_result_by_dci_mode
                         : kelvor_diag_cmd_send_without_result_by_callback_mode;
   const int result = send(command.data(), static_cast<uint32_t>(command.size()));
-  if (result == 0) TRACE_FROM(site, kTraceInfo, "done without rsp data");
+  if (result == 0) TRACE_INFO("done without rsp data");
   return result;
 }
 
-int kelvor_cmn_diag_cmd_send(int argc, char** argv) {
-  int32_t result = 0;
-  const TraceResultScope scope(TRACE_SITE(), result);
-  if (argc <= kWordCommand) {
-    TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
-    return refuse();
-  }
-  const bool dci = std::atoi(argv[kWordMode]) != 0;
-  const bool without_result = std::atoi(argv[kWordType]) != 0;
-  const int time_out = std::atoi(argv[kWordTimeOut]);
-  const std::vector<uint8_t> command = diag_command(argc, argv, TRACE_SITE());
-  result = without_result ? send_without_result(dci, command, TRACE_SITE())
-                          : send_with_result(dci, command, time_out, TRACE_SITE());
-  if (result != 0) TRACE_ERROR("kelvor_diag_cmd_send fail");
-  return result;
+int kelvor_cmn_diag_cmd_send(const Call& call) {
+  return traced(__func__, [&call] {
+    if (call.argc <= kWordCommand) {
+      TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
+      return call.refuse();
+    }
+    const bool dci = call.number(kWordMode) != 0;
+    const bool without_result = call.number(kWordType) != 0;
+    const int time_out = call.number(kWordTimeOut);
+    const std::vector<uint8_t> command = diag_command(call);
+    const int result = without_result ? send_without_result(dci, command)
+                                      : send_with_result(dci, command, time_out);
+    if (result != 0) TRACE_ERROR("kelvor_diag_cmd_send fail");
+    return result;
+  });
 }
 
 // ---- items of the vendor service
 
 // Sends item t with a value of l octets, at most KELVOR_COMMON_VALUE_ROOM, and dumps the answer.
 int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
+  const Operation operation(__func__);
   kelvor_common_item_req request{};
   request.command = KELVOR_COMMON_ITEM;
   request.t = t;
   request.l = l;
   if (l != 0) std::memcpy(request.v, v, l);
-  TRACE_INFO("kelvor_cmn_cmd_send, t: %d, l: %d", static_cast<int>(t), static_cast<int>(l));
+  TRACE_INFO("kelvor_cmn_cmd_send, t: %d, l: %d", t, l);
   kelvor_common_rsp rsp{};
   uint32_t rsp_len = sizeof rsp;
   const int result =
@@ -110,7 +105,7 @@ int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
   }
   constexpr uint32_t kHead = offsetof(kelvor_common_rsp, payload);
   const uint32_t data_len = rsp_len > kHead ? rsp_len - kHead : 0;
-  TRACE_INFO("data len(%d)\ndata:", static_cast<int>(data_len));
+  TRACE_INFO("data len(%d)\ndata:", data_len);
   for (uint32_t i = 0; i < data_len; ++i) TRACE_INFO(" %02X", rsp.payload[i]);
   return 0;
 }
@@ -118,65 +113,61 @@ int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
 constexpr int kValuesMax = 4;
 
 // Sends an item with the words as its values, n of them, each as `of_word` makes it.
-int send_words(uint32_t item, int n, int argc, char** argv, uint32_t (*of_word)(int),
-               TraceSite site) {
-  if (argc != kSubCommandWords + n) {
-    TRACE_FROM(site, kTraceError,
-               "note: need %d inputs, Pls refer to the following cmd:", kSubCommandWords + n);
-    return refuse();
-  }
+int send_words(TraceSite sender, uint32_t item, int n, const Call& call, uint32_t (*of_word)(int)) {
+  const Operation operation(sender);
+  if (!call.has_exactly(kWordOwn + n)) return call.refuse();
   uint32_t values[kValuesMax] = {};
-  TRACE_FROM(site, kTraceInfo, "param(cnt: %d):", n);
+  TRACE_INFO("param(cnt: %d):", n);
   for (int i = 0; i < n; ++i) {
-    values[i] = of_word(std::atoi(argv[kSubCommandWords + i]));
-    TRACE_FROM(site, kTraceInfo, " %d", static_cast<int>(values[i]));
+    values[i] = of_word(call.number(kWordOwn + i));
+    TRACE_INFO(" %d", values[i]);
   }
   return kelvor_cmn_cmd_send(item, static_cast<uint32_t>(n) * sizeof values[0], values);
 }
 
-int kelvor_cmn_card_status_cmd(uint32_t item, int n, int argc, char** argv) {
-  const auto zero_or_one = [](int word) -> uint32_t { return word != 0; };
-  return send_words(item, n, argc, argv, zero_or_one, TRACE_SITE());
+int kelvor_cmn_card_status_cmd(uint32_t item, int n, const Call& call) {
+  return send_words(__func__, item, n, call, [](int word) -> uint32_t { return word != 0; });
 }
 
-int kelvor_cmn_card_status_cmd_ex(uint32_t item, int n, int argc, char** argv) {
-  const auto as_it_is = [](int word) { return static_cast<uint32_t>(word); };
-  return send_words(item, n, argc, argv, as_it_is, TRACE_SITE());
+int kelvor_cmn_card_status_cmd_ex(uint32_t item, int n, const Call& call) {
+  return send_words(__func__, item, n, call, [](int word) { return static_cast<uint32_t>(word); });
 }
 
-int kelvor_cmn_card_status_query(int argc, char** argv) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_QUERY, 0, argc, argv);
+int kelvor_cmn_card_status_query(const Call& call) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_QUERY, 0, call);
 }
 
-int kelvor_cmn_card_status_get(int argc, char** argv) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_GET, 1, argc, argv);
+int kelvor_cmn_card_status_get(const Call& call) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_GET, 1, call);
 }
 
-int kelvor_cmn_card_status_set(int argc, char** argv) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_SET, 3, argc, argv);
+int kelvor_cmn_card_status_set(const Call& call) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_SET, 3, call);
 }
 
-int kelvor_cmn_card_type_query(int argc, char** argv) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_TYPE, 0, argc, argv);
+int kelvor_cmn_card_type_query(const Call& call) {
+  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_TYPE, 0, call);
 }
 
-int kelvor_cmn_card_hotswap_test(int argc, char** argv) {
-  constexpr int kWordsToStop = kSubCommandWords + 1;
-  if (argc < kWordsToStop) {
+int kelvor_cmn_card_hotswap_test(const Call& call) {
+  const Operation operation(__func__);
+  constexpr int kWordsToStop = kWordOwn + 1;
+  if (call.argc < kWordsToStop) {
     TRACE_ERROR("note: need %d inputs at least, Pls refer to the following cmd:", kWordsToStop);
-    return refuse();
+    return call.refuse();
   }
-  const int opt = std::atoi(argv[kSubCommandWords]);
+  const int opt = call.number(kWordOwn);
   TRACE_INFO("opt: %d", opt);
   constexpr uint32_t kItem = KELVOR_COMMON_ITEM_HOT_SWAP;
-  if (opt != 0) return kelvor_cmn_card_status_cmd_ex(kItem, 4, argc, argv);
+  if (opt != 0) return kelvor_cmn_card_status_cmd_ex(kItem, 4, call);
   const uint32_t stop = 0;
   return kelvor_cmn_cmd_send(kItem, sizeof stop, &stop);
 }
 
 // ---- the rest
 
-int kelvor_cmn_test_get_sar_dsi(int /*argc*/, char** /*argv*/) {
+int kelvor_cmn_test_get_sar_dsi(const Call& /*call*/) {
+  const Operation operation(__func__);
   TRACE_USAGE("SAR DSI: %d", kelvor_get_sar_dsi());
   return 0;
 }
@@ -203,7 +194,7 @@ constexpr vex::UsageRow kEsimRows[] = {
     {"                                    esim_on  : 1 - switch to eSIM,2 - switch to PSIM2 "},
     {"                                    debug_on : 0 - disable log print,1 - enable log print "},
 };
-constexpr vex::SubCommand kSubCommands[] = {
+constexpr vex::Row kRows[] = {
     {{"   vex %d %d mode type time_out cmd_cnt", 0}, kelvor_cmn_diag_cmd_send, kDiagRows},
     {{"   vex %d %d                       /* card status query: 0 - absent, 1 - present", 1},
      kelvor_cmn_card_status_query},
@@ -224,10 +215,14 @@ constexpr vex::SubCommand kSubCommands[] = {
      kelvor_cmn_card_hotswap_test,
      kHotSwapRows},
     {{"   vex %d %d esim_on debug_on     /* set esim state */", 10},
-     kelvor_cmn_esim_test,
+     [](const Call& call) { return kelvor_cmn_esim_test(call.argc, call.argv); },
      kEsimRows},
 };
-constexpr vex::Family kCommon{kCommandCommon, "%d: cmn option cmd: ", kSubCommands};
+constexpr vex::Command kCommon{.number = vex::kCommandCommon,
+                               .title = "%d: cmn option cmd: ",
+                               .rows = kRows,
+                               .show_help = kelvor_test_cmn_show_help,
+                               .reports_errors = true};
 
 // ---- raw vendor requests
 
@@ -236,46 +231,18 @@ constexpr int kWordOctets = 3;
 constexpr uint32_t kRequestIds = 6;  // 0 to 5
 constexpr int kSendMax = 500;        // octets of a request, and of its response
 
-// An argument error of command 6: its note is followed by its section.
-int refuse_send() { return kelvor_test_qmi_send_data_show_help(vex::kCommandQmiSend); }
-
-constexpr vex::UsageRow kSendRows[] = {
-    {"%d: kelvor qmi send_data\n"},
-    {"   vex %d qmi_id qmi_data         /* qmi_id: Any binary data you will send */\n"},
-};
-
-}  // namespace
-
-extern "C" int kelvor_test_cmn_do(int argc, char** argv) {
-  return kCommon.run(argc, argv, TRACE_SITE());
-}
-
-extern "C" int kelvor_test_cmn_show_help(int selector) {
-  return kCommon.show_help(selector, TRACE_SITE());
-}
-
-extern "C" int kelvor_test_qmi_send_data_do(int argc, char** argv) {
-  if (argc <= kWordOctets) {
-    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
-    return refuse_send();
-  }
-  if (std::atoi(argv[1]) != vex::kCommandQmiSend) {
-    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
-                vex::kCommandQmiSend);
-    return refuse_send();
-  }
-  const int qmi_id = std::atoi(argv[kWordRequestId]);
+int send_octets(const Call& call) {
+  const int qmi_id = call.number(kWordRequestId);
   const auto request_id = static_cast<uint32_t>(qmi_id);
   if (request_id >= kRequestIds) {
-    TRACE_ERROR("note: the second parameters(qmi_id) should be >= %d && < %d", 0,
-                static_cast<int>(kRequestIds));
-    return refuse_send();
+    TRACE_ERROR("note: the second parameters(qmi_id) should be >= %d && < %d", 0, kRequestIds);
+    return call.refuse();
   }
   uint8_t request[kSendMax];
-  const int count = std::min(argc - kWordOctets, kSendMax);
+  const int count = std::min(call.argc - kWordOctets, kSendMax);
   TRACE_INFO("mi_qmi req data(qmi_id: %d, len: %d[max: %d]):", qmi_id, count, kSendMax);
   for (int i = 0; i < count; ++i) {
-    request[i] = static_cast<uint8_t>(kelvor_string_to_int(argv[kWordOctets + i]));
+    request[i] = static_cast<uint8_t>(kelvor_string_to_int(call.argv[kWordOctets + i]));
     TRACE_INFO("0x%02X ", request[i]);
   }
   uint8_t response[kSendMax] = {};
@@ -287,13 +254,24 @@ extern "C" int kelvor_test_qmi_send_data_do(int argc, char** argv) {
     TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
     return result;
   }
-  TRACE_INFO("mi_qmi rsp data(qmi_id: %d, len: %d[max: %d]):", qmi_id, static_cast<int>(length),
-             kSendMax);
+  TRACE_INFO("mi_qmi rsp data(qmi_id: %d, len: %d[max: %d]):", qmi_id, length, kSendMax);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", response[i]);
   TRACE_INFO("%s", "");
   return 0;
 }
 
-extern "C" int kelvor_test_qmi_send_data_show_help(int selector) {
-  return PRINT_SECTION(selector, vex::kCommandQmiSend, kSendRows);
-}
+constexpr vex::Row kSendRows[] = {
+    {"   vex %d qmi_id qmi_data         /* qmi_id: Any binary data you will send */\n"},
+};
+constexpr vex::Command kQmiSend{.number = vex::kCommandQmiSend,
+                                .title = "%d: kelvor qmi send_data\n",
+                                .rows = kSendRows,
+                                .show_help = kelvor_test_qmi_send_data_show_help,
+                                .least_words = kWordOctets + 1,
+                                .run = send_octets,
+                                .refused = vex::kCommandQmiSend};
+
+}  // namespace
+
+VEX_COMMAND(kelvor_test_cmn_do, kelvor_test_cmn_show_help, kCommon)
+VEX_COMMAND(kelvor_test_qmi_send_data_do, kelvor_test_qmi_send_data_show_help, kQmiSend)

@@ -9,16 +9,16 @@
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_cmn.h"
 #include "qmi/kelvor_extend_nvefs.h"
+#include "vex/command.h"
 #include "vex/commands.h"
-#include "vex/sub_commands.h"
 
 namespace {
 
-using vex::kCommandRf;
+using vex::Call;
 
 // Words of the argument vector.
-constexpr int kWordValues = vex::kSubCommandWords;  // of a GPIO set
-constexpr int kWordAntenna = vex::kSubCommandWords;
+constexpr int kWordValues = vex::kWordOwn;  // of a GPIO set
+constexpr int kWordAntenna = vex::kWordOwn;
 constexpr int kWordSystem = kWordAntenna + 1;
 constexpr int kWordBands = kWordAntenna + 2;
 constexpr int kTxWords = kWordAntenna + 3;
@@ -29,108 +29,105 @@ constexpr int kBadArgument = KELVOR_COMMON_BAD_ARGUMENT;
 struct Configuration {
   const char* path;
   uint32_t path_length;
-  int get, closed;  // sub-commands
 };
 // Both lengths count the terminating zero, at which the modem's path ends as well.
-constexpr Configuration kGpio{"/nv/item_files/modem/kelvor/rf_ant_port_config", 47, 1, 2};
-constexpr Configuration kTx{"/nv/item_files/modem/antenna/ant_tx_config", 43, 4, 5};
+constexpr Configuration kGpio{"/nv/item_files/modem/kelvor/rf_ant_port_config", 47};
+constexpr Configuration kTx{"/nv/item_files/modem/antenna/ant_tx_config", 43};
 
-// An argument error: its note is followed by the section.
-int refuse() {
-  kelvor_test_rf_show_help(kCommandRf);
+int refuse(const Call& call) {
+  call.refuse();
   return kBadArgument;
 }
 
 template <class Request>
-int send(TraceSite site, const Request& request) {
+int send(const Request& request) {
   static_assert(sizeof request == 512);
   uint8_t rsp[KELVOR_COMMON_RSP_SIZE] = {};
   uint32_t rsp_len = sizeof rsp;
   const int result =
       kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, rsp, &rsp_len);
-  if (result != 0) {
-    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, REQUEST_ID_COMMON");
-  }
+  if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_COMMON");
   return result;
 }
 
-bool no_words_of_its_own(TraceSite site, int argc, int number) {
-  if (argc == vex::kSubCommandWords) return true;
-  TRACE_FROM(site, kTraceError,
-             "note: Cmd error, should be: vex %d %d , Pls refer to the following cmd:", kCommandRf,
-             number);
+bool has_no_words(const Call& call) {
+  if (call.argc == vex::kWordOwn) return true;
+  TRACE_ERROR("note: Cmd error, should be: vex %d %d , Pls refer to the following cmd:",
+              call.command.number, call.number(vex::kWordRow));
   return false;
 }
 
-int report(TraceSite site, int result) {
-  if (result != 0) {
-    TRACE_FROM(site, kTraceError, "kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
-  }
+int report(int result) {
+  if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
   return result;
 }
 
-int get(TraceSite site, int argc, const Configuration& configuration) {
-  if (!no_words_of_its_own(site, argc, configuration.get)) return refuse();
-  TRACE_FROM(site, kTraceInfo, "%s", site.function);
+int get(TraceSite handler, const Call& call, const Configuration& configuration) {
+  const Operation operation(handler);
+  if (!has_no_words(call)) return refuse(call);
+  TRACE_INFO("%s", handler.function);
   uint8_t data[4096];  // the modem's own record, whose length is not known
   uint32_t length = sizeof data;
   const int result =
       kelvor_efs_read(0, configuration.path, configuration.path_length, data, &length);
-  if (result != 0) return report(site, result);
-  TRACE_FROM(site, kTraceInfo, "data len(%d)\ndata: ", static_cast<int>(length));
-  for (uint32_t i = 0; i < length; ++i) TRACE_FROM(site, kTraceInfo, " %02X", data[i]);
+  if (result != 0) return report(result);
+  TRACE_INFO("data len(%d)\ndata: ", length);
+  for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", data[i]);
   return 0;
 }
 
-int close(TraceSite site, int argc, const Configuration& configuration) {
-  if (!no_words_of_its_own(site, argc, configuration.closed)) return refuse();
-  TRACE_FROM(site, kTraceInfo, "%s", site.function);
-  return report(site, kelvor_efs_delete(0, configuration.path, configuration.path_length));
+int close(TraceSite handler, const Call& call, const Configuration& configuration) {
+  const Operation operation(handler);
+  if (!has_no_words(call)) return refuse(call);
+  TRACE_INFO("%s", handler.function);
+  return report(kelvor_efs_delete(0, configuration.path, configuration.path_length));
 }
 
-int kelvor_gpio_test_set(int argc, char** argv) {
-  if (argc < kWordValues) {
+int kelvor_gpio_test_set(const Call& call) {
+  const Operation operation(__func__);
+  if (call.argc < kWordValues) {
     TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
-    return refuse();
+    return refuse(call);
   }
   TRACE_INFO("kelvor_gpio_test_set");
   kelvor_gpio_req request{};
   request.command = KELVOR_COMMON_GPIO_SET;
   // The number given, not the number sent.
-  request.gpio.count = static_cast<uint32_t>(argc - kWordValues);
-  const int sent = std::min<int>(argc - kWordValues, KELVOR_GPIO_MAX);
+  request.gpio.count = static_cast<uint32_t>(call.argc - kWordValues);
+  const int sent = std::min<int>(call.argc - kWordValues, KELVOR_GPIO_MAX);
   for (int i = 0; i < sent; ++i) {
-    const int value = std::atoi(argv[kWordValues + i]);
+    const int value = call.number(kWordValues + i);
     request.gpio.values[i] = static_cast<uint32_t>(value);
     TRACE_INFO("kelvor_gpio_test_set, gpio_v[%d]: %d", i, value);
   }
-  return send(TRACE_SITE(), request);
+  return send(request);
 }
 
-int kelvor_gpio_test_get(int argc, char** /*argv*/) { return get(TRACE_SITE(), argc, kGpio); }
+int kelvor_gpio_test_get(const Call& call) { return get(__func__, call, kGpio); }
 
-int kelvor_gpio_test_closed(int argc, char** /*argv*/) { return close(TRACE_SITE(), argc, kGpio); }
+int kelvor_gpio_test_closed(const Call& call) { return close(__func__, call, kGpio); }
 
-int kelvor_rf_tx_test_set(int argc, char** argv) {
-  TRACE_INFO("kelvor_rf_tx_test_set, argc(%d)", argc);
-  if (argc != kTxWords) {
+int kelvor_rf_tx_test_set(const Call& call) {
+  const Operation operation(__func__);
+  TRACE_INFO("kelvor_rf_tx_test_set, argc(%d)", call.argc);
+  if (call.argc != kTxWords) {
     TRACE_ERROR("note: need %d inputs, Pls refer to the following cmd:", kTxWords - 1);
-    return refuse();
+    return refuse(call);
   }
   kelvor_rf_tx_req request{};
   request.command = KELVOR_COMMON_RF_TX_SET;
-  request.tx.antenna = static_cast<uint32_t>(std::atoi(argv[kWordAntenna]));
-  request.tx.system = static_cast<uint32_t>(std::atoi(argv[kWordSystem]));
-  request.tx.bands = std::strtoull(argv[kWordBands], nullptr, 0);
-  TRACE_INFO(" v_ant(%d)", static_cast<int>(request.tx.antenna));
-  TRACE_INFO(" v_sys(%d)", static_cast<int>(request.tx.system));
+  request.tx.antenna = static_cast<uint32_t>(call.number(kWordAntenna));
+  request.tx.system = static_cast<uint32_t>(call.number(kWordSystem));
+  request.tx.bands = std::strtoull(call.argv[kWordBands], nullptr, 0);
+  TRACE_INFO(" v_ant(%d)", request.tx.antenna);
+  TRACE_INFO(" v_sys(%d)", request.tx.system);
   TRACE_INFO(" v_band_list(%lu)", static_cast<unsigned long>(request.tx.bands));
-  return send(TRACE_SITE(), request);
+  return send(request);
 }
 
-int kelvor_rf_tx_test_get(int argc, char** /*argv*/) { return get(TRACE_SITE(), argc, kTx); }
+int kelvor_rf_tx_test_get(const Call& call) { return get(__func__, call, kTx); }
 
-int kelvor_rf_tx_test_closed(int argc, char** /*argv*/) { return close(TRACE_SITE(), argc, kTx); }
+int kelvor_rf_tx_test_closed(const Call& call) { return close(__func__, call, kTx); }
 
 constexpr vex::UsageRow kGpioRows[] = {
     {"                    (need to reboot duing first setting) "},
@@ -147,26 +144,22 @@ constexpr vex::UsageRow kTxRows[] = {
     {"                                            "
      "b255,b253,b254,b66,b46,b250,b47,b48,b71,b71b,b38k ...  "},
 };
-constexpr vex::SubCommand kSubCommands[] = {
+constexpr vex::Row kRows[] = {
     {{"   vex %d %d ...   /* gpio value setting(pls input enough gpio value by notice)*/", 0},
      kelvor_gpio_test_set,
      kGpioRows},
-    {{"   vex %d %d       /* get gpio test state */", kGpio.get}, kelvor_gpio_test_get},
-    {{"   vex %d %d       /* Close gpio test(need to reboot) */", kGpio.closed},
-     kelvor_gpio_test_closed},
+    {{"   vex %d %d       /* get gpio test state */", 1}, kelvor_gpio_test_get},
+    {{"   vex %d %d       /* Close gpio test(need to reboot) */", 2}, kelvor_gpio_test_closed},
     {{"   vex %d %d v_ant v_sys v_band_list", 3}, kelvor_rf_tx_test_set, kTxRows},
-    {{"   vex %d %d       /* get tx test state */", kTx.get}, kelvor_rf_tx_test_get},
-    {{"   vex %d %d       /* Close tx test(need to reboot) */", kTx.closed},
-     kelvor_rf_tx_test_closed},
+    {{"   vex %d %d       /* get tx test state */", 4}, kelvor_rf_tx_test_get},
+    {{"   vex %d %d       /* Close tx test(need to reboot) */", 5}, kelvor_rf_tx_test_closed},
 };
-constexpr vex::Family kRf{kCommandRf, "%d: rf option cmd", kSubCommands};
+constexpr vex::Command kRf{.number = vex::kCommandRf,
+                           .title = "%d: rf option cmd",
+                           .rows = kRows,
+                           .show_help = kelvor_test_rf_show_help,
+                           .reports_errors = true};
 
 }  // namespace
 
-extern "C" int kelvor_test_rf_do(int argc, char** argv) {
-  return kRf.run(argc, argv, TRACE_SITE());
-}
-
-extern "C" int kelvor_test_rf_show_help(int selector) {
-  return kRf.show_help(selector, TRACE_SITE());
-}
+VEX_COMMAND(kelvor_test_rf_do, kelvor_test_rf_show_help, kRf)

@@ -139,19 +139,17 @@ struct LogList {
 };
 static_assert(sizeof(LogList) == sizeof(kelvor_common_rsp::payload));
 
-void print_logs_to_upgrade(TraceSite site) {
+void print_logs_to_upgrade() {
   kelvor_common_rsp rsp{};
   const auto result = static_cast<int>(kelvor_common_qmi_req(
       KELVOR_COMMON_STATS_LOG_LIST, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
   if (result != 0) {
-    TRACE_FROM(site, kTraceError,
-               "kelvor_common_qmi_req fail, result = %d, rsp_not_support.result = %d", result,
-               rsp.result);
+    TRACE_ERROR("kelvor_common_qmi_req fail, result = %d, rsp_not_support.result = %d", result,
+                rsp.result);
     return;
   }
   if (rsp.result != 0) {
-    TRACE_FROM(site, kTraceError, "qmi response fail, result = %d, rsp_not_support.result = %d",
-               result, rsp.result);
+    TRACE_ERROR("qmi response fail, result = %d, rsp_not_support.result = %d", result, rsp.result);
     return;
   }
   LogList list;
@@ -187,6 +185,7 @@ int kelvor_modem_stats_uim_info_unpk(const unsigned char* data, int version) {
 }
 
 void kelvor_modem_stats_support_status_check(const unsigned char* data) {
+  const Operation operation(__func__);
   if (data == nullptr) {
     std::printf("kelvor_modem_stats_support_status_check, ptr is null\n");
     return;
@@ -200,7 +199,7 @@ void kelvor_modem_stats_support_status_check(const unsigned char* data) {
   } else if (not_supported == 0) {
     print_verdict("================ SUCCES ===================");
   } else {
-    print_logs_to_upgrade(TRACE_SITE());
+    print_logs_to_upgrade();
   }
 }
 

@@ -1,28 +1,20 @@
 // Command 7: diag modem statistics.
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/command.h"
 #include "vex/commands.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
-#include "vex/usage.h"
 
 namespace {
 
-using vex::kCommandDiagStats;
+using vex::Call;
 
-constexpr vex::UsageRow kRows[] = {
-    {"%d: kelvor modem stats test\n"},
-    {"   vex %d 0 print                 /* modem stats diag-parsed test */\n"},
-    {"   vex %d 1 type                  /* get the debug info of modem stats */\n"},
-};
-
-constexpr int kTypeParse = 0;
-constexpr int kTypeDebugInfo = 1;
+constexpr int kWordOption = vex::kWordOwn;
 
 // A serving-cell record as a modem reported it.
 constexpr unsigned char kSample[] = {
@@ -33,15 +25,10 @@ constexpr unsigned char kSample[] = {
 static_assert(sizeof kSample == 48);
 constexpr size_t kSpanRoom = 16;  // the unpacker reads so far from a field's first octet
 
-bool has_option(int argc, TraceSite site) {
-  if (argc > 3) return true;
-  TRACE_FROM(site, kTraceError, "note: Too few parameters, Pls refer to the following cmd:");
-  return false;
-}
-
-bool kelvor_test_modem_stats_parsing_process(int argc, char** argv) {
-  if (!has_option(argc, TRACE_SITE())) return false;
-  const int print_flag = std::atoi(argv[3]);
+bool kelvor_test_modem_stats_parsing_process(const Call& call) {
+  const Operation operation(__func__);
+  if (!call.has(kWordOption + 1)) return false;
+  const int print_flag = call.number(kWordOption);
   unsigned char record[sizeof kSample + kSpanRoom] = {};
   std::memcpy(record, kSample, sizeof kSample);
   TRACE_INFO("length = %d, print_flag = %d", static_cast<int>(sizeof kSample), print_flag);
@@ -73,6 +60,7 @@ void print_blocks(const unsigned char* payload) {
 }
 
 int kelvor_test_modem_stats_get_debug_info_do(unsigned int mask) {
+  const Operation operation(__func__);
   TRACE_INFO("Get the debug info of modem_stats, mask = 0x%x", mask);
   kelvor_common_rsp rsp{};
   const auto result = static_cast<int>(kelvor_common_qmi_req(
@@ -94,41 +82,33 @@ int kelvor_test_modem_stats_get_debug_info_do(unsigned int mask) {
   return 0;
 }
 
-bool kelvor_test_modem_stats_get_debug_info(int argc, char** argv) {
-  if (!has_option(argc, TRACE_SITE())) return false;
-  kelvor_test_modem_stats_get_debug_info_do(static_cast<unsigned int>(std::atoi(argv[3])));
+bool kelvor_test_modem_stats_get_debug_info(const Call& call) {
+  const Operation operation(__func__);
+  if (!call.has(kWordOption + 1)) return false;
+  kelvor_test_modem_stats_get_debug_info_do(static_cast<unsigned int>(call.number(kWordOption)));
   return true;
 }
 
-int show_section() { return kelvor_test_qmi_modem_stats_show_help(kCommandDiagStats); }
+int done(const Call& call, bool (*process)(const Call& call), const char* failure) {
+  if (process(call)) return 1;
+  TRACE_ERROR("%s", failure);
+  return call.refuse();
+}
+#define PROCESS(name) [](const Call& call) { return done(call, name, #name " FAIL"); }
+
+constexpr vex::Row kRows[] = {
+    {{"   vex %d 0 print                 /* modem stats diag-parsed test */\n", 0},
+     PROCESS(kelvor_test_modem_stats_parsing_process)},
+    {{"   vex %d 1 type                  /* get the debug info of modem stats */\n", 1},
+     PROCESS(kelvor_test_modem_stats_get_debug_info)},
+};
+constexpr vex::Command kDiagStats{.number = vex::kCommandDiagStats,
+                                  .title = "%d: kelvor modem stats test\n",
+                                  .rows = kRows,
+                                  .show_help = kelvor_test_qmi_modem_stats_show_help,
+                                  .row_word = "type",
+                                  .refused = vex::kCommandDiagStats};
 
 }  // namespace
 
-extern "C" int kelvor_test_modem_stats_do(int argc, char** argv) {
-  if (argc <= 2) {
-    TRACE_ERROR("note: Too few parameters, Pls refer to the following cmd:");
-    return show_section();
-  }
-  if (std::atoi(argv[1]) != kCommandDiagStats) {
-    TRACE_ERROR("note: the first parameters should be %d, Pls refer to the following cmd:",
-                kCommandDiagStats);
-    return show_section();
-  }
-  const int type = std::atoi(argv[2]);
-  if (type == kTypeParse) {
-    if (kelvor_test_modem_stats_parsing_process(argc, argv)) return 1;
-    TRACE_ERROR("kelvor_test_modem_stats_parsing_process FAIL");
-    return show_section();
-  }
-  if (type == kTypeDebugInfo) {
-    if (kelvor_test_modem_stats_get_debug_info(argc, argv)) return 1;
-    TRACE_ERROR("kelvor_test_modem_stats_get_debug_info FAIL");
-    return show_section();
-  }
-  TRACE_ERROR("invalid type = %d", type);
-  return show_section();
-}
-
-extern "C" int kelvor_test_qmi_modem_stats_show_help(int selector) {
-  return PRINT_SECTION(selector, kCommandDiagStats, kRows);
-}
+VEX_COMMAND(kelvor_test_modem_stats_do, kelvor_test_qmi_modem_stats_show_help, kDiagStats)

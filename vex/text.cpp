@@ -27,6 +27,7 @@ int32_t term(int32_t digit, size_t power) {
 }  // namespace
 
 extern "C" int32_t kelvor_string_to_int(const char* text) {
+  const Operation operation(__func__);
   if (text == nullptr) {
     TRACE_ERROR("\ninput is null\n");
     return 0;
@@ -36,6 +37,7 @@ extern "C" int32_t kelvor_string_to_int(const char* text) {
 }
 
 extern "C" int32_t kelvor_hex_string_to_int(const char* text) {
+  const Operation operation(__func__);
   if (text == nullptr) {
     TRACE_ERROR("\ninput is null\n");
     return 0;

@@ -2,14 +2,9 @@
 //
 // A row's text is passed to the trace operation as it stands; a row whose text ends in a line end
 // is therefore followed by an empty line. Its first %d is the section's command, its second the
-// row's own number; in a row made by of_number, the first is its own.
+// row's own number.
 #ifndef VEX_USAGE_H_
 #define VEX_USAGE_H_
-
-#include <cstdint>
-#include <span>
-
-#include "common/trace.h"
 
 namespace vex {
 
@@ -18,15 +13,8 @@ struct UsageRow {
   constexpr UsageRow(const char* row) : UsageRow(row, 0) {}  // NOLINT: rows read as texts
   constexpr UsageRow(const char* row, int own) : text(row), number(own) { check(row); }
 
-  static constexpr UsageRow of_number(const char* row, int own) {
-    UsageRow made(row, own);
-    made.number_first = true;
-    return made;
-  }
-
   const char* text;
   int number;
-  bool number_first = false;
 
  private:
   // Reached only by a row with another conversion than %d, or with more than two: it does not
@@ -40,12 +28,9 @@ struct UsageRow {
   }
 };
 
-// Prints the rows when the selector is 0 or the section's own command. Returns the selector.
-int print_section(int selector, int command, std::span<const UsageRow> rows, TraceSite site);
+// Prints a row of the command's section.
+void print(const UsageRow& row, int command);
 
 }  // namespace vex
-
-#define PRINT_SECTION(selector, command, rows) \
-  vex::print_section(selector, command, rows, TRACE_SITE())
 
 #endif  // VEX_USAGE_H_

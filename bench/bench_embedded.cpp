@@ -1,8 +1,8 @@
 // The codec, and the modem inside the process.
 
-#include "round_trip.h"
 #include "qcci/idl/codec.h"
 #include "qcci/services/services.h"
+#include "round_trip.h"
 
 namespace {
 

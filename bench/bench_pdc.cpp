@@ -4,10 +4,10 @@
 #include <fstream>
 #include <vector>
 
-#include "round_trip.h"
-#include "served_modem.h"
 #include "common/qcril_mem.h"
 #include "mbn/pdc_utils.h"
+#include "round_trip.h"
+#include "served_modem.h"
 
 namespace {
 

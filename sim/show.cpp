@@ -45,8 +45,7 @@ void show_cards(const Phone& phone, const CardsConfig& cards) {
               esim ? "" : ", not connected");
   const auto left = Euicc(phone, cards).profiles();
   for (const ProfileConfig& profile : cards.profiles) {
-    const bool there =
-        std::ranges::find(left, profile.iccid, &ProfileConfig::iccid) != left.end();
+    const bool there = std::ranges::find(left, profile.iccid, &ProfileConfig::iccid) != left.end();
     std::printf("profile    %s %s %s \"%s\"\n", profile.iccid.c_str(),
                 profile_class_name(profile.profile_class),
                 !there            ? "deleted"

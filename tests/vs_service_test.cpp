@@ -10,8 +10,8 @@
 #include "platform/qmi_client.h"
 #include "qcci/client/core.h"
 #include "qcci/services/services.h"
-#include "sim/services/make_modem.h"
 #include "sim/services/counters.h"
+#include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/desk.h"
 
@@ -29,7 +29,8 @@ struct Vs : desk::Desk {
     sim::PhoneConfig config;
     std::string why;
     EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
-    const auto modem = std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)));
+    const auto modem =
+        std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)));
     qcci::Core::use_link(sim::make_embedded_link(modem));
     return *modem;
   }

@@ -2,13 +2,13 @@
 //
 //   usage: transcripts [--accept] FILE...
 //
-// A transcript has lines "$ COMMAND", each followed by what it prints; "[status N]" ends it when the
-// status is not 0. Before a command there may be a block of tables for phone.toml: a line
+// A transcript has lines "$ COMMAND", each followed by what it prints; "[status N]" ends it when
+// the status is not 0. Before a command there may be a block of tables for phone.toml: a line
 // "phone.toml:" and indented lines, which replace those of an earlier block. Lines that begin with
-// "#" are comments. "[VEX_NAME=VALUE] vex WORDS" runs in a process forked from this one, on a clock that goes to the
-// next deadline whenever every thread waits; anything else is a line for sh, with vex-phone on the
-// PATH and $VEX_PHONE as the phone, which each transcript begins anew. Debug lines are left out
-// unless VEX_SHELL_LEVELS=15 asks for them.
+// "#" are comments. "[VEX_NAME=VALUE] vex WORDS" runs in a process forked from this one, on a clock
+// that goes to the next deadline whenever every thread waits; anything else is a line for sh, with
+// vex-phone on the PATH and $VEX_PHONE as the phone, which each transcript begins anew. Debug lines
+// are left out unless VEX_SHELL_LEVELS=15 asks for them.
 //
 // Source lines, times, process ids and the phone's path are shown as N, TIME, PID and $VEX_PHONE.
 // --accept writes what was printed into the file, to be reviewed there.
@@ -161,7 +161,8 @@ bool run_file(const std::string& file, bool accept) {
   bool same = true;
   std::string accepted;
   for (const Step& step : steps) {
-    if (step.has_toml) directory.write("phone.toml", std::string(sim::kDefaultPhoneToml) + step.toml);
+    if (step.has_toml)
+      directory.write("phone.toml", std::string(sim::kDefaultPhoneToml) + step.toml);
     const std::string got = masked(run(step), directory.root());
     if (got != step.expected) {
       if (!accept) show_difference(file, step, got);

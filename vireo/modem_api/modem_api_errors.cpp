@@ -28,7 +28,7 @@ constexpr ErrorRow kErrors[] = {
 }  // namespace
 
 extern "C" uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error,
-                                              const qmi_standard_result* resp) {
+                                                         const qmi_standard_result* resp) {
   switch (transport_error) {
     case QMI_CLIENT_PORT_NOT_OPEN:
     case QMI_CLIENT_INTERNAL:

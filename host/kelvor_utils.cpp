@@ -15,9 +15,11 @@
 #include <ctime>
 #include <new>
 #include <string>
+#include <tuple>
 
 #include "host/host.h"
 #include "platform/properties.h"
+#include "qcci/wire/octets.h"
 #include "sim/phone/log_file.h"
 
 namespace {
@@ -68,7 +70,8 @@ std::atomic<bool> g_closed{false};
 // Opened at the first line and kept until the process ends.
 const sim::LogFile& log_file() {
   static const sim::LogFile* const log = [] {
-    if (host::phone().descriptor() < 0) host::prepare_phone();
+    // Without a phone the log is one that cannot be written, and the cause has been printed.
+    if (host::phone().descriptor() < 0) std::ignore = host::prepare_phone();
     return new sim::LogFile(host::phone(), "system.log");
   }();
   return *log;
@@ -185,8 +188,9 @@ int32_t kelvor_get_property_value_from_int(const char* name, int32_t* value, int
 void kelvor_get_hex_str(char* buffer, size_t size, uint64_t value) {
   if (buffer == nullptr || size == 0) return;
   size_t at = 0;
-  for (int i = 0; i < 8 && at + 2 < size; ++i, at += 2) {
-    std::snprintf(buffer + at, 3, "%02X", static_cast<unsigned>(value >> 8 * i & 0xFF));
+  for (size_t i = 0; i < sizeof value && at + 2 < size; ++i, at += 2) {
+    const auto digits = qcci::hex_digits(static_cast<uint8_t>(value >> 8 * i));
+    std::memcpy(buffer + at, digits.data(), digits.size());
   }
   buffer[at] = '\0';
 }

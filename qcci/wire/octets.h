@@ -2,6 +2,7 @@
 #ifndef QCCI_WIRE_OCTETS_H_
 #define QCCI_WIRE_OCTETS_H_
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -11,10 +12,18 @@
 
 namespace qcci {
 
-// Two capital digits an octet, with `between` from one to the next: "01A0", or "01 A0".
+// The two upper-case digits of one octet.
+using HexDigits = std::array<char, 2>;
+constexpr HexDigits hex_digits(uint8_t octet) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  return {kDigits[octet >> 4], kDigits[octet & 0xF]};
+}
+
+// Two upper-case digits an octet, with `between` between octets: "01A0", or "01 A0".
 std::string to_hex(std::span<const uint8_t> octets, std::string_view between = "");
 
-// Reads pairs of digits, in either case; blanks may stand between pairs. Anything else gives none.
+// Reads pairs of digits, in either case, with or without white space between pairs; nullopt for
+// anything else.
 std::optional<std::vector<uint8_t>> from_hex(std::string_view text);
 
 // The octets of a file's contents.

@@ -8,7 +8,6 @@
 
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -16,18 +15,24 @@ namespace {
 using desk::ScriptedLink;
 constexpr qcci::Address kServer{1, 7};
 
-ScriptedLink* make_bus() {
-  auto link = std::make_unique<ScriptedLink>();
-  ScriptedLink* bus = link.get();
-  bus->services[SAR_SERVICE_ID] = kServer;
-  qcci::Core::use_link(std::move(link));
+// The client library's, which never destroys it.
+ScriptedLink* bus_of_process() {
+  static ScriptedLink* const bus = [] {
+    auto* made = new ScriptedLink;
+    made->services[SAR_SERVICE_ID] = kServer;
+    return made;
+  }();
   return bus;
 }
 
 }  // namespace
 
+std::unique_ptr<qcci::Link> qcci::make_process_link() {
+  return std::unique_ptr<Link>(bus_of_process());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static ScriptedLink* const bus = make_bus();
+  ScriptedLink* const bus = bus_of_process();
   bus->on_request = [&](const ScriptedLink::Sent& request) {
     while (size > 3) {
       const qcci::Address from[] = {kServer, {1, 8}, {2, 7}, ScriptedLink::kControl};

@@ -86,59 +86,40 @@ std::string unavailable(int error) {
 
 }  // namespace
 
-const sim::Phone& phone() {
-  static const auto* const instance = new sim::Phone(sim::Phone::default_root());
-  return *instance;
-}
-
-bool prepare_phone() {
-  static const bool ready = [] {
-    std::string why;
-    if (phone().prepare(&why)) return true;
-    std::fprintf(stderr, "vex: %s\n", why.c_str());
-    return false;
-  }();
-  return ready;
-}
-
-}  // namespace host
-
-namespace qcci {
-
-std::unique_ptr<Link> make_process_link() {
+std::unique_ptr<qcci::Link> make_link() {
   // An arena each would cost the library's thread more than it ever takes from it.
   ::mallopt(M_ARENA_MAX, 1);
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";
   if (wanted.empty()) {
-    auto served = std::make_unique<LocalSocketLink>(sim::Server::socket_path(host::phone()));
+    auto served = std::make_unique<qcci::LocalSocketLink>(sim::Server::socket_path(phone()));
     if (served->answers()) return served;
-    const std::string why = host::unavailable(errno);
-    if (sim::Server::is_served(host::phone())) {
+    const std::string why = unavailable(errno);
+    if (sim::Server::is_served(phone())) {
       std::fprintf(stderr, "vex: the served modem %s; using an embedded one\n", why.c_str());
     }
-    return host::embedded();
+    return embedded();
   }
-  if (wanted == "embedded") return host::embedded();
+  if (wanted == "embedded") return embedded();
   if (wanted.starts_with("unix:")) {
     const std::string path = wanted.substr(5);
-    auto served = std::make_unique<LocalSocketLink>(path);
+    auto served = std::make_unique<qcci::LocalSocketLink>(path);
     if (served->answers()) return served;
     const int error = errno;
     if (error == ENOENT || error == ECONNREFUSED) {
-      return host::no_link("nobody serves one at " + path);
+      return no_link("nobody serves one at " + path);
     }
-    const std::string why = "the one served at " + path + " " + host::unavailable(error);
-    if (error != EUSERS && error != ETIMEDOUT) return host::no_link(why);
-    host::say_no_modem(why);
+    const std::string why = "the one served at " + path + " " + unavailable(error);
+    if (error != EUSERS && error != ETIMEDOUT) return no_link(why);
+    say_no_modem(why);
     return served;
   }
   if (wanted == "qrtr") {
-    auto bus = std::make_unique<QrtrLink>();
+    auto bus = std::make_unique<qcci::QrtrLink>();
     if (bus->answers()) return bus;
-    return host::no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
+    return no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
   }
-  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
+  return no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
 }
 
-}  // namespace qcci
+}  // namespace host

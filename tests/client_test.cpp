@@ -11,9 +11,9 @@
 #include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "qcci/link/poll_link.h"
 #include "support/desk.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -46,7 +46,7 @@ class HostileBus : public testing::Test {
     auto link = std::make_unique<ScriptedLink>();
     link_ = link.get();
     link_->services[SAR_SERVICE_ID] = kServer;
-    qcci::Core::use_link(std::move(link));
+    desk::use_link(std::move(link));
   }
 
   // The answer to a request: the state, under a header that may be wrong.

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "qcci/client/core.h"
 #include "qcci/services/assumed.h"
 #include "support/desk.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -243,7 +243,7 @@ TEST_F(Diag, AnswersEndAtTheirLongest) {
     answer.resize(answer.size() + packet, 0x5A);
     bus->say(request.endpoint, {1, 7}, answer);
   };
-  qcci::Core::use_link(std::move(link));
+  desk::use_link(std::move(link));
   clock_.run_by_itself();
   packet = KELVOR_DIAG_RSP_MAX;
   const auto [result, octets] = ask(kByCallback, {0x00});

@@ -5,8 +5,8 @@
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
-#include "qcci/client/core.h"
 #include "qcci/services/services.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 #include "support/vireo_desk.h"
 #include "vex/commands.h"
@@ -385,7 +385,7 @@ TEST_F(Vireo, ARecordBeyondTheStoresRoomIsRefusedWhole) {
     put(26, octets);
     link.say(request.endpoint, kServer, said);
   };
-  qcci::Core::use_link(std::move(owned));
+  desk::use_link(std::move(owned));
   ASSERT_EQ(modem_vireo_api_init(), 1);
   for (const size_t size : {700, 701, 65000}) {
     octets = size;

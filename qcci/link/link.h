@@ -61,8 +61,9 @@ class Link {
   virtual void wake() = 0;
 };
 
-// The link of this process, as its environment chooses it. Defined by the platform.
-std::unique_ptr<Link> make_process_link();
+// The link that the client library uses. Called once, at its first use. Defined by the program, not
+// here: by the implementation of the contract that it links, or by itself.
+[[nodiscard]] std::unique_ptr<Link> make_process_link();
 
 }  // namespace qcci
 

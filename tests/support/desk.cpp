@@ -12,10 +12,10 @@
 #include <thread>
 
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "sim/phone/default_phone.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
+#include "support/process_link.h"
 
 namespace desk {
 namespace {
@@ -75,7 +75,7 @@ sim::Modem& Desk::start_written_modem() {
     const std::lock_guard lock(record->mutex);
     record->messages.push_back({service.name, kind, {octets.begin(), octets.end()}});
   });
-  qcci::Core::use_link(sim::make_embedded_link(modem));
+  desk::use_link(sim::make_embedded_link(modem));
   return *modem;
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
+#include <tuple>
 
 #include "common/trace.h"
 #include "platform/idl/vendor.h"
@@ -62,7 +63,7 @@ qmi_client_type open_client() {
   if (client.handle != nullptr) return client.handle;
   // One notifier for the process, however often the service has to be looked for.
   if (client.notifier == nullptr) {
-    qmi_client_notifier_init(client.service, &client.os_params, &client.notifier);
+    std::ignore = qmi_client_notifier_init(client.service, &client.os_params, &client.notifier);
   }
 
   int error = 0;

@@ -1,6 +1,7 @@
 #include "sim/modem/faults.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "qcci/services/assumed.h"
 #include "qcci/wire/packet.h"
@@ -46,7 +47,7 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
   Fate fate;
   size_t copies = 1;
   QmiHeader header;
-  QmiHeader::parse(octets, &header);
+  std::ignore = QmiHeader::parse(octets, &header);
   for (Counted& counted : rules_) {
     const FaultRule& rule = counted.rule;
     if (rule.kind != kind || (rule.service && *rule.service != service) ||

@@ -2,6 +2,7 @@
 
 #include <system_error>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "platform/clock.h"
@@ -120,8 +121,8 @@ bool ServiceClient::connect(Life life) {
 void ServiceClient::bind(qmi_client_type client) {
   const nas_bind_subscription_req request{static_cast<uint32_t>(member_.subscription)};
   nas_plain_resp response;
-  qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request, sizeof request, &response,
-                           sizeof response, kSendTimeoutMs);
+  std::ignore = qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request, sizeof request,
+                                         &response, sizeof response, kSendTimeoutMs);
 }
 
 int ServiceClient::register_indications(qmi_client_type client) {
@@ -332,7 +333,7 @@ void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id
     return;
   }
   uint32_t size = 0;
-  qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
+  std::ignore = qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
   if (static_cast<int32_t>(size) <= 0 && member_.handle != nullptr) {
     TRACE_ERROR("decoded_payload_len(%d) can not <= 0", size);
     return;

@@ -9,7 +9,7 @@
 namespace {
 
 void lte_serving_cell(benchmark::State& state) {
-  modem_vireo_lte_srv_meas_info info;
+  modem_vireo_lte_srv_meas_info info{};
   for (auto _ : state) {
     if (!modem_vireo_lte_srv_meas_info_get_for_pcc(0, &info)) {
       state.SkipWithError("no record");

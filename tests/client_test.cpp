@@ -6,6 +6,7 @@
 #include <atomic>
 #include <future>
 #include <thread>
+#include <tuple>
 
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
@@ -510,8 +511,8 @@ TEST_F(Client, CallbacksMayReleaseButNotSend) {
   ASSERT_EQ(open(kNas, 4, &client, callback), QMI_CLIENT_OK);
   static nas_incremental_network_scan_req request;
   nas_plain_resp resp;
-  qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request, &resp,
-                           sizeof resp, 1000);
+  std::ignore = qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request,
+                                         sizeof request, &resp, sizeof resp, 1000);
   while (released == 1) std::this_thread::yield();
   EXPECT_EQ(sent, QMI_CLIENT_INTERNAL);
   EXPECT_EQ(released, QMI_CLIENT_OK);

@@ -37,7 +37,9 @@ struct Vs : desk::Desk {
   static qmi_client_type open(qmi_idl_service_object_type service = kVs,
                               qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
     qmi_client_type client = nullptr;
-    qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr, 4, &client);
+    EXPECT_EQ(qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr, 4,
+                                       &client),
+              QMI_CLIENT_OK);
     return client;
   }
   // "sub.id octets; ..." of the records that the modem has, "none" for a response without a list,

@@ -29,7 +29,7 @@ class Clock {
   virtual bool wait_until(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
                           Time deadline) = 0;
   // As poll(2), whose result it returns; 0 once the deadline has passed.
-  virtual int poll_until(pollfd* fds, nfds_t count, Time deadline) = 0;
+  [[nodiscard]] virtual int poll_until(pollfd* fds, nfds_t count, Time deadline) = 0;
 
   // Brackets work in flight between threads: a test's clock does not move on by itself meanwhile.
   virtual void hold() {}

@@ -9,8 +9,8 @@ namespace {
 
 using platform::Time;
 
-// The longest wait for the answer to a look-up. A bus answers at once, whatever services it has; the
-// limit is for one that has stopped.
+// The longest wait for the answer to a look-up. A bus answers at once, whatever services it has;
+// the limit is for one that has stopped.
 constexpr auto kLookupTime = std::chrono::seconds(5);
 // The pause before a lost bus is connected to again: short beside the seconds that a modem takes to
 // restart, long beside the cost of an attempt.
@@ -33,8 +33,7 @@ bool Core::bus_wanted() const {
 
 // The end of a wait for a service that is not there; a link that never opens is not waited for.
 Time Core::modem_deadline(uint32_t timeout_ms) const {
-  return platform::clock().now() +
-         std::chrono::milliseconds(link_->never_opens() ? 0 : timeout_ms);
+  return platform::clock().now() + std::chrono::milliseconds(link_->never_opens() ? 0 : timeout_ms);
 }
 
 // A link that has no memory for an endpoint counts as no bus.

@@ -42,11 +42,11 @@ class Registry {
   void asked(uint32_t service);
   // What one control packet changes. Strays, repetitions and services nobody asked for change
   // nothing.
-  std::vector<ServiceChange> apply(const ControlPacket& packet);
+  [[nodiscard]] std::vector<ServiceChange> apply(const ControlPacket& packet);
   // Whether the packet belongs to a list that has not come to its end.
   bool within_list(const ControlPacket& packet) const;
   // The bus is gone, and every service and look-up with it.
-  std::vector<ServiceChange> lose_all();
+  [[nodiscard]] std::vector<ServiceChange> lose_all();
 
  private:
   template <class Goes>

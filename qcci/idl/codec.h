@@ -15,23 +15,23 @@
 namespace qcci::idl {
 
 // One code a cause.
-enum class CodecError : uint8_t {
-  kOk,
-  kWrongStructSize,   // the C structure is not the message's
-  kNoRoom,            // encoding: the output is too small
-  kCountTooLarge,     // an array's count is above the row's maximum (both directions)
-  kValueTooLarge,     // encoding: a number does not fit its wire width
-  kCutHeader,         // decoding: fewer than three octets where a TLV should begin
-  kBeyondMessage,     // decoding: a TLV's length reaches beyond the message
-  kTooShort,          // decoding: a TLV ends before its row does
-  kTooLong,           // decoding: a TLV goes on after its row has ended
-  kDuplicate,         // decoding: a type comes twice
-  kMissingMandatory,  // decoding: a mandatory type does not come
-  kUnknownMandatory,  // decoding: an unknown type below 0x10
+enum class [[nodiscard]] CodecError : uint8_t{
+    kOk,
+    kWrongStructSize,   // the C structure is not the message's
+    kNoRoom,            // encoding: the output is too small
+    kCountTooLarge,     // an array's count is above the row's maximum (both directions)
+    kValueTooLarge,     // encoding: a number does not fit its wire width
+    kCutHeader,         // decoding: fewer than three octets where a TLV should begin
+    kBeyondMessage,     // decoding: a TLV's length reaches beyond the message
+    kTooShort,          // decoding: a TLV ends before its row does
+    kTooLong,           // decoding: a TLV goes on after its row has ended
+    kDuplicate,         // decoding: a type comes twice
+    kMissingMandatory,  // decoding: a mandatory type does not come
+    kUnknownMandatory,  // decoding: an unknown type below 0x10
 };
 const char* codec_error_text(CodecError error);
 
-struct Encoded {
+struct [[nodiscard]] Encoded {
   CodecError error;
   size_t length;
 };

@@ -159,7 +159,7 @@ constexpr Of<S> value(Member<S, T> m) {
   e.offset = m.offset;
   e.wire_width = sizeof(Item);
   e.stride = sizeof(Item);
-  e.max = sizeof(T) / sizeof(Item);
+  e.max = sizeof(T) / e.stride;
   return {e};
 }
 
@@ -270,7 +270,7 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
 template <class S, size_t N>
 struct MessageTable {
   Tlv tlvs[N];
-  uint32_t max_encoded;
+  uint32_t max_encoded = 0;
 
   constexpr operator Message() const { return {tlvs, N, sizeof(S), max_encoded}; }
 };

@@ -38,10 +38,10 @@ enum class Sent {
   kCut,   // the endpoint is cut off from the bus, or was never on it
 };
 
-enum class Received {
-  kDatagram,  // one datagram
-  kClosed,    // `endpoint` is cut off from the bus for good, and is closed
-  kNothing,   // the deadline passed, or the receiver was woken
+enum class [[nodiscard]] Received{
+    kDatagram,  // one datagram
+    kClosed,    // `endpoint` is cut off from the bus for good, and is closed
+    kNothing,   // the deadline passed, or the receiver was woken
 };
 
 class Link {
@@ -49,13 +49,14 @@ class Link {
   virtual ~Link() = default;
 
   // False when there is no bus to be on; it may be tried again.
-  virtual bool open(Endpoint* endpoint) = 0;
+  [[nodiscard]] virtual bool open(Endpoint* endpoint) = 0;
   // Whether open will always fail, so that there is nothing to wait for. Never changes.
-  virtual bool never_opens() const { return false; }
+  [[nodiscard]] virtual bool never_opens() const { return false; }
   // Nothing is received for the endpoint once this has returned.
   virtual void close(EndpointId endpoint) = 0;
   // Waits for nobody, unless the bus itself does (see qrtr.h).
-  virtual Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) = 0;
+  [[nodiscard]] virtual Sent send(EndpointId endpoint, Address to,
+                                  std::span<const uint8_t> octets) = 0;
 
   virtual Received receive(Datagram* datagram, platform::Time deadline) = 0;
   virtual void wake() = 0;

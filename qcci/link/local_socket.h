@@ -22,15 +22,15 @@ struct LocalFrame {
 // Sends or takes one record; never blocks. read: more than 0 for a datagram, 0 for none yet, -1
 // when the connection is over or not in order.
 Sent local_frame_write(int fd, Address peer, std::span<const uint8_t> octets);
-int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
+[[nodiscard]] int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
 
 // Whether the other end of a connection may talk to us.
-bool local_peer_trusted(int fd);
+[[nodiscard]] bool local_peer_trusted(int fd);
 
 // Binds or connects to a path of any length that the file system allows; -1 and errno as the system
 // call's.
-int local_bind(int fd, const std::string& path);
-int local_connect(int fd, const std::string& path);
+[[nodiscard]] int local_bind(int fd, const std::string& path);
+[[nodiscard]] int local_connect(int fd, const std::string& path);
 
 // errno says why a server does not answer: EUSERS when it has no room for another client, ETIMEDOUT
 // when it is there but does not greet, EPERM when it is another user's, else as of connect.

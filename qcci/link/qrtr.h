@@ -14,13 +14,13 @@
 namespace qcci {
 
 // A non-blocking socket on the bus and the address of its node, port 0; -1 and errno without a bus.
-int qrtr_socket(Address* own);
+[[nodiscard]] int qrtr_socket(Address* own);
 
 // Sends or takes one datagram, without waiting but for what is said above. read: more than 0 for a
 // datagram, which may be empty; 0 for none yet; -1 when the name service has started anew and knows
 // nothing of the socket. send: kCut when the bus knows no such destination.
 Sent qrtr_send(int fd, Address to, std::span<const uint8_t> octets);
-int qrtr_read(int fd, Address* from, std::vector<uint8_t>* octets);
+[[nodiscard]] int qrtr_read(int fd, Address* from, std::vector<uint8_t>* octets);
 
 class QrtrLink final : public PollLink {
  private:

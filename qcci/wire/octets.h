@@ -24,7 +24,7 @@ std::string to_hex(std::span<const uint8_t> octets, std::string_view between = "
 
 // Reads pairs of digits, in either case, with or without white space between pairs; nullopt for
 // anything else.
-std::optional<std::vector<uint8_t>> from_hex(std::string_view text);
+[[nodiscard]] std::optional<std::vector<uint8_t>> from_hex(std::string_view text);
 
 // The octets of a file's contents.
 inline std::span<const uint8_t> as_octets(std::string_view contents) {

@@ -50,7 +50,7 @@ struct ControlPacket {
     return {reinterpret_cast<const uint8_t*>(this), sizeof *this};
   }
   // False for a datagram that is no control packet.
-  static bool parse(std::span<const uint8_t> datagram, ControlPacket* packet) {
+  [[nodiscard]] static bool parse(std::span<const uint8_t> datagram, ControlPacket* packet) {
     if (datagram.size() < sizeof *packet) return false;
     std::memcpy(packet, datagram.data(), sizeof *packet);
     return true;
@@ -77,7 +77,7 @@ struct QmiHeader {
     std::memcpy(to + 5, &length, 2);
   }
   // False unless the datagram is one whole message: a header, and as many octets as it says.
-  static bool parse(std::span<const uint8_t> datagram, QmiHeader* header) {
+  [[nodiscard]] static bool parse(std::span<const uint8_t> datagram, QmiHeader* header) {
     if (datagram.size() < kQmiHeader) return false;
     header->type = datagram[0];
     std::memcpy(&header->transaction, datagram.data() + 1, 2);

@@ -16,6 +16,8 @@
 
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -36,17 +38,17 @@ enum {
 
 // Sends a command and waits for its answer, for time_out ms, which is at least 1. *rsp_len is the
 // room in rsp on entry and the octets of the answer on success; on failure neither is written.
-int32_t kelvor_diag_cmd_send_with_result_by_callback_mode(const uint8_t* cmd, uint32_t len,
-                                                          int32_t time_out, uint8_t* rsp,
-                                                          uint32_t* rsp_len);
-int32_t kelvor_diag_cmd_send_with_result_by_dci_mode(const uint8_t* cmd, uint32_t len,
-                                                     int32_t time_out, uint8_t* rsp,
-                                                     uint32_t* rsp_len);
+PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_with_result_by_callback_mode(
+    const uint8_t* cmd, uint32_t len, int32_t time_out, uint8_t* rsp, uint32_t* rsp_len);
+PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_with_result_by_dci_mode(
+    const uint8_t* cmd, uint32_t len, int32_t time_out, uint8_t* rsp, uint32_t* rsp_len);
 
 // Sends a command. 0: the modem has taken it (waited for 1000 ms at most); what it answers is not
 // heard.
-int32_t kelvor_diag_cmd_send_without_result_by_callback_mode(const uint8_t* cmd, uint32_t len);
-int32_t kelvor_diag_cmd_send_without_result_by_dci_mode(const uint8_t* cmd, uint32_t len);
+PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_without_result_by_callback_mode(const uint8_t* cmd,
+                                                                                uint32_t len);
+PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_without_result_by_dci_mode(const uint8_t* cmd,
+                                                                           uint32_t len);
 
 #ifdef __cplusplus
 }

@@ -24,6 +24,7 @@
 
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
 #include "platform/qmi_idl.h"
 
 #ifdef __cplusplus
@@ -78,8 +79,9 @@ typedef void (*qmi_client_notify_cb)(qmi_client_type notifier, qmi_idl_service_o
 
 // Watches a service: os_params is signalled, and the notify callback called, when an instance comes
 // or goes. Succeeds whether or not the service is there, or any modem at all.
-int qmi_client_notifier_init(qmi_idl_service_object_type service, qmi_client_os_params* os_params,
-                             qmi_client_type* notifier);
+PLATFORM_NODISCARD int qmi_client_notifier_init(qmi_idl_service_object_type service,
+                                                qmi_client_os_params* os_params,
+                                                qmi_client_type* notifier);
 // The callback is told of a service that is there already, at once (once an instance).
 int qmi_client_register_notify_cb(qmi_client_type notifier, qmi_client_notify_cb callback,
                                   void* data);
@@ -94,15 +96,16 @@ int qmi_client_get_service_list(qmi_idl_service_object_type service, qmi_service
                                 uint32_t* num_entries, uint32_t* num_services);
 
 // A client of the instance that `info` names.
-int qmi_client_init(const qmi_service_info* info, qmi_idl_service_object_type service,
-                    qmi_client_ind_cb callback, void* data, qmi_client_os_params* os_params,
-                    qmi_client_type* client);
+PLATFORM_NODISCARD int qmi_client_init(const qmi_service_info* info,
+                                       qmi_idl_service_object_type service,
+                                       qmi_client_ind_cb callback, void* data,
+                                       qmi_client_os_params* os_params, qmi_client_type* client);
 // A client of an instance by number. timeout_ms bounds the wait for a service that is not there
 // yet; a service that is there is found however short it is. os_params may be null.
-int qmi_client_init_instance(qmi_idl_service_object_type service, uint32_t instance,
-                             qmi_client_ind_cb callback, void* data,
-                             qmi_client_os_params* os_params, uint32_t timeout_ms,
-                             qmi_client_type* client);
+PLATFORM_NODISCARD int qmi_client_init_instance(qmi_idl_service_object_type service,
+                                                uint32_t instance, qmi_client_ind_cb callback,
+                                                void* data, qmi_client_os_params* os_params,
+                                                uint32_t timeout_ms, qmi_client_type* client);
 
 // A service that is gone already is reported at once, on the library's thread.
 int qmi_client_register_error_cb(qmi_client_type client, qmi_client_error_cb callback, void* data);
@@ -110,14 +113,16 @@ int qmi_client_register_error_cb(qmi_client_type client, qmi_client_error_cb cal
 // Sends one request and waits for its response. request and response are the C structures of the
 // message, their lengths the structures' sizes (0, and a null pointer if you like, for an empty
 // request). On any failure the response is zeroed, as far as its length goes.
-int qmi_client_send_msg_sync(qmi_client_type client, uint32_t message_id, const void* request,
-                             uint32_t request_length, void* response, uint32_t response_length,
-                             uint32_t timeout_ms);
+PLATFORM_NODISCARD int qmi_client_send_msg_sync(qmi_client_type client, uint32_t message_id,
+                                                const void* request, uint32_t request_length,
+                                                void* response, uint32_t response_length,
+                                                uint32_t timeout_ms);
 
 // Decodes an indication's TLVs into the message's C structure, which is zeroed first.
-int qmi_client_message_decode(qmi_client_type client, qmi_idl_message_type type,
-                              uint32_t message_id, const void* encoded, uint32_t encoded_length,
-                              void* c_struct, uint32_t c_struct_length);
+PLATFORM_NODISCARD int qmi_client_message_decode(qmi_client_type client, qmi_idl_message_type type,
+                                                 uint32_t message_id, const void* encoded,
+                                                 uint32_t encoded_length, void* c_struct,
+                                                 uint32_t c_struct_length);
 
 // Ends a client or a notifier. Its pending requests end with QMI_CLIENT_PORT_NOT_OPEN.
 int qmi_client_release(qmi_client_type client);

@@ -8,6 +8,8 @@
 
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -55,8 +57,9 @@ enum qmi_error {
 // The size in bytes of the decoded C structure of one message, written to *length.
 // 0 on success; -1 when the service has no such message or an argument is null (then *length is
 // left as it was).
-int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type service, qmi_idl_message_type type,
-                                     uint32_t message_id, uint32_t* length);
+PLATFORM_NODISCARD int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type service,
+                                                        qmi_idl_message_type type,
+                                                        uint32_t message_id, uint32_t* length);
 
 #ifdef __cplusplus
 }

@@ -10,6 +10,8 @@
 #include <signal.h>
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -19,7 +21,8 @@ typedef void (*kelvor_timer_callback)(union sigval value);
 
 // Calls back once after timeout_s seconds (0: at once, still on the timer's thread). The id, never
 // 0; 0 when the timer cannot be started.
-uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long timeout_s);
+PLATFORM_NODISCARD uint32_t kelvor_timer_start(kelvor_timer_callback callback,
+                                               unsigned long timeout_s);
 // 0 when the timer was still to expire and now never will; -1 when it had expired, or never was.
 int32_t kelvor_timer_stop(uint32_t timer_id);
 

@@ -1,4 +1,4 @@
-// The maker's utility library on a desk.
+// The maker's utility library on a host.
 
 #include "platform/kelvor_utils.h"
 
@@ -24,9 +24,9 @@
 
 namespace {
 
-constexpr int32_t kAllLevels = 1 | 2 | 4 | 8;
+constexpr int32_t kAllLevels = 1 | 2 | 4 | 8;  // as in kelvor_hal_get_shell_print_flag
 
-// The whole of `text` as a number; base as of strtol.
+// Parses the whole of `text`; base as for strtol.
 bool parse_number(const char* text, int base, int32_t* number) {
   char* end = nullptr;
   errno = 0;
@@ -77,7 +77,7 @@ const sim::LogFile& log_file() {
   return *log;
 }
 
-// Asked of the kernel once a process, not once a line.
+// Cached, since every line of the log has it; a fork gets its own.
 pid_t own_pid() {
   static std::atomic<pid_t> pid{::getpid()};
   [[maybe_unused]] static const int ignored =
@@ -85,7 +85,7 @@ pid_t own_pid() {
   return pid;
 }
 
-// Line ends inside a message are shown as \n, so that a message is a line whatever it says.
+// Line ends in a message become \n, so that each message is one line of the log.
 void append_escaped(std::string* line, const char* text) {
   for (; *text != '\0'; ++text) {
     if (*text == '\n') {
@@ -96,7 +96,7 @@ void append_escaped(std::string* line, const char* text) {
   }
 }
 
-// Most lines of a run fall into one second.
+// Cached, since most lines of a run fall into one second.
 const char* text_of_second(time_t second) {
   static thread_local time_t known = -1;
   static thread_local char text[64];
@@ -109,8 +109,8 @@ const char* text_of_second(time_t second) {
   return text;
 }
 
-// One write a line: lines of several processes do not mix. A line that there is no memory for is
-// lost.
+// One write per line, so that the lines of several processes do not mix. A line is dropped when
+// there is no memory for it.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
                                                      va_list arguments) {
   char* text = nullptr;

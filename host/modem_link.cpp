@@ -1,4 +1,4 @@
-// Which modem this process talks to.
+// The link to the modem that the environment chooses.
 
 #include <malloc.h>
 
@@ -19,7 +19,7 @@
 namespace host {
 namespace {
 
-// No bus.
+// The link of a process that has no modem.
 class NoLink final : public qcci::Link {
  public:
   bool open(qcci::Endpoint*) override { return false; }
@@ -44,7 +44,7 @@ std::unique_ptr<qcci::Link> no_link(const std::string& why) {
   return std::make_unique<NoLink>();
 }
 
-// Set once, before the exit handler that reads it.
+// Set once, before the exit handler that reads it is installed. Never destroyed.
 std::shared_ptr<sim::Modem>& embedded_modem() {
   static auto* const modem = new std::shared_ptr<sim::Modem>;
   return *modem;
@@ -68,7 +68,7 @@ std::unique_ptr<qcci::Link> embedded() {
   return sim::make_embedded_link(std::move(modem));
 }
 
-// What errno says of a served modem that could not be connected to: the end of a sentence.
+// Why a served modem could not be connected to, from errno: the end of a sentence.
 std::string unavailable(int error) {
   switch (error) {
     case EUSERS:
@@ -87,7 +87,8 @@ std::string unavailable(int error) {
 }  // namespace
 
 std::unique_ptr<qcci::Link> make_link() {
-  // An arena each would cost the library's thread more than it ever takes from it.
+  // A malloc arena for the library's thread costs more time than it saves: the thread hardly
+  // allocates.
   ::mallopt(M_ARENA_MAX, 1);
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";

@@ -1,4 +1,4 @@
-// One-shot timers on one thread, which starts with the first timer.
+// One-shot timers, on one thread that is started with the first of them.
 
 #include "platform/timer.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 class Timers {
  public:
-  // Never destroyed: its thread goes on until the process ends.
+  // Never destroyed: its thread runs until the process ends.
   static Timers& instance() {
     static Timers* const timers = new Timers;
     return *timers;
@@ -72,6 +72,7 @@ class Timers {
 }  // namespace
 
 extern "C" uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long timeout_s) {
+  // A hundred years: more would overflow the clock's nanoseconds.
   constexpr unsigned long kLongest = 100UL * 365 * 24 * 3600;
   if (callback == nullptr) return 0;
   try {

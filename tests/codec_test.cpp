@@ -239,7 +239,7 @@ TEST(Codec, AnOverfullArrayKeepsItsRoomAndTheSendersCount) {
     uint16_t behind;
   };
   static constexpr auto kFew = message<Few>(
-      mandatory(0x01, overfull(QCCI_MEMBER(Few, numbers_len), QCCI_MEMBER(Few, numbers)),
+      mandatory(0x01, truncating(QCCI_MEMBER(Few, numbers_len), QCCI_MEMBER(Few, numbers)),
                 value(QCCI_MEMBER(Few, behind))));
   static const struct {
     const char* wire;

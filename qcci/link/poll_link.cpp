@@ -37,8 +37,9 @@ bool PollLink::open(Endpoint* endpoint) {
   return true;
 }
 
-// A descriptor may be closed while the receiver polls it, and its number given to a new one: the
-// receiver therefore reads only under the mutex, only what is still in the table, and never blocks.
+// A descriptor may be closed while the receiver polls it, and its number reused. The receiver
+// therefore reads with the mutex held, only from descriptors that are still in the table, and
+// without blocking.
 void PollLink::close(EndpointId endpoint) {
   {
     const base::Lock lock(mutex_);

@@ -1,4 +1,4 @@
-// Octets as hexadecimal text, and back.
+// Octets as hexadecimal text, and back. No function here keeps state.
 #ifndef QCCI_WIRE_OCTETS_H_
 #define QCCI_WIRE_OCTETS_H_
 
@@ -26,7 +26,7 @@ std::string to_hex(std::span<const uint8_t> octets, std::string_view between = "
 // anything else.
 [[nodiscard]] std::optional<std::vector<uint8_t>> from_hex(std::string_view text);
 
-// The octets of a file's contents.
+// A string's characters as octets; valid as long as the string.
 inline std::span<const uint8_t> as_octets(std::string_view contents) {
   return {reinterpret_cast<const uint8_t*>(contents.data()), contents.size()};
 }

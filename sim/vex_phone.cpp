@@ -15,6 +15,7 @@
 #include "qcci/idl/codec.h"
 #include "qcci/idl/service.h"
 #include "show.h"
+#include "sim/config/phone_toml.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/qrtr_server.h"
@@ -136,6 +137,9 @@ int run(int argc, char** argv) {
   app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);
+  });
+  app.add_subcommand("keys", "Print the keys that phone.toml may have, as Markdown")->callback([] {
+    std::fputs(sim::keys_page().c_str(), stdout);
   });
   CLI::App* shell = app.add_subcommand(
       "shell", "Run $SHELL, or the COMMAND that follows, where the phone is at its device paths");

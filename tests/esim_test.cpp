@@ -34,7 +34,7 @@ struct Esim : desk::Desk {
                     const std::string& faults = "") {
     std::string why;
     EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
-    std::string toml(sim::kDefaultPhoneToml);
+    std::string toml = sim::default_phone_toml();
     const size_t at = toml.find(line);
     EXPECT_NE(at, std::string::npos) << line;
     directory_.write("phone.toml", toml.replace(at, line.size(), anew) + faults);

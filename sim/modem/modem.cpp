@@ -205,7 +205,7 @@ void Modem::restart() {
 }
 
 void Modem::lose_unsynced() {
-  if (const int error = Storage(phone_, config_.loses_unsynced).restart(); error != 0) {
+  if (const int error = Storage(phone_, config_.modem.loses_unsynced).restart(); error != 0) {
     log(std::string("storage after a restart: ") + std::strerror(error));
   }
 }
@@ -215,7 +215,7 @@ void Modem::go_down() {
   for (const auto& service : services_) take_down(service->idl().id);
   held_.clear();
   lose_unsynced();
-  schedule(config_.restart, [this] {
+  schedule(config_.modem.restart, [this] {
     come_up();
     log("modem is up");
   });
@@ -224,7 +224,7 @@ void Modem::go_down() {
 void Modem::come_up() {
   for (const auto& service : services_) {
     const uint32_t id = service->idl().id;
-    if (std::ranges::find(config_.absent, id) == config_.absent.end()) bring_up(id);
+    if (std::ranges::find(config_.modem.absent, id) == config_.modem.absent.end()) bring_up(id);
   }
 }
 

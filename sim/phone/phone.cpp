@@ -72,7 +72,7 @@ bool Phone::prepare(std::string* why) const {
     }
   }
   // Last: its presence says that the phone is whole.
-  const int error = folder.write("phone.toml", kDefaultPhoneToml);
+  const int error = folder.write("phone.toml", default_phone_toml());
   return error == 0 ? true : fail("phone.toml", error);
 }
 

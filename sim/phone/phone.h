@@ -2,7 +2,7 @@
 //
 //   nv/<sub>/<id>        one NV item, raw octets
 //   efs/<sub>/<path>     the modem's file system
-//   pdc/                 which carrier configurations are selected (sim/config/carrier_configs.h)
+//   pdc/                 which carrier configurations are selected (sim/phone/selection.h)
 //   properties           Android's properties (kept by the platform)
 //   phone.toml           what a person may edit
 //   log/system.log       the system log (kept by the platform)

@@ -97,7 +97,7 @@ class DiagService final : public Service {
  public:
   explicit DiagService(ModemContext& modem)
       : Service(modem, qcci::idl::kDiagService),
-        nv_(modem.phone(), "nv", modem.config().loses_unsynced) {
+        nv_(modem.phone(), "nv", modem.config().modem.loses_unsynced) {
     on(qcci::kDiagByCallback, &DiagService::command);
     on(qcci::kDiagByDci, &DiagService::command);
   }
@@ -135,8 +135,8 @@ class DiagService final : public Service {
     put_text(packet.version, config.version);
     packet.model = config.model;
     packet.firmware = config.firmware;
-    packet.hardware_major = config.hardware[0];
-    packet.hardware_minor = config.hardware[1];
+    packet.hardware_major = config.hardware_major;
+    packet.hardware_minor = config.hardware_minor;
     return octets_of(packet);
   }
 

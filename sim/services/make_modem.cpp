@@ -1,5 +1,6 @@
 #include "sim/services/make_modem.h"
 
+#include "sim/phone/phone_config.h"
 #include "sim/phone/scratch.h"
 #include "sim/services/services.h"
 

@@ -41,11 +41,11 @@ class NasService final : public Service {
       nas_network& to = response.networks[response.networks_len++];
       to.mcc = network.mcc;
       to.mnc = network.mnc;
-      to.status = network.status;
+      to.status = network.status();
       std::copy(network.name.begin(), network.name.end(), to.name);
       response.rats[response.rats_len++] = {network.mcc, network.mnc, network.rat};
       response.mnc_digits[response.mnc_digits_len++] = {network.mcc, network.mnc,
-                                                        uint8_t{network.mnc_three_digits}};
+                                                        uint8_t{network.mnc_three_digits()}};
     }
   }
 
@@ -64,9 +64,9 @@ class NasService final : public Service {
       nas_incremental_network& to = ind.networks[ind.networks_len++];
       to.mcc = network.mcc;
       to.mnc = network.mnc;
-      to.status = network.status;
+      to.status = network.status();
       to.rat = network.rat;
-      to.mnc_three_digits = network.mnc_three_digits;
+      to.mnc_three_digits = network.mnc_three_digits();
       std::copy(network.name.begin(), network.name.end(), to.name);
     }
     ind.status = kComplete;

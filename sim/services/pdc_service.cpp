@@ -10,7 +10,7 @@
 #include "platform/idl/pdc.h"
 #include "qcci/services/services.h"
 #include "qcci/wire/octets.h"
-#include "sim/config/carrier_configs.h"
+#include "sim/phone/selection.h"
 #include "sim/services/services.h"
 
 namespace sim {

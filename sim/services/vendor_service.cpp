@@ -31,7 +31,7 @@ class VendorService final : public Service {
  public:
   explicit VendorService(ModemContext& modem)
       : Service(modem, qcci::idl::kVendorService),
-        storage_(modem.phone(), modem.config().loses_unsynced),
+        storage_(modem.phone(), modem.config().modem.loses_unsynced),
         nvefs_(storage_),
         tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
@@ -84,7 +84,7 @@ class VendorService final : public Service {
   }
 
   int32_t stats_log_list(Value /*value*/, std::string* payload) {
-    const std::vector<uint16_t>& logs = modem_.config().outdated_logs;
+    const std::vector<uint16_t>& logs = modem_.config().statistics.outdated_logs;
     const auto count = static_cast<uint16_t>(logs.size());
     payload->append(reinterpret_cast<const char*>(&count), sizeof count);
     payload->append(reinterpret_cast<const char*>(logs.data()), logs.size() * sizeof logs[0]);

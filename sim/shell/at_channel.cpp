@@ -12,8 +12,6 @@ namespace {
 
 // Longer lines are no commands; what is over is dropped.
 constexpr size_t kLineMax = 2048;
-constexpr uint8_t kInUse = 3;  // of a network's status, its lowest pair of bits
-constexpr uint8_t kServing = 1;
 
 // NAS's technologies as +COPS counts them.
 constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {
@@ -120,9 +118,8 @@ bool AtChannel::signal_quality(Texts* lines) const {
 }
 
 bool AtChannel::operator_selection(Texts* lines) const {
-  const auto serving = std::ranges::find_if(config_.networks, [](const NetworkConfig& network) {
-    return (network.status & kInUse) == kServing;
-  });
+  const auto serving =
+      std::ranges::find(config_.networks, NetworkUse::kServing, &NetworkConfig::in_use);
   if (serving == config_.networks.end()) {
     lines->emplace_back("+COPS: 0");
     return true;

@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 
 #include "qcci/link/local_socket.h"
+#include "sim/phone/phone_config.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
 

@@ -62,7 +62,7 @@ void PhoneDirectory::write(const std::string& path, std::string_view contents) c
 sim::Modem& Desk::start_modem(std::string_view toml) {
   std::string why;
   EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
-  directory_.write("phone.toml", std::string(sim::kDefaultPhoneToml) + std::string(toml));
+  directory_.write("phone.toml", sim::default_phone_toml() + std::string(toml));
   return start_written_modem();
 }
 

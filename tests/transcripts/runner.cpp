@@ -162,7 +162,7 @@ bool run_file(const std::string& file, bool accept) {
   std::string accepted;
   for (const Step& step : steps) {
     if (step.has_toml)
-      directory.write("phone.toml", std::string(sim::kDefaultPhoneToml) + step.toml);
+      directory.write("phone.toml", sim::default_phone_toml() + step.toml);
     const std::string got = masked(run(step), directory.root());
     if (got != step.expected) {
       if (!accept) show_difference(file, step, got);

@@ -161,8 +161,7 @@ bool run_file(const std::string& file, bool accept) {
   bool same = true;
   std::string accepted;
   for (const Step& step : steps) {
-    if (step.has_toml)
-      directory.write("phone.toml", sim::default_phone_toml() + step.toml);
+    if (step.has_toml) directory.write("phone.toml", sim::default_phone_toml() + step.toml);
     const std::string got = masked(run(step), directory.root());
     if (got != step.expected) {
       if (!accept) show_difference(file, step, got);

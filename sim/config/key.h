@@ -45,8 +45,8 @@ struct Key {
   std::span<const Choice> choices = {};           // of kChoice, but for the services' names
   std::vector<std::string> (*names)() = nullptr;  // in the place of choices
   bool required = false;
-  bool left_out = false;  // the default file has it in a comment
-  bool hex = false;       // the default file has it so
+  bool left_out = false;  // of the default file, which explains it only
+  bool hex = false;       // in the default file
   Check check = {};
   void (*read)(const Table& table, const Key& key, void* structure) = nullptr;
   std::string (*fallback)(const Key& key) = nullptr;  // what a missing key means, as TOML
@@ -153,8 +153,20 @@ constexpr KeyOf<StructureOf<M>> row(Key key) {
   return {key};
 }
 
+// Does not compile with a range that the member cannot hold.
+template <class T>
+constexpr bool holds(Range range) {
+  if constexpr (std::integral<T>) {
+    return std::in_range<T>(range.least) && std::in_range<T>(range.most);
+  } else if constexpr (requires { typename T::value_type; }) {
+    return holds<typename T::value_type>(range);
+  } else {
+    return holds<typename T::rep>(range);
+  }
+}
 template <auto M>
 constexpr auto number(const char* name, Range range, const char* comment) {
+  if (!holds<ValueOf<M>>(range)) throw "a range that the member cannot hold";
   return row<M>({.name = name, .type = KeyType::kNumber, .comment = comment, .range = range});
 }
 // All that the member can hold and TOML can write.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <tuple>
 
 #include "platform/idl/pdc.h"
 #include "qcci/link/local_socket.h"
@@ -66,7 +67,7 @@ void show_selection(const Phone& phone, const PdcConfig& pdc, const char* name, 
   };
   Selection selection;
   // A file that cannot be read is shown as an empty selection, and its folder reports it.
-  (void)read_selection(phone, selection_path(type, sub), &selection);
+  std::ignore = read_selection(phone, selection_path(type, sub), &selection);
   std::printf("selection  %-8s active %s, pending %s\n", name, text(selection.active).c_str(),
               text(selection.pending).c_str());
 }

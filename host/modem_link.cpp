@@ -50,8 +50,8 @@ std::shared_ptr<sim::Modem>& embedded_modem() {
   return *modem;
 }
 
-void report_unmet_faults() {
-  for (const std::string& line : embedded_modem()->unmet_faults()) {
+void report_unused_fault_rules() {
+  for (const std::string& line : embedded_modem()->unused_fault_rules()) {
     kelvor_utils_syslog_dbg("modem: %s", line.c_str());
   }
 }
@@ -64,7 +64,7 @@ std::unique_ptr<qcci::Link> embedded() {
   modem->set_log(
       [](const std::string& line) { kelvor_utils_syslog_dbg("modem: %s", line.c_str()); });
   embedded_modem() = modem;
-  if (!modem->unmet_faults().empty()) std::atexit(report_unmet_faults);
+  if (!modem->unused_fault_rules().empty()) std::atexit(report_unused_fault_rules);
   return sim::make_embedded_link(std::move(modem));
 }
 

@@ -113,7 +113,7 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (qrtr) std::printf("published on the QRTR bus\n");
   if (!flush_output(&why)) return fail(why);
   sim::serve_modem(*modem, listeners, stop.get());
-  for (const std::string& line : modem->unmet_faults()) sim::report(line);
+  for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
   return 0;
 }
 

@@ -464,7 +464,7 @@ TEST_F(Client, NoCallbackRunsOnceReleaseHasReturned) {
 }
 
 TEST_F(Client, TheModemHearsOfTheEndOfEveryClientAtTheLatestWithTheLast) {
-  sim::Modem& modem = start_modem();
+  desk::Modem& modem = start_modem();
   const auto known_to_the_modem = [&] {
     const size_t before = passed(sim::FaultKind::kIndication).size();
     static const nas_incremental_network_scan_ind ind{};

@@ -181,7 +181,7 @@ TEST_F(Pdc, AnIndicationThatIsLateIsTooLate) {
 }
 
 TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
-  sim::Modem& modem =
+  desk::Modem& modem =
       connect(fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 1\naction = \"duplicate\""));
   pdc_config_pdc_info id{};
   EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
@@ -246,7 +246,7 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
 }
 
 TEST_F(Pdc, TheDefaultConfigurationIsTracedWhenTheModemTellsOfIt) {
-  sim::Modem& modem = connect();
+  desk::Modem& modem = connect();
   pdc_activate_config(kSoftware, 0);  // the modem knows its client by it
   pdc_get_default_config_info_ind ind{};
   ind.description_valid = ind.version_valid = 1;

@@ -246,7 +246,7 @@ TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
     EXPECT_EQ(ask(client, &error), row.result) << row.action;
     EXPECT_EQ(error, row.error) << row.action;
   }
-  const auto unmet = modem.unmet_faults();
+  const auto unmet = modem.unused_fault_rules();
   ASSERT_EQ(unmet.size(), 1u);
   EXPECT_NE(unmet[0].find("\"sar\""), std::string::npos) << unmet[0];
 }

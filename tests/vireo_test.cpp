@@ -502,7 +502,7 @@ void on_event(uint32_t event, const void* data, uint32_t length) {
 }
 
 TEST_F(Vireo, IndicationsBecomeEventsCutToTheirRoom) {
-  sim::Modem& modem = start_modem();
+  desk::Modem& modem = start_modem();
   modem_api_init();
   int32_t id = -1;
   ASSERT_EQ(modem_api_init_client(0, on_event, nullptr, &id), 0u);

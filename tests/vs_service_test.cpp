@@ -249,7 +249,7 @@ struct Told {
 
 TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
   static Told asked, quiet, other, gone;
-  sim::Modem& modem = start_modem();
+  desk::Modem& modem = start_modem();
   const qmi_client_type first = open(kVs, Told::callback, &asked);
   const qmi_client_type second = open(kVs, Told::callback, &quiet);
   const qmi_client_type third = open(kNas, Told::callback, &other);

@@ -14,6 +14,8 @@ constexpr ServiceMaker kServices[] = {
 
 }  // namespace
 
+std::span<const ServiceMaker> all_services() { return kServices; }
+
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   PhoneConfig config;
   if (!read_phone(phone, &config, why)) return nullptr;

@@ -92,7 +92,7 @@ class VendorService final : public Service {
   }
 
   int32_t ssr(Value /*value*/, std::string* /*payload*/) {
-    modem_.restart();
+    modem_.schedule_restart();
     return 0;
   }
 
@@ -108,7 +108,7 @@ class VendorService final : public Service {
     add("nv", modem_.phone().nv());
     add("efs", modem_.phone().efs());
     const int error = modem_.phone().all().write(new_dump(), dump);
-    modem_.restart();
+    modem_.schedule_restart();
     return -error;
   }
 

@@ -16,26 +16,28 @@
 namespace sim {
 namespace {
 
-// What a client that does not read may leave waiting; one that leaves more is cut off.
+// Octets that may wait for one client to read them; a client with more is cut off, so that it
+// cannot fill the memory.
 constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
-// Datagrams taken from one client before the others have their turn.
+// Datagrams taken from one client before the others are served, so that none starves another.
 constexpr int kTurn = 32;
-// Descriptors that clients do not get: the modem needs some for its files and the bus.
+// Descriptors kept from clients: the modem needs a few for its files, and one for each service that
+// is on the kernel's bus.
 constexpr rlim_t kSpareDescriptors = 16;
 constexpr const char kSocketLock[] = "modem.sock.lock";
 
-enum class Standing { kNothing, kSocket, kSomethingElse };
+enum class Found { kNothing, kSocket, kSomethingElse };
 
-// In the place of the phone's socket.
-Standing what_stands(const Phone& phone) {
+// What there is under the name of the phone's socket.
+Found find_socket(const Phone& phone) {
   struct stat status {};
   if (::fstatat(phone.descriptor(), Server::kSocket, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return Standing::kNothing;
+    return Found::kNothing;
   }
-  return S_ISSOCK(status.st_mode) ? Standing::kSocket : Standing::kSomethingElse;
+  return S_ISSOCK(status.st_mode) ? Found::kSocket : Found::kSomethingElse;
 }
 
-// The kernel gives the lowest number that is free.
+// The kernel hands out the lowest free number, so `fd` tells how many are in use.
 bool leaves_enough(int fd) {
   rlimit limit{};
   ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -75,8 +77,8 @@ class Server::Connection final : public Port {
     }
   }
 
-  // False when the client is gone or talks nonsense.
-  bool take_turn() {
+  // False when the client is gone or has sent a malformed frame.
+  [[nodiscard]] bool take_turn() {
     Address to;
     std::vector<uint8_t> octets;
     for (int i = 0; i < kTurn; ++i) {
@@ -107,8 +109,7 @@ Server::~Server() {
 }
 
 std::string Server::socket_path(const Phone& phone) {
-  const bool there = what_stands(phone) == Standing::kSocket;
-  return there ? phone.path_for_system_calls(kSocket) : "";
+  return find_socket(phone) == Found::kSocket ? phone.path_for_system_calls(kSocket) : "";
 }
 
 bool Server::is_served(const Phone& phone) {
@@ -122,7 +123,8 @@ bool Server::listen(const Phone& phone, std::string* why) {
     *why = phone.path(kSocket) + ": " + what;
     return false;
   };
-  // The lock, not the socket, says who serves: it goes with its process, however that ends.
+  // The lock, not the socket, says whether the phone is served: it ends with its process, even one
+  // that is killed.
   if (const int error = phone.all().quiet().open(kSocketLock, O_RDWR, &lock_); error != 0) {
     *why = phone.path(kSocketLock) + ": " + reason(error);
     return false;
@@ -130,9 +132,9 @@ bool Server::listen(const Phone& phone, std::string* why) {
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
   }
-  const Standing standing = what_stands(phone);
-  if (standing == Standing::kSomethingElse) return fail("there, but not a socket");
-  if (standing == Standing::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
+  const Found found = find_socket(phone);
+  if (found == Found::kSomethingElse) return fail("there, but not a socket");
+  if (found == Found::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
   listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const std::string path = phone.path_for_system_calls(kSocket);
   const mode_t old = ::umask(0177);

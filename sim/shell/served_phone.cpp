@@ -59,7 +59,7 @@ void ServedPhone::stop() {
   if (server_ == nullptr) return;
   server_thread_.join();
   server_.reset();
-  for (const std::string& line : modem_->unmet_faults()) report(line);
+  for (const std::string& line : modem_->unused_fault_rules()) report(line);
 }
 
 }  // namespace sim

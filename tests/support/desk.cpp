@@ -59,17 +59,27 @@ void PhoneDirectory::write(const std::string& path, std::string_view contents) c
   out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
 }
 
-sim::Modem& Desk::start_modem(std::string_view toml) {
+void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
+  const base::Lock lock(mutex_);
+  const sim::Service* service = find(id);
+  if (service == nullptr) return;
+  for (const sim::Address client : service->clients()) {
+    indicate(service->idl(), client, message, c, size);
+  }
+}
+
+Modem& Desk::start_modem(std::string_view toml) {
   std::string why;
   EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
   directory_.write("phone.toml", sim::default_phone_toml() + std::string(toml));
   return start_written_modem();
 }
 
-sim::Modem& Desk::start_written_modem() {
+Modem& Desk::start_written_modem() {
   std::string why;
-  std::shared_ptr<sim::Modem> modem = sim::make_modem(directory_.phone(), &why);
-  EXPECT_NE(modem, nullptr) << why;
+  sim::PhoneConfig config;
+  EXPECT_TRUE(sim::read_phone(directory_.phone(), &config, &why)) << why;
+  const auto modem = std::make_shared<Modem>(directory_.phone(), config, sim::all_services());
   modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,
                                     sim::Address, std::span<const uint8_t> octets) {
     const std::lock_guard lock(record->mutex);

@@ -52,14 +52,22 @@ class PhoneDirectory {
   std::string root_;
 };
 
+// A modem that also sends indications when the test wants it to.
+class Modem final : public sim::Modem {
+ public:
+  using sim::Modem::Modem;
+  // To every client that has sent the service a request.
+  void indicate_all(uint32_t service, uint16_t message, const void* c, size_t size);
+};
+
 // A test that talks to a modem inside its process, on the test's clock.
 class Desk : public testing::Test {
  protected:
   // The modem of the default phone with `toml` added (tables only); from then on it is the one that
   // the client library finds.
-  sim::Modem& start_modem(std::string_view toml = "");
+  Modem& start_modem(std::string_view toml = "");
   // The same for the phone.toml that the test has written.
-  sim::Modem& start_written_modem();
+  Modem& start_written_modem();
   // Messages of one kind that passed so far.
   std::vector<Message> passed(sim::FaultKind kind);
   size_t requests() { return passed(sim::FaultKind::kRequest).size(); }

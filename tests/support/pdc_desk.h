@@ -68,7 +68,7 @@ inline bool nothing_leaked() {
 
 struct PdcDesk : Desk {
   // frame: configurations in one indication of a list.
-  sim::Modem& start(const std::string& more = "", int frame = 25) {
+  Modem& start(const std::string& more = "", int frame = 25) {
     directory_.write("pdc/platform", "active 50\n");
     directory_.write("pdc/software/0", "active AA00\n");
     directory_.write("pdc/software/1", "active BB00\n");
@@ -77,8 +77,8 @@ struct PdcDesk : Desk {
     return start_written_modem();
   }
   // With a client.
-  sim::Modem& connect(const std::string& more = "", int frame = 25) {
-    sim::Modem& modem = start(more, frame);
+  Modem& connect(const std::string& more = "", int frame = 25) {
+    Modem& modem = start(more, frame);
     EXPECT_EQ(pdc_init(), 0);
     return modem;
   }

@@ -35,7 +35,7 @@ void for_each_line(std::string_view text, Each each) {
 std::string find(std::string_view name) {
   std::string text;
   std::string found;
-  host::phone().all().read(kFile, &text);
+  (void)host::phone().all().read(kFile, &text);  // a failure has been reported: no properties
   for_each_line(text, [&](std::string_view line) {
     std::string_view value;
     if (value_in(line, name, &value)) found = value.substr(0, PROPERTY_VALUE_MAX - 1);

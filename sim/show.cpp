@@ -29,7 +29,7 @@ void show_files(const char* title, const Folder& folder) {
   std::printf("%s\n", title);
   folder.list([&](const std::string& path, size_t) {
     std::string contents;
-    folder.read(path, &contents);
+    (void)folder.read(path, &contents);  // a failure has been reported; empty
     std::printf("  %-40s %s\n", path.c_str(), beginning(contents).c_str());
   });
 }
@@ -119,7 +119,7 @@ bool show(const Phone& phone, std::string* why) {
   show_files("efs files (sub/path)", phone.efs());
   show_files("files in /data/vendor", phone.folder("data/vendor"));
   std::string properties;
-  phone.all().read("properties", &properties);
+  (void)phone.all().read("properties", &properties);  // as above
   std::printf("properties\n%s", properties.c_str());
   return true;
 }

@@ -1,6 +1,6 @@
-// vex-phone: makes, serves and shows a simulated phone.
+// vex-phone: makes, serves and shows a simulated phone, and runs a shell in it.
 //
-// Its status is 0, 1 for a failure, 2 for words that it does not know; the shell has its own.
+// Exit status: 0, 1 for a failure, 2 for unknown words; that of the shell is in phone_shell.h.
 
 #include <signal.h>
 #include <sys/signalfd.h>
@@ -39,8 +39,8 @@ int refuse(const std::string& why) {
   return kUsage;
 }
 
-// Brings what was printed so far to where it goes.
-bool flush_output(std::string* why) {
+// Flushes standard output. False, and why, when a write failed.
+[[nodiscard]] bool flush_output(std::string* why) {
   const bool flushed = std::fflush(stdout) == 0;
   if (flushed && std::ferror(stdout) == 0) return true;
   *why = std::string("standard output: ") + (flushed ? "a write failed" : std::strerror(errno));
@@ -66,7 +66,7 @@ const char* kind_text(sim::FaultKind kind) {
   return "?";
 }
 
-// One message, as a person reads it.
+// Prints one message in one line, its TLVs as names and values.
 void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address client,
                    std::span<const uint8_t> octets) {
   static constexpr qmi_idl_message_type kTypes[] = {QMI_IDL_REQUEST, QMI_IDL_RESPONSE,
@@ -145,11 +145,13 @@ int run(int argc, char** argv) {
       "shell", "Run $SHELL, or the COMMAND that follows, where the phone is at its device paths");
   shell->prefix_command();
   shell->callback([&] { result = sim::run_phone_shell(Phone(directory), shell->remaining()); });
-  // The command's words are its own, whatever they look like, so "--" is not needed before them.
+  // All words behind "shell" are the command's, options included. A "--" before them, which is not
+  // needed, is dropped.
   std::vector<char*> words(argv, argv + argc);
   for (size_t i = 1; i + 1 < words.size(); ++i) {
     if (std::strcmp(words[i], "shell") != 0) continue;
-    if (std::strcmp(words[i + 1], "--") == 0) words.erase(words.begin() + static_cast<long>(i) + 1);
+    if (std::strcmp(words[i + 1], "--") == 0)
+      words.erase(words.begin() + static_cast<ptrdiff_t>(i) + 1);
     break;
   }
   try {

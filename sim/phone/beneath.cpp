@@ -20,7 +20,7 @@ bool is_link(int folder, const std::string& name) {
          S_ISLNK(status.st_mode);
 }
 
-// openat of one component. A link where a directory was wanted counts as a link.
+// openat of one component. A link where a directory was wanted is ELOOP, as openat2 has it.
 int open_component(int folder, const std::string& name, int flags, mode_t mode,
                    Descriptor* opened) {
   *opened = Descriptor(::openat(folder, name.c_str(), flags | kAlways, mode));
@@ -53,13 +53,13 @@ Descriptor::~Descriptor() {
 
 int open_beneath(int folder, const std::string& path, int flags, mode_t mode, Descriptor* opened) {
   open_how how{};
-  // Without O_NOFOLLOW, which would call a link at the end ENOTDIR where a directory is wanted.
-  how.flags = static_cast<uint64_t>(flags | (kAlways & ~O_NOFOLLOW));
+  // Without O_NOFOLLOW, with which a link where a directory is wanted is ENOTDIR.
+  how.flags = static_cast<unsigned>(flags | (kAlways & ~O_NOFOLLOW));
   how.mode = (flags & O_CREAT) != 0 ? mode : 0;
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
   const long fd = ::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
   if (fd < 0) {
-    // A filter for system calls that does not know this one refuses it with EPERM.
+    // A container's filter for system calls that does not know openat2 refuses it with EPERM.
     if (errno != ENOSYS && errno != EPERM) return errno;
     return open_by_steps(folder, path, flags, mode, opened);
   }

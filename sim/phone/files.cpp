@@ -14,13 +14,15 @@
 namespace sim {
 namespace {
 
-constexpr size_t kMaxName = 255;
+constexpr size_t kMaxName = 255;  // NAME_MAX of Linux's file systems
+// The largest file that the modem writes has 1 MiB; a person may have put any other there.
 constexpr off_t kLargestFile = 16 * 1024 * 1024;
-// Folders within folders that are listed. The modem's paths have 71 octets at most.
+// Folders within folders that are listed, so that the stack has an end. The modem's own paths have
+// 71 octets at most.
 constexpr int kDeepest = 128;
 
-// A path without empty components; EINVAL for one that has no name or would leave its folder.
-int normalise(std::string_view path, std::string* names) {
+// Drops empty components. EINVAL for a path that has no name or would leave its folder.
+[[nodiscard]] int normalise(std::string_view path, std::string* names) {
   names->clear();
   while (!path.empty()) {
     const size_t slash = std::min(path.find('/'), path.size());
@@ -34,12 +36,12 @@ int normalise(std::string_view path, std::string* names) {
   return names->empty() ? EINVAL : 0;
 }
 
-int open_folder(int root, const std::string& path, Descriptor* folder) {
+[[nodiscard]] int open_folder(int root, const std::string& path, Descriptor* folder) {
   return open_beneath(root, path, O_RDONLY | O_DIRECTORY, 0, folder);
 }
 
 // Each new folder is on the disk before anything is put into it.
-int make_folder(int root, const std::string& path, Descriptor* folder) {
+[[nodiscard]] int make_folder(int root, const std::string& path, Descriptor* folder) {
   const int error = open_folder(root, path, folder);
   if (error != ENOENT) return error;
   const size_t slash = path.rfind('/');
@@ -53,7 +55,7 @@ int make_folder(int root, const std::string& path, Descriptor* folder) {
   return open_folder(parent.get(), name, folder);
 }
 
-int write_all(int fd, std::string_view contents) {
+[[nodiscard]] int write_all(int fd, std::string_view contents) {
   while (!contents.empty()) {
     const ssize_t n = ::write(fd, contents.data(), contents.size());
     if (n < 0 && errno == EINTR) continue;
@@ -63,8 +65,8 @@ int write_all(int fd, std::string_view contents) {
   return 0;
 }
 
-// Of a regular file: anything else might never end, or never begin.
-int read_all(int fd, std::string* contents) {
+// For regular files only: a pipe or a device might never end, or never begin.
+[[nodiscard]] int read_all(int fd, std::string* contents) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return errno;
   if (status.st_size > kLargestFile) return EFBIG;
@@ -79,8 +81,8 @@ int read_all(int fd, std::string* contents) {
   }
 }
 
-// Only a regular file is replaced: 0 for one, or for nothing at all.
-int replaceable(int folder, const std::string& name) {
+// 0 for a regular file or none: only these are replaced or removed.
+[[nodiscard]] int replaceable(int folder, const std::string& name) {
   struct stat status {};
   if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT ? 0 : errno;
@@ -114,9 +116,9 @@ void list_below(Descriptor folder, const std::string& prefix, int depth,
 
 }  // namespace
 
-// Where a file stands: the folder's path below the root, and its own name.
+// A path below the phone's directory, taken apart.
 struct Folder::Place {
-  int root = -1;
+  int root = -1;       // the directory's descriptor
   std::string folder;  // "." for the root
   std::string name;
   std::string path() const { return folder == "." ? name : folder + "/" + name; }
@@ -207,10 +209,6 @@ void Folder::list(const std::function<void(const std::string&, size_t)>& each) c
   list_below(std::move(folder), "", 1, each);
 }
 
-std::string Folder::name_of(std::string_view path) const {
-  return (path_.empty() ? "" : path_ + "/") + std::string(path);
-}
-
 int Folder::report(std::string_view path, int error) const {
   if (error != 0 && error != ENOENT && error != EINVAL && error != ENAMETOOLONG) {
     report(path, reason(error));
@@ -219,7 +217,7 @@ int Folder::report(std::string_view path, int error) const {
 }
 
 void Folder::report(std::string_view path, const std::string& what) const {
-  if (!quiet_) root_->report(name_of(path), what);
+  if (!quiet_) root_->report((path_.empty() ? "" : path_ + "/") + std::string(path), what);
 }
 
 int read_file(const std::string& path, std::string* contents) {

@@ -18,7 +18,7 @@ std::string Phone::default_root() {
   std::string root = variable("VEX_PHONE");
   if (root.empty()) {
     std::string state = variable("XDG_STATE_HOME");
-    if (!state.starts_with('/')) state.clear();  // a relative one is none
+    if (!state.starts_with('/')) state.clear();  // relative paths are to be ignored
     if (state.empty() && !variable("HOME").empty()) state = variable("HOME") + "/.local/state";
     if (!state.empty()) root = state + "/vex/phone";
   }
@@ -33,8 +33,9 @@ bool Phone::is_there(std::string* why) const {
     *why = "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty";
     return false;
   }
-  const int error = root_->find(why);
+  const int error = root_->find();
   if (error == ENOENT) *why = root() + ": no phone here (vex-phone init makes one)";
+  if (error != 0 && error != ENOENT) *why = root_->explain(error);
   return error == 0;
 }
 
@@ -44,7 +45,10 @@ std::string Phone::path_for_system_calls(const std::string& name) const {
 
 bool Phone::prepare(std::string* why) const {
   if (root().empty()) return is_there(why);
-  if (!root_->make(why)) return false;
+  if (const int error = root_->make(); error != 0) {
+    *why = root_->explain(error);
+    return false;
+  }
   const auto there = [this](const char* name) {
     struct stat status {};
     return ::fstatat(descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
@@ -65,13 +69,13 @@ bool Phone::prepare(std::string* why) const {
     if (const int error = folder.make(name); error != 0) return fail(name, error);
   }
   for (const DefaultFile& file : default_files()) {
-    // There when somebody removes phone.toml to have the default one again, and theirs.
+    // A person may have removed phone.toml alone, to get the default one: the rest stays theirs.
     if (there(file.path.c_str())) continue;
     if (const int error = folder.write(file.path, file.contents); error != 0) {
       return fail(file.path, error);
     }
   }
-  // Last: its presence says that the phone is whole.
+  // Last: it marks the phone as complete.
   const int error = folder.write("phone.toml", default_phone_toml());
   return error == 0 ? true : fail("phone.toml", error);
 }

@@ -19,11 +19,11 @@ namespace sim {
 namespace {
 
 constexpr std::string_view kPrefix = "write-";
-constexpr size_t kDigits = 16;      // hexadecimal, of a random number
-constexpr time_t kAbandoned = 600;  // seconds; no writer is that long about one file
-constexpr int kNames = 16;          // tried before giving up
+constexpr size_t kDigits = 16;      // hexadecimal, of a random number of 64 bits
+constexpr time_t kAbandoned = 600;  // seconds; no writer takes that long for one file
+constexpr int kNames = 16;          // tried before giving up; a second one is hardly ever needed
 
-int open_folder(int root, Descriptor* folder) {
+[[nodiscard]] int open_folder(int root, Descriptor* folder) {
   const int flags = O_RDONLY | O_DIRECTORY;
   const int error = open_beneath(root, ScratchFile::kFolder, flags, 0, folder);
   if (error != ENOENT) return error;
@@ -34,7 +34,8 @@ int open_folder(int root, Descriptor* folder) {
 
 std::string random_name() {
   uint64_t number = 0;
-  // Early in a system's start there may be no random numbers: then O_EXCL alone keeps names apart.
+  // Early in a system's start there may be no random numbers: O_EXCL keeps names apart all the
+  // same.
   if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);

@@ -21,7 +21,7 @@ class Packer {
   std::string octets_;
 };
 
-// Block sizes at version 4, and what the main block's first counters take.
+// Octets of the blocks at version 4, and of the main block's first counters.
 constexpr size_t kMain = 57;
 constexpr size_t kMainFirst = 1 + 3 * 8;
 constexpr size_t kDiag = 95;

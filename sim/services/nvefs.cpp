@@ -9,8 +9,9 @@ namespace sim {
 namespace {
 
 constexpr uint8_t kSubMax = 2;              // the third one is for a customer's tests
-constexpr uint32_t kFileMax = 1024 * 1024;  // octets
-// What one client may have begun and not ended. The tool has one transfer at a time.
+constexpr uint32_t kFileMax = 1024 * 1024;  // octets; assumed, the tool writes a few KB
+// Unfinished transfers of one client, so that a hostile one cannot fill the memory. The tool has
+// one at a time.
 constexpr size_t kTransfersMax = 8;
 constexpr size_t kTransferOctetsMax = 32 * 1024 * 1024;
 
@@ -18,9 +19,9 @@ std::string nv_path(const kelvor_nvefs_req& request) {
   return nv_item_path(request.sub, request.nv_id);
 }
 
-// Below efs/: the path, which ends at its length or its first zero octet, in its subscription's
-// folder. Slashes that change nothing are left out, so that a file has one spelling. A path of
-// slashes only becomes empty, which Folder refuses.
+// The path below efs/: "<sub>/<path>". The request's path ends at its length or its first zero
+// octet. Repeated, leading and trailing slashes are left out, so that a file has one spelling. A
+// path of slashes only becomes empty, which Folder refuses with EINVAL.
 std::string efs_path(uint8_t sub, const char* path, size_t length) {
   std::string names;
   for (const char c : std::string_view(path, strnlen(path, length))) {
@@ -36,7 +37,7 @@ std::string efs_path(const kelvor_nvefs_req& request) {
                   std::min<size_t>(request.path_len, sizeof request.path));
 }
 
-// One chunk of `all`, from `from` on.
+// Puts as much of `all` as one reply takes, from `from` on.
 void put_chunk(const std::string& all, size_t from, kelvor_nvefs_rsp* reply) {
   const size_t n = std::min<size_t>(all.size() - from, sizeof reply->data);
   std::memcpy(reply->data, all.data() + from, n);
@@ -145,7 +146,7 @@ void NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nv
 }
 
 void NvEfs::begin(Address client, Transfer transfer) {
-  // A write counts with what it may grow to.
+  // A write counts with the size to which it may grow.
   const auto size = [](const Transfer& t) { return t.writing ? kFileMax : t.octets.size(); };
   end(client, find(client, transfer.writing, transfer.path));
   std::list<Transfer>& all = transfers_[client];

@@ -1,4 +1,4 @@
-// SAR: the device state index of phone.toml.
+// SAR: reports the device state index of phone.toml.
 
 #include "platform/idl/sar.h"
 #include "qcci/services/services.h"

@@ -12,9 +12,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Another process that has the phone may be about to serve it, or to go.
+// Another process that has locked the phone's socket may be about to answer, or to end; both take
+// milliseconds.
 constexpr auto kChangeTime = 500ms;
-constexpr auto kTryTime = 10ms;
+constexpr auto kTryTime = 10ms;  // between attempts
 
 }  // namespace
 

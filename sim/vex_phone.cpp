@@ -54,27 +54,20 @@ int init(const Phone& phone) {
   return 0;
 }
 
-const char* kind_text(sim::FaultKind kind) {
-  switch (kind) {
-    case sim::FaultKind::kRequest:
-      return "request";
-    case sim::FaultKind::kResponse:
-      return "response";
-    case sim::FaultKind::kIndication:
-      return "indication";
-  }
-  return "?";
-}
-
 // Prints one message in one line, its TLVs as names and values.
 void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address client,
                    std::span<const uint8_t> octets) {
-  static constexpr qmi_idl_message_type kTypes[] = {QMI_IDL_REQUEST, QMI_IDL_RESPONSE,
-                                                    QMI_IDL_INDICATION};
+  static constexpr struct {
+    qmi_idl_message_type type;
+    const char* name;
+  } kKinds[] = {{.type = QMI_IDL_REQUEST, .name = "request"},
+                {.type = QMI_IDL_RESPONSE, .name = "response"},
+                {.type = QMI_IDL_INDICATION, .name = "indication"}};
+  const auto& named = kKinds[static_cast<size_t>(kind)];
   qcci::QmiHeader header;
   std::string text = "(cut)";
   if (qcci::QmiHeader::parse(octets, &header)) {
-    const auto* row = service.find(kTypes[static_cast<size_t>(kind)], header.message);
+    const auto* row = service.find(named.type, header.message);
     std::vector<uint8_t> c(row != nullptr ? row->c_size : 0);
     const auto error = row == nullptr ? qcci::idl::CodecError::kUnknownMandatory
                                       : qcci::idl::decode(*row, octets.subspan(qcci::kQmiHeader),
@@ -84,8 +77,8 @@ void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, s
                : std::string("(") + qcci::idl::codec_error_text(error) + ")";
   }
   std::printf("%u.%u %s 0x%04x %s %s %u: %s\n", client.node, client.port, service.name,
-              header.message, service.message_name(header.message), kind_text(kind),
-              header.transaction, text.c_str());
+              header.message, service.message_name(header.message), named.name, header.transaction,
+              text.c_str());
   std::fflush(stdout);
 }
 

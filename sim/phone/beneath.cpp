@@ -1,24 +1,21 @@
 #include "sim/phone/beneath.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 namespace sim {
 namespace {
 
 constexpr int kAlways = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
-bool is_link(int folder, const std::string& name) {
-  struct stat status {};
-  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISLNK(status.st_mode);
-}
 
 // openat of one component. A link where a directory was wanted is ELOOP, as openat2 has it.
 int open_component(int folder, const std::string& name, int flags, mode_t mode,
@@ -26,7 +23,7 @@ int open_component(int folder, const std::string& name, int flags, mode_t mode,
   *opened = Descriptor(::openat(folder, name.c_str(), flags | kAlways, mode));
   if (*opened) return 0;
   const int error = errno;
-  return error == ENOTDIR && is_link(folder, name) ? ELOOP : error;
+  return error == ENOTDIR && S_ISLNK(mode_of(folder, name)) ? ELOOP : error;
 }
 
 int open_by_steps(int folder, std::string_view path, int flags, mode_t mode, Descriptor* opened) {
@@ -76,6 +73,28 @@ int open_file_beneath(int folder, const std::string& path, int flags, mode_t mod
   if (S_ISDIR(status.st_mode)) return EISDIR;
   if (!S_ISREG(status.st_mode)) return ENXIO;
   *opened = std::move(file);
+  return 0;
+}
+
+mode_t mode_of(int folder, const std::string& name) {
+  struct stat status {};
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode : 0;
+}
+
+int names_in(int folder, std::vector<std::string>* names) {
+  // A descriptor of its own, because readdir moves the position of the one that it reads from.
+  const int fd = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(fd), ::closedir);
+  if (stream == nullptr) {
+    const int error = errno;
+    if (fd >= 0) ::close(fd);
+    return error;
+  }
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names->emplace_back(name);
+  }
+  std::ranges::sort(*names);
   return 0;
 }
 

@@ -1,4 +1,4 @@
-// Opening what is below a directory without following a symbolic link on the way.
+// Opening and finding what is below a directory, without following a symbolic link on the way.
 //
 // The kernel walks the path (openat2). Where it has no such call, the path is walked here, one
 // component at a time, with the same results.
@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace sim {
 
@@ -46,6 +47,13 @@ class Descriptor {
 // The same for a regular file. A pipe or a device in its place is refused without waiting for it.
 [[nodiscard]] int open_file_beneath(int folder, const std::string& path, int flags, mode_t mode,
                                     Descriptor* opened);
+
+// The type and permissions of what the directory has under that name, itself when it is a link; 0
+// when there is nothing, or it cannot be looked at.
+[[nodiscard]] mode_t mode_of(int folder, const std::string& name);
+
+// The names in a directory but "." and "..", sorted.
+[[nodiscard]] int names_in(int folder, std::vector<std::string>* names);
 
 // The text for an errno number, to stand after a path and a colon.
 std::string reason(int error);

@@ -37,7 +37,7 @@ constexpr auto kLongest = 100ms;
   }
 }
 
-// " by process 123 (name)"; empty when the kernel does not tell.
+// " by process 123 (name)"; empty when /proc/locks does not have it.
 std::string holder(int fd) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return "";

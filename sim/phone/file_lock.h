@@ -15,7 +15,7 @@ class FileLock {
   // most five seconds. A failure is reported on standard error, unless the folder is quiet.
   FileLock(const Folder& folder, const std::string& name);
   [[nodiscard]] bool held() const { return static_cast<bool>(file_); }
-  // Why it is not held, with the process that holds it where the kernel tells; empty when it is.
+  // Why it is not held, with the process that holds it if it is known; empty when it is.
   const std::string& why() const { return why_; }
 
  private:

@@ -1,6 +1,5 @@
 #include "sim/phone/files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,6 +54,8 @@ constexpr int kDeepest = 128;
   return open_folder(parent.get(), name, folder);
 }
 
+[[nodiscard]] int sync(int fd) { return ::fsync(fd) == 0 ? 0 : errno; }
+
 [[nodiscard]] int write_all(int fd, std::string_view contents) {
   while (!contents.empty()) {
     const ssize_t n = ::write(fd, contents.data(), contents.size());
@@ -94,15 +95,8 @@ constexpr int kDeepest = 128;
 
 void list_below(Descriptor folder, const std::string& prefix, int depth,
                 const std::function<void(const std::string&, size_t)>& each) {
-  DIR* const stream = ::fdopendir(::dup(folder.get()));
-  if (stream == nullptr) return;
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(stream)) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  ::closedir(stream);
-  std::sort(names.begin(), names.end());
+  if (names_in(folder.get(), &names) != 0) return;
   for (const std::string& name : names) {
     struct stat status {};
     if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
@@ -135,64 +129,59 @@ int Folder::find(std::string_view path, Place* place) const {
   return 0;
 }
 
-int Folder::read_quietly(std::string_view path, std::string* contents) const {
+int Folder::read(std::string_view path, std::string* contents) const {
   contents->clear();
   Place place;
-  if (const int error = find(path, &place); error != 0) return error;
   Descriptor file;
-  const int error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
-  return error == 0 ? read_all(file.get(), contents) : error;
-}
-
-int Folder::write_quietly(std::string_view path, std::string_view contents) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  Descriptor folder;
-  if (const int error = make_folder(place.root, place.folder, &folder); error != 0) return error;
-  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
-  ScratchFile scratch;
-  if (const int error = scratch.make(place.root); error != 0) {
-    if (!quiet_) root_->report(ScratchFile::kFolder, reason(error));
-    return error;
-  }
-  if (const int error = write_all(scratch.descriptor(), contents); error != 0) return error;
-  if (::fsync(scratch.descriptor()) != 0) return errno;
-  if (const int error = scratch.move_to(folder.get(), place.name); error != 0) return error;
-  return ::fsync(folder.get()) == 0 ? 0 : errno;
-}
-
-int Folder::remove_quietly(std::string_view path) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  Descriptor folder;
-  if (const int error = open_folder(place.root, place.folder, &folder); error != 0) return error;
-  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
-  if (::unlinkat(folder.get(), place.name.c_str(), 0) != 0) return errno;
-  return ::fsync(folder.get()) == 0 ? 0 : errno;
-}
-
-int Folder::open_quietly(std::string_view path, int flags, Descriptor* file) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  const int error = open_file_beneath(place.root, place.path(), flags | O_CREAT, 0600, file);
-  if (error != ENOENT) return error;
-  Descriptor folder;
-  if (const int made = make_folder(place.root, place.folder, &folder); made != 0) return made;
-  return open_file_beneath(folder.get(), place.name, flags | O_CREAT, 0600, file);
-}
-
-int Folder::read(std::string_view path, std::string* contents) const {
-  return report(path, read_quietly(path, contents));
+  int error = find(path, &place);
+  if (error == 0) error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
+  if (error == 0) error = read_all(file.get(), contents);
+  return report(path, error);
 }
 
 int Folder::write(std::string_view path, std::string_view contents) const {
-  return report(path, write_quietly(path, contents));
+  Place place;
+  Descriptor folder;
+  ScratchFile scratch;
+  int error = find(path, &place);
+  if (error == 0) error = make_folder(place.root, place.folder, &folder);
+  if (error == 0) error = replaceable(folder.get(), place.name);
+  if (error == 0) {
+    error = scratch.make(place.root);
+    if (error != 0 && !quiet_) root_->report(ScratchFile::kFolder, reason(error));
+  }
+  if (error == 0) error = write_all(scratch.descriptor(), contents);
+  if (error == 0) error = sync(scratch.descriptor());
+  if (error == 0) error = scratch.move_to(folder.get(), place.name);
+  if (error == 0) error = sync(folder.get());
+  return report(path, error);
 }
 
-int Folder::remove(std::string_view path) const { return report(path, remove_quietly(path)); }
+int Folder::remove(std::string_view path) const {
+  Place place;
+  Descriptor folder;
+  int error = find(path, &place);
+  if (error == 0) error = open_folder(place.root, place.folder, &folder);
+  if (error == 0) error = replaceable(folder.get(), place.name);
+  if (error == 0 && ::unlinkat(folder.get(), place.name.c_str(), 0) != 0) error = errno;
+  if (error == 0) error = sync(folder.get());
+  return report(path, error);
+}
 
 int Folder::open(std::string_view path, int flags, Descriptor* file) const {
-  return report(path, open_quietly(path, flags, file));
+  const auto open_in = [&](int folder, const std::string& name) {
+    return open_file_beneath(folder, name, flags | O_CREAT, 0600, file);
+  };
+  Place place;
+  Descriptor folder;
+  int error = find(path, &place);
+  if (error != 0) return report(path, error);
+  error = open_in(place.root, place.path());
+  if (error == ENOENT) {
+    error = make_folder(place.root, place.folder, &folder);
+    if (error == 0) error = open_in(folder.get(), place.name);
+  }
+  return report(path, error);
 }
 
 int Folder::make(std::string_view path) const {

@@ -60,11 +60,6 @@ class Folder {
  private:
   struct Place;
   [[nodiscard]] int find(std::string_view path, Place* place) const;
-  // The operations without the report.
-  [[nodiscard]] int read_quietly(std::string_view path, std::string* contents) const;
-  [[nodiscard]] int write_quietly(std::string_view path, std::string_view contents) const;
-  [[nodiscard]] int remove_quietly(std::string_view path) const;
-  [[nodiscard]] int open_quietly(std::string_view path, int flags, Descriptor* file) const;
 
   std::shared_ptr<const PhoneRoot> root_;
   std::string path_;

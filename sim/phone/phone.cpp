@@ -1,8 +1,5 @@
 #include "sim/phone/phone.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdlib>
 
@@ -49,10 +46,7 @@ bool Phone::prepare(std::string* why) const {
     *why = root_->explain(error);
     return false;
   }
-  const auto there = [this](const char* name) {
-    struct stat status {};
-    return ::fstatat(descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
-  };
+  const auto there = [this](const std::string& name) { return mode_of(descriptor(), name) != 0; };
   const auto fail = [&](const std::string& name, int error) {
     *why = path(name) + ": " + reason(error);
     return false;
@@ -70,7 +64,7 @@ bool Phone::prepare(std::string* why) const {
   }
   for (const DefaultFile& file : default_files()) {
     // A person may have removed phone.toml alone, to get the default one: the rest stays theirs.
-    if (there(file.path.c_str())) continue;
+    if (there(file.path)) continue;
     if (const int error = folder.write(file.path, file.contents); error != 0) {
       return fail(file.path, error);
     }

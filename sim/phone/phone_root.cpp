@@ -1,14 +1,12 @@
 #include "sim/phone/phone_root.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
-#include <string_view>
+#include <vector>
 
 #include "sim/phone/report.h"
 
@@ -23,21 +21,7 @@ Descriptor open_directory(const std::string& path) {
   return Descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-bool holds_file(int directory, const char* name) {
-  struct stat status {};
-  return ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode);
-}
-
-bool is_empty(int directory) {
-  const Descriptor own(::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(::dup(own.get())), ::closedir);
-  if (stream == nullptr) return false;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") return false;
-  }
-  return true;
-}
+bool has_file(int directory, const char* name) { return S_ISREG(mode_of(directory, name)); }
 
 // Makes the directories of the path; the entry of each is on the disk before the next is made.
 [[nodiscard]] int make_directories(const std::string& path) {
@@ -71,10 +55,11 @@ bool is_empty(int directory) {
 // 0 when the directory is a phone, ENOENT when it is empty, ENOTEMPTY when it has other files.
 [[nodiscard]] int look(int directory) {
   const auto is_phone = [directory] {
-    return holds_file(directory, kMarker) || holds_file(directory, kPhoneToml);
+    return has_file(directory, kMarker) || has_file(directory, kPhoneToml);
   };
   if (is_phone()) return 0;
-  if (is_empty(directory)) return ENOENT;
+  std::vector<std::string> names;
+  if (names_in(directory, &names) == 0 && names.empty()) return ENOENT;
   // Another process may have made it a phone meanwhile.
   return is_phone() ? 0 : ENOTEMPTY;
 }
@@ -90,16 +75,13 @@ int PhoneRoot::find() const {
 
 std::string PhoneRoot::explain(int error) const {
   if (error != ENOTEMPTY) return path_ + ": " + std::strerror(error);
-  const std::string toml = path_ + "/" + kPhoneToml;
-  struct stat status {};
-  if (::lstat(toml.c_str(), &status) != 0) {
-    return path_ + " is no phone: it has files but no phone.toml";
-  }
-  return toml + ": " + reason(S_ISLNK(status.st_mode) ? ELOOP : ENXIO);
+  const mode_t toml = mode_of(open_directory(path_).get(), kPhoneToml);
+  if (toml == 0) return path_ + " is no phone: it has files but no phone.toml";
+  return path_ + "/" + kPhoneToml + ": " + reason(S_ISLNK(toml) ? ELOOP : ENXIO);
 }
 
 int PhoneRoot::make() const {
-  if (descriptor() >= 0 && holds_file(descriptor(), kMarker)) return 0;
+  if (descriptor() >= 0 && has_file(descriptor(), kMarker)) return 0;
   if (const int error = make_directories(path_); error != 0) return error;
   const int found = find();
   if (found != 0 && found != ENOENT) return found;

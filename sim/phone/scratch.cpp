@@ -1,6 +1,5 @@
 #include "sim/phone/scratch.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -12,7 +11,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <memory>
 #include <string_view>
 
 namespace sim {
@@ -88,11 +86,11 @@ int ScratchFile::move_to(int folder, const std::string& name) {
 void clear_scratch(int root) {
   Descriptor folder;
   if (open_beneath(root, ScratchFile::kFolder, O_RDONLY | O_DIRECTORY, 0, &folder) != 0) return;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(::dup(folder.get())), ::closedir);
-  if (stream == nullptr) return;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    if (!is_scratch_name(entry->d_name) || !is_abandoned(folder.get(), entry->d_name)) continue;
-    ::unlinkat(folder.get(), entry->d_name, 0);
+  std::vector<std::string> names;
+  if (names_in(folder.get(), &names) != 0) return;
+  for (const std::string& name : names) {
+    if (!is_scratch_name(name) || !is_abandoned(folder.get(), name.c_str())) continue;
+    ::unlinkat(folder.get(), name.c_str(), 0);
   }
 }
 

@@ -10,8 +10,7 @@
 namespace sim {
 namespace {
 
-// Which start of the computer this is: its clock counts from there. "?" when the kernel does not
-// tell.
+// Which start of the computer this is, from which its clock counts; "?" when it is not known.
 std::string boot_id() {
   std::string id;
   if (read_file("/proc/sys/kernel/random/boot_id", &id) != 0) return "?";

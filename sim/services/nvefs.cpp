@@ -58,91 +58,80 @@ size_t NvEfs::handle(Address client, const uint8_t (&octets)[512], kelvor_nvefs_
   std::memcpy(&path_only, octets, sizeof path_only);
   *reply = {};
   reply->exchange = request.exchange;
-  if (request.sub > kSubMax) {
-    reply->result = -EINVAL;
-  } else {
-    switch (request.operation) {
-      case KELVOR_NVEFS_NV_READ:
-        nv_read(request, reply);
-        break;
-      case KELVOR_NVEFS_NV_WRITE:
-        nv_write(request, reply);
-        break;
-      case KELVOR_NVEFS_NV_DELETE:
-        reply->result = -nv_.remove(nv_path(request));
-        break;
-      case KELVOR_NVEFS_EFS_READ:
-        efs_read(client, request, reply);
-        break;
-      case KELVOR_NVEFS_EFS_WRITE:
-        efs_write(client, request, reply);
-        break;
-      case KELVOR_NVEFS_EFS_DELETE:
-        reply->exchange = 0;
-        reply->result = -efs_.remove(efs_path(path_only.sub, path_only.path, path_only.path_len));
-        break;
-      default:
-        reply->result = -ENOSYS;
-        break;
-    }
-  }
+  reply->result = -run(client, request, path_only, reply);
   return offsetof(kelvor_nvefs_rsp, data) + static_cast<size_t>(reply->data_len_send);
 }
 
-void NvEfs::nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
-  std::string item;
-  reply->result = -nv_.read(nv_path(request), &item);
-  if (reply->result == 0) put_chunk(item, 0, reply);
+int NvEfs::run(Address client, const kelvor_nvefs_req& request,
+               const kelvor_efs_path_req& path_only, kelvor_nvefs_rsp* reply) {
+  if (request.sub > kSubMax) return EINVAL;
+  switch (request.operation) {
+    case KELVOR_NVEFS_NV_READ:
+      return nv_read(request, reply);
+    case KELVOR_NVEFS_NV_WRITE:
+      return nv_write(request);
+    case KELVOR_NVEFS_NV_DELETE:
+      return nv_.remove(nv_path(request));
+    case KELVOR_NVEFS_EFS_READ:
+      return efs_read(client, request, reply);
+    case KELVOR_NVEFS_EFS_WRITE:
+      return efs_write(client, request, reply);
+    case KELVOR_NVEFS_EFS_DELETE:
+      reply->exchange = 0;
+      return efs_.remove(efs_path(path_only.sub, path_only.path, path_only.path_len));
+    default:
+      return ENOSYS;
+  }
 }
 
-void NvEfs::nv_write(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+  std::string item;
+  const int error = nv_.read(nv_path(request), &item);
+  if (error == 0) put_chunk(item, 0, reply);
+  return error;
+}
+
+int NvEfs::nv_write(const kelvor_nvefs_req& request) {
   if (request.nv_id > KELVOR_NVEFS_NV_ID_MAX || request.data_len == 0 ||
       request.data_len > sizeof request.data) {
-    reply->result = -EINVAL;
-    return;
+    return EINVAL;
   }
   const std::string item(reinterpret_cast<const char*>(request.data), request.data_len);
-  reply->result = -nv_.write(nv_path(request), item);
+  return nv_.write(nv_path(request), item);
 }
 
-void NvEfs::efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
   if (request.data_done == 0) {
     std::string file;
-    reply->result = -efs_.read(path, &file);
-    if (reply->result != 0) return;
-    begin(client, {false, path, std::move(file)});
+    if (const int error = efs_.read(path, &file); error != 0) return error;
+    begin(client, {.writing = false, .path = path, .octets = std::move(file)});
   }
   const Transfer* const transfer = find(client, false, path);
-  if (transfer == nullptr || request.data_done > transfer->octets.size()) {
-    reply->result = -EINVAL;
-    return;
-  }
+  if (transfer == nullptr || request.data_done > transfer->octets.size()) return EINVAL;
   put_chunk(transfer->octets, request.data_done, reply);
   const size_t done = request.data_done + static_cast<size_t>(reply->data_len_send);
   if (done == transfer->octets.size()) end(client, transfer);
+  return 0;
 }
 
-void NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
-  if (request.data_len > kFileMax) {
-    reply->result = -EFBIG;
-    return;
-  }
-  if (request.data_done == 0) begin(client, {true, path, {}});
+  if (request.data_len > kFileMax) return EFBIG;
+  if (request.data_done == 0) begin(client, {.writing = true, .path = path, .octets = {}});
   Transfer* const transfer = find(client, true, path);
   if (transfer == nullptr || request.data_done != transfer->octets.size() ||
       request.data_len_cur > sizeof request.data || request.data_done > request.data_len ||
       request.data_len - request.data_done < request.data_len_cur) {
-    reply->result = -EINVAL;
-    return;
+    return EINVAL;
   }
   transfer->octets.append(reinterpret_cast<const char*>(request.data), request.data_len_cur);
   reply->data_len_all = request.data_len;
   reply->data_len_recv = static_cast<uint32_t>(transfer->octets.size());
-  if (transfer->octets.size() != request.data_len) return;
-  reply->result = -efs_.write(path, transfer->octets);
+  if (transfer->octets.size() != request.data_len) return 0;
+  const int error = efs_.write(path, transfer->octets);
   end(client, transfer);
+  return error;
 }
 
 void NvEfs::begin(Address client, Transfer transfer) {

@@ -41,10 +41,15 @@ class NvEfs {
     std::string octets;  // of a write: those received so far
   };
 
-  void nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
-  void nv_write(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
-  void efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
-  void efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
+  // The operations. They return 0 or an errno number.
+  [[nodiscard]] int run(Address client, const kelvor_nvefs_req& request,
+                        const kelvor_efs_path_req& path_only, kelvor_nvefs_rsp* reply);
+  [[nodiscard]] int nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply);
+  [[nodiscard]] int nv_write(const kelvor_nvefs_req& request);
+  [[nodiscard]] int efs_read(Address client, const kelvor_nvefs_req& request,
+                             kelvor_nvefs_rsp* reply);
+  [[nodiscard]] int efs_write(Address client, const kelvor_nvefs_req& request,
+                              kelvor_nvefs_rsp* reply);
   // Begins a transfer; replaces the client's earlier one of the same kind and path.
   void begin(Address client, Transfer transfer);
   // Null when there is none.

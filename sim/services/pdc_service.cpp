@@ -23,7 +23,7 @@ constexpr uint32_t kTypes = 2;
 constexpr uint32_t kSubscriptions = 2;
 
 // A list request within this time after the last one continues the list, a later one begins a new
-// list: nothing else tells them apart. Less than the 5 s after which clients give up.
+// list: a request does not say which it is. Less than the 5 s after which clients give up.
 constexpr std::chrono::milliseconds kListPause{4500};
 
 class PdcService final : public Service {

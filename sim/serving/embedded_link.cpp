@@ -83,7 +83,7 @@ class EmbeddedLink final : public qcci::Link {
       const platform::Time due = std::min(deadline, modem_->next_due());
       lock.lock();
       if (!queue_.empty() || woken_) continue;
-      // Whatever was taken before has been handled, and the modem's due work has run.
+      // What was taken before has been handled, and the modem's due work has run.
       for (; in_flight_ > 0; --in_flight_) platform::clock().release();
       if (platform::clock().now() >= deadline) return Received::kNothing;
       platform::clock().wait_until(arrived_, lock, due);

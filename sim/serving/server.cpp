@@ -26,18 +26,7 @@ constexpr int kTurn = 32;
 constexpr rlim_t kSpareDescriptors = 16;
 constexpr const char kSocketLock[] = "modem.sock.lock";
 
-enum class Found { kNothing, kSocket, kSomethingElse };
-
-// What there is under the name of the phone's socket.
-Found find_socket(const Phone& phone) {
-  struct stat status {};
-  if (::fstatat(phone.descriptor(), Server::kSocket, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return Found::kNothing;
-  }
-  return S_ISSOCK(status.st_mode) ? Found::kSocket : Found::kSomethingElse;
-}
-
-// The kernel hands out the lowest free number, so `fd` tells how many are in use.
+// The kernel hands out the lowest free number, so `fd` is about the number in use.
 bool leaves_enough(int fd) {
   rlimit limit{};
   ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -50,7 +39,8 @@ bool leaves_enough(int fd) {
 // One client's connection: a port on the bus.
 class Server::Connection final : public Port {
  public:
-  Connection(Modem& modem, int fd) : modem_(modem), fd_(fd), address_(modem.attach(*this)) {
+  Connection(Modem& modem, Descriptor fd)
+      : modem_(modem), fd_(std::move(fd)), address_(modem.attach(*this)) {
     const auto hello = qcci::ControlPacket::of_client(qcci::Control::kHello, address_);
     deliver(Bus::kControl, hello.octets());
   }
@@ -64,7 +54,6 @@ class Server::Connection final : public Port {
     backlog_.push_back({from, {octets.begin(), octets.end()}});
   }
 
-  int fd() const { return fd_.get(); }
   short wanted() const { return static_cast<short>(backlog_.empty() ? POLLIN : POLLIN | POLLOUT); }
   bool overrun() const { return backlog_octets_ > kBacklogOctets; }
 
@@ -109,7 +98,8 @@ Server::~Server() {
 }
 
 std::string Server::socket_path(const Phone& phone) {
-  return find_socket(phone) == Found::kSocket ? phone.path_for_system_calls(kSocket) : "";
+  const bool there = S_ISSOCK(mode_of(phone.descriptor(), kSocket));
+  return there ? phone.path_for_system_calls(kSocket) : "";
 }
 
 bool Server::is_served(const Phone& phone) {
@@ -132,9 +122,9 @@ bool Server::listen(const Phone& phone, std::string* why) {
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
   }
-  const Found found = find_socket(phone);
-  if (found == Found::kSomethingElse) return fail("there, but not a socket");
-  if (found == Found::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
+  const mode_t there = mode_of(phone.descriptor(), kSocket);
+  if (there != 0 && !S_ISSOCK(there)) return fail("there, but not a socket");
+  if (there != 0) ::unlinkat(phone.descriptor(), kSocket, 0);
   listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const std::string path = phone.path_for_system_calls(kSocket);
   const mode_t old = ::umask(0177);
@@ -172,22 +162,20 @@ bool Server::serve_one(Connection& connection, short events) {
 
 void Server::accept_all() {
   for (;;) {
-    const int fd = ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    Descriptor accepted(
+        ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    const int fd = accepted.get();
     if (fd < 0) {
       full_ = (errno == EMFILE || errno == ENFILE) && !connections_.empty();
       return;
     }
-    if (!qcci::local_peer_trusted(fd)) {
-      ::close(fd);
-      continue;
-    }
+    if (!qcci::local_peer_trusted(fd)) continue;
     if (!leaves_enough(fd)) {
       const auto bye = qcci::ControlPacket::of_client(qcci::Control::kBye, {Bus::kNode, 0});
       qcci::local_frame_write(fd, Bus::kControl, bye.octets());
-      ::close(fd);
       continue;
     }
-    connections_.emplace(fd, std::make_unique<Connection>(modem_, fd));
+    connections_.emplace(fd, std::make_unique<Connection>(modem_, std::move(accepted)));
   }
 }
 

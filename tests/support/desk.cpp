@@ -20,7 +20,7 @@
 namespace desk {
 namespace {
 
-// What the person who runs the tests has set is for other runs.
+// The environment of the person who runs the tests must not change their results.
 [[maybe_unused]] const bool g_environment_is_ours = [] {
   for (const char* variable :
        {"VEX_MODEM", "VEX_SHELL_LEVELS", "VEX_LOG_LEVELS", "VEX_PROCESS_INSTANCE"}) {
@@ -82,7 +82,7 @@ Modem& Desk::start_written_modem() {
   const auto modem = std::make_shared<Modem>(directory_.phone(), config, sim::all_services());
   modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,
                                     sim::Address, std::span<const uint8_t> octets) {
-    const std::lock_guard lock(record->mutex);
+    const base::Lock lock(record->mutex);
     record->messages.push_back({service.name, kind, {octets.begin(), octets.end()}});
   });
   desk::use_link(sim::make_embedded_link(modem));
@@ -90,7 +90,7 @@ Modem& Desk::start_written_modem() {
 }
 
 std::vector<Message> Desk::passed(sim::FaultKind kind) {
-  const std::lock_guard lock(record_->mutex);
+  const base::Lock lock(record_->mutex);
   std::vector<Message> found;
   std::copy_if(record_->messages.begin(), record_->messages.end(), std::back_inserter(found),
                [kind](const Message& message) { return message.kind == kind; });

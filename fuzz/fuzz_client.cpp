@@ -1,6 +1,6 @@
-// The client library on a bus that says anything between a request and its answer. Input: one octet
-// for who speaks, one for how much of the request's header to repeat, one for the length, the
-// datagram; again and again.
+// The client library on a bus that delivers any datagrams between a request and its response.
+// Input, repeated: one octet for the sender, one for how much of the request's header is copied,
+// one for the length, the datagram.
 
 #include <algorithm>
 #include <cstdint>
@@ -40,12 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::vector<uint8_t> octets(data + 3, data + 3 + std::min<size_t>(size - 3, data[2]));
       for (size_t i = 1; i < std::min(repeated, octets.size()); ++i) octets[i] = request.octets[i];
       const size_t used = 3 + octets.size();
-      const qcci::EndpointId to = data[0] % 5 == 4 ? 1 : request.endpoint;  // 1: the look-ups'
+      const qcci::EndpointId to =
+          data[0] % 5 == 4 ? 1 : request.endpoint;  // 1: that of the look-ups
       bus->say(to, from[data[0] % 4], std::move(octets));
       data += used;
       size -= used;
     }
-    // The fuzzer may have taken the service away: it comes back, and ends a wait at any rate.
+    // The input may have withdrawn the service: bring it back. This also ends the wait for a
+    // response.
     bus->announce(qcci::Control::kDelServer, SAR_SERVICE_ID, kServer);
     bus->announce(qcci::Control::kNewServer, SAR_SERVICE_ID, kServer);
   };

@@ -1,4 +1,4 @@
-// The decoder of every message: what it accepts, it encodes again, and that decodes to the same.
+// The decoder of every message, on any octets: what it accepts can be encoded, and decoded again.
 
 #include <algorithm>
 #include <cstdint>
@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto encoded = qcci::idl::encode(message, c.data(), c.size(), wire);
   // A truncating row has lost what it had no room for, and is not encoded again.
   if (encoded.error == qcci::idl::CodecError::kCountTooLarge && has_truncating(message)) return 0;
-  // A text that holds a zero is shorter when it is encoded; everything else is as it was.
+  // The lengths may differ: a text with a zero octet is shorter when it is encoded.
   std::vector<uint8_t> again(message.c_size);
   if (encoded.error != qcci::idl::CodecError::kOk ||
       qcci::idl::decode(message, std::span(wire).first(encoded.length), again.data(),

@@ -1,4 +1,4 @@
-// phone.toml, whatever a person made of it.
+// The reader of phone.toml, on any text.
 
 #include <cstdint>
 #include <string_view>

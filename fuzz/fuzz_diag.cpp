@@ -1,5 +1,5 @@
-// The diag library over a modem that says anything. Input: one octet for the mode, two for the
-// room, the TLVs of the answer.
+// The diag library with any response of the modem. Input: one octet for the mode, two for the room
+// of the caller's buffer, the TLVs of the response.
 
 #include <algorithm>
 #include <cstdint>
@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     answer.insert(answer.end(), data + 3, data + size);
     bus->say(request.endpoint, kServer, std::move(answer));
   };
-  // A buffer of exactly its room, so that one octet too many is seen.
+  // A buffer of exactly its room, so that the sanitizer sees one octet too many.
   const uint32_t room = (data[1] | data[2] << 8) % (KELVOR_DIAG_RSP_MAX + 2);
   std::vector<uint8_t> rsp(std::max<uint32_t>(room, 1));
   uint32_t rsp_len = room;

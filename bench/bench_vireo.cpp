@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
   program_invocation_short_name = const_cast<char*>("vex");  // the framework knows whom it serves
   const bench::QuietPhone phone;
   ::setenv("VEX_MODEM", "embedded", 1);
-  modem_vireo_api_init();
+  if (modem_vireo_api_init() == 0) return 1;
   const int result = bench::run(argc, argv);
   modem_vireo_api_deinit();
   return result;

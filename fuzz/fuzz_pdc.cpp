@@ -23,7 +23,7 @@ std::vector<uint32_t> g_follow_ups;
 class Gathering {
  public:
   explicit Gathering(unsigned int room) : holder_(room) {
-    const QtiSharedLock lock(pdc::info().mutex);
+    const base::Lock lock(pdc::info().mutex);
     pdc_info_s_type& state = pdc::info();
     state.num_of_configs = &count_;
     state.config_list_holder = holder_.data();
@@ -37,7 +37,7 @@ class Gathering {
   }
   ~Gathering() {
     {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       pdc_info_s_type& state = pdc::info();
       state.is_pdc_list_handling = 0;
       state.num_of_configs = nullptr;

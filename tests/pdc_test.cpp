@@ -209,7 +209,7 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
   for (const pdc::RequestKind& kind : pdc::kRequestKinds) {
     SCOPED_TRACE(kind.name);
     const auto outcome = [&kind] {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       const pdc::Context& context = pdc::info().context(kind.req_type);
       return std::pair(context.done, context.result);
     };
@@ -269,7 +269,7 @@ TEST_F(Pdc, TheDefaultConfigurationIsTracedWhenTheModemTellsOfIt) {
 TEST_F(Pdc, TimersAreFoundByKindAndById) {
   connect();
   pdc_info_s_type& state = pdc::info();
-  const QtiSharedLock lock(state.mutex);
+  const base::Lock lock(state.mutex);
   uint32_t* const fallback = qmi_pdc_request_timer_get_ptr_by_req_type(PDC_REQ_DEFAULT_INFO);
   for (const int other : {0, 11, -1, 1 << 30}) {
     EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_req_type(other), fallback);

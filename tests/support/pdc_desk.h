@@ -104,7 +104,7 @@ struct PdcDesk : Desk {
   // Returns when a request of the kind waits and its timer runs.
   static void await_waiting(int req_type) {
     const auto waiting = [req_type] {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       return pdc::info().context(req_type).waiting != 0;
     };
     while (!waiting()) std::this_thread::sleep_for(std::chrono::milliseconds(1));

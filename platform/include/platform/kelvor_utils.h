@@ -35,7 +35,9 @@ const char* kelvor_utils_get_pid_name(void);
 __attribute__((format(printf, 1, 2))) void kelvor_utils_syslog_dbg(const char* format, ...);
 __attribute__((format(printf, 1, 2))) void kelvor_utils_syslog_err(const char* format, ...);
 
-// The default data subscription, 0 or 1.
+// Subscriptions of the phone, which count from 0.
+enum { KELVOR_SUBSCRIPTIONS = 2 };
+// The default data subscription.
 int32_t kelvor_get_default_data_sub(void);
 
 // Sets *value to a property's decimal number and returns 0. Sets it to `fallback` and returns -1

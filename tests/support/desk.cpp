@@ -13,6 +13,7 @@
 
 #include "platform/qmi_client.h"
 #include "sim/phone/default_phone.h"
+#include "sim/phone/phone_config.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/process_link.h"

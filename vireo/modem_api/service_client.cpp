@@ -24,7 +24,7 @@ thread_local int t_reports = 0;
 
 qmi_idl_service_object_type ServiceClient::init() {
   const TraceScope scope(site(names().init));
-  // Ends a connection that was never released, without a report.
+  // Ends a generation that was never released, without a report.
   give_back(next_generation());
   const base::Lock lock(mutex_);
   context_.service = member_.get_service(member_.major, member_.minor, member_.tool);

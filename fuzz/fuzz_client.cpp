@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
+#include <tuple>
 
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
@@ -58,7 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::abort();
   }
   sar_rf_get_state_resp resp;
-  qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp, sizeof resp, 1000);
+  std::ignore =
+      qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp, sizeof resp, 1000);
   qmi_client_release(client);
   bus->settle();
   return 0;

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <vector>
 
 #include "platform/diag.h"
+#include "platform/qmi_idl.h"
 #include "qcci/services/assumed.h"
 #include "support/scripted_link.h"
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "platform/idl/vendor.h"
@@ -100,7 +101,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       break;
     default: {
       const std::vector<uint8_t> file(room * 2);
-      kelvor_efs_write(0, "/f", 2, file.data(), static_cast<uint32_t>(file.size()));
+      std::ignore = kelvor_efs_write(0, "/f", 2, file.data(), static_cast<uint32_t>(file.size()));
     }
   }
   return 0;

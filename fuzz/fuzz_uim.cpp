@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <tuple>
 
 #include "platform/idl/uim.h"
 #include "platform/qmi_client.h"
@@ -48,17 +49,17 @@ void call_one(uint8_t which) {
       return call(kelvor_uim_send_apdu);
     case 3: {
       const auto out = std::make_unique<kelvor_uim_card_status_out>();
-      kelvor_uim_get_card_status(out.get());
+      std::ignore = kelvor_uim_get_card_status(out.get());
       return;
     }
     case 4: {
       const kelvor_uim_close_channel_in in{octet(), octet()};
-      kelvor_uim_close_channel(&in);
+      std::ignore = kelvor_uim_close_channel(&in);
       return;
     }
     default: {
       const kelvor_uim_power_in in{octet(), octet(), octet(), octet()};
-      kelvor_esim_request_uicc_power_ex(&in);
+      std::ignore = kelvor_esim_request_uicc_power_ex(&in);
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
@@ -56,7 +57,7 @@ void on_status(uint32_t, uint32_t) {}
 template <class S, bool (*get)(uint32_t, S*)>
 void measure(uint32_t sub) {
   S record;
-  get(sub, &record);
+  std::ignore = get(sub, &record);
   if (g_vireo_data.length < 0 || g_vireo_data.length > VS_DATA_MAX) std::abort();
 }
 #define MEASURE(name) measure<modem_vireo_##name, modem_vireo_##name##_get>

@@ -1,0 +1,247 @@
+#include "sweep/sweep.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "common/trace.h"
+#include "qcci/client/core.h"
+#include "sim/phone/default_phone.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/embedded_link.h"
+#include "sweep/quick_clock.h"
+#include "vex/commands.h"
+
+// Every trace line asks both switches first. The shell's lines are marked by their level here; the
+// log is left alone.
+extern "C" bool __wrap_kelvor_hal_get_shell_print_flag(uint32_t level) {
+  if (level == kTraceError) std::fputs(sweep::kErrorMark, stdout);
+  if (level == kTraceDebug) std::fputs(sweep::kDebugMark, stdout);
+  return true;
+}
+extern "C" bool __wrap_kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
+
+namespace sweep {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Of real time. A run takes a few hundredths; a machine that is busy otherwise may stretch that.
+constexpr unsigned kHungAfterS = 20;
+// Behind every time-out, delayed message and restart.
+constexpr auto kUntilProbe = std::chrono::seconds(60);
+
+// An embedded modem's link that may lose the bus for good.
+class CutLink final : public qcci::Link {
+ public:
+  CutLink(std::unique_ptr<qcci::Link> link, Fault fault)
+      : link_(std::move(link)), fault_(std::move(fault)), cut_(fault_.cut_at == Fault::kNoBus) {}
+
+  bool open(qcci::Endpoint* endpoint) override {
+    const std::lock_guard lock(mutex_);
+    if (cut_ || !link_->open(endpoint)) return false;
+    open_.insert(endpoint->id);
+    return true;
+  }
+  void close(qcci::EndpointId endpoint) override {
+    const std::lock_guard lock(mutex_);
+    open_.erase(endpoint);
+    link_->close(endpoint);
+  }
+  qcci::Sent send(qcci::EndpointId endpoint, qcci::Address to,
+                  std::span<const uint8_t> octets) override {
+    const std::lock_guard lock(mutex_);
+    const bool request = to.port != qcci::kControlPort;
+    const bool last = request && ++sent_ == fault_.cut_at;
+    const bool goes = last ? fault_.answered : !cut_;
+    const qcci::Sent sent = goes ? link_->send(endpoint, to, octets) : qcci::Sent::kCut;
+    cut_ = cut_ || last;
+    if (last) link_->wake();
+    return sent;
+  }
+  qcci::Received receive(qcci::Datagram* datagram, platform::Time deadline) override {
+    if (lose_one(datagram)) return qcci::Received::kClosed;
+    const qcci::Received received = link_->receive(datagram, deadline);
+    return lose_one(datagram) ? qcci::Received::kClosed : received;
+  }
+  void wake() override { link_->wake(); }
+
+ private:
+  bool lose_one(qcci::Datagram* datagram) {
+    const std::lock_guard lock(mutex_);
+    if (!cut_ || open_.empty()) return false;
+    datagram->endpoint = open_.extract(open_.begin()).value();
+    link_->close(datagram->endpoint);
+    return true;
+  }
+
+  const std::unique_ptr<qcci::Link> link_;
+  const Fault fault_;
+  std::mutex mutex_;
+  std::set<qcci::EndpointId> open_;
+  uint32_t sent_ = 0;
+  bool cut_;
+};
+
+std::string read(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void copy(const fs::path& from, const fs::path& to) {
+  fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+}
+
+// How many are there. What goes beyond the expected may be a moment's.
+int settled(const char* folder, int expected) {
+  for (int tries = 100;; --tries) {
+    const fs::directory_iterator all(folder);
+    const auto now = static_cast<int>(std::distance(begin(all), end(all)));
+    if (now <= expected || tries == 0) return now;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+void run_words(const std::string& words, const std::string& output) {
+  const int file = ::open(output.c_str(), O_WRONLY | O_CREAT, 0600);
+  ::dup2(file, STDOUT_FILENO);
+  ::dup2(file, STDERR_FILENO);
+  ::close(file);
+  std::istringstream in(words);
+  std::vector<std::string> all = {"vex"};
+  for (std::string word; in >> word;) {
+    const bool repeats = word[0] == '*';
+    all.insert(all.end(), repeats ? std::stoul(word.substr(1)) - 1 : 1,
+               repeats ? std::string(all.back()) : word);
+  }
+  std::vector<char*> argv;
+  for (std::string& word : all) argv.push_back(word.data());
+  vex::run(static_cast<int>(argv.size()), argv.data());
+  std::fflush(stdout);
+}
+
+// What passes, a line a message, until it is closed.
+struct Record {
+  std::mutex mutex;
+  std::ofstream out;
+  std::map<std::pair<std::string, sim::FaultKind>, uint32_t> counts;
+
+  void add(const std::string& service, sim::FaultKind kind, std::span<const uint8_t> octets) {
+    const std::lock_guard lock(mutex);
+    const uint32_t nth = ++counts[{service, kind}];
+    if (!out.is_open()) return;
+    out << service << ' ' << static_cast<int>(kind) << ' ' << nth << " ="
+        << qcci::to_hex(octets) << '\n';
+  }
+};
+
+// In the child.
+void run(const Line& line, const Fault& fault, const Run& clean, const std::string& phone,
+         const std::string& folder) {
+  ::alarm(kHungAfterS);
+  // The statistics framework admits callers by their names.
+  static char name[] = "vex";
+  program_invocation_short_name = name;
+  const std::string root = folder + "/phone";
+  copy(phone, root);
+  std::ofstream(root + "/phone.toml", std::ios::app) << fault.toml;
+  ::setenv("VEX_PHONE", root.c_str(), 1);
+  QuickClock& clock = *new QuickClock;
+  Record& record = *new Record;
+  record.out.open(folder + "/record");
+  std::string why;
+  const std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
+  if (modem == nullptr) std::abort();
+  modem->set_tap([&record](const qmi_idl_service_object& service, sim::FaultKind kind,
+                           sim::Address, std::span<const uint8_t> octets) {
+    record.add(service.name, kind, octets);
+  });
+  qcci::Core::use_link(std::make_unique<CutLink>(sim::make_embedded_link(modem), fault));
+
+  const platform::Time began = clock.now();
+  run_words(line.words, folder + "/output");
+  const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(clock.now() - began);
+  const int threads = settled("/proc/self/task", clean.threads);
+  const int descriptors = settled("/proc/self/fd", clean.descriptors);
+  copy(root, folder + "/state");
+  std::ofstream(folder + "/end") << took.count() << ' ' << descriptors << ' ' << threads;
+  {
+    const std::lock_guard lock(record.mutex);
+    record.out.close();
+  }
+  clock.sleep_until(clock.now() + kUntilProbe);
+  for (const char* part : {"/nv", "/efs", "/pdc"}) fs::remove_all(root + part);
+  copy(phone, root);
+  run_words(line.probe, folder + "/probe");
+}
+
+}  // namespace
+
+void make_phone(const std::string& phone, bool euicc) {
+  const auto write = [&](const std::string& path, std::string_view contents) {
+    const fs::path at = phone + "/efs/" + path;
+    fs::create_directories(at.parent_path());
+    std::ofstream(at, std::ios::binary) << contents;
+  };
+  fs::create_directory(phone);
+  std::string why;
+  if (!sim::Phone(phone).prepare(&why)) std::abort();
+  write("0/sweep/file", std::string(300, '\2'));
+  write("0/vireo/vireo_print_mask", "\1");
+  for (const char* name : {"kelvor/rf_ant_port_config", "antenna/ant_tx_config",
+                           "kelvor/qmi_print_flag", "kelvor/rf_print_mask"}) {
+    write(std::string("0/nv/item_files/modem/") + name, std::string(1000, '\1'));
+  }
+  std::string enabled(4, '\0');
+  enabled[0] = euicc ? 1 : 0;
+  write("1/nv/item_files/modem/uim/uimdrv/esim_enable", enabled);
+}
+
+State state_of(const std::string& phone) {
+  State state;
+  for (const char* part : {"/nv", "/efs"}) {
+    std::error_code none;
+    for (const auto& entry : fs::recursive_directory_iterator(phone + part, none)) {
+      if (!entry.is_regular_file()) continue;
+      state.emplace(entry.path().string().substr(phone.size()), read(entry.path()));
+    }
+  }
+  return state;
+}
+
+int start(const Line& line, const Fault& fault, const Run& clean, const std::string& phone,
+          const std::string& folder) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  run(line, fault, clean, phone, folder);
+  std::exit(0);
+}
+
+Run result(const std::string& folder, int wait_status) {
+  Run run;
+  run.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
+  run.output = read(folder + "/output");
+  run.probe = read(folder + "/probe");
+  run.state = state_of(folder + "/state");
+  std::ifstream(folder + "/end") >> run.virtual_ms >> run.descriptors >> run.threads;
+  std::ifstream in(folder + "/record");
+  Message message;
+  int kind = 0;
+  for (std::string octets; in >> message.service >> kind >> message.nth >> octets;) {
+    message.kind = static_cast<sim::FaultKind>(kind);
+    message.octets = desk::unhex(octets.substr(1));
+    run.messages.push_back(message);
+  }
+  return run;
+}
+
+}  // namespace sweep

@@ -1,5 +1,3 @@
-#include "sweep/sweep.h"
-
 #include <algorithm>
 #include <csignal>
 #include <random>
@@ -7,14 +5,15 @@
 #include <sstream>
 
 #include "platform/idl/uim.h"
+#include "sweep/sweep.h"
 
 namespace sweep {
 namespace {
 
 using sim::FaultKind;
 
-constexpr size_t kHeader = 7;             // of a QMI message
-constexpr size_t kFirst = kHeader + 3;    // the value of its first TLV
+constexpr size_t kHeader = 7;           // of a QMI message
+constexpr size_t kFirst = kHeader + 3;  // the value of its first TLV
 constexpr const char* kKinds[] = {"request", "response", "indication"};
 
 struct Change {
@@ -77,7 +76,7 @@ std::vector<Action> actions_on(const Message& m, std::mt19937& random) {
 // The lines that report a failure.
 std::multiset<std::string> failures(const std::string& output) {
   // What commands say of one other than by error lines.
-  static constexpr const char* kOwn[] = {"value=FAILED",      "UNKNOWN,UNKNOWN",   "SAR DSI: -1",
+  static constexpr const char* kOwn[] = {"value=FAILED",     "UNKNOWN,UNKNOWN",   "SAR DSI: -1",
                                          "_config_ex ret -", "_config ret_val -", "ret_pdc: -"};
   std::multiset<std::string> lines;
   std::istringstream in(output);
@@ -122,7 +121,7 @@ bool asked_again(const Case& c, const Run& run) {
 bool is_torn(const Case& c, const Run& run) {
   State either;
   State both;
-  const auto [few, many] = std::minmax(c.before.size(), c.clean.state.size());
+  const auto [few, many] = std::minmax({c.before.size(), c.clean.state.size()});
   std::set_union(c.before.begin(), c.before.end(), c.clean.state.begin(), c.clean.state.end(),
                  std::inserter(either, either.end()));
   std::set_intersection(c.before.begin(), c.before.end(), c.clean.state.begin(),
@@ -154,8 +153,7 @@ std::string Case::name() const {
   return out.str();
 }
 
-std::vector<Case> cases_of(const Line& line, const State& before, const Run& clean,
-                           uint32_t seed) {
+std::vector<Case> cases_of(const Line& line, const State& before, const Run& clean, uint32_t seed) {
   std::mt19937 random(seed);
   std::vector<Case> cases;
   uint32_t requests = 0;
@@ -165,8 +163,8 @@ std::vector<Case> cases_of(const Line& line, const State& before, const Run& cle
                              kKinds[static_cast<int>(m.kind)] +
                              "\"\nnth = " + std::to_string(m.nth) + "\n";
     for (const Action& action : actions_on(m, random)) {
-      cases.push_back({line, before, clean, m, action.name, action.fatal,
-                       {rule + action.toml + "\n"}});
+      cases.push_back(
+          {line, before, clean, m, action.name, action.fatal, {rule + action.toml + "\n"}});
     }
     if (m.kind != FaultKind::kRequest) continue;
     ++requests;
@@ -198,7 +196,8 @@ std::string problem_of(const Case& c, const Run& run) {
     return "then \"vex " + c.line.probe + "\" fails";
   }
   if (outcome_of(c, run) == kFailure) return "";
-  if (c.message.id() != UIM_OPEN_LOGICAL_CHANNEL && leaves_channel(run)) return "a logical channel is left open";
+  if (c.message.id() != UIM_OPEN_LOGICAL_CHANNEL && leaves_channel(run))
+    return "a logical channel is left open";
   if (c.fatal && !asked_again(c, run) && !is_excepted(c)) return "no failure is reported";
   return "";
 }

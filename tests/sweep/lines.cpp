@@ -23,8 +23,8 @@ constexpr char kNv[] = "4 1 0 550";
 constexpr Group kGroups[] = {
     // The vendor client waits for 3 s; a full dump begins with a wait of 5 s.
     {kNv, 4, false, false, "3 0 1 2 3;3 1;3 2;3 3 1 4 0x10;3 4;3 5"},
-    {kNv, 4, false, false, "4 1 0 550;4 2 0 551 1 *128;4 3 0 550;4 4 0 /sweep/file"},
-    {kNv, 4, false, false, "4 5 0 /sweep/file 7 *300;4 6 0 /sweep/file;6 2 1;7 1 0;7 1 1"},
+    {kNv, 4, false, false, "4 1 0 550;4 2 0 551 1 2 3;4 3 0 550;4 4 0 /sweep/file"},
+    {kNv, 4, false, false, "4 5 0 /sweep/file 7 8 9;4 6 0 /sweep/file;6 2 1;7 1 0;7 1 1"},
     {kNv, 4, false, false, "5 1;5 2 0;5 3 0 0 1;5 4;5 6 0;5 6 1 1 1 2"},
     {kNv, 4, false, false, "11 0;11 2;11 4 0;11 4 1;11 5 0;11 5 1;11 6 0;11 6 1"},
     {kNv, 9, false, false, "11 1"},
@@ -41,16 +41,16 @@ constexpr Group kGroups[] = {
     {"", 35, false, true, "9 0 0;9 1 0;9 2 0;9 3 0;9 4 0;9 5 0;9 6 0;9 7 0;9 8 0;9 9 0;9 10 0"},
     {"", 35, false, true, "9 11 0;9 12 0;9 20 1;9 21 1;9 30 0;9 31 0;9 31 1;9 31 2;9 31 3"},
     // PDC: 10 s, and 20 attempts of 9 s to find the service. NAS: 10 s, and 5 s for the service.
-    {"10 0 3", 185, false, false, "10 0 1;10 0 3;10 1 1;10 1 3"},
+    {"10 1 3", 185, false, false, "10 0 1;10 0 3;10 1 1;10 1 3"},
     {"", 15, false, false, "12 0;12 1"},
 };
 
 struct Exception {
-  const char* words;    // what the command line begins with
+  const char* words;  // what the command line begins with
   const char* service;
-  uint16_t message;     // 0: any
+  uint16_t message;  // 0: any
   std::optional<FaultKind> kind;
-  const char* action;   // what it begins with
+  const char* action;  // what it begins with
   const char* why;
 };
 constexpr auto kAny = std::nullopt;

@@ -1,5 +1,3 @@
-#include "sweep/sweep.h"
-
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,11 +5,13 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "common/trace.h"
 #include "qcci/client/core.h"
@@ -19,13 +19,25 @@
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "sweep/quick_clock.h"
+#include "sweep/sweep.h"
 #include "vex/commands.h"
+
+namespace {
+
+// Goes before what this thread writes next.
+thread_local const char* t_mark = "";
+
+ssize_t write_marked(void*, const char* text, size_t size) {
+  const std::string line = std::exchange(t_mark, "") + std::string(text, size);
+  return ::write(STDOUT_FILENO, line.data(), line.size()) < 0 ? 0 : static_cast<ssize_t>(size);
+}
+
+}  // namespace
 
 // Every trace line asks both switches first. The shell's lines are marked by their level here; the
 // log is left alone.
 extern "C" bool __wrap_kelvor_hal_get_shell_print_flag(uint32_t level) {
-  if (level == kTraceError) std::fputs(sweep::kErrorMark, stdout);
-  if (level == kTraceDebug) std::fputs(sweep::kDebugMark, stdout);
+  t_mark = level == kTraceError ? sweep::kErrorMark : level == kTraceDebug ? sweep::kDebugMark : "";
   return true;
 }
 extern "C" bool __wrap_kelvor_hal_get_logcat_print_flag(uint32_t) { return false; }
@@ -116,30 +128,26 @@ void run_words(const std::string& words, const std::string& output) {
   ::dup2(file, STDOUT_FILENO);
   ::dup2(file, STDERR_FILENO);
   ::close(file);
-  std::istringstream in(words);
-  std::vector<std::string> all = {"vex"};
-  for (std::string word; in >> word;) {
-    const bool repeats = word[0] == '*';
-    all.insert(all.end(), repeats ? std::stoul(word.substr(1)) - 1 : 1,
-               repeats ? std::string(all.back()) : word);
-  }
+  std::istringstream in("vex " + words);
+  std::vector<std::string> all{std::istream_iterator<std::string>(in), {}};
   std::vector<char*> argv;
   for (std::string& word : all) argv.push_back(word.data());
   vex::run(static_cast<int>(argv.size()), argv.data());
   std::fflush(stdout);
 }
 
-// What passes, a line a message, until it is closed.
+// Writes down what passes, a line a message, until the file is closed.
 struct Record {
   std::mutex mutex;
   std::ofstream out;
-  std::map<std::pair<std::string, sim::FaultKind>, uint32_t> counts;
+  std::map<std::pair<const char*, sim::FaultKind>, uint32_t> counts;
 
-  void add(const std::string& service, sim::FaultKind kind, std::span<const uint8_t> octets) {
+  void operator()(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
+                  std::span<const uint8_t> octets) {
     const std::lock_guard lock(mutex);
-    const uint32_t nth = ++counts[{service, kind}];
+    const uint32_t nth = ++counts[{service.name, kind}];
     if (!out.is_open()) return;
-    out << service << ' ' << static_cast<int>(kind) << ' ' << nth << " ="
+    out << service.name << ' ' << static_cast<int>(kind) << ' ' << nth << " ="
         << qcci::to_hex(octets) << '\n';
   }
 };
@@ -155,16 +163,16 @@ void run(const Line& line, const Fault& fault, const Run& clean, const std::stri
   copy(phone, root);
   std::ofstream(root + "/phone.toml", std::ios::app) << fault.toml;
   ::setenv("VEX_PHONE", root.c_str(), 1);
+  stdout =
+      ::fopencookie(nullptr, "w", {.read = {}, .write = write_marked, .seek = {}, .close = {}});
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   QuickClock& clock = *new QuickClock;
   Record& record = *new Record;
   record.out.open(folder + "/record");
   std::string why;
   const std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
   if (modem == nullptr) std::abort();
-  modem->set_tap([&record](const qmi_idl_service_object& service, sim::FaultKind kind,
-                           sim::Address, std::span<const uint8_t> octets) {
-    record.add(service.name, kind, octets);
-  });
+  modem->set_tap(std::ref(record));
   qcci::Core::use_link(std::make_unique<CutLink>(sim::make_embedded_link(modem), fault));
 
   const platform::Time began = clock.now();

@@ -5,6 +5,8 @@
 // --part: only every Nth case. --case: that one alone, and what it writes. --write and --check: the
 // tables of outcomes at the end of FILE, which belong to seed 1.
 
+#include "sweep/sweep.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,10 +17,9 @@
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <thread>
-
-#include "sweep/sweep.h"
 
 namespace {
 
@@ -87,67 +88,87 @@ bool same_or_written(const std::string& file, bool write, const std::string& tex
   return false;
 }
 
-int sweep_all(const fs::path& folder, std::map<std::string, std::string>& options) {
-  const auto number = [&](const char* name, size_t otherwise) {
-    return options[name].empty() ? otherwise : std::stoul(options[name]);
-  };
-  const std::vector<Line>& lines = sweep::lines();
-  const std::array<std::string, 2> phones{folder / "phone", folder / "euicc"};
+struct Sweep {
+  std::array<std::string, 2> phones;  // the second has an eUICC
   std::array<sweep::State, 2> before;
-  for (const bool euicc : {false, true}) {
-    sweep::make_phone(phones[euicc], euicc);
-    before[euicc] = sweep::state_of(phones[euicc]);
-  }
+  std::vector<Run> clean = std::vector<Run>(sweep::lines().size());
+  std::vector<Row> rows = std::vector<Row>(sweep::lines().size());
+  std::vector<std::pair<size_t, Case>> cases;  // by their numbers
   std::map<std::string, std::string> problems;
-  std::vector<Run> clean(lines.size());
-  run_all(
-      folder, lines.size(),
-      [&](size_t i, const std::string& own) {
-        return sweep::start(lines[i], {}, {}, phones[lines[i].euicc], own);
-      },
-      [&](size_t i, const Run& run) {
-        clean[i] = run;
-        const std::string problem = sweep::problem_of(lines[i], run);
-        if (!problem.empty()) problems["vex " + lines[i].words] = problem;
-      });
 
-  std::vector<Case> cases;
-  std::vector<std::pair<size_t, size_t>> chosen;  // the case, and its line
-  const size_t part = number("--part", 1);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    for (Case& c : sweep::cases_of(lines[i], before[lines[i].euicc], clean[i],
-                                   static_cast<uint32_t>(number("--seed", 1)))) {
-      const bool wanted = cases.size() == number("--case", cases.size());
-      if (wanted && cases.size() % part == 0) chosen.emplace_back(cases.size(), i);
-      cases.push_back(std::move(c));
+  void note(const std::string& name, const std::string& problem) {
+    if (!problem.empty()) problems[name] = problem;
+  }
+
+  void run_clean(const fs::path& folder) {
+    for (const bool euicc : {false, true}) {
+      phones[euicc] = folder / (euicc ? "euicc" : "phone");
+      sweep::make_phone(phones[euicc], euicc);
+      before[euicc] = sweep::state_of(phones[euicc]);
+    }
+    const std::vector<Line>& lines = sweep::lines();
+    run_all(
+        folder, lines.size(),
+        [&](size_t i, const std::string& own) {
+          return sweep::start(lines[i], {}, {}, phones[lines[i].euicc], own);
+        },
+        [&](size_t i, const Run& run) {
+          clean[i] = run;
+          note("vex " + lines[i].words, sweep::problem_of(lines[i], run));
+        });
+  }
+
+  void choose(uint32_t seed, size_t part, std::optional<size_t> only) {
+    size_t number = 0;
+    for (size_t i = 0; i < clean.size(); ++i) {
+      const Line& line = sweep::lines()[i];
+      for (Case& c : sweep::cases_of(line, before[line.euicc], clean[i], seed)) {
+        if (only ? number == *only : number % part == 0) cases.emplace_back(number, std::move(c));
+        ++number;
+      }
     }
   }
-  std::vector<Row> rows(lines.size());
-  run_all(
-      folder, chosen.size(),
-      [&](size_t i, const std::string& own) {
-        const Case& c = cases[chosen[i].first];
-        return sweep::start(c.line, c.fault, c.clean, phones[c.line.euicc], own);
-      },
-      [&](size_t i, const Run& run) {
-        const Case& c = cases[chosen[i].first];
-        Row& row = rows[chosen[i].second];
-        ++row.outcomes[sweep::outcome_of(c, run)];
-        row.worst_ms = std::max(row.worst_ms, run.virtual_ms);
-        const std::string name = "case " + std::to_string(chosen[i].first) + ", " + c.name();
-        const std::string problem = sweep::problem_of(c, run);
-        if (!problem.empty()) problems[name] = problem;
-        if (chosen.size() == 1) {
-          std::cout << name << c.fault.toml << "\n" << run.output << "the probe:\n" << run.probe;
-        }
-      });
-  for (const auto& [name, problem] : problems) std::cout << name << ": " << problem << "\n";
-  std::cout << chosen.size() << " cases, " << problems.size() << " problems\n";
-  bool good = problems.empty();
+
+  void run_cases(const fs::path& folder, bool shown) {
+    run_all(
+        folder, cases.size(),
+        [&](size_t i, const std::string& own) {
+          const Case& c = cases[i].second;
+          return sweep::start(c.line, c.fault, c.clean, phones[c.line.euicc], own);
+        },
+        [&](size_t i, const Run& run) {
+          const auto& [number, c] = cases[i];
+          Row& row = rows[static_cast<size_t>(&c.line - sweep::lines().data())];
+          ++row.outcomes[sweep::outcome_of(c, run)];
+          row.worst_ms = std::max(row.worst_ms, run.virtual_ms);
+          note("case " + std::to_string(number) + ", " + c.name(), sweep::problem_of(c, run));
+          if (shown) {
+            std::cout << c.name() << c.fault.toml << "\n"
+                      << run.output << "the probe:\n"
+                      << run.probe;
+          }
+        });
+  }
+};
+
+int run_sweep(const fs::path& folder, std::map<std::string, std::string>& options) {
+  const auto number = [&](const char* name) -> std::optional<size_t> {
+    if (options[name].empty()) return std::nullopt;
+    return std::stoul(options[name]);
+  };
+  const std::optional<size_t> only = number("--case");
+  Sweep all;
+  all.run_clean(folder);
+  all.choose(static_cast<uint32_t>(number("--seed").value_or(1)), number("--part").value_or(1),
+             only);
+  all.run_cases(folder, only.has_value());
+  for (const auto& [name, problem] : all.problems) std::cout << name << ": " << problem << "\n";
+  std::cout << all.cases.size() << " cases, " << all.problems.size() << " problems\n";
+  bool good = all.problems.empty();
   for (const char* name : {"--write", "--check"}) {
     if (options[name].empty()) continue;
     const bool write = std::string(name) == "--write";
-    good = same_or_written(options[name], write, tables(rows, clean)) && good;
+    good = same_or_written(options[name], write, tables(all.rows, all.clean)) && good;
   }
   return good ? 0 : 1;
 }
@@ -162,7 +183,7 @@ int main(int argc, char** argv) {
   const bool usable = ::access(memory.c_str(), W_OK) == 0;
   std::string folder = (usable ? memory : fs::temp_directory_path()) / "vex-sweep-XXXXXX";
   if (::mkdtemp(folder.data()) == nullptr) return 2;
-  const int status = sweep_all(folder, options);
+  const int status = run_sweep(folder, options);
   fs::remove_all(folder);
   return status;
 }

@@ -15,7 +15,7 @@
 namespace sweep {
 
 struct Line {
-  std::string words;  // "*N" repeats the word before it, to N in all
+  std::string words;
   std::string probe;  // run in the same process, with the phone as new, whatever has happened
   int limit_s;        // of virtual time, whatever happens
   bool euicc;         // slot 2 is connected to the eUICC

@@ -87,26 +87,6 @@ TEST_F(NvEfs, NvArgumentsAreCheckedInOrderAndNothingIsSentForBadOnes) {
   EXPECT_EQ(requests(), 0u);
 }
 
-TEST_F(NvEfs, NvRequestsHaveTheirFieldsInTheirPlaces) {
-  start_modem();
-  const uint8_t data[] = {0xD1, 0xD2};
-  ASSERT_EQ(kelvor_nv_write_ex(1, 7232, data, 2), 0);
-  uint8_t buf[4] = {};
-  uint32_t room = sizeof buf;
-  ASSERT_EQ(kelvor_nv_read(1, 7232, buf, &room), 0);
-  EXPECT_EQ(room, 2u);
-  ASSERT_EQ(kelvor_nv_delete(1, 7232), 0);
-  EXPECT_FALSE(directory_.has("nv/1/7232"));
-  const auto requests = passed(sim::FaultKind::kRequest);
-  ASSERT_EQ(requests.size(), 3u);
-  // The payload begins behind header, id, length and its own type and length.
-  const auto payload = [&](size_t i) { return std::span(requests[i].octets).subspan(24); };
-  EXPECT_EQ(desk::hex(payload(0).first(6)), "02 01 40 1C 00 00");
-  EXPECT_EQ(desk::hex(payload(0).subspan(76, 14)), "02 00 00 00 00 00 00 00 00 00 00 00 D1 D2");
-  EXPECT_EQ(desk::hex(payload(1).first(6)), "01 01 40 1C 00 00");
-  EXPECT_EQ(desk::hex(payload(2).first(6)), "03 01 40 1C 00 00");
-}
-
 TEST_F(NvEfs, NvItemsKeepTheirLengthUpTo424) {
   start_modem();
   const Octets item = pattern(424);
@@ -367,94 +347,6 @@ TEST_F(NvEfs, EfsRequestsHaveTheirFieldsInTheirPlacesAndNothingOfTheChunkBefore)
   EXPECT_EQ(payload(2, 76, 12), "00 00 00 00 00 00 00 00 00 00 00 00");
   EXPECT_EQ(payload(3, 76, 12), "00 00 00 00 A8 01 00 00 01 00 00 00");
   EXPECT_EQ(payload(4, 0, 9), "06 01 00 00 03 2F 61 62 00");
-}
-
-TEST_F(NvEfs, TransfersOfSeveralThreadsDoNotMix) {
-  start_modem();
-  std::vector<std::thread> threads;
-  std::atomic<int> wrong{0};
-  for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&] {
-      const Octets data = pattern(3 * 424);
-      for (int i = 0; i < 10; ++i) {
-        if (write("/same", data) != 0) ++wrong;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
-  size_t n = 0;
-  for (const desk::Message& request : passed(sim::FaultKind::kRequest)) {
-    EXPECT_EQ(request.octets[24 + 84], n++ % 3) << "the number of the exchange";
-  }
-}
-
-// The messages of an operation, in order and in full, with their levels.
-TEST_F(NvEfs, OperationsSayWhatTheyDo) {
-  start_modem("[[fault]]\nservice = \"vendor\"\naction = \"vendor-error\"\nnth = 5\nresult = 9\n");
-  directory_.write("nv/1/12", "abc");
-  const auto told = [](auto call) {
-    std::string lines;
-    for (const uint32_t level : {1u, 2u, 4u}) {
-      kelvor_hal_set_shell_print_mask(level);
-      lines += "level " + std::to_string(level) + "\n";
-      for (const std::string& message : desk::trace_messages(output_of(call))) {
-        lines += message + "\n";
-      }
-    }
-    kelvor_hal_set_shell_print_mask(15);
-    return lines;
-  };
-  uint8_t buf[4];
-  uint32_t room = 0;
-  kelvor_nv_delete(0, 1);  // the client is open from here on
-  EXPECT_EQ(told([&] {
-              room = sizeof buf;
-              kelvor_nv_read(1, 12, buf, &room);
-            }),
-            "level 1\nlevel 2\nlevel 4\n"
-            "function entry ------------->\n"
-            "kelvor_nv_read, sub_id 1, nv_id: 12\n"
-            "buf_len: 4\n"
-            "kelvor_extend_qmi_send_sync resp_len:23\n"
-            "kelvor_extend_qmi_handle_req_cb result:0\n"
-            "kelvor_qmi_result_map, old_result 0, new_result 0\n"
-            "result = 0, rsp.result = 0\n"
-            "rsp.data_len_all = 3\n"
-            "function exit, ret = 0 <-------------\n");
-  kelvor_hal_set_shell_print_mask(1);
-  EXPECT_EQ(desk::trace_messages(output_of([&] { kelvor_nv_delete(1, 3); })),
-            (std::vector<std::string>{"9 QMI service framework error. Check client",
-                                      "kelvor_extend_qmi_send_sync fail"}));
-  EXPECT_EQ(desk::trace_messages(output_of([&] { kelvor_nv_delete(1, 3); })),
-            (std::vector<std::string>{"qmi response fail"}));
-  kelvor_hal_set_shell_print_mask(4);
-  const Octets data(425, 1);
-  EXPECT_EQ(
-      desk::trace_messages(output_of([&] { write("/w", data); })),
-      (std::vector<std::string>{
-          "function entry ------------->", "kelvor_efs_write, sub_id 0, path_len: 2, buf_len: 425",
-          "path_value: /w", "left_num(425)", "send_num(424)",
-          "kelvor_extend_qmi_send_sync resp_len:20", "kelvor_extend_qmi_handle_req_cb result:0",
-          "kelvor_qmi_result_map, old_result 0, new_result 0",
-          "result = 0, rsp.result[>=0 is instance id] = 0",
-          "data_len_all = 425, data_len_send = 0, data_len_recv = 424, send_count = 0, "
-          "data_len_cur = 424",
-          "left_num(1)", "send_num(1)", "kelvor_extend_qmi_send_sync resp_len:20",
-          "kelvor_extend_qmi_handle_req_cb result:0",
-          "kelvor_qmi_result_map, old_result 0, new_result 0",
-          "result = 0, rsp.result[>=0 is instance id] = 0",
-          "data_len_all = 425, data_len_send = 424, data_len_recv = 425, send_count = 1, "
-          "data_len_cur = 1",
-          "function exit, ret = 0 <-------------"}));
-  const std::vector<std::string> read_lines = desk::trace_messages(output_of([&] {
-    Octets back;
-    read("/w", &back, 500);
-  }));
-  EXPECT_EQ(read_lines[1], "kelvor_efs_read, sub_id 0, path_len: 2");
-  EXPECT_EQ(read_lines[6],
-            "data_len_all = 425, data_len_send = 424, data_len_recv = 0, read_count = 0, "
-            "data_len_cur = 424");
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
-// The measurements of the statistics framework and command 9, against the simulated modem.
+// The measurements of the statistics framework, against the simulated modem.
 
 #include <malloc.h>
 
 #include <cmath>
-#include <sstream>
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "support/vireo_desk.h"
-#include "vex/commands.h"
 #include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
@@ -244,118 +242,6 @@ TEST_F(Vireo, FetchesDoNotGrowTheProcess) {
   EXPECT_LE(::mallinfo2().uordblks, used + 4096);
   modem_vireo_api_deinit();
   EXPECT_EQ(vireo_mem_traced(), 0u);
-}
-
-// ---- command 9
-
-std::string command(std::string line) {
-  std::vector<std::string> words;
-  std::istringstream in(line);
-  while (in >> line) words.push_back(line);
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  return output_of(
-      [&] { kelvor_test_qmi_modem_stats_do(static_cast<int>(argv.size()), argv.data()); });
-}
-
-TEST_F(Vireo, CommandsPrintOneLine) {
-  std::string carriers;
-  for (const char n : {'1', '2', '3', '4', '5', '6'}) {
-    carriers += std::string("[measurements.sub1.lte_scc") + n + "]\nearfcn = 100" + n +
-                "\npci = 50" + n + "\nsnr = [0, 0, 0, -" + n + ".125]\n";
-  }
-  start_modem(carriers +
-              "[measurements.sub0.nr_scc1]\nrsrp = [-1, -2, -3, -4]\nrsrq = 5.126\n"
-              "[measurements.sub0.nr_scc2]\nrsrp = [-6, -7, -8, -9]\nrsrq = -10\n");
-  const auto scc = [](const std::string& n) {
-    std::string line = "ASDIV DATA: earfcn: 100" + n + ", pci: 50" + n + ", rx_valid: 0";
-    for (const char* rx : {"0", "1", "2", "3"}) {
-      for (const char* what : {"rsrp_rx", "rsrq_rx", "rssi_rx", "snr_rx"}) {
-        line += std::string(", ") + what + rx + ": 0.00";
-      }
-    }
-    return line.substr(0, line.size() - 4) + "-" + n + ".12";
-  };
-  const auto missing = [](int sub, int id, const std::string& what) {
-    return Lines{"Fail to get data, empty, number = N, sub = " + std::to_string(sub) +
-                     ", ret id_num = 0, id = " + std::to_string(id),
-                 "modem_vireo_data_get failed", what};
-  };
-  const std::string kAnt =
-      "ANT INFO: ant_num: 4, ant_path: 1, sig_path: 2, old_config: 0, new_config: 1";
-  const struct {
-    const char* words;
-    Lines lines;
-  } rows[] = {
-      {"0 0",
-       {"ASDIV DATA: earfcn: 1300, pci: 101, rx_valid: 15, rsrp_rx0: -91.50, rsrq_rx0: -10.00, "
-        "rssi_rx0: -62.50, snr_rx0: 18.50, rsrp_rx1: -93.00, rsrq_rx1: -10.50, rssi_rx1: -64.00, "
-        "snr_rx1: 17.00, rsrp_rx2: -96.25, rsrq_rx2: -11.00, rssi_rx2: -67.00, snr_rx2: 14.50, "
-        "rsrp_rx3: -97.00, rsrq_rx3: -11.50, rssi_rx3: -68.00, snr_rx3: 14.00"}},
-      {"1 0", missing(0, 0x67, "get vireo data failed")},
-      {"1 1", {scc("1")}},
-      {"2 1", {scc("2")}},
-      {"3 1", {scc("3")}},
-      {"4 1", {scc("4")}},
-      {"5 1", {scc("5")}},
-      {"6 1", {scc("6")}},
-      {"7 0",
-       {"ASDIV DATA: rssi_rx0: -55.00, rssi_rx1: -56.50, rssi_rx2: -59.00, rssi_rx3: -60.00"}},
-      {"7 1", missing(1, 0x5E, "modem_vireo_nr5g_ll1_fw_rx_control_agc_get failed")},
-      {"8 0", {"ASDIV DATA: snr_rx0: 24.50, snr_rx1: 23.00, snr_rx2: 20.50, snr_rx3: 19.00"}},
-      {"8 1", missing(1, 0x70, "modem_vireo_nr5g_ll1_fw_serving_ftl_get failed")},
-      {"9 0",
-       {"ASDIV DATA: ant_rx_0_old = 0, ant_rx_0_new = 0, ant_rx_1_old = 1, ant_rx_1_new = 1, "
-        "ant_rx_2_old = 2, ant_rx_2_new = 2, ant_rx_3_old = 3, ant_rx_3_new = 3, ant_tx_0_old = 0, "
-        "ant_tx_0_new = 1, ant_tx_1_old = 1, ant_tx_1_new = 0"}},
-      {"9 1", missing(1, 0x71, "modem_vireo_nr5g_ml1_antenna_switch_diversity_get failed")},
-      {"10 0",
-       {"ASDIV DATA: rsrp_rx0: -84.00, rsrp_rx1: -85.50, rsrp_rx2: -88.00, rsrp_rx3: -89.50, rsrq: "
-        "-10.50"}},
-      {"10 1", missing(1, 0x87, "get vireo data failed")},
-      {"11 0",
-       {"ASDIV DATA: rsrp_rx0: -1.00, rsrp_rx1: -2.00, rsrp_rx2: -3.00, rsrp_rx3: -4.00, rsrq: "
-        "5.13"}},
-      {"12 0",
-       {"ASDIV DATA: rsrp_rx0: -6.00, rsrp_rx1: -7.00, rsrp_rx2: -8.00, rsrp_rx3: -9.00, rsrq: "
-        "-10.00"}},
-      {"20 1", {"ASDIV DATA: rx_agc_0: -92.00, rx_agc_1: -94.50"}},
-      {"21 0", {"ASDIV DATA: rx_prx: -75.00, rx_drx: -77.50"}},
-      {"21 2",
-       {"modem_api_get_stats_parameter, sub(2) is invalid", "modem_vireo_data_get failed",
-        "modem_vireo_gsm_l1_rx_diversity_metrics_get failed"}},
-      {"30 1", {kAnt}},
-      {"30 9", {kAnt}},
-      {"31 0", {"TX INFO: tx_power = 12"}},
-      {"31 1", {"TX INFO: tx_power = 23"}},
-      {"31 2", {"TX INFO: tx_power = 12"}},
-      {"31 5", {"TX INFO: tx_power = 23"}},
-      {"31 -1", {"TX INFO: tx_power = 23"}},
-      {"13 0", {"kelvor_test_qmi_modem_stats_hdl: Unknown opt(13), sub(0)"}},
-      {"-1 0", {"kelvor_test_qmi_modem_stats_hdl: Unknown opt(-1), sub(0)"}},
-  };
-  for (const auto& row : rows) {
-    Lines lines = desk::trace_messages(command(std::string("vex 9 ") + row.words));
-    for (std::string& line : lines) {
-      const size_t number = line.find("number = ");
-      if (number != std::string::npos)
-        line.replace(number + 9, line.find(',', number) - number - 9, "N");
-    }
-    ASSERT_FALSE(lines.empty());
-    EXPECT_TRUE(lines[0].starts_with("opt = ")) << lines[0];
-    lines.erase(lines.begin());
-    EXPECT_EQ(lines, row.lines) << row.words;
-    EXPECT_FALSE(modem_vireo_api_is_inited());
-  }
-  const size_t before = requests();
-  for (const char* words : {"vex", "vex 9", "vex 9 0"}) {
-    EXPECT_TRUE(said(command(words), "note: Too few parameters, Pls refer to the following cmd:"));
-  }
-  const std::string output = command("vex 8 0 0");
-  EXPECT_TRUE(
-      said(output, "note: the first parameters should be 9, Pls refer to the following cmd:"));
-  EXPECT_TRUE(said(output, "9: kelvor modem stats qmi test"));
-  EXPECT_EQ(requests(), before);
 }
 
 }  // namespace

@@ -401,56 +401,6 @@ TEST_F(Vireo, ARecordBeyondTheStoresRoomIsRefusedWhole) {
   modem_vireo_api_deinit();
 }
 
-TEST_F(Vireo, OperationsAreBracketedByEntryAndExit) {
-  start_modem();
-  static vs_parameter entries[VS_PARAMETERS_MAX];
-  static uint32_t count = 1;
-  static modem_vireo_lte_srv_meas_info info;
-  static const struct {
-    const char* name;
-    std::function<void()> call;
-    int ret;
-  } kRows[] = {
-      {"modem_vireo_api_is_inited", [] { modem_vireo_api_is_inited(); }, 0},
-      {"modem_vireo_stats_start", [] { modem_vireo_stats_start(); }, 0},
-      {"modem_vireo_api_init", [] { modem_vireo_api_init(); }, 1},
-      {"modem_vireo_api_init_ex", [] { modem_vireo_api_init_ex(nullptr, nullptr); }, 1},
-      {"modem_api_init", [] { modem_vireo_api_init(); }, 0},
-      {"modem_api_release", [] { modem_vireo_api_init(); }, 0},
-      {"vs_client_release", [] { modem_vireo_api_init(); }, 1},
-      {"vs_client_init", [] { modem_vireo_api_init(); }, 1},
-      {"vs_client_init_client_handles", [] { modem_vireo_api_init(); }, 1},
-      {"vs_client_get_master_port", [] { modem_vireo_api_init(); }, 65535},
-      {"modem_vireo_stats_start", [] { modem_vireo_stats_start(); }, 1},
-      {"modem_vireo_set_feature_status", [] { modem_vireo_set_feature_status(1, 1, 1); }, 1},
-      {"modem_api_set_vireo_feature_status", [] { modem_vireo_set_feature_status(1, 1, 1); }, 0},
-      {"vs_client_send_msg_sync", [] { modem_vireo_set_feature_status(1, 1, 1); }, 0},
-      {"modem_vireo_get_stats_parameter", [] { modem_vireo_get_stats_parameter(0, 1, nullptr); },
-       5},
-      {"modem_api_get_stats_parameter",
-       [] { modem_api_get_stats_parameter(9, 0, 1, &count, entries); }, 7},
-      {"modem_vireo_data_get", [] { modem_vireo_data_get(0, 0x2C); }, 0},
-      {"modem_vireo_data_get", [] { modem_vireo_data_get(2, 0x2C); }, 1},
-      {"modem_vireo_lte_srv_meas_info_get_for_pcc",
-       [] { modem_vireo_lte_srv_meas_info_get_for_pcc(0, &info); }, 1},
-      {"nas_0_client_set_networking_indications", [] { nas_0_client_set_networking_indications(); },
-       -5},
-      {"modem_api_util_enable_networking_indications",
-       [] { modem_api_util_enable_networking_indications(0, 0); }, 7},
-      {"modem_vireo_api_deinit", [] { modem_vireo_api_deinit(); }, 0},
-      {"modem_api_free_client", [] { modem_api_free_client(-1); }, 7},
-  };
-  for (const auto& row : kRows) {
-    const std::string output = output_of(row.call);
-    const std::string from = std::string("] ") + row.name + ": function ";
-    const size_t entry = output.find(from + "entry ------------->\n");
-    const size_t exit =
-        output.find(from + "exit, ret = " + std::to_string(row.ret) + " <-------------\n");
-    EXPECT_LT(entry, exit) << row.name << "\n" << output;
-    EXPECT_NE(exit, std::string::npos) << row.name << "\n" << output;
-  }
-}
-
 TEST_F(Vireo, WithoutAClientOnlyAFetchGetsOne) {
   start_modem();
   call_process("other");

@@ -140,6 +140,7 @@ int run_vex(const std::string& command, const std::string& root) {
   std::vector<char*> argv;
   for (std::string& word : all) argv.push_back(word.data());
   argv.push_back(nullptr);
+  program_invocation_short_name = argv[0];
   desk::TestClock& clock = desk::TestClock::install();
   clock.run_by_itself();
   if (std::getenv("BUS") != nullptr) show_bus(root);
@@ -201,7 +202,7 @@ std::string joined(const std::string& text) {
 std::string masked(std::string text, const std::string& root) {
   static const std::regex kSource("(\\[[a-z_0-9]+\\.(?:cpp|h)):[0-9]+\\]");
   static const std::regex kTime("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\\.[0-9]{3} +[0-9]+ ");
-  static const std::regex kHandle("0x[0-9a-f]{8,16}\\b");
+  static const std::regex kHandle("0x[0-9a-f]{9,16}\\b");
   text = std::regex_replace(shortened(joined(text)), kTime, "TIME PID ");
   text = std::regex_replace(text, kHandle, "HANDLE");
   text = std::regex_replace(text, kSource, "$1:N]");

@@ -25,7 +25,9 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
        "10 19 00 02 00 01 00 01 00 59 03 4F 6E 65 E7 03 46 00 26 08 52 6F 61 6D 69 6E 67 73 "
        "11 0C 00 02 00 01 00 01 00 08 E7 03 46 00 0C 12 07 00 01 00 01 00 01 00 01 "
        "13 04 00 02 00 00 00",
-       "resp={result=0 error=0} networks=[{mcc=1 mnc=1 status=89 name=\"One\"} {mcc=999 mnc=70 status=38 name=\"Roamings\"}] rats=[{mcc=1 mnc=1 value=8} {mcc=999 mnc=70 value=12}] mnc_digits=[{mcc=1 mnc=1 value=1}] scan_result=2"},
+       "resp={result=0 error=0} networks=[{mcc=1 mnc=1 status=89 name=\"One\"} {mcc=999 mnc=70 "
+       "status=38 name=\"Roamings\"}] rats=[{mcc=1 mnc=1 value=8} {mcc=999 mnc=70 value=12}] "
+       "mnc_digits=[{mcc=1 mnc=1 value=1}] scan_result=2"},
       {kSarService, SAR_RF_GET_STATE,
        "02 04 00 01 00 5E 00 10 04 00 07 00 00 00 11 04 00 01 00 00 00 12 04 00 02 00 00 00 "
        "13 04 00 03 00 00 00",
@@ -36,9 +38,17 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
        "10 28 00 00 01 FF FF FE FF FD FF 02 00 00 00 00 00 00 02 03 0A 09 05 01 "
        "02 07 04 05 06 08 05 A0 00 00 00 87 01 03 0B 0C 02 0D 0E "
        "13 15 00 01 34 12 02 FF FF 01 00 02 01 00 00 00 00 00 FF 00 00 00 07 00",
-       "resp={result=0 error=0} status={gw_primary=256 onex_primary=65535 gw_secondary=65534 onex_secondary=65533 cards=[{state=0 upin_state=0 upin_retries=0 upuk_retries=0 error=0 apps=[]} {state=2 upin_state=3 upin_retries=10 upuk_retries=9 error=5 apps=[{type=2 state=7 perso_state=4 perso_feature=5 perso_retries=6 perso_unblock_retries=8 aid=[A0 00 00 00 87] upin_replaces_pin1=1 pin1_state=3 pin1_retries=11 puk1_retries=12 pin2_state=2 pin2_retries=13 puk2_retries=14}]}]} extended={gw=[4660] onex=[65535 1] cards=[{state=1 upin_state=0 upin_retries=0 upuk_retries=0 error=0 apps=[]} {state=255 upin_state=0 upin_retries=0 upuk_retries=0 error=7 apps=[]}]}"},
+       "resp={result=0 error=0} status={gw_primary=256 onex_primary=65535 gw_secondary=65534 "
+       "onex_secondary=65533 cards=[{state=0 upin_state=0 upin_retries=0 upuk_retries=0 error=0 "
+       "apps=[]} {state=2 upin_state=3 upin_retries=10 upuk_retries=9 error=5 apps=[{type=2 "
+       "state=7 perso_state=4 perso_feature=5 perso_retries=6 perso_unblock_retries=8 aid=[A0 00 "
+       "00 00 87] upin_replaces_pin1=1 pin1_state=3 pin1_retries=11 puk1_retries=12 pin2_state=2 "
+       "pin2_retries=13 puk2_retries=14}]}]} extended={gw=[4660] onex=[65535 1] cards=[{state=1 "
+       "upin_state=0 upin_retries=0 upuk_retries=0 error=0 apps=[]} {state=255 upin_state=0 "
+       "upin_retries=0 upuk_retries=0 error=7 apps=[]}]}"},
       {kUimService, UIM_OPEN_LOGICAL_CHANNEL,
-       "02 04 00 01 00 44 00 10 01 00 03 11 02 00 6A 81 12 03 00 02 6F 00 13 03 00 01 00 AB", "resp={result=1 error=68} channel=3 sw1=106 sw2=129 select=[6F 00] long_select=[AB]"},
+       "02 04 00 01 00 44 00 10 01 00 03 11 02 00 6A 81 12 03 00 02 6F 00 13 03 00 01 00 AB",
+       "resp={result=1 error=68} channel=3 sw1=106 sw2=129 select=[6F 00] long_select=[AB]"},
   };
   for (const auto& row : kRows) {
     const Message& message = *row.service.find(QMI_IDL_RESPONSE, row.message);
@@ -129,39 +139,6 @@ TEST(Codec, DecoderRefusesWhatIsNotTheMessage) {
   ASSERT_EQ(decode(kSample, wire, &sample, sizeof sample), CodecError::kOk);
   EXPECT_EQ(sample.items[0].b, 0x0908);
   EXPECT_EQ(describe(kSample, &sample), "number=5 items=[{a=7 b=2312}] word=4660 name=\"abc\"");
-}
-
-TEST(Codec, AnOverfullArrayKeepsItsRoomAndTheSendersCount) {
-  struct Few {
-    uint32_t numbers_len;
-    uint16_t numbers[2];
-    uint16_t behind;
-  };
-  static constexpr auto kFew = message<Few>(
-      mandatory(0x01, overfull(QCCI_MEMBER(Few, numbers_len), QCCI_MEMBER(Few, numbers)),
-                value(QCCI_MEMBER(Few, behind))));
-  static const struct {
-    const char* wire;
-    CodecError error;
-    const char* described;
-  } kRows[] = {
-      {"01 05 00 01 01 00 FF EE", CodecError::kOk, "numbers=[1] behind=61183"},
-      {"01 07 00 02 01 00 02 00 FF EE", CodecError::kOk, "numbers=[1 2] behind=61183"},
-      {"01 09 00 03 01 00 02 00 03 00 FF EE", CodecError::kOk,
-       "numbers=[1 2 ... 3 in all] behind=61183"},
-      {"01 08 00 03 01 00 02 00 03 FF EE", CodecError::kTooShort, nullptr},
-      {"01 05 00 FF 01 00 02 00", CodecError::kTooShort, nullptr},
-  };
-  for (const auto& row : kRows) {
-    Few few;
-    EXPECT_EQ(decode(kFew, desk::unhex(row.wire), &few, sizeof few), row.error) << row.wire;
-    if (row.described != nullptr) {
-      EXPECT_EQ(describe(kFew, &few), row.described);
-    }
-  }
-  const Few lied{3, {1, 2}, 4};
-  std::vector<uint8_t> out(100);
-  EXPECT_EQ(encode(kFew, &lied, sizeof lied, out).error, CodecError::kCountTooLarge);
 }
 
 TEST(Codec, EncoderRefusesWhatTheWireCannotCarry) {

@@ -328,25 +328,4 @@ TEST_F(NvEfs, AWriteServedByAnyInstanceSucceedsAndARefusedOneStops) {
   EXPECT_EQ(requests(), 3u);
 }
 
-TEST_F(NvEfs, EfsRequestsHaveTheirFieldsInTheirPlacesAndNothingOfTheChunkBefore) {
-  start_modem();
-  const Octets data(426, 0xD7);
-  ASSERT_EQ(write("/ab", data), 0);
-  Octets back;
-  ASSERT_EQ(read("/ab", &back), 0);
-  ASSERT_EQ(kelvor_efs_delete(1, "/ab", 3), -2);
-  const auto requests = passed(sim::FaultKind::kRequest);
-  ASSERT_EQ(requests.size(), 5u);
-  const auto payload = [&](size_t i, size_t from, size_t n) {
-    return desk::hex(std::span(requests[i].octets).subspan(24 + from, n));
-  };
-  EXPECT_EQ(payload(0, 0, 9), "05 00 00 00 03 2F 61 62 00");
-  EXPECT_EQ(payload(0, 76, 13), "AA 01 00 00 00 00 00 00 00 00 A8 01 D7");
-  EXPECT_EQ(payload(1, 76, 15), "AA 01 00 00 A8 01 00 00 01 00 02 00 D7 D7 00");
-  EXPECT_EQ(payload(2, 0, 9), "04 00 00 00 03 2F 61 62 00");
-  EXPECT_EQ(payload(2, 76, 12), "00 00 00 00 00 00 00 00 00 00 00 00");
-  EXPECT_EQ(payload(3, 76, 12), "00 00 00 00 A8 01 00 00 01 00 00 00");
-  EXPECT_EQ(payload(4, 0, 9), "06 01 00 00 03 2F 61 62 00");
-}
-
 }  // namespace

@@ -89,26 +89,6 @@ TEST_F(Tool, TwoHundredWritersAtOnceLoseNothing) {
   }
 }
 
-TEST_F(Tool, AWriterThatIsKilledLeavesTheOldItemOrTheNew) {
-  const std::string ones(300, '\1');
-  const std::string twos(300, '\2');
-  std::string words[2];
-  for (int i = 0; i < 300; ++i) {
-    words[0] += " 1";
-    words[1] += " 2";
-  }
-  run("$BIN/vex 4 2 0 7" + words[0]);
-  ASSERT_EQ(directory_.file("nv/0/7"), ones);
-  for (int i = 0; i < 60; ++i) {
-    char delay[16];
-    std::snprintf(delay, sizeof delay, "0.%04d", i * 2);
-    run("$BIN/vex 4 2 0 7" + words[i % 2] + " >/dev/null & p=$!; sleep " + delay +
-        "; kill -9 $p; wait $p");
-    const std::string item = directory_.file("nv/0/7");
-    ASSERT_TRUE(item == ones || item == twos) << desk::hex(item);
-  }
-}
-
 // ---- a served phone
 
 constexpr const char kServe[] =

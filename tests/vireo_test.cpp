@@ -120,6 +120,11 @@ TEST_F(Vireo, OneClientOfATypeInTheLowestFreeSlot) {
       {"and again in the same slot, after another init",
        [&] { return modem_api_init() + modem_api_init_client(0, nullptr, nullptr, ids); }, 0,
        "new client: type 0, id 1"},
+      {"a client that a release has taken",
+       [&] { return modem_api_release() + modem_api_free_client(ids[3]); }, 0,
+       "client already freed"},
+      {"and one more release", [] { return modem_api_release(); }, 0,
+       "function exit, ret = 0 <-------------"},
   };
   for (const auto& row : rows) {
     const std::string output = output_of([&] { EXPECT_EQ(row.call(), row.result) << row.rule; });
@@ -128,7 +133,7 @@ TEST_F(Vireo, OneClientOfATypeInTheLowestFreeSlot) {
   EXPECT_EQ(requests(), 6u) << "nothing was sent for a mistake";
 }
 
-struct Connecting : Vireo, testing::WithParamInterface<std::pair<uint32_t, const char*>> {};
+struct Connecting : Vireo, testing::WithParamInterface<std::pair<uint32_t, std::string>> {};
 TEST_P(Connecting, AClientThatIsStillConnectingIsInTheWay) {
   start_modem().take_down(GetParam().first == 0   ? qcci::idl::kVsService.id
                           : GetParam().first == 1 ? qcci::idl::kSarService.id
@@ -140,7 +145,7 @@ TEST_P(Connecting, AClientThatIsStillConnectingIsInTheWay) {
   clock_.await_waiter(4ms);
   const std::string output = output_of(
       [&] { EXPECT_EQ(modem_api_init_client(GetParam().first, nullptr, nullptr, &id), 9u); });
-  EXPECT_TRUE(said(output, std::string("Another client init ") + GetParam().second)) << output;
+  EXPECT_TRUE(said(output, "Another client init " + GetParam().second)) << output;
   clock_.run_by_itself();
   first.join();
   EXPECT_EQ(id, -1);
@@ -148,13 +153,15 @@ TEST_P(Connecting, AClientThatIsStillConnectingIsInTheWay) {
   EXPECT_TRUE(said(freed, "client already freed")) << "a failed client leaves no slot taken";
 }
 INSTANTIATE_TEST_SUITE_P(Types, Connecting,
-                         testing::Values(std::pair{0u, "vs client with operational status 0"},
-                                         std::pair{1u, "sar client with operational status 1"},
-                                         std::pair{2u, "nas 0 client with operational status 1"},
-                                         std::pair{3u, "nas 0 client with operational status 1"}));
+                         testing::Values(std::pair(0u, "vs client with operational status 0"),
+                                         std::pair(1u, "sar client with operational status 1"),
+                                         std::pair(2u, "nas 0 client with operational status 1"),
+                                         std::pair(3u, "nas 0 client with operational status 1")));
 
 TEST_F(Vireo, ParametersAreCheckedAndSentInTheirPlaces) {
-  start_modem();
+  // The list's type is that of the TLV behind the standard result.
+  start_modem(
+      "[[fault]]\nservice = \"vs\"\nnth = 3\naction = \"change\"\nat = 14\noctets = [0x7F]\n");
   modem_api_init();
   int32_t vs = -1;
   int32_t sar = -1;
@@ -202,6 +209,8 @@ TEST_F(Vireo, ParametersAreCheckedAndSentInTheirPlaces) {
   count = 1;
   entries[0].sub = 2;
   EXPECT_EQ(modem_api_get_stats_parameter(vs, 2, 1, &count, entries), 5u) << "QMI error 48";
+  entries[0].sub = 0;
+  EXPECT_EQ(modem_api_get_stats_parameter(vs, 0, 1, &count, entries), 1u) << "without its list";
 }
 
 Lines g_answers;
@@ -275,15 +284,16 @@ TEST_F(Vireo, ResponsesEndInTheirCallbackAndAreFreed) {
   }
 }
 
-struct MemTrace : Vireo, testing::WithParamInterface<std::pair<const char*, uint32_t>> {};
+struct MemTrace : Vireo, testing::WithParamInterface<std::string> {};
 TEST_P(MemTrace, TheFirstAllocationDecides) {
-  const auto [value, traced] = GetParam();
-  if (value != nullptr) {
-    ASSERT_EQ(property_set("persist.vireo.mem_trace", value), 0);
+  const std::string& value = GetParam();
+  const uint32_t traced = value == "true" ? 1 : 0;
+  if (!value.empty()) {
+    ASSERT_EQ(property_set("persist.vireo.mem_trace", value.c_str()), 0);
   }
   void* blocks[4];
   const std::string output = output_of([&] { blocks[0] = vireo_malloc_adv(8, "first", 1); });
-  EXPECT_EQ(said(output, "VIREO_MEM_TRACE_PROP not exist"), value == nullptr);
+  EXPECT_EQ(said(output, "VIREO_MEM_TRACE_PROP not exist"), value.empty());
   ASSERT_EQ(property_set("persist.vireo.mem_trace", traced != 0 ? "false" : "true"), 0);
   for (int i = 1; i < 4; ++i) blocks[i] = vireo_malloc_adv(8, "more", 1);
   EXPECT_EQ(vireo_mem_traced(), 4 * traced);
@@ -301,10 +311,7 @@ TEST_P(MemTrace, TheFirstAllocationDecides) {
   vireo_free_adv(blocks[0], "more", 1);
   EXPECT_EQ(vireo_mem_traced(), 0u);
 }
-INSTANTIATE_TEST_SUITE_P(Values, MemTrace,
-                         testing::Values(std::pair{"true", 1u}, std::pair{"TRUE", 0u},
-                                         std::pair{"true ", 0u}, std::pair{"1", 0u},
-                                         std::pair<const char*, uint32_t>{nullptr, 0u}));
+INSTANTIATE_TEST_SUITE_P(Values, MemTrace, testing::Values("true", "TRUE", "true ", "1", ""));
 
 // ---- the store
 

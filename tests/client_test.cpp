@@ -325,7 +325,7 @@ TEST(PollLink, AFloodAtOneEndpointHoldsUpNoOtherAndNobodyWhoWakes) {
 
 using Client = desk::Desk;
 
-TEST_F(Client, PendingRequestsEndTheMomentTheServiceGoesAndTheErrorIsToldOnce) {
+TEST_F(Client, PendingRequestsEndWhenTheServiceGoesAndTheErrorIsReportedOnce) {
   sim::Modem& modem = start_modem("[[fault]]\nservice = \"sar\"\nnth = 1\naction = \"drop\"\n");
   qmi_client_type client = nullptr;
   ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
@@ -349,18 +349,18 @@ TEST_F(Client, PendingRequestsEndTheMomentTheServiceGoesAndTheErrorIsToldOnce) {
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
   while (errors == 0) std::this_thread::yield();
   EXPECT_EQ(last_error, QMI_CLIENT_SERVICE_GONE);
-  const auto told_late = [](qmi_client_type, int, void* data) {
+  const auto late = [](qmi_client_type, int, void* data) {
     *static_cast<std::atomic<int>*>(data) = 1;
   };
-  qmi_client_register_error_cb(client, told_late, &last_error);
-  // Who has not been told is told late.
-  qmi_client_register_error_cb(silent, told_late, &last_error);
+  qmi_client_register_error_cb(client, late, &last_error);
+  // Whoever has not heard of it hears of it late.
+  qmi_client_register_error_cb(silent, late, &last_error);
   while (last_error != 1) std::this_thread::yield();
   EXPECT_EQ(errors, 1);
   EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
 }
 
-TEST_F(Client, NotifierTellsOfEveryComingAndGoingInOrder) {
+TEST_F(Client, TheNotifierReportsEveryChangeInOrder) {
   sim::Modem& modem = start_modem();
   qmi_client_os_params signal{};
   qmi_client_type notifier = nullptr;
@@ -398,20 +398,20 @@ TEST_F(Client, NotifierTellsOfEveryComingAndGoingInOrder) {
 
 TEST_F(Client, NoCallbackRunsOnceReleaseHasReturned) {
   sim::Modem& modem = start_modem();
-  struct Told {
+  struct Heard {
     std::atomic<bool> released{false};
     std::atomic<int> early{0};
     std::atomic<int> late{0};
   };
   for (int i = 0; i < 50; ++i) {
-    Told told;
+    Heard heard;
     qmi_client_type client = nullptr;
     const auto callback = [](qmi_client_type, uint32_t, const void*, uint32_t, void* data) {
-      auto& t = *static_cast<Told*>(data);
+      auto& t = *static_cast<Heard*>(data);
       std::this_thread::sleep_for(std::chrono::microseconds(200));
       ++(t.released ? t.late : t.early);
     };
-    ASSERT_EQ(open(kNas, 4, &client, callback, &told), QMI_CLIENT_OK);
+    ASSERT_EQ(open(kNas, 4, &client, callback, &heard), QMI_CLIENT_OK);
     static nas_incremental_network_scan_req request;
     nas_plain_resp resp;
     for (int k = 0; k < 3; ++k) {
@@ -423,10 +423,10 @@ TEST_F(Client, NoCallbackRunsOnceReleaseHasReturned) {
     }
     if (i % 2 == 0) modem.take_down(NAS_SERVICE_ID);
     EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
-    told.released = true;
+    heard.released = true;
     modem.bring_up(NAS_SERVICE_ID);
     std::this_thread::sleep_for(std::chrono::microseconds(500));
-    EXPECT_EQ(told.late, 0);
+    EXPECT_EQ(heard.late, 0);
   }
 }
 

@@ -204,7 +204,8 @@ TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
   nas_1_client_release();
 }
 
-// While it lives, no thread can be started: each would ask for more stack than there are addresses.
+// While one exists, no thread can be started: each would ask for more stack than there are
+// addresses.
 class NoMoreThreads {
  public:
   NoMoreThreads() {

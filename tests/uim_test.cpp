@@ -202,12 +202,12 @@ TEST_F(Uim, ThreeFailuresDropTheClientAndTheNextOneClearsTheCount) {
   EXPECT_EQ(clock_.passed(), milliseconds(4 * 3000 + 4000));
 }
 
-// The handle that a call's trace tells of.
+// The handle that a call shows.
 qmi_client_type made_by(int32_t (*call)()) {
   const std::string output = output_of(call);
-  const char* const told = output.c_str() + output.find("init_uim_qmi_client 0x");
+  const char* const shown = output.c_str() + output.find("init_uim_qmi_client 0x");
   void* handle = nullptr;
-  std::sscanf(told, "init_uim_qmi_client %p", &handle);
+  std::sscanf(shown, "init_uim_qmi_client %p", &handle);
   return static_cast<qmi_client_type>(handle);
 }
 

@@ -141,10 +141,9 @@ TEST_F(Vireo, AStructureThatLiesOverTheStoreEndsTheDecodingWhenItsOffsetIsNegati
 
 struct PowerRow {
   const char* name;
-  std::string sub[2];
+  std::string sub_0, sub_1;
   const char* default_sub;  // the property
-  int32_t power[2];
-  int32_t dds, max;
+  int32_t power_0, power_1, dds, max;
   const char* message;
   friend void PrintTo(const PowerRow& row, std::ostream* out) { *out << row.name; }
 };
@@ -164,92 +163,39 @@ constexpr int32_t kNone = 65535;
 struct Power : Vireo, testing::WithParamInterface<PowerRow> {};
 TEST_P(Power, IsOfASubOfTheDefaultOneAndOfTheStronger) {
   const PowerRow& row = GetParam();
-  start_modem("[measurements.sub0.raw]\n" + row.sub[0] + "[measurements.sub1.raw]\n" + row.sub[1]);
+  start_modem("[measurements.sub0.raw]\n" + row.sub_0 + "[measurements.sub1.raw]\n" + row.sub_1);
   if (row.default_sub != nullptr) {
     property_set("persist.vendor.radio.default_data_sub", row.default_sub);
   }
   const std::string output = output_of([&] {
-    EXPECT_EQ(modem_tx_power_get_by_sub(0), row.power[0]);
-    EXPECT_EQ(modem_tx_power_get_by_sub(1), row.power[1]);
+    EXPECT_EQ(modem_tx_power_get_by_sub(0), row.power_0);
+    EXPECT_EQ(modem_tx_power_get_by_sub(1), row.power_1);
     EXPECT_EQ(modem_tx_power_get_for_dds_sub(), row.dds);
     EXPECT_EQ(modem_tx_power_get_for_max_sub(), row.max);
   });
   EXPECT_TRUE(said(output, row.message)) << row.message << "\n" << output;
 }
-INSTANTIATE_TEST_SUITE_P(
-    Rules, Power,
-    testing::Values(
-        PowerRow{"ATie",
-                 {nr(23), lte(23)},
-                 "1",
-                 {23, 23},
-                 23,
-                 23,
-                 "function exit, tx_power0 = 23, tx_power1 = 23, tx_power = 23 <-------------"},
-        PowerRow{"TowardZero",
-                 {nr(12.9F), nr(-3.7F)},
-                 "1",
-                 {12, -3},
-                 -3,
-                 12,
-                 "function exit, dds_sub = 1, tx_power = -3 <-------------"},
-        PowerRow{"AnyInteger",
-                 {nr(40000.5F), nr(-0x1p31F)},
-                 "1",
-                 {40000, INT32_MIN},
-                 INT32_MIN,
-                 40000,
-                 "function exit, tx_power = 40000 <-------------"},
-        PowerRow{"TheSecondIsStronger",
-                 {lte(-20), lte(-5)},
-                 "0",
-                 {-20, -5},
-                 -20,
-                 -5,
-                 "sub = 1, rat = 9"},
-        PowerRow{"MissingNeverWins",
-                 {rat(5), lte(-5)},
-                 nullptr,
-                 {kNone, -5},
-                 kNone,
-                 -5,
-                 "rat(5) is invalid"},
-        PowerRow{"MissingSecond",
-                 {lte(-32768), raw(0x2C, "00")},
-                 "1",
-                 {-32768, kNone},
-                 kNone,
-                 -32768,
-                 "rat(-1) is invalid"},
-        PowerRow{"NoRecords",
-                 {rat(12) + raw(0x5A, ""), rat(9) + raw(0x62, "01")},
-                 "7",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "modem_vireo_lte_pusch_power_info_get faile"},
-        PowerRow{"NotANumber",
-                 {nr(NAN), nr(0x1p31F)},
-                 "1",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "function exit, tx_power = 65535 <-------------"},
-        PowerRow{"Endless",
-                 {nr(-INFINITY), nr(INFINITY)},
-                 "0",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "sub = 0, rat = 12"},
-        PowerRow{"NoNrRecord",
-                 {rat(12) + raw(0x5A, "0100000000"), nr(-0.9F)},
-                 "1",
-                 {kNone, 0},
-                 0,
-                 0,
-                 "modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile"}),
-    [](const auto& row) { return row.param.name; });
+const PowerRow kPowers[] = {
+    {"ATie", nr(23), lte(23), "1", 23, 23, 23, 23,
+     "function exit, tx_power0 = 23, tx_power1 = 23, tx_power = 23 <-------------"},
+    {"TowardZero", nr(12.9F), nr(-3.7F), "1", 12, -3, -3, 12,
+     "function exit, dds_sub = 1, tx_power = -3 <-------------"},
+    {"AnyInteger", nr(40000.5F), nr(-0x1p31F), "1", 40000, INT32_MIN, INT32_MIN, 40000,
+     "function exit, tx_power = 40000 <-------------"},
+    {"TheSecondIsStronger", lte(-20), lte(-5), "0", -20, -5, -20, -5, "sub = 1, rat = 9"},
+    {"MissingNeverWins", rat(5), lte(-5), nullptr, kNone, -5, kNone, -5, "rat(5) is invalid"},
+    {"MissingSecond", lte(-32768), raw(0x2C, "00"), "1", -32768, kNone, kNone, -32768,
+     "rat(-1) is invalid"},
+    {"NoRecords", rat(12) + raw(0x5A, ""), rat(9) + raw(0x62, "01"), "7", kNone, kNone, kNone,
+     kNone, "modem_vireo_lte_pusch_power_info_get faile"},
+    {"NotANumber", nr(NAN), nr(0x1p31F), "1", kNone, kNone, kNone, kNone,
+     "function exit, tx_power = 65535 <-------------"},
+    {"Endless", nr(-INFINITY), nr(INFINITY), "0", kNone, kNone, kNone, kNone, "sub = 0, rat = 12"},
+    {"NoNrRecord", rat(12) + raw(0x5A, "0100000000"), nr(-0.9F), "1", kNone, 0, 0, 0,
+     "modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile"},
+};
+INSTANTIATE_TEST_SUITE_P(Rules, Power, testing::ValuesIn(kPowers),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Vireo, FetchesDoNotGrowTheProcess) {
   property_set("persist.vireo.mem_trace", "true");

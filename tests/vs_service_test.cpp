@@ -165,15 +165,15 @@ TEST_F(Vs, ServicesCanBeAbsentUntilTheyAreBroughtUp) {
 
 // ---- indications on demand
 
-// The messages that one client was told.
-struct Told {
+// The messages that one client received.
+struct Heard {
   std::mutex mutex;
   std::vector<uint32_t> messages;
 
   static void callback(qmi_client_type, uint32_t message, const void*, uint32_t, void* data) {
-    auto& told = *static_cast<Told*>(data);
-    const std::lock_guard lock(told.mutex);
-    told.messages.push_back(message);
+    auto& heard = *static_cast<Heard*>(data);
+    const std::lock_guard lock(heard.mutex);
+    heard.messages.push_back(message);
   }
   // Once there are so many.
   std::vector<uint32_t> after(size_t n) {
@@ -185,12 +185,12 @@ struct Told {
 };
 
 TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
-  static Told asked, quiet, other, gone;
+  static Heard asked, quiet, other, gone;
   sim::Modem& modem = start_modem();
-  const qmi_client_type first = open(kVs, Told::callback, &asked);
-  const qmi_client_type second = open(kVs, Told::callback, &quiet);
-  const qmi_client_type third = open(kNas, Told::callback, &other);
-  const qmi_client_type fourth = open(kVs, Told::callback, &gone);
+  const qmi_client_type first = open(kVs, Heard::callback, &asked);
+  const qmi_client_type second = open(kVs, Heard::callback, &quiet);
+  const qmi_client_type third = open(kNas, Heard::callback, &other);
+  const qmi_client_type fourth = open(kVs, Heard::callback, &gone);
   EXPECT_EQ(feature(first), 0);
   EXPECT_EQ(get(first, 5, {}), "error 48") << "refused, it has asked all the same";
   EXPECT_EQ(feature(fourth), 0);

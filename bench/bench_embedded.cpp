@@ -22,18 +22,21 @@ void codec_encode(benchmark::State& state) {
   for (auto _ : state) {
     benchmark::DoNotOptimize(qcci::idl::encode(generic(), &message, sizeof message, wire));
   }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * wire.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(wire.size()));
 }
 BENCHMARK(codec_encode);
 
 void codec_decode(benchmark::State& state) {
   kelvor_vendor_msg message = full_message();
   std::vector<uint8_t> wire(generic().max_encoded);
-  qcci::idl::encode(generic(), &message, sizeof message, wire);
+  if (qcci::idl::encode(generic(), &message, sizeof message, wire).error !=
+      qcci::idl::CodecError::kOk) {
+    return state.SkipWithError("no message");
+  }
   for (auto _ : state) {
     benchmark::DoNotOptimize(qcci::idl::decode(generic(), wire, &message, sizeof message));
   }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * wire.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(wire.size()));
 }
 BENCHMARK(codec_decode);
 

@@ -9,7 +9,7 @@
 namespace {
 
 void lte_serving_cell(benchmark::State& state) {
-  modem_vireo_lte_srv_meas_info info;
+  modem_vireo_lte_srv_meas_info info{};
   for (auto _ : state) {
     if (!modem_vireo_lte_srv_meas_info_get_for_pcc(0, &info)) {
       state.SkipWithError("no record");
@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
   program_invocation_short_name = const_cast<char*>("vex");  // the framework knows whom it serves
   const bench::QuietPhone phone;
   ::setenv("VEX_MODEM", "embedded", 1);
-  modem_vireo_api_init();
+  if (modem_vireo_api_init() == 0) return 1;
   const int result = bench::run(argc, argv);
   modem_vireo_api_deinit();
   return result;

@@ -8,12 +8,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 // `size` zeroed octets, or null.
-void* qcril_malloc_adv(size_t size, const char* function, int line);
+PLATFORM_NODISCARD void* qcril_malloc_adv(size_t size, const char* function, int line);
 // Gives back a block of qcril_malloc_adv; null is nothing.
 void qcril_free_adv(void* block, const char* function, int line);
 

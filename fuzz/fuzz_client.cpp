@@ -1,6 +1,6 @@
-// The client library on a bus that says anything between a request and its answer. Input: one octet
-// for who speaks, one for how much of the request's header to repeat, one for the length, the
-// datagram; again and again.
+// The client library on a bus that delivers any datagrams between a request and its response.
+// Input, repeated: one octet for the sender, one for how much of the request's header is copied,
+// one for the length, the datagram.
 
 #include <algorithm>
 #include <cstdint>
@@ -8,7 +8,6 @@
 
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -16,18 +15,24 @@ namespace {
 using desk::ScriptedLink;
 constexpr qcci::Address kServer{1, 7};
 
-ScriptedLink* make_bus() {
-  auto link = std::make_unique<ScriptedLink>();
-  ScriptedLink* bus = link.get();
-  bus->services[SAR_SERVICE_ID] = kServer;
-  qcci::Core::use_link(std::move(link));
+// The client library's, which never destroys it.
+ScriptedLink* bus_of_process() {
+  static ScriptedLink* const bus = [] {
+    auto* made = new ScriptedLink;
+    made->services[SAR_SERVICE_ID] = kServer;
+    return made;
+  }();
   return bus;
 }
 
 }  // namespace
 
+std::unique_ptr<qcci::Link> qcci::make_process_link() {
+  return std::unique_ptr<Link>(bus_of_process());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static ScriptedLink* const bus = make_bus();
+  ScriptedLink* const bus = bus_of_process();
   bus->on_request = [&](const ScriptedLink::Sent& request) {
     while (size > 3) {
       const qcci::Address from[] = {kServer, {1, 8}, {2, 7}, ScriptedLink::kControl};
@@ -35,12 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::vector<uint8_t> octets(data + 3, data + 3 + std::min<size_t>(size - 3, data[2]));
       for (size_t i = 1; i < std::min(repeated, octets.size()); ++i) octets[i] = request.octets[i];
       const size_t used = 3 + octets.size();
-      const qcci::EndpointId to = data[0] % 5 == 4 ? 1 : request.endpoint;  // 1: the look-ups'
+      const qcci::EndpointId to =
+          data[0] % 5 == 4 ? 1 : request.endpoint;  // 1: that of the look-ups
       bus->say(to, from[data[0] % 4], std::move(octets));
       data += used;
       size -= used;
     }
-    // The fuzzer may have taken the service away: it comes back, and ends a wait at any rate.
+    // The input may have withdrawn the service: bring it back. This also ends the wait for a
+    // response.
     bus->announce(qcci::Control::kDelServer, SAR_SERVICE_ID, kServer);
     bus->announce(qcci::Control::kNewServer, SAR_SERVICE_ID, kServer);
   };

@@ -1,4 +1,4 @@
-// The decoder of every message: what it accepts, it encodes again, and that decodes to the same.
+// The decoder of every message, on any octets: what it accepts can be encoded, and decoded again.
 
 #include <algorithm>
 #include <cstdint>
@@ -12,16 +12,16 @@
 
 namespace {
 
-bool has_overfull(std::span<const qcci::idl::Element> elements) {
+bool has_truncating(std::span<const qcci::idl::Element> elements) {
   return std::any_of(elements.begin(), elements.end(), [](const qcci::idl::Element& e) {
-    return e.overfull || has_overfull({e.record, e.record_count});
+    return e.truncating || has_truncating({e.record, e.record_count});
   });
 }
 
-bool has_overfull(const qcci::idl::Message& message) {
+bool has_truncating(const qcci::idl::Message& message) {
   const std::span tlvs(message.tlvs, message.tlv_count);
   return std::any_of(tlvs.begin(), tlvs.end(), [](const qcci::idl::Tlv& tlv) {
-    return has_overfull(std::span(tlv.elements, tlv.count));
+    return has_truncating(std::span(tlv.elements, tlv.count));
   });
 }
 
@@ -39,9 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   qcci::idl::describe(message, c.data());
   std::vector<uint8_t> wire(message.max_encoded);
   const auto encoded = qcci::idl::encode(message, c.data(), c.size(), wire);
-  // An overfull array has lost what it had no room for, and is not encoded again.
-  if (encoded.error == qcci::idl::CodecError::kCountTooLarge && has_overfull(message)) return 0;
-  // A text that holds a zero is shorter when it is encoded; everything else is as it was.
+  // A truncating row has lost what it had no room for, and is not encoded again.
+  if (encoded.error == qcci::idl::CodecError::kCountTooLarge && has_truncating(message)) return 0;
+  // The lengths may differ: a text with a zero octet is shorter when it is encoded.
   std::vector<uint8_t> again(message.c_size);
   if (encoded.error != qcci::idl::CodecError::kOk ||
       qcci::idl::decode(message, std::span(wire).first(encoded.length), again.data(),

@@ -1,5 +1,5 @@
-// The diag library over a modem that says anything. Input: one octet for the mode, two for the
-// room, the TLVs of the answer.
+// The diag library with any response of the modem. Input: one octet for the mode, two for the room
+// of the caller's buffer, the TLVs of the response.
 
 #include <algorithm>
 #include <cstdint>
@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/diag.h"
-#include "qcci/client/core.h"
 #include "qcci/services/assumed.h"
 #include "support/scripted_link.h"
 
@@ -16,18 +15,24 @@ namespace {
 using desk::ScriptedLink;
 constexpr qcci::Address kServer{1, 7};
 
-ScriptedLink* make_bus() {
-  auto link = std::make_unique<ScriptedLink>();
-  ScriptedLink* bus = link.get();
-  bus->services[qcci::assumed::diag::kServiceId] = kServer;
-  qcci::Core::use_link(std::move(link));
+// The client library's, which never destroys it.
+ScriptedLink* bus_of_process() {
+  static ScriptedLink* const bus = [] {
+    auto* made = new ScriptedLink;
+    made->services[qcci::assumed::diag::kServiceId] = kServer;
+    return made;
+  }();
   return bus;
 }
 
 }  // namespace
 
+std::unique_ptr<qcci::Link> qcci::make_process_link() {
+  return std::unique_ptr<Link>(bus_of_process());
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static ScriptedLink* const bus = make_bus();
+  ScriptedLink* const bus = bus_of_process();
   if (size < 3 || size > 60000) return 0;
   bus->on_request = [&](const ScriptedLink::Sent& request) {
     std::vector<uint8_t> answer(request.octets.begin(), request.octets.begin() + qcci::kQmiHeader);
@@ -38,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     answer.insert(answer.end(), data + 3, data + size);
     bus->say(request.endpoint, kServer, std::move(answer));
   };
-  // A buffer of exactly its room, so that one octet too many is seen.
+  // A buffer of exactly its room, so that the sanitizer sees one octet too many.
   const uint32_t room = (data[1] | data[2] << 8) % (KELVOR_DIAG_RSP_MAX + 2);
   std::vector<uint8_t> rsp(std::max<uint32_t>(room, 1));
   uint32_t rsp_len = room;

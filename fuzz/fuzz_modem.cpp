@@ -1,5 +1,5 @@
-// The simulated modem as a hostile client meets it: any datagrams, to its services and its control
-// port. Input: one octet for where to, two for how long, the datagram; again and again.
+// The simulated modem with a hostile client: any datagrams, to its services and its control port.
+// Input, repeated: one octet for the destination, two for the length, the datagram.
 
 #include <cstdint>
 #include <cstdlib>

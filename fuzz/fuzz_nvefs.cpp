@@ -1,5 +1,5 @@
-// NV/EFS transfer over a modem that says anything. The client library under it is this file: every
-// response is made of the input.
+// NV/EFS transfers with any responses. This file is the client library below them: it makes every
+// response of the input.
 
 #include <algorithm>
 #include <cstdarg>
@@ -25,7 +25,7 @@ void take(void* to, size_t n) {
   g_size -= have;
 }
 
-// A buffer of exactly its room, so that one octet too many is seen.
+// A buffer of exactly its room, so that the sanitizer sees one octet too many.
 void read(uint32_t room, bool nv) {
   std::vector<uint8_t> buf(room);
   uint32_t length = room;

@@ -1,6 +1,6 @@
-// Every PDC indication, as octets from a modem that says anything, while a request of every kind
-// may be waiting for it. The rows that decode them are the real ones; what is under them is this
-// file.
+// Every PDC indication, of any octets, while a request of every kind may wait for it. Input: the
+// caller's room; then, repeated, the message id, two octets for the length, the octets. The rows
+// that decode them are the real ones; the rest of the client library is this file.
 
 #include <algorithm>
 #include <cstdint>
@@ -19,11 +19,11 @@ namespace {
 uint32_t g_timers = 0;
 std::vector<uint32_t> g_follow_ups;
 
-// A list that is being gathered into an array of exactly its room.
+// A list request in progress, into an array of exactly its room.
 class Gathering {
  public:
   explicit Gathering(unsigned int room) : holder_(room) {
-    const QtiSharedLock lock(pdc::info().mutex);
+    const base::Lock lock(pdc::info().mutex);
     pdc_info_s_type& state = pdc::info();
     state.num_of_configs = &count_;
     state.config_list_holder = holder_.data();
@@ -37,7 +37,7 @@ class Gathering {
   }
   ~Gathering() {
     {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       pdc_info_s_type& state = pdc::info();
       state.is_pdc_list_handling = 0;
       state.num_of_configs = nullptr;
@@ -90,8 +90,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // Message id, length, octets, and again.
   while (data + size - at >= 3) {
     const uint32_t message = at[0];
-    const uint32_t told = at[1] | static_cast<uint32_t>(at[2]) << 8;
-    const uint32_t length = std::min(told, static_cast<uint32_t>(data + size - at - 3));
+    const uint32_t stated = at[1] | static_cast<uint32_t>(at[2]) << 8;
+    const uint32_t length = std::min(stated, static_cast<uint32_t>(data + size - at - 3));
     const std::vector<uint8_t> octets(at + 3, at + 3 + length);
     at += 3 + length;
     qmi_pdc_unsol_ind_cb(nullptr, message, octets.data(), length, nullptr);

@@ -1,4 +1,4 @@
-// The number and hex text helpers on any text, against the arithmetic as it is told: digits in
+// The number and hex text helpers, on any text, against a plain form of their arithmetic: digits in
 // double precision, saturated, added up in 32 bits.
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace {
 
-int32_t told(const std::string& text) {
+int32_t expected(const std::string& text) {
   const size_t digits = std::min<size_t>(text.size(), 50);
   uint32_t sum = 0;
   for (size_t i = 0; i < digits; ++i) {
@@ -30,16 +30,16 @@ int32_t told(const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // A text of exactly its length, so that an octet read behind its end is seen.
+  // A text of exactly its length, so that the sanitizer sees a read behind its end.
   const size_t length = strnlen(reinterpret_cast<const char*>(data), size);
   std::vector<char> text(data, data + length);
   text.push_back('\0');
   const std::string digits(text.data());
   const int32_t hex = kelvor_hex_string_to_int(text.data());
-  if (hex != told(digits)) std::abort();
+  if (hex != expected(digits)) std::abort();
   const int32_t number = kelvor_string_to_int(text.data());
   const bool prefixed = digits.size() >= 2 && digits[0] == '0' && (digits[1] | 0x20) == 'x';
-  if (number != (prefixed ? told(digits.substr(2)) : std::atoi(text.data()))) std::abort();
+  if (number != (prefixed ? expected(digits.substr(2)) : std::atoi(text.data()))) std::abort();
 
   std::vector<char> shown(2 * size);
   kelvor_byte_to_hex(data, static_cast<int32_t>(size), shown.data());

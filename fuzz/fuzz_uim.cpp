@@ -1,5 +1,5 @@
-// The card operations over a modem that says anything: every response is made of the input and goes
-// through the real decoder. The client library's other half is this file.
+// The card operations with any responses: they are made of the input and decoded by the real rows.
+// The rest of the client library is this file.
 
 #include <algorithm>
 #include <cstdint>
@@ -26,7 +26,8 @@ uint8_t octet() {
   return first;
 }
 
-// One operation with blocks of exactly their size, so that one octet too many is seen.
+// Calls one operation with blocks of exactly their size, so that the sanitizer sees one octet too
+// many.
 template <class In, class Out>
 void call(int32_t (*operation)(const In*, Out*)) {
   const auto in = std::make_unique<In>();

@@ -1,6 +1,6 @@
-// The decoder of statistics records, and the counter blocks, on any octets. Input: one octet whose
-// lowest bit says whether every step is shown and whose rest is the counter blocks' version, then
-// the record, in a buffer with just the room that the decoder asks for.
+// The decoders of statistics records and of counter blocks, on any octets. Input: one octet, whose
+// lowest bit turns printing on and whose rest is the counter blocks' version; then the record,
+// which is put into a buffer of exactly the size that the decoder needs.
 
 #include <algorithm>
 #include <cstdint>
@@ -18,7 +18,7 @@ constexpr size_t kRecord = 4 + 344 / 8 + 16;
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // What is shown is formatted, and goes nowhere.
+  // What is printed is formatted and discarded.
   static const bool muted = std::freopen("/dev/null", "w", stdout) != nullptr;
   if (!muted || size == 0) return 0;
   std::vector<uint8_t> record(kRecord);

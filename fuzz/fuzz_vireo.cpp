@@ -1,6 +1,5 @@
-// The getters and the indications of the statistics framework over a modem that says anything. The
-// client library under it is this file: every answer and every decoded indication is made of the
-// input.
+// The getters and the indications of the statistics framework with any responses. This file is the
+// client library below them: it makes every response and every decoded indication of the input.
 
 #include <algorithm>
 #include <cstdint>
@@ -37,14 +36,14 @@ uint8_t octet() {
   return value;
 }
 
-// Mostly what is expected, else anything.
+// Mostly the expected value, else any.
 uint32_t about(uint32_t expected) {
   uint32_t value = expected;
   if (octet() >= 0xF0) take(&value, sizeof value);
   return value;
 }
 
-// Every octet of an event is there and is something.
+// Reads every octet of an event, so that the sanitizer sees one that is missing.
 void on_event(uint32_t event, const void* data, uint32_t length) {
   static constexpr uint32_t kLengths[] = {0, 0, 8, 10696, 412, 1};
   if (event < 2 || event > 5 || length != kLengths[event]) std::abort();
@@ -122,7 +121,7 @@ int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type, qmi_idl_messag
   *length = size_of(message);
   return 0;
 }
-// Counts are what a decoder lets through; what they count is anything.
+// Counts are in range, as after a decoder; the rest is any octets.
 int qmi_client_message_decode(qmi_client_type, qmi_idl_message_type, uint32_t message, const void*,
                               uint32_t, void* decoded, uint32_t length) {
   if (length < size_of(message)) std::abort();

@@ -1,5 +1,4 @@
-// The platform of the targets that bring a client library of their own: it prints nothing and never
-// waits.
+// The platform of the targets that have a client library of their own: prints nothing, never waits.
 
 #include <cstdint>
 

@@ -1,5 +1,4 @@
-// The maker's diag library on a desk: packets carried to the simulated modem by a service of the
-// bus.
+// The maker's diag library on a host: a QMI service carries the packets to the simulated modem.
 
 #include "platform/diag.h"
 
@@ -14,8 +13,10 @@
 
 namespace {
 
+// The limits that platform/diag.h promises: until there is a modem, and until it accepts a command
+// whose response is not wanted.
 constexpr uint32_t kOpenTimeOutMs = 2000;
-constexpr int32_t kTakenTimeOutMs = 1000;
+constexpr int32_t kAcceptTimeOutMs = 1000;
 
 int32_t result_of(int client_error) {
   switch (client_error) {
@@ -35,7 +36,7 @@ uint32_t next_tag() {
   return ++last;
 }
 
-// Both messages are too long for a stack that is not ours.
+// 14 KiB together, which is too much for the stack of a caller's thread.
 struct Exchange {
   qcci::DiagRequest request{};
   qcci::DiagResponse response{};
@@ -107,11 +108,11 @@ int32_t kelvor_diag_cmd_send_with_result_by_dci_mode(const uint8_t* cmd, uint32_
 }
 
 int32_t kelvor_diag_cmd_send_without_result_by_callback_mode(const uint8_t* cmd, uint32_t len) {
-  return send(qcci::kDiagByCallback, cmd, len, kTakenTimeOutMs, nullptr, nullptr);
+  return send(qcci::kDiagByCallback, cmd, len, kAcceptTimeOutMs, nullptr, nullptr);
 }
 
 int32_t kelvor_diag_cmd_send_without_result_by_dci_mode(const uint8_t* cmd, uint32_t len) {
-  return send(qcci::kDiagByDci, cmd, len, kTakenTimeOutMs, nullptr, nullptr);
+  return send(qcci::kDiagByDci, cmd, len, kAcceptTimeOutMs, nullptr, nullptr);
 }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// The maker's utility library on a desk.
+// The maker's utility library on a host.
 
 #include "platform/kelvor_utils.h"
 
@@ -15,16 +15,18 @@
 #include <ctime>
 #include <new>
 #include <string>
+#include <tuple>
 
 #include "host/host.h"
 #include "platform/properties.h"
+#include "qcci/wire/octets.h"
 #include "sim/phone/log_file.h"
 
 namespace {
 
-constexpr int32_t kAllLevels = 1 | 2 | 4 | 8;
+constexpr int32_t kAllLevels = 1 | 2 | 4 | 8;  // as in kelvor_hal_get_shell_print_flag
 
-// The whole of `text` as a number; base as of strtol.
+// Parses the whole of `text`; base as for strtol.
 bool parse_number(const char* text, int base, int32_t* number) {
   char* end = nullptr;
   errno = 0;
@@ -68,13 +70,14 @@ std::atomic<bool> g_closed{false};
 // Opened at the first line and kept until the process ends.
 const sim::LogFile& log_file() {
   static const sim::LogFile* const log = [] {
-    if (host::phone().descriptor() < 0) host::prepare_phone();
+    // Without a phone the log is one that cannot be written, and the cause has been printed.
+    if (host::phone().descriptor() < 0) std::ignore = host::prepare_phone();
     return new sim::LogFile(host::phone(), "system.log");
   }();
   return *log;
 }
 
-// Asked of the kernel once a process, not once a line.
+// Cached, since every line of the log has it; a fork gets its own.
 pid_t own_pid() {
   static std::atomic<pid_t> pid{::getpid()};
   [[maybe_unused]] static const int ignored =
@@ -82,7 +85,7 @@ pid_t own_pid() {
   return pid;
 }
 
-// Line ends inside a message are shown as \n, so that a message is a line whatever it says.
+// Line ends in a message become \n, so that each message is one line of the log.
 void append_escaped(std::string* line, const char* text) {
   for (; *text != '\0'; ++text) {
     if (*text == '\n') {
@@ -93,7 +96,7 @@ void append_escaped(std::string* line, const char* text) {
   }
 }
 
-// Most lines of a run fall into one second.
+// Cached, since most lines of a run fall into one second.
 const char* text_of_second(time_t second) {
   static thread_local time_t known = -1;
   static thread_local char text[64];
@@ -106,8 +109,8 @@ const char* text_of_second(time_t second) {
   return text;
 }
 
-// One write a line: lines of several processes do not mix. A line that there is no memory for is
-// lost.
+// One write per line, so that the lines of several processes do not mix. A line is dropped when
+// there is no memory for it.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
                                                      va_list arguments) {
   char* text = nullptr;
@@ -185,8 +188,9 @@ int32_t kelvor_get_property_value_from_int(const char* name, int32_t* value, int
 void kelvor_get_hex_str(char* buffer, size_t size, uint64_t value) {
   if (buffer == nullptr || size == 0) return;
   size_t at = 0;
-  for (int i = 0; i < 8 && at + 2 < size; ++i, at += 2) {
-    std::snprintf(buffer + at, 3, "%02X", static_cast<unsigned>(value >> 8 * i & 0xFF));
+  for (size_t i = 0; i < sizeof value && at + 2 < size; ++i, at += 2) {
+    const auto digits = qcci::hex_digits(static_cast<uint8_t>(value >> 8 * i));
+    std::memcpy(buffer + at, digits.data(), digits.size());
   }
   buffer[at] = '\0';
 }

@@ -1,4 +1,4 @@
-// Which modem this process talks to.
+// The link to the modem that the environment chooses.
 
 #include <malloc.h>
 
@@ -19,7 +19,7 @@
 namespace host {
 namespace {
 
-// No bus.
+// The link of a process that has no modem.
 class NoLink final : public qcci::Link {
  public:
   bool open(qcci::Endpoint*) override { return false; }
@@ -44,14 +44,14 @@ std::unique_ptr<qcci::Link> no_link(const std::string& why) {
   return std::make_unique<NoLink>();
 }
 
-// Set once, before the exit handler that reads it.
+// Set once, before the exit handler that reads it is installed. Never destroyed.
 std::shared_ptr<sim::Modem>& embedded_modem() {
   static auto* const modem = new std::shared_ptr<sim::Modem>;
   return *modem;
 }
 
-void report_unmet_faults() {
-  for (const std::string& line : embedded_modem()->unmet_faults()) {
+void report_unused_fault_rules() {
+  for (const std::string& line : embedded_modem()->unused_fault_rules()) {
     kelvor_utils_syslog_dbg("modem: %s", line.c_str());
   }
 }
@@ -64,11 +64,11 @@ std::unique_ptr<qcci::Link> embedded() {
   modem->set_log(
       [](const std::string& line) { kelvor_utils_syslog_dbg("modem: %s", line.c_str()); });
   embedded_modem() = modem;
-  if (!modem->unmet_faults().empty()) std::atexit(report_unmet_faults);
+  if (!modem->unused_fault_rules().empty()) std::atexit(report_unused_fault_rules);
   return sim::make_embedded_link(std::move(modem));
 }
 
-// What errno says of a served modem that could not be connected to: the end of a sentence.
+// Why a served modem could not be connected to, from errno: the end of a sentence.
 std::string unavailable(int error) {
   switch (error) {
     case EUSERS:
@@ -86,59 +86,41 @@ std::string unavailable(int error) {
 
 }  // namespace
 
-const sim::Phone& phone() {
-  static const auto* const instance = new sim::Phone(sim::Phone::default_root());
-  return *instance;
-}
-
-bool prepare_phone() {
-  static const bool ready = [] {
-    std::string why;
-    if (phone().prepare(&why)) return true;
-    std::fprintf(stderr, "vex: %s\n", why.c_str());
-    return false;
-  }();
-  return ready;
-}
-
-}  // namespace host
-
-namespace qcci {
-
-std::unique_ptr<Link> make_process_link() {
-  // An arena each would cost the library's thread more than it ever takes from it.
+std::unique_ptr<qcci::Link> make_link() {
+  // A malloc arena for the library's thread costs more time than it saves: the thread hardly
+  // allocates.
   ::mallopt(M_ARENA_MAX, 1);
   const char* variable = std::getenv("VEX_MODEM");
   const std::string wanted = variable != nullptr ? variable : "";
   if (wanted.empty()) {
-    auto served = std::make_unique<LocalSocketLink>(sim::Server::socket_path(host::phone()));
+    auto served = std::make_unique<qcci::LocalSocketLink>(sim::Server::socket_path(phone()));
     if (served->answers()) return served;
-    const std::string why = host::unavailable(errno);
-    if (sim::Server::is_served(host::phone())) {
+    const std::string why = unavailable(errno);
+    if (sim::Server::is_served(phone())) {
       std::fprintf(stderr, "vex: the served modem %s; using an embedded one\n", why.c_str());
     }
-    return host::embedded();
+    return embedded();
   }
-  if (wanted == "embedded") return host::embedded();
+  if (wanted == "embedded") return embedded();
   if (wanted.starts_with("unix:")) {
     const std::string path = wanted.substr(5);
-    auto served = std::make_unique<LocalSocketLink>(path);
+    auto served = std::make_unique<qcci::LocalSocketLink>(path);
     if (served->answers()) return served;
     const int error = errno;
     if (error == ENOENT || error == ECONNREFUSED) {
-      return host::no_link("nobody serves one at " + path);
+      return no_link("nobody serves one at " + path);
     }
-    const std::string why = "the one served at " + path + " " + host::unavailable(error);
-    if (error != EUSERS && error != ETIMEDOUT) return host::no_link(why);
-    host::say_no_modem(why);
+    const std::string why = "the one served at " + path + " " + unavailable(error);
+    if (error != EUSERS && error != ETIMEDOUT) return no_link(why);
+    say_no_modem(why);
     return served;
   }
   if (wanted == "qrtr") {
-    auto bus = std::make_unique<QrtrLink>();
+    auto bus = std::make_unique<qcci::QrtrLink>();
     if (bus->answers()) return bus;
-    return host::no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
+    return no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
   }
-  return host::no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
+  return no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
 }
 
-}  // namespace qcci
+}  // namespace host

@@ -1,4 +1,4 @@
-// Android's properties in the phone's `properties` file: name=value lines.
+// Android's properties, in the phone's file `properties`: lines of name=value.
 
 #include "platform/properties.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char kFile[] = "properties";
 
-// The line's value when it is the property's.
+// Whether the line is the property's; *value is then its value.
 bool value_in(std::string_view line, std::string_view name, std::string_view* value) {
   if (!line.starts_with(name) || line.size() == name.size() || line[name.size()] != '=') {
     return false;
@@ -35,7 +35,7 @@ void for_each_line(std::string_view text, Each each) {
 std::string find(std::string_view name) {
   std::string text;
   std::string found;
-  host::phone().all().read(kFile, &text);
+  (void)host::phone().all().read(kFile, &text);  // a failure has been reported: no properties
   for_each_line(text, [&](std::string_view line) {
     std::string_view value;
     if (value_in(line, name, &value)) found = value.substr(0, PROPERTY_VALUE_MAX - 1);
@@ -71,7 +71,7 @@ int property_set(const char* key, const char* value) {
   const sim::FileLock lock = phone.lock();
   if (!lock.held()) return -1;
   std::string text;
-  // Properties that cannot be read must not be written over.
+  // A file that cannot be read must not be overwritten.
   if (const int error = phone.all().read(kFile, &text); error != 0 && error != ENOENT) return -1;
   std::string changed;
   for_each_line(text, [&](std::string_view line) {

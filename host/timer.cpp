@@ -1,27 +1,27 @@
-// One-shot timers on one thread, which starts with the first timer.
+// One-shot timers, on one thread that is started with the first of them.
 
 #include "platform/timer.h"
 
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <system_error>
 #include <thread>
 
+#include "base/mutex.h"
 #include "platform/clock/process_clock.h"
 
 namespace {
 
 class Timers {
  public:
-  // Never destroyed: its thread goes on until the process ends.
+  // Never destroyed: its thread runs until the process ends.
   static Timers& instance() {
     static Timers* const timers = new Timers;
     return *timers;
   }
 
-  uint32_t start(kelvor_timer_callback callback, unsigned long timeout_s) {
-    const std::lock_guard lock(mutex_);
+  uint32_t start(kelvor_timer_callback callback, unsigned long timeout_s) EXCLUDES(mutex_) {
+    const base::Lock lock(mutex_);
     if (!running_) {
       std::thread([this] { run(); }).detach();
       running_ = true;
@@ -33,14 +33,14 @@ class Timers {
     return last_;
   }
 
-  int32_t stop(uint32_t id) {
-    const std::lock_guard lock(mutex_);
+  int32_t stop(uint32_t id) EXCLUDES(mutex_) {
+    const base::Lock lock(mutex_);
     return std::erase_if(waiting_, [id](const auto& t) { return t.first.second == id; }) ? 0 : -1;
   }
 
  private:
-  void run() {
-    std::unique_lock lock(mutex_);
+  [[noreturn]] void run() EXCLUDES(mutex_) {
+    base::Lock lock(mutex_);
     for (;;) {
       if (waiting_.empty()) {
         changed_.wait(lock);
@@ -62,16 +62,17 @@ class Timers {
     }
   }
 
-  std::mutex mutex_;
+  base::Mutex mutex_;
   std::condition_variable changed_;
-  bool running_ = false;
-  uint32_t last_ = 0;
-  std::map<std::pair<platform::Time, uint32_t>, kelvor_timer_callback> waiting_;
+  bool running_ GUARDED_BY(mutex_) = false;
+  uint32_t last_ GUARDED_BY(mutex_) = 0;
+  std::map<std::pair<platform::Time, uint32_t>, kelvor_timer_callback> waiting_ GUARDED_BY(mutex_);
 };
 
 }  // namespace
 
 extern "C" uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long timeout_s) {
+  // A hundred years: more would overflow the clock's nanoseconds.
   constexpr unsigned long kLongest = 100UL * 365 * 24 * 3600;
   if (callback == nullptr) return 0;
   try {

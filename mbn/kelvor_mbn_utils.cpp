@@ -1,20 +1,21 @@
 #include "mbn/kelvor_mbn_utils.h"
 
 #include <atomic>
+#include <tuple>
 
 #include "common/trace.h"
 #include "mbn/pdc_info.h"
+#include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_nvefs.h"
 
 namespace {
 
 constexpr int kBadArgument = -1;
 constexpr unsigned int kTypes = 2;
-constexpr unsigned int kSubs = 2;
 
 std::atomic<int> g_kelvor_pdc_init_status{-1};
 
-// What refresh and reactivation have in common before they reach the modem.
+// Connects and checks the arguments of a refresh or a reactivation.
 int prepare(unsigned char force_init, unsigned int sub_mask, unsigned int mbn_type) {
   if (const int status = kelvor_mbn_init(force_init); status != 0) {
     TRACE_ERROR("pdc init failed, do nothing");
@@ -35,7 +36,8 @@ int prepare(unsigned char force_init, unsigned int sub_mask, unsigned int mbn_ty
 
 bool includes(unsigned int sub_mask, unsigned int sub) { return (sub_mask >> sub & 1) != 0; }
 
-// One subscription's turn. *result is that of the step that was last; false: the operation ends.
+// Reactivates one subscription's configuration. *result is that of the last step; false: its
+// current configuration cannot be read, which ends the operation.
 bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
   pdc_config_pdc_info id{};
   *result = pdc_get_current_config(&id, type, sub);
@@ -44,7 +46,8 @@ bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
     TRACE_ERROR("SUB_%u pdc_get_current_config fail", sub);
     return false;
   }
-  kelvor_mbn_deactivate_config(sub, type);
+  // Its failure is traced; the configuration is selected and activated all the same.
+  std::ignore = kelvor_mbn_deactivate_config(sub, type);
   *result = pdc_select_config(&id, type, sub);
   TRACE_DEBUG("SUB_%u pdc_select_config ret_val %d", sub, *result);
   *result = pdc_activate_config(type, sub);
@@ -74,7 +77,7 @@ extern "C" int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type) 
   int result = prepare(0, sub_mask, mbn_type);
   if (result != 0) return result;
   const auto type = static_cast<pdc_config_type_enum_v01>(mbn_type);
-  for (unsigned int sub = 0; sub < kSubs; ++sub) {
+  for (unsigned int sub = 0; sub < KELVOR_SUBSCRIPTIONS; ++sub) {
     if (!includes(sub_mask, sub)) continue;
     result = pdc_activate_config_ex(type, PDC_ACTIVATION_SOFT, sub, sub);
     TRACE_DEBUG("SUB_%u pdc_activate_config_ex ret %d", sub, result);
@@ -92,7 +95,7 @@ extern "C" int kelvor_reactivate_mbn(unsigned int sub_mask, unsigned int mbn_typ
   int result = prepare(1, sub_mask, mbn_type);
   if (result != 0) return result;
   const auto type = static_cast<pdc_config_type_enum_v01>(mbn_type);
-  for (unsigned int sub = 0; sub < kSubs; ++sub) {
+  for (unsigned int sub = 0; sub < KELVOR_SUBSCRIPTIONS; ++sub) {
     if (includes(sub_mask, sub) && !reactivate(type, sub, &result)) break;
   }
   return result;
@@ -105,7 +108,7 @@ extern "C" int kelvor_reactivate_sw_mbn(unsigned int sub_mask) {
 
 extern "C" int kelvor_mbn_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type) {
   const TraceScope scope(__func__);
-  if (sub >= kSubs) {
+  if (sub >= KELVOR_SUBSCRIPTIONS) {
     TRACE_ERROR("sub is invalid, sub: %d", sub);
     return kBadArgument;
   }
@@ -135,6 +138,6 @@ extern "C" void kelvor_mbn_get_default_config_info_ind_hdlr(void* ind, unsigned 
     TRACE_DEBUG("def_ind->config_version = %d", def_ind->version);
     if (def_ind->error == 0) result = PDC_OK;
   }
-  const QtiSharedLock lock(pdc::info().mutex);
+  const base::Lock lock(pdc::info().mutex);
   pdc::complete(PDC_REQ_DEFAULT_INFO, result);
 }

@@ -1,9 +1,9 @@
-// Carrier configurations (MBNs): activating them again, with or without a full turn.
+// Carrier configurations (MBNs): refreshing them, and reactivating them from the start.
 //
 // sub_mask: bit 0 for SUB_0, bit 1 for SUB_1; 1 to 3. mbn_type: a pdc_config_type_enum_v01.
 //
-// The PDC client is made by the first operation that needs it and lives until the process ends.
-// Results: 0, a PDC code (mbn/pdc_utils.h), or -1 for arguments that are not in order. Not for
+// The PDC client is made by the first operation that needs it and is kept until the process ends.
+// Results: 0, a PDC code (mbn/pdc_utils.h), or -1 for bad arguments. Not for
 // several threads at once, since a reactivation replaces the client under the others.
 #ifndef MBN_KELVOR_MBN_UTILS_H_
 #define MBN_KELVOR_MBN_UTILS_H_
@@ -15,22 +15,22 @@ extern "C" {
 #endif
 
 // Connects to PDC, anew if force_init is not 0, else unless that is done already.
-int kelvor_mbn_init(unsigned char force_init);
+PLATFORM_NODISCARD int kelvor_mbn_init(unsigned char force_init);
 
-// Activates the selected configuration again, softly: subscription by subscription, whatever the
-// first one gave. The last result.
-int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type);
-int kelvor_refresh_sw_mbn(unsigned int sub_mask);
+// Activates the selected configuration again, softly: one subscription after the other, also when
+// the first one failed. The last result.
+PLATFORM_NODISCARD int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type);
+PLATFORM_NODISCARD int kelvor_refresh_sw_mbn(unsigned int sub_mask);
 
-// Takes the current configuration out and in again: reads which it is, deactivates, selects and
-// activates it. A subscription whose current configuration cannot be read ends the operation. The
-// last result.
-int kelvor_reactivate_mbn(unsigned int sub_mask, unsigned int mbn_type);
-int kelvor_reactivate_sw_mbn(unsigned int sub_mask);
+// Reads which configuration is current, deactivates, selects and activates it. A subscription whose
+// current configuration cannot be read ends the operation. The last result.
+PLATFORM_NODISCARD int kelvor_reactivate_mbn(unsigned int sub_mask, unsigned int mbn_type);
+PLATFORM_NODISCARD int kelvor_reactivate_sw_mbn(unsigned int sub_mask);
 
 // Deactivates the current configuration and has the modem bring its NV state to storage. The result
 // of the deactivation; that of the other is traced.
-int kelvor_mbn_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type);
+PLATFORM_NODISCARD int kelvor_mbn_deactivate_config(unsigned int sub,
+                                                    pdc_config_type_enum_v01 type);
 
 #ifdef __cplusplus
 }

@@ -72,7 +72,7 @@ void complete(int req_type, int32_t result) {
 
 void handle_outcome(TraceSite handler, int req_type, const void* ind, unsigned int len) {
   const Operation operation(handler);
-  const QtiSharedLock lock(info().mutex);
+  const base::Lock lock(info().mutex);
   const bool ok = succeeded(kRequestKinds[index_of(req_type)], ind, len);
   complete(req_type, ok ? PDC_OK : PDC_FAILED);
 }
@@ -83,7 +83,7 @@ extern "C" void qmi_pdc_unsol_ind_cb(qmi_client_type client, uint32_t msg_id, co
                                      uint32_t length, void* /*data*/) {
   qmi_idl_service_object_type service;
   {
-    const QtiSharedLock lock(pdc::info().mutex);
+    const base::Lock lock(pdc::info().mutex);
     service = pdc::info().service;
   }
   uint32_t size = 0;
@@ -130,7 +130,7 @@ extern "C" void qmi_pdc_set_feature_ind_hdlr(void* ind, unsigned int len) {
 
 extern "C" void qmi_pdc_get_selected_config_ind_hdlr(void* ind, unsigned int len) {
   const Operation operation(__func__);
-  const QtiSharedLock lock(pdc::info().mutex);
+  const base::Lock lock(pdc::info().mutex);
   const pdc::RequestKind& kind = pdc::kRequestKinds[pdc::index_of(PDC_REQ_GET_SELECTED)];
   bool ok = pdc::succeeded(kind, ind, len);
   if (ok) {

@@ -10,27 +10,29 @@
 
 namespace {
 
+using pdc::info;
+
 #define FLAG "pdc_list_configs_flag, "
 
-// What both texts say that have a place for it: a list that is complete says neither.
+// get_list_complete as both messages print it, which are written for incomplete lists only.
 constexpr int kNotComplete = 0;
 
-// Whether the indication is the last one once more: an id stands in a list once.
-bool is_double(const pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
-  if (*state.num_of_configs == 0 || ind.configs_valid == 0 || ind.configs_len == 0) return false;
-  const pdc_config& last = state.config_list_holder[state.last_frame]->config;
+// Whether the indication is the last one once more, as an id that it repeats says.
+bool is_duplicate(const pdc_list_configs_ind& ind) REQUIRES(info().mutex) {
+  if (*info().num_of_configs == 0 || ind.configs_valid == 0 || ind.configs_len == 0) return false;
+  const pdc_config& last = info().config_list_holder[info().last_frame]->config;
   const pdc_config& now = ind.configs[0];
   return last.type == now.type && last.id_len == now.id_len &&
          std::memcmp(last.id, now.id, std::min<size_t>(now.id_len, sizeof now.id)) == 0;
 }
 
 // Appends what the indication has. False when it cannot be kept.
-bool append(pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
+bool append(const pdc_list_configs_ind& ind) REQUIRES(info().mutex) {
   const uint32_t reported = ind.configs_valid != 0 ? ind.configs_len : 0;
-  TRACE_DEBUG(FLAG "config_list_len %d, old num_of_configs %d", reported, *state.num_of_configs);
+  TRACE_DEBUG(FLAG "config_list_len %d, old num_of_configs %d", reported, *info().num_of_configs);
   for (uint32_t i = 0; i < reported; ++i) {
-    if (*state.num_of_configs == state.list_room) {
-      TRACE_ERROR(FLAG "more configs than there is room for: %u", state.list_room);
+    if (*info().num_of_configs == info().list_room) {
+      TRACE_ERROR(FLAG "more configs than there is room for: %u", info().list_room);
       return false;
     }
     auto* element = static_cast<pdc_config_info*>(qcril_malloc(sizeof(pdc_config_info)));
@@ -39,14 +41,21 @@ bool append(pdc_info_s_type& state, const pdc_list_configs_ind& ind) {
       return false;
     }
     element->config = ind.configs[i];
-    state.config_list_holder[(*state.num_of_configs)++] = element;
+    info().config_list_holder[(*info().num_of_configs)++] = element;
   }
-  TRACE_DEBUG(FLAG "new num_of_configs %d", *state.num_of_configs);
+  TRACE_DEBUG(FLAG "new num_of_configs %d", *info().num_of_configs);
   return true;
 }
 
+// Whether the list that a follow-up timer belongs to still goes on: it may have ended, and another
+// begun.
+bool still_wanted(uint32_t timer_id) REQUIRES(info().mutex) {
+  return info().is_pdc_list_handling != 0 && info().follow_up_timer == timer_id &&
+         info().context(PDC_REQ_LIST).done == 0;
+}
+
 // Ends the list when it can be neither continued nor completed.
-void abort_list() {
+void abort_list() REQUIRES(info().mutex) {
   TRACE_ERROR(FLAG "Abort to req, get_list_complete %d", kNotComplete);
   pdc::complete(PDC_REQ_LIST, PDC_FAILED);
 }
@@ -55,14 +64,13 @@ void abort_list() {
 
 extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) {
   const Operation operation(__func__);
-  pdc_info_s_type& state = pdc::info();
-  const QtiSharedLock lock(state.mutex);
-  if (state.is_pdc_list_handling == 0 || pdc::has_outcome(PDC_REQ_LIST)) {
+  const base::Lock lock(info().mutex);
+  if (info().is_pdc_list_handling == 0 || pdc::has_outcome(PDC_REQ_LIST)) {
     TRACE_DEBUG(FLAG "g_pdc_info.is_pdc_list_handling is not running, do nothing");
     return;
   }
   if (ind_data == nullptr || len != sizeof(pdc_list_configs_ind) ||
-      state.num_of_configs == nullptr || state.config_list_holder == nullptr) {
+      info().num_of_configs == nullptr || info().config_list_holder == nullptr) {
     TRACE_ERROR(FLAG
                 "NULL pointer for ind_data_ptr or  g_pdc_info.num_of_configs or "
                 "g_pdc_info.config_list_holder");
@@ -75,46 +83,41 @@ extern "C" void qmi_pdc_list_configs_ind_hdlr(void* ind_data, unsigned int len) 
     abort_list();
     return;
   }
-  if (is_double(state, ind)) {
+  if (is_duplicate(ind)) {
     TRACE_DEBUG(FLAG "the indication came twice, do nothing");
     return;
   }
-  const uint32_t before = *state.num_of_configs;
-  if (!append(state, ind)) {
+  const uint32_t before = *info().num_of_configs;
+  if (!append(ind)) {
     abort_list();
     return;
   }
-  state.last_frame = before;
+  info().last_frame = before;
   if (ind.more_available_valid != 0 && ind.more_available != 0) {
-    // A modem that always has more and never tells what would keep us here for ever.
-    if (*state.num_of_configs == before) {
+    // A modem that promises more but sends nothing would be asked for ever.
+    if (*info().num_of_configs == before) {
       abort_list();
       return;
     }
     TRACE_DEBUG(FLAG "Continue to req, get_list_complete %d", kNotComplete);
-    state.follow_up_timer = kelvor_timer_start(qmi_pdc_list_configs_follow_up_request, 0);
-    if (state.follow_up_timer == 0) abort_list();
+    info().follow_up_timer = kelvor_timer_start(qmi_pdc_list_configs_follow_up_request, 0);
+    if (info().follow_up_timer == 0) abort_list();
     return;
   }
-  if (*state.num_of_configs == 0) TRACE_DEBUG(FLAG "None MBN available in modem EFS");
+  if (*info().num_of_configs == 0) TRACE_DEBUG(FLAG "None MBN available in modem EFS");
   pdc::complete(PDC_REQ_LIST, PDC_OK);
 }
 
 extern "C" void qmi_pdc_list_configs_follow_up_request(union sigval value) {
   const Operation operation(__func__);
   TRACE_DEBUG("qmi_pdc_list_configs_follow_up_request, timer_id = %d", value.sival_int);
-  pdc_info_s_type& state = pdc::info();
-  const pdc::Context& context = state.context(PDC_REQ_LIST);
-  QtiSharedLock lock(state.mutex);
-  // This request's list may have ended meanwhile, and another begun.
   const uint32_t id = static_cast<uint32_t>(value.sival_int);
-  const auto still_wanted = [&] {
-    return state.is_pdc_list_handling != 0 && state.follow_up_timer == id && context.done == 0;
-  };
-  if (!still_wanted()) return;
+  base::Lock lock(info().mutex);
+  if (!still_wanted(id)) return;
+  const pdc::Context& context = info().context(PDC_REQ_LIST);
   if (context.timer_id != 0) qmi_pdc_request_timer_stop(PDC_REQ_LIST);
-  const qmi_client_type client = state.client;
-  const pdc_config_type_enum_v01 type = state.list_type;
+  const qmi_client_type client = info().client;
+  const pdc_config_type_enum_v01 type = info().list_type;
   lock.unlock();
   pdc_plain_resp response{};
   const int error = pdc::send_list_request(client, type, &response);
@@ -122,7 +125,7 @@ extern "C" void qmi_pdc_list_configs_follow_up_request(union sigval value) {
     TRACE_ERROR("qmi send mssage error for list_configs, errno: %d %d", error, response.resp.error);
   }
   lock.lock();
-  if (!still_wanted()) return;
+  if (!still_wanted(id)) return;
   // A caller that does not wait yet starts the timer itself.
   const bool goes_on =
       error == 0 && (context.waiting == 0 || qmi_pdc_request_timer_start(PDC_REQ_LIST) == 0);

@@ -7,25 +7,17 @@ namespace {
 
 constexpr unsigned long kRequestTimeoutS = 5;
 
-// No trace: whether there is such a slot.
-pdc::Context* holder_of(uint32_t timer_id) {
-  if (timer_id == 0) return nullptr;
+// The context whose timer it is; null, after an error trace, when none has it.
+pdc::Context* find(uint32_t timer_id) REQUIRES(pdc::info().mutex) {
   for (pdc::Context& context : pdc::info().contexts) {
-    if (context.timer_id == timer_id) return &context;
+    if (timer_id != 0 && context.timer_id == timer_id) return &context;
   }
+  TRACE_ERROR("not find this timer_id(%u)", timer_id);
   return nullptr;
 }
 
-pdc::Context* find(uint32_t timer_id) {
-  pdc::Context* context = holder_of(timer_id);
-  if (context == nullptr) {
-    TRACE_ERROR("not find this timer_id(%u)", timer_id);
-  }
-  return context;
-}
-
-int req_type_of(const pdc::Context& context) {
-  return pdc::kRequestKinds[&context - pdc::info().contexts.data()].req_type;
+int req_type_of(const pdc::Context& context) REQUIRES(pdc::info().mutex) {
+  return static_cast<int>(&context - pdc::info().contexts.data()) + PDC_REQ_LIST;
 }
 
 }  // namespace
@@ -74,10 +66,9 @@ extern "C" void qmi_pdc_request_timer_timeout_proc(union sigval value) {
   TRACE_DEBUG("timer_id = %u", timer_id);
   kelvor_timer_stop(timer_id);
 
-  pdc_info_s_type& state = pdc::info();
-  const QtiSharedLock lock(state.mutex);
+  const base::Lock lock(pdc::info().mutex);
   for (size_t i = 0; i < pdc::kKinds; ++i) {
-    pdc::Context& context = state.contexts[i];
+    pdc::Context& context = pdc::info().contexts[i];
     if (context.waiting == 0 || context.done != 0) continue;
     TRACE_DEBUG("%s is waiting, will stop it.", pdc::kRequestKinds[i].name);
     context.result = PDC_FAILED;

@@ -20,21 +20,20 @@ constexpr uint32_t kSendTimeoutMs = 10000;
 // A caller's hold of one kind of request, from the first moment to the last.
 class Request {
  public:
-  explicit Request(int req_type)
-      : kind_(kRequestKinds[index_of(req_type)]), context_(info().context(req_type)) {
-    const QtiSharedLock lock(info().mutex);
-    if (context_.busy != 0) return;
+  explicit Request(int req_type) : kind_(kRequestKinds[index_of(req_type)]) {
+    const base::Lock lock(info().mutex);
+    if (context().busy != 0) return;
     held_ = true;
-    context_.busy = 1;
-    context_.done = 0;
+    context().busy = 1;
+    context().done = 0;
     client_ = info().client;
   }
   ~Request() {
     if (!held_) return;
-    const QtiSharedLock lock(info().mutex);
+    const base::Lock lock(info().mutex);
     if (kind_.req_type == PDC_REQ_LIST) end_list();
-    if (context_.timer_id != 0) qmi_pdc_request_timer_stop(kind_.req_type);
-    context_.done = context_.busy = context_.waiting = 0;
+    if (context().timer_id != 0) qmi_pdc_request_timer_stop(kind_.req_type);
+    context().done = context().busy = context().waiting = 0;
   }
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
@@ -42,7 +41,7 @@ class Request {
   bool held() const { return held_; }
   qmi_client_type client() const { return client_; }
 
-  // current: where what the modem told goes, on success; null for requests without it.
+  // current: receives the modem's current configuration on success; null for requests without it.
   template <class Message>
   int32_t send_and_wait(const char* name, const Message& message,
                         pdc_config_pdc_info* current = nullptr) {
@@ -58,28 +57,28 @@ class Request {
       TRACE_ERROR("qmi send message error for %s, errno: %d", name, error);
       return PDC_FAILED;
     }
-    QtiSharedLock lock(info().mutex);
-    if (context_.done == 0) {
+    base::Lock lock(info().mutex);
+    if (context().done == 0) {
       if (qmi_pdc_request_timer_start(kind_.req_type) != 0) return PDC_FAILED;
-      context_.waiting = 1;
-      context_.ended.wait(lock, [this] { return context_.done != 0; });
+      context().waiting = 1;
+      while (context().done == 0) context().ended.wait(lock);
     }
-    if (context_.result == PDC_OK && current != nullptr) *current = info().current;
-    return context_.result;
+    if (context().result == PDC_OK && current != nullptr) *current = info().current;
+    return context().result;
   }
 
  private:
-  static void end_list() {
-    pdc_info_s_type& state = info();
-    state.is_pdc_list_handling = 0;
-    state.num_of_configs = nullptr;
-    state.config_list_holder = nullptr;
-    if (state.follow_up_timer != 0) kelvor_timer_stop(state.follow_up_timer);
-    state.follow_up_timer = 0;
+  Context& context() REQUIRES(info().mutex) { return info().context(kind_.req_type); }
+
+  static void end_list() REQUIRES(info().mutex) {
+    info().is_pdc_list_handling = 0;
+    info().num_of_configs = nullptr;
+    info().config_list_holder = nullptr;
+    if (info().follow_up_timer != 0) kelvor_timer_stop(info().follow_up_timer);
+    info().follow_up_timer = 0;
   }
 
   const RequestKind& kind_;
-  Context& context_;
   bool held_ = false;
   qmi_client_type client_ = nullptr;
 };
@@ -94,13 +93,12 @@ void set_subscription(Message& message, pdc_config_type_enum_v01 type, unsigned 
 
 void qmi_pdc_init_pdc_info() {
   const Operation operation(__func__);
-  pdc_info_s_type& state = info();
   {
-    const QtiSharedLock lock(state.mutex);
-    state.client = nullptr;
-    state.current = {};
+    const base::Lock lock(info().mutex);
+    info().client = nullptr;
+    info().current = {};
     // A context that is held is its caller's: its timer will still end it.
-    for (Context& context : state.contexts) {
+    for (Context& context : info().contexts) {
       if (context.busy == 0) context.done = 0;
     }
   }
@@ -132,17 +130,15 @@ extern "C" int pdc_init(void) {
     pdc::qmi_pdc_init_pdc_info();
     const qmi_idl_service_object_type service =
         pdc_get_service_object_internal_v01(PDC_IDL_MAJOR, PDC_IDL_MINOR, PDC_IDL_TOOL);
-    pdc_info_s_type& state = pdc::info();
     for (uint32_t attempt = 1; attempt <= pdc::kConnectAttempts; ++attempt) {
-      qmi_client_os_params os_params{};
       qmi_client_type client = nullptr;
       const int error =
           qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, qmi_pdc_unsol_ind_cb, nullptr,
-                                   &os_params, pdc::kConnectTimeoutMs, &client);
+                                   &pdc::info().os_params, pdc::kConnectTimeoutMs, &client);
       if (error == 0) {
-        const QtiSharedLock lock(state.mutex);
-        state.service = service;
-        state.client = client;
+        const base::Lock lock(pdc::info().mutex);
+        pdc::info().service = service;
+        pdc::info().client = client;
         TRACE_DEBUG("qmi_client_init succeeds for PDC");
         return PDC_OK;
       }
@@ -157,7 +153,7 @@ extern "C" void pdc_clean(void) {
   const Operation operation(__func__);
   qmi_client_type client = nullptr;
   {
-    const QtiSharedLock lock(pdc::info().mutex);
+    const base::Lock lock(pdc::info().mutex);
     std::swap(client, pdc::info().client);
   }
   if (client == nullptr) return;
@@ -240,14 +236,13 @@ extern "C" int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info**
       Request request(PDC_REQ_LIST);
       if (!request.held()) return PDC_BUSY;
       {
-        pdc_info_s_type& state = pdc::info();
-        const QtiSharedLock lock(state.mutex);
-        state.list_type = type;
-        state.num_of_configs = &gathered;
-        state.config_list_holder = list;
-        state.list_room = *count;
-        state.is_pdc_list_handling = 1;
-        state.last_frame = 0;
+        const base::Lock lock(pdc::info().mutex);
+        pdc::info().list_type = type;
+        pdc::info().num_of_configs = &gathered;
+        pdc::info().config_list_holder = list;
+        pdc::info().list_room = *count;
+        pdc::info().is_pdc_list_handling = 1;
+        pdc::info().last_frame = 0;
       }
       pdc_plain_resp response{};
       const int error = pdc::send_list_request(request.client(), type, &response);

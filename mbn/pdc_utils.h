@@ -1,6 +1,6 @@
 // The tool's one client of PDC, as blocking calls.
 //
-// PDC acknowledges a request at once and tells its outcome later, by an indication. Each kind of
+// PDC acknowledges a request at once and reports its outcome later, by an indication. Each kind of
 // request has a context here: its caller sends the request, waits, and is woken by the indication
 // or, 5 seconds after the request was acknowledged, by the kind's request timer. When any timer
 // expires, every waiting request ends, whatever its kind: a modem that has lost one indication is
@@ -11,7 +11,7 @@
 // Threads. Any number of threads may call; a second request of a kind that is under way is refused
 // at once. Do not call from a callback of the client library or of a timer: they are what wakes a
 // caller. One mutex guards the module's state. It is held while timers are started and stopped,
-// which never waits for a callback (platform/timer.h), and never while a request is sent or the
+// which does not wait for callbacks (platform/timer.h), and never while a request is sent or the
 // client is made or released, which do.
 //
 // What a modem says in its response beyond "received" is not looked at: one that refuses sends no
@@ -29,6 +29,7 @@
 #include <stdint.h>
 
 #include "platform/idl/pdc.h"
+#include "platform/nodiscard.h"
 #include "platform/qmi_client.h"
 
 #ifdef __cplusplus
@@ -71,7 +72,7 @@ enum {
 // Connects: 20 attempts of up to 4 s, with 5 s after each that failed; without a wait where no
 // modem can come (platform/qmi_client.h). 0, or -1. A client that is connected is to be cleaned
 // first. Requests that are under way are left as they are; they end by their timers.
-int pdc_init(void);
+PLATFORM_NODISCARD int pdc_init(void);
 // Ends the connection, if there is one. Requests that are under way end by their timers.
 void pdc_clean(void);
 
@@ -79,22 +80,24 @@ void pdc_clean(void);
 
 // Which configuration is active. *out is written on success only. A subscription that has none is a
 // failure.
-int pdc_get_current_config(pdc_config_pdc_info* out, pdc_config_type_enum_v01 type,
-                           unsigned int sub);
+PLATFORM_NODISCARD int pdc_get_current_config(pdc_config_pdc_info* out,
+                                              pdc_config_type_enum_v01 type, unsigned int sub);
 // Selects a configuration for the next activation.
-int pdc_select_config(pdc_config_pdc_info* config_id, pdc_config_type_enum_v01 type,
-                      unsigned int sub);
+PLATFORM_NODISCARD int pdc_select_config(pdc_config_pdc_info* config_id,
+                                         pdc_config_type_enum_v01 type, unsigned int sub);
 // Activates what is selected: regularly, in the slot of the subscription's number.
-int pdc_activate_config(pdc_config_type_enum_v01 type, unsigned int sub);
-int pdc_activate_config_ex(pdc_config_type_enum_v01 type, pdc_activation_type_enum_v01 activation,
-                           unsigned int sub, unsigned int slot);
-int pdc_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type);
+PLATFORM_NODISCARD int pdc_activate_config(pdc_config_type_enum_v01 type, unsigned int sub);
+PLATFORM_NODISCARD int pdc_activate_config_ex(pdc_config_type_enum_v01 type,
+                                              pdc_activation_type_enum_v01 activation,
+                                              unsigned int sub, unsigned int slot);
+PLATFORM_NODISCARD int pdc_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type);
 
 // Lists the configurations of a type. *count is the room of `list` on entry and the number of
 // elements on return, which the caller frees with qcril_free_adv, each of them. Fails, with no
 // element, when there are more than there is room for. A modem without any sends no indication:
 // PDC_FAILED after the 5 seconds.
-int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info** list, unsigned int* count);
+PLATFORM_NODISCARD int pdc_list_configs(pdc_config_type_enum_v01 type, pdc_config_info** list,
+                                        unsigned int* count);
 
 // The client library's indication callback.
 void qmi_pdc_unsol_ind_cb(qmi_client_type client, uint32_t msg_id, const void* buffer,

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <mutex>
+#include <tuple>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/idl/vendor.h"
 
@@ -24,8 +25,8 @@ struct Client {
   kelvor_vendor_msg response{};
 };
 
-std::mutex g_mutex;  // guards g_client
-Client g_client;
+base::Mutex g_mutex;
+Client g_client GUARDED_BY(g_mutex);
 std::atomic<bool> g_initialised{false};
 std::atomic<int32_t> g_trace{1};
 std::atomic<kelvor_extend_sub_id_handler> g_sub_id_handlers[KELVOR_EXTEND_SUB_IDS];
@@ -39,8 +40,7 @@ std::atomic<kelvor_extend_shared_handler> g_shared_handler{nullptr};
 
 int as_int(qmi_client_type handle) { return static_cast<int>(reinterpret_cast<intptr_t>(handle)); }
 
-// With the mutex held.
-void reset_client() {
+void reset_client() REQUIRES(g_mutex) {
   const Operation operation("kelvor_extend_qmi_client_init");
   g_client = Client{};
   g_client.service = kelvor_extend_get_service_object_internal_v01(
@@ -49,20 +49,19 @@ void reset_client() {
   g_initialised = true;
 }
 
-void init_once() {
+void init_once() EXCLUDES(g_mutex) {
   if (g_initialised) return;
-  const std::lock_guard lock(g_mutex);
+  const base::Lock lock(g_mutex);
   if (!g_initialised) reset_client();
 }
 
-// With the mutex held.
-qmi_client_type open_client() {
+qmi_client_type open_client() REQUIRES(g_mutex) {
   const Operation operation("kelvor_extend_qmi_client_open");
   Client& client = g_client;
   if (client.handle != nullptr) return client.handle;
   // One notifier for the process, however often the service has to be looked for.
   if (client.notifier == nullptr) {
-    qmi_client_notifier_init(client.service, &client.os_params, &client.notifier);
+    std::ignore = qmi_client_notifier_init(client.service, &client.os_params, &client.notifier);
   }
 
   int error = 0;
@@ -97,10 +96,9 @@ qmi_client_type open_client() {
   return client.handle;
 }
 
-// One exchange, with the mutex held and the client open; the octets copied to the caller are
-// written to *response_len.
+// One exchange, with the client open; the octets copied to the caller are written to *response_len.
 int32_t exchange(uint32_t request_id, const void* request, uint32_t request_len, void* response,
-                 uint32_t* response_len) {
+                 uint32_t* response_len) REQUIRES(g_mutex) {
   Client& client = g_client;
   client.request = {};
   client.response = {};
@@ -180,13 +178,13 @@ void on_shared(qmi_client_type client, uint32_t message_id, const void* encoded,
 extern "C" {
 
 void kelvor_extend_qmi_client_init(void) {
-  const std::lock_guard lock(g_mutex);
+  const base::Lock lock(g_mutex);
   reset_client();
 }
 
 qmi_client_type kelvor_extend_qmi_client_open(void) {
   init_once();
-  const std::lock_guard lock(g_mutex);
+  const base::Lock lock(g_mutex);
   return open_client();
 }
 
@@ -203,7 +201,7 @@ int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, ui
     EXTEND_TRACE(kTraceError, "put data_len %d > max %d", request_len, KELVOR_VENDOR_DATA_MAX);
     return KELVOR_EXTEND_BAD_ARGUMENT;
   }
-  const std::lock_guard lock(g_mutex);
+  const base::Lock lock(g_mutex);
   int32_t result = KELVOR_EXTEND_NOT_OPENED;
   if (open_client() != nullptr) {
     result = exchange(request_id, request, request_len, response, response_len);

@@ -9,6 +9,7 @@
 
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
 #include "platform/qmi_client.h"
 
 #ifdef __cplusplus
@@ -19,10 +20,10 @@ enum {
   KELVOR_EXTEND_OK = 0,
   KELVOR_EXTEND_BAD_ARGUMENT = -1,
   KELVOR_EXTEND_NOT_OPENED = -2,
-  KELVOR_EXTEND_FAILED = -3,  // not answered in order, or the vendor function said no
+  KELVOR_EXTEND_FAILED = -3,  // no answer, or one that is an error of the service framework
 };
 
-// Back to the state before the first request, with the service object obtained anew. An open client
+// Returns to the state before the first request and obtains the service object anew. An open client
 // is forgotten, not released.
 void kelvor_extend_qmi_client_init(void);
 
@@ -31,15 +32,17 @@ qmi_client_type kelvor_extend_qmi_client_open(void);
 
 // Sends one generic request: `request_id` says which family of vendor functions the payload is for.
 // request: up to 512 octets. response: room for *response_len octets, at most 512; *response_len is
-// set to the octets copied, and left as it is when the response holds more than there is room for.
-int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request, uint32_t request_len,
-                                    void* response, uint32_t* response_len);
+// set to the octets copied. KELVOR_EXTEND_BAD_ARGUMENT, and nothing is sent, for a null argument or
+// a length above 512.
+PLATFORM_NODISCARD int32_t kelvor_extend_qmi_send_sync(uint32_t request_id, const void* request,
+                                                       uint32_t request_len, void* response,
+                                                       uint32_t* response_len);
 
 // The client library's indication callback of this client.
 void kelvor_extend_qmi_ind_cb(qmi_client_type client, uint32_t message_id, const void* encoded,
                               uint32_t length, void* data);
 
-// Who is told of indications; null for nobody. Called on the client library's thread.
+// Handlers of indications; null for none. Called on the client library's thread.
 typedef void (*kelvor_extend_sub_id_handler)(uint32_t sub_id, const uint8_t* data, uint32_t length);
 typedef void (*kelvor_extend_shared_handler)(uint32_t message_id, const void* c_struct,
                                              uint32_t size);

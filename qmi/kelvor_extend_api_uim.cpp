@@ -8,8 +8,8 @@
 #include "common/trace.h"
 #include "platform/idl/uim.h"
 #include "platform/qmi_client.h"
+#include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_cmn.h"
-#include "qmi/kelvor_extend_nvefs.h"
 
 namespace {
 
@@ -18,14 +18,16 @@ constexpr uint32_t kSendTimeoutMs = 3000;
 constexpr uint32_t kFailuresMax = 3;  // from here on every failure drops the client
 
 // The file that says which card the eSIM slot is connected to when it is powered up.
-constexpr char kEsimEnableFile[] = "/nv/item_files/modem/uim/uimdrv/esim_enable";
+constexpr qmi::EfsPath kEsimEnableFile{"/nv/item_files/modem/uim/uimdrv/esim_enable"};
 constexpr uint32_t kEsimEnableSub = 1;
 
 // The issuer's root security domain of an eUICC.
 constexpr uint8_t kIsdR[] = {0xA0, 0x00, 0x00, 0x05, 0x59, 0x10, 0x10, 0xFF,
                              0xFF, 0xFF, 0xFF, 0x89, 0x00, 0x00, 0x01, 0x00};
 
+// SSR_Detected and failed_cnt have the names under which the trace shows them.
 qmi_client_type g_client = nullptr;
+qmi_client_os_params g_os_params;      // of every client, one after another
 std::atomic<uint8_t> SSR_Detected{0};  // set on the client library's thread
 uint32_t failed_cnt = 0;
 
@@ -40,11 +42,10 @@ bool init_uim_qmi_client() {
   const Operation operation(__func__);
   const auto service =
       uim_get_service_object_internal_v01(UIM_IDL_MAJOR, UIM_IDL_MINOR, UIM_IDL_TOOL);
-  qmi_client_os_params os_params{};
   qmi_client_type client = nullptr;
   const int error = qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY,
                                              kelvor_qmi_client_common_empty_unsol_ind_cb, nullptr,
-                                             &os_params, kInitTimeoutMs, &client);
+                                             &g_os_params, kInitTimeoutMs, &client);
   if (error != 0) {
     TRACE_DEBUG("qmi_client_init UIM instance failed, qmi_client_error = %d", error);
     return false;
@@ -190,8 +191,7 @@ bool all_non_null(const Blocks*... blocks) {
 bool write_esim_enable(uint32_t value, const char* direction) {
   uint8_t octets[sizeof value];
   std::memcpy(octets, &value, sizeof value);
-  if (kelvor_efs_write(kEsimEnableSub, kEsimEnableFile, sizeof kEsimEnableFile - 1, octets,
-                       sizeof octets) == 0) {
+  if (kelvor_efs_write(kEsimEnableSub, kEsimEnableFile, octets, sizeof octets) == 0) {
     return true;
   }
   TRACE_DEBUG("Kelvor, power %s write esim efs file failed", direction);

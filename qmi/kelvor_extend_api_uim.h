@@ -1,23 +1,26 @@
 // The cards: power, EID, card status, logical channels and APDUs, over the process's one client of
 // the UIM service.
 //
-// The client is made by the first operation and heals itself: when the modem's service went away,
-// or requests failed three times, it is dropped, and the next operation makes another. Each
+// The client is made by the first operation and recovers: after a loss of the service or three
+// failed requests it is released, and the next operation makes another. Each
 // operation blocks for at most 3000 ms, and 4000 ms more when it has to make the client and the
 // service is not there; a power request writes a file of the modem's before (kelvor_efs_write).
 //
 // Not for several threads at once.
 //
-// Blocks belong to the caller and are not kept. An output block is written only as told; what an
-// operation does not write there stays as it was. A null block is refused with KELVOR_UIM_FAILED.
+// Blocks belong to the caller and are not kept. An operation writes those parts of its output
+// block that it documents; the others keep their values. A null block is refused with
+// KELVOR_UIM_FAILED.
 //
 // Results: 0 for a request that was sent and answered; KELVOR_UIM_FAILED; or the client library's
-// error of the failed request (platform/qmi_client.h). What the card said no to is 0 too, without
-// any output, but for the two operations that say otherwise.
+// error of the failed request (platform/qmi_client.h). A refusal by the card is 0 too, without
+// any output, but for the two operations that document another result.
 #ifndef QMI_KELVOR_EXTEND_API_UIM_H_
 #define QMI_KELVOR_EXTEND_API_UIM_H_
 
 #include <stdint.h>
+
+#include "platform/nodiscard.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -95,25 +98,27 @@ static_assert(sizeof(kelvor_uim_send_apdu_out) == 1025, "APDU: an octet, then th
 
 // Powers a slot up or down, with the eSIM enable file written first. Nothing is sent when that
 // fails.
-int32_t kelvor_esim_request_uicc_power_ex(const kelvor_uim_power_in* in);
+PLATFORM_NODISCARD int32_t kelvor_esim_request_uicc_power_ex(const kelvor_uim_power_in* in);
 
 // A card without an EID writes nothing; octets that a shorter one does not have are 0.
-int32_t kelvor_uim_request_eid(const kelvor_uim_eid_in* in, kelvor_uim_eid_out* out);
+PLATFORM_NODISCARD int32_t kelvor_uim_request_eid(const kelvor_uim_eid_in* in,
+                                                  kelvor_uim_eid_out* out);
 
 // Both states are written whatever happens; those that the modem does not report are
 // KELVOR_UIM_CARD_UNKNOWN, and cards beyond the second are left out. A client that is known to be
 // dead is used all the same.
-int32_t kelvor_uim_get_card_status(kelvor_uim_card_status_out* out);
+PLATFORM_NODISCARD int32_t kelvor_uim_get_card_status(kelvor_uim_card_status_out* out);
 
 // Opens a logical channel to the ISD-R, the eUICC's root security domain. KELVOR_UIM_FAILED when
 // the card refuses. An answer without a channel is a success that writes nothing.
-int32_t kelvor_uim_open_channel(const kelvor_uim_open_channel_in* in,
-                                kelvor_uim_open_channel_out* out);
-int32_t kelvor_uim_close_channel(const kelvor_uim_close_channel_in* in);
+PLATFORM_NODISCARD int32_t kelvor_uim_open_channel(const kelvor_uim_open_channel_in* in,
+                                                   kelvor_uim_open_channel_out* out);
+PLATFORM_NODISCARD int32_t kelvor_uim_close_channel(const kelvor_uim_close_channel_in* in);
 
 // Exchanges one APDU. KELVOR_UIM_FAILED when the modem refuses it; the status words of the response
 // are not looked at. As many octets of `apdu` are written as the response has.
-int32_t kelvor_uim_send_apdu(const kelvor_uim_send_apdu_in* in, kelvor_uim_send_apdu_out* out);
+PLATFORM_NODISCARD int32_t kelvor_uim_send_apdu(const kelvor_uim_send_apdu_in* in,
+                                                kelvor_uim_send_apdu_out* out);
 
 #ifdef __cplusplus
 }

@@ -52,7 +52,7 @@ void kelvor_qmi_client_init() {
   TRACE_DEBUG("init qmi_client");
   const auto service =
       nas_get_service_object_internal_v01(NAS_IDL_MAJOR, NAS_IDL_MINOR, NAS_IDL_TOOL);
-  qmi_client_os_params os_params{};
+  static qmi_client_os_params os_params;  // lasts as long as the client
   qmi_client_type client = nullptr;
   int error =
       qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, kelvor_qmi_client_unsol_ind_cb,
@@ -130,7 +130,7 @@ int32_t kelvor_get_sar_dsi(void) {
   const TraceScope scope(__func__);
   const auto service =
       sar_get_service_object_internal_v01(SAR_IDL_MAJOR, SAR_IDL_MINOR, SAR_IDL_TOOL);
-  qmi_client_os_params os_params{};
+  static qmi_client_os_params os_params;  // lasts as long as the clients, which nobody releases
   qmi_client_type client = nullptr;
   int error = qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY,
                                        kelvor_qmi_client_common_empty_unsol_ind_cb, nullptr,

@@ -2,23 +2,23 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
+#include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_cmn.h"
 
 namespace {
 
-constexpr uint32_t kSubs = 2;
 // A customer's test reads this item of a third subscription.
 constexpr uint32_t kCustomerSub = 2;
 constexpr uint32_t kCustomerNvId = 550;
 
-// Held from an operation's first check to its end.
-std::mutex g_mutex;
+// Held from an operation's first check to its end, so that files are not transferred in turns.
+base::Mutex g_mutex;
 
 // What came back of one exchange.
 struct Reply {
@@ -64,13 +64,13 @@ int32_t exchange_checked(const Request& request, Reply* reply) {
 
 int32_t check_nv_id(uint32_t nv_id) {
   if (nv_id <= KELVOR_NVEFS_NV_ID_MAX) return KELVOR_NVEFS_OK;
-  // The message tells the limit, not the id.
+  // The message shows the limit, not the id.
   TRACE_ERROR("nv_id is out range(%d)", KELVOR_NVEFS_NV_ID_MAX);
   return KELVOR_NVEFS_BAD_NV_ID;
 }
 
 int32_t check_sub(uint32_t sub) {
-  if (sub < kSubs) return KELVOR_NVEFS_OK;
+  if (sub < KELVOR_SUBSCRIPTIONS) return KELVOR_NVEFS_OK;
   TRACE_ERROR("sub invalid");
   return KELVOR_NVEFS_BAD_SUB;
 }
@@ -131,7 +131,7 @@ bool efs_read_chunk(kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len, u
   *result = reply.rsp.result;
   if (chunk <= 0) {
     TRACE_ERROR("abort, data_len_send <= 0");
-    // Once octets came, the modem has said that more would follow.
+    // An empty file has no octets at all; otherwise the modem stopped before the end that it named.
     const bool empty_file = *recv == 0 && chunk == 0 && reply.rsp.data_len_all == 0;
     if (*result == 0 && !empty_file) *result = KELVOR_NVEFS_BAD_LENGTH;
     return false;
@@ -162,9 +162,9 @@ bool efs_read_chunk(kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len, u
 
 // Every operation: entry and exit lines, and the lock from the first check to the end.
 template <class Body>
-int32_t operate(TraceSite site, Body body) {
+int32_t operate(TraceSite site, Body body) EXCLUDES(g_mutex) {
   return traced(site, [&]() -> int32_t {
-    const std::lock_guard lock(g_mutex);
+    const base::Lock lock(g_mutex);
     return body();
   });
 }
@@ -201,7 +201,7 @@ int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_b
     result = exchange_checked(nv_request(KELVOR_NVEFS_NV_READ, sub, nv_id), &reply);
     if (result != 0) return result;
     TRACE_DEBUG("rsp.data_len_all = %d", reply.rsp.data_len_all);
-    // What is to be copied must also have come: octets that were never sent are nobody's item.
+    // What the modem did not send is not copied, whatever it says of the length.
     const uint32_t count = std::min(reply.rsp.data_len_all, *p_buf_len);
     if (count == 0 || count > reply.data_octets()) {
       TRACE_ERROR("rsp.data_len_all is invalid");

@@ -10,6 +10,8 @@
 
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -27,10 +29,12 @@ enum {
 
 // Reads an item; *p_buf_len is the room on entry and the octets read on return. An item that is
 // longer than the room is cut. Subscription 2 is accepted for item 550 alone.
-int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_buf_len);
+PLATFORM_NODISCARD int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf,
+                                          uint32_t* p_buf_len);
 // Writes 1 to 424 octets.
-int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uint32_t buf_len);
-int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id);
+PLATFORM_NODISCARD int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf,
+                                              uint32_t buf_len);
+PLATFORM_NODISCARD int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id);
 
 // Files are transferred in exchanges of at most 424 octets, 299 of them at most. efs_path has
 // path_len octets, or less when a zero octet ends it: at most 71 for reads and writes, beside whose
@@ -38,21 +42,21 @@ int32_t kelvor_nv_delete(uint32_t sub, uint32_t nv_id);
 
 // Reads a whole file; *p_buf_len as for an item. A file that does not fit the room fails with
 // KELVOR_NVEFS_BAD_LENGTH, and so does one that is longer than 299 exchanges or of which the modem
-// stops sending before its end; *p_buf_len tells how much of it was read.
-int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, uint8_t* buf,
-                        uint32_t* p_buf_len);
+// stops sending before its end; *p_buf_len is then what was read of it.
+PLATFORM_NODISCARD int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len,
+                                           uint8_t* buf, uint32_t* p_buf_len);
 // Writes a whole file. One longer than 299 exchanges fails with KELVOR_NVEFS_BAD_LENGTH after them,
 // incomplete. Without octets there is nothing to send, and nothing is written.
-int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, const uint8_t* buf,
-                         uint32_t buf_len);
-int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len);
+PLATFORM_NODISCARD int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len,
+                                            const uint8_t* buf, uint32_t buf_len);
+PLATFORM_NODISCARD int32_t kelvor_efs_delete(uint32_t sub, const char* efs_path, uint32_t path_len);
 
-// Has the modem bring NV and EFS to its storage. 0 only when the request and the modem's answer are
-// both 0: the two are combined bit by bit, so another value says that it failed, not how.
-int32_t kelvor_nvefs_sync(void);
+// Makes the modem write NV and EFS to its storage. 0 only when the request and the modem's answer
+// are both 0: the two are combined bit by bit, so any other value means that it failed, not how.
+PLATFORM_NODISCARD int32_t kelvor_nvefs_sync(void);
 
 // The client library's -1, -2 and -3 become -101, -102 and -103; every other value stays.
-int32_t kelvor_qmi_result_map(int32_t result);
+PLATFORM_NODISCARD int32_t kelvor_qmi_result_map(int32_t result);
 
 #ifdef __cplusplus
 }

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <tuple>
 
 #include "platform/idl/pdc.h"
 #include "qcci/link/local_socket.h"
 #include "qcci/services/services.h"
 #include "qcci/wire/octets.h"
-#include "sim/config/config.h"
+#include "sim/phone/phone_config.h"
+#include "sim/phone/selection.h"
 #include "sim/services/card_tray.h"
 #include "sim/services/euicc.h"
 #include "sim/serving/server.h"
@@ -27,7 +29,7 @@ void show_files(const char* title, const Folder& folder) {
   std::printf("%s\n", title);
   folder.list([&](const std::string& path, size_t) {
     std::string contents;
-    folder.read(path, &contents);
+    (void)folder.read(path, &contents);  // a failure has been reported; empty
     std::printf("  %-40s %s\n", path.c_str(), beginning(contents).c_str());
   });
 }
@@ -64,7 +66,8 @@ void show_selection(const Phone& phone, const PdcConfig& pdc, const char* name, 
            (config != nullptr ? " \"" + config->description + "\"" : " (not on this phone)");
   };
   Selection selection;
-  read_selection(phone, selection_path(type, sub), &selection);
+  // A file that cannot be read is shown as an empty selection, and its folder reports it.
+  std::ignore = read_selection(phone, selection_path(type, sub), &selection);
   std::printf("selection  %-8s active %s, pending %s\n", name, text(selection.active).c_str(),
               text(selection.pending).c_str());
 }
@@ -79,16 +82,17 @@ bool show(const Phone& phone, std::string* why) {
   qcci::LocalSocketLink link(Server::socket_path(phone));
   std::printf("modem      %s\n", link.answers() ? "served at modem.sock" : "embedded in each vex");
   std::printf("restart    %lld ms, what was not synced %s\n",
-              static_cast<long long>(config.restart.count()),
-              config.loses_unsynced ? "is lost" : "survives");
+              static_cast<long long>(config.modem.restart.count()),
+              config.modem.loses_unsynced ? "is lost" : "survives");
   for (const auto service : qcci::idl::all_services()) {
-    if (std::ranges::count(config.absent, service->id) != 0) {
+    if (std::ranges::count(config.modem.absent, service->id) != 0) {
       std::printf("absent     %s\n", service->name);
     }
   }
-  std::printf("sar        state %u%s\n", config.sar_state, config.sar_valid ? "" : " (not sent)");
+  std::printf("sar        state %u%s\n", config.sar.state, config.sar.valid ? "" : " (not sent)");
   std::printf("statistics %s, %zu outdated logs\n",
-              config.statistics_enabled ? "enabled" : "disabled", config.outdated_logs.size());
+              config.statistics.enabled ? "enabled" : "disabled",
+              config.statistics.outdated_logs.size());
   for (size_t sub = 0; sub < config.measurements.size(); ++sub) {
     for (const auto& [id, octets] : config.measurements[sub]) {
       std::printf("record     sub%zu %-10s 0x%02X %s\n", sub, record_name(id), id,
@@ -98,16 +102,15 @@ bool show(const Phone& phone, std::string* why) {
   show_cards(phone, config.cards);
   for (const CarrierConfig& one : config.pdc.configurations) {
     std::printf("config     %-8s %s version 0x%08x, %u octets%s \"%s\"\n",
-                one.type == PDC_CONFIG_TYPE_PLATFORM ? "platform" : "software",
-                qcci::to_hex(one.id).c_str(), one.version, one.size,
+                config_type_name(one.type), qcci::to_hex(one.id).c_str(), one.version, one.size,
                 one.is_default ? ", default" : "", one.description.c_str());
   }
   show_selection(phone, config.pdc, "platform", PDC_CONFIG_TYPE_PLATFORM, 0);
   show_selection(phone, config.pdc, "sub0", PDC_CONFIG_TYPE_SOFTWARE, 0);
   show_selection(phone, config.pdc, "sub1", PDC_CONFIG_TYPE_SOFTWARE, 1);
   for (const NetworkConfig& network : config.networks) {
-    std::printf("network    %03u-%0*u %s \"%s\"\n", network.mcc, network.mnc_three_digits ? 3 : 2,
-                network.mnc, network.text.c_str(), network.name.c_str());
+    std::printf("network    %03u-%0*u %s \"%s\"\n", network.mcc, network.mnc_digits, network.mnc,
+                network.text().c_str(), network.name.c_str());
   }
   for (const FaultRule& rule : config.faults) {
     std::printf("fault      %s\n", rule.text.c_str());
@@ -116,7 +119,7 @@ bool show(const Phone& phone, std::string* why) {
   show_files("efs files (sub/path)", phone.efs());
   show_files("files in /data/vendor", phone.folder("data/vendor"));
   std::string properties;
-  phone.all().read("properties", &properties);
+  (void)phone.all().read("properties", &properties);  // as above
   std::printf("properties\n%s", properties.c_str());
   return true;
 }

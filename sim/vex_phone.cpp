@@ -1,6 +1,6 @@
-// vex-phone: makes, serves and shows a simulated phone.
+// vex-phone: makes, serves and shows a simulated phone, and runs a shell in it.
 //
-// Its status is 0, 1 for a failure, 2 for words that it does not know; the shell has its own.
+// Exit status: 0, 1 for a failure, 2 for unknown words; that of the shell is in phone_shell.h.
 
 #include <signal.h>
 #include <sys/signalfd.h>
@@ -15,6 +15,7 @@
 #include "qcci/idl/codec.h"
 #include "qcci/idl/service.h"
 #include "show.h"
+#include "sim/config/phone_toml.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/qrtr_server.h"
@@ -38,8 +39,8 @@ int refuse(const std::string& why) {
   return kUsage;
 }
 
-// Brings what was printed so far to where it goes.
-bool flush_output(std::string* why) {
+// Flushes standard output. False, and why, when a write failed.
+[[nodiscard]] bool flush_output(std::string* why) {
   const bool flushed = std::fflush(stdout) == 0;
   if (flushed && std::ferror(stdout) == 0) return true;
   *why = std::string("standard output: ") + (flushed ? "a write failed" : std::strerror(errno));
@@ -53,27 +54,20 @@ int init(const Phone& phone) {
   return 0;
 }
 
-const char* kind_text(sim::FaultKind kind) {
-  switch (kind) {
-    case sim::FaultKind::kRequest:
-      return "request";
-    case sim::FaultKind::kResponse:
-      return "response";
-    case sim::FaultKind::kIndication:
-      return "indication";
-  }
-  return "?";
-}
-
-// One message, as a person reads it.
+// Prints one message in one line, its TLVs as names and values.
 void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address client,
                    std::span<const uint8_t> octets) {
-  static constexpr qmi_idl_message_type kTypes[] = {QMI_IDL_REQUEST, QMI_IDL_RESPONSE,
-                                                    QMI_IDL_INDICATION};
+  static constexpr struct {
+    qmi_idl_message_type type;
+    const char* name;
+  } kKinds[] = {{.type = QMI_IDL_REQUEST, .name = "request"},
+                {.type = QMI_IDL_RESPONSE, .name = "response"},
+                {.type = QMI_IDL_INDICATION, .name = "indication"}};
+  const auto& named = kKinds[static_cast<size_t>(kind)];
   qcci::QmiHeader header;
   std::string text = "(cut)";
   if (qcci::QmiHeader::parse(octets, &header)) {
-    const auto* row = service.find(kTypes[static_cast<size_t>(kind)], header.message);
+    const auto* row = service.find(named.type, header.message);
     std::vector<uint8_t> c(row != nullptr ? row->c_size : 0);
     const auto error = row == nullptr ? qcci::idl::CodecError::kUnknownMandatory
                                       : qcci::idl::decode(*row, octets.subspan(qcci::kQmiHeader),
@@ -83,8 +77,8 @@ void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, s
                : std::string("(") + qcci::idl::codec_error_text(error) + ")";
   }
   std::printf("%u.%u %s 0x%04x %s %s %u: %s\n", client.node, client.port, service.name,
-              header.message, service.message_name(header.message), kind_text(kind),
-              header.transaction, text.c_str());
+              header.message, service.message_name(header.message), named.name, header.transaction,
+              text.c_str());
   std::fflush(stdout);
 }
 
@@ -112,7 +106,7 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (qrtr) std::printf("published on the QRTR bus\n");
   if (!flush_output(&why)) return fail(why);
   sim::serve_modem(*modem, listeners, stop.get());
-  for (const std::string& line : modem->unmet_faults()) sim::report(line);
+  for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
   return 0;
 }
 
@@ -137,15 +131,20 @@ int run(int argc, char** argv) {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);
   });
+  app.add_subcommand("keys", "Print the keys that phone.toml may have, as Markdown")->callback([] {
+    std::fputs(sim::keys_page().c_str(), stdout);
+  });
   CLI::App* shell = app.add_subcommand(
       "shell", "Run $SHELL, or the COMMAND that follows, where the phone is at its device paths");
   shell->prefix_command();
   shell->callback([&] { result = sim::run_phone_shell(Phone(directory), shell->remaining()); });
-  // The command's words are its own, whatever they look like, so "--" is not needed before them.
+  // All words behind "shell" are the command's, options included. A "--" before them, which is not
+  // needed, is dropped.
   std::vector<char*> words(argv, argv + argc);
   for (size_t i = 1; i + 1 < words.size(); ++i) {
     if (std::strcmp(words[i], "shell") != 0) continue;
-    if (std::strcmp(words[i + 1], "--") == 0) words.erase(words.begin() + static_cast<long>(i) + 1);
+    if (std::strcmp(words[i + 1], "--") == 0)
+      words.erase(words.begin() + static_cast<ptrdiff_t>(i) + 1);
     break;
   }
   try {

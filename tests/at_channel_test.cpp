@@ -10,6 +10,7 @@
 
 #include <thread>
 
+#include "sim/phone/phone_config.h"
 #include "sim/shell/at_terminal.h"
 #include "support/desk.h"
 

@@ -26,7 +26,9 @@ const char* const kDefaultEid = "89 04 40 99 12 34 56 78 90 12 34 56 78 90 12 20
 struct Cards : desk::Desk {
   static qmi_client_type make_client() {
     qmi_client_type client = nullptr;
-    qmi_client_init_instance(kUim, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr, 4, &client);
+    EXPECT_EQ(qmi_client_init_instance(kUim, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr, 4,
+                                       &client),
+              QMI_CLIENT_OK);
     return client;
   }
   // "" or the QMI error.

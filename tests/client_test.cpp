@@ -6,14 +6,15 @@
 #include <atomic>
 #include <future>
 #include <thread>
+#include <tuple>
 
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "qcci/link/poll_link.h"
 #include "support/desk.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -46,7 +47,7 @@ class HostileBus : public testing::Test {
     auto link = std::make_unique<ScriptedLink>();
     link_ = link.get();
     link_->services[SAR_SERVICE_ID] = kServer;
-    qcci::Core::use_link(std::move(link));
+    desk::use_link(std::move(link));
   }
 
   // The answer to a request: the state, under a header that may be wrong.
@@ -451,8 +452,8 @@ TEST_F(Client, CallbacksMayReleaseButNotSend) {
   ASSERT_EQ(open(kNas, 4, &client, callback), QMI_CLIENT_OK);
   static nas_incremental_network_scan_req request;
   nas_plain_resp resp;
-  qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request, &resp,
-                           sizeof resp, 1000);
+  std::ignore = qmi_client_send_msg_sync(client, NAS_INCREMENTAL_NETWORK_SCAN, &request,
+                                         sizeof request, &resp, sizeof resp, 1000);
   while (released == 1) std::this_thread::yield();
   EXPECT_EQ(sent, QMI_CLIENT_INTERNAL);
   EXPECT_EQ(released, QMI_CLIENT_OK);

@@ -34,7 +34,7 @@ struct Esim : desk::Desk {
                     const std::string& faults = "") {
     std::string why;
     EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
-    std::string toml(sim::kDefaultPhoneToml);
+    std::string toml = sim::default_phone_toml();
     const size_t at = toml.find(line);
     EXPECT_NE(at, std::string::npos) << line;
     directory_.write("phone.toml", toml.replace(at, line.size(), anew) + faults);
@@ -225,7 +225,7 @@ TEST_F(Esim, TheEidIsSavedOnceAndAnExistingFileIsKept) {
   vex("5 10 1 1");
   EXPECT_EQ(directory_.file(kEidFile),
             std::string("\x89\x04\x40\x99\x12\x34\x56\x78\x90\x12\x34\x56\x78\x90\x12\x20"));
-  directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid");
+  ASSERT_EQ(directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid"), 0);
   EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip")) << "in one run: at most once";
   EXPECT_FALSE(directory_.has(kEidFile));
 }

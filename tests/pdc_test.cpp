@@ -165,7 +165,7 @@ TEST_F(Pdc, AnIndicationThatIsLateIsTooLate) {
 }
 
 TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
-  sim::Modem& modem =
+  desk::Modem& modem =
       connect(fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 1\naction = \"duplicate\""));
   pdc_config_pdc_info id{};
   EXPECT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
@@ -193,7 +193,7 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
   for (const pdc::RequestKind& kind : pdc::kRequestKinds) {
     SCOPED_TRACE(kind.name);
     const auto outcome = [&kind] {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       const pdc::Context& context = pdc::info().context(kind.req_type);
       return std::pair(context.done, context.result);
     };
@@ -253,7 +253,7 @@ TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
 TEST_F(Pdc, TimersAreFoundByKindAndById) {
   connect();
   pdc_info_s_type& state = pdc::info();
-  const QtiSharedLock lock(state.mutex);
+  const base::Lock lock(state.mutex);
   uint32_t* const fallback = qmi_pdc_request_timer_get_ptr_by_req_type(PDC_REQ_DEFAULT_INFO);
   for (const int other : {0, 11, -1, 1 << 30}) {
     EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_req_type(other), fallback);

@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 #include "sim/config/config.h"
+#include "sim/config/key.h"
+#include "sim/config/phone_toml.h"
 #include "sim/phone/default_phone.h"
 
 namespace {
@@ -113,11 +118,11 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
   };
   for (const auto& row : kRows) {
     sim::PhoneConfig config;
-    config.sar_state = 99;
+    config.sar.state = 99;
     std::string why;
     EXPECT_FALSE(sim::parse_phone_config(row.toml, &config, &why)) << row.toml;
     EXPECT_EQ(why, row.why);
-    EXPECT_EQ(config.sar_state, 99u) << "a bad text changes nothing";
+    EXPECT_EQ(config.sar.state, 99u) << "a bad text changes nothing";
   }
   sim::PhoneConfig config;
   std::string why;
@@ -128,10 +133,108 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
       << why;
   EXPECT_EQ(config.networks[0].name, "\"#\u00E9");
   ASSERT_TRUE(sim::parse_phone_config("[[configuration]]\nid = \"aa 00\"\n", &config, &why)) << why;
-  ASSERT_TRUE(sim::parse_phone_config(sim::kDefaultPhoneToml, &config, &why)) << why;
+  ASSERT_TRUE(sim::parse_phone_config(sim::default_phone_toml(), &config, &why)) << why;
   EXPECT_EQ(config.networks.size(), 3u);
-  EXPECT_EQ(config.networks[0].status, 0b01100101) << "serving, home, allowed, preferred";
+  EXPECT_EQ(config.networks[0].status(), 0b01100101) << "serving, home, allowed, preferred";
   EXPECT_TRUE(config.faults.empty());
+}
+
+// "" or why the text is no phone.
+std::string flaw(const std::string& toml) {
+  sim::PhoneConfig config;
+  std::string why;
+  return sim::parse_phone_config(toml, &config, &why) ? "" : why;
+}
+
+std::string list_of(const std::string& value, int64_t items) {
+  std::string all;
+  for (int64_t i = 0; i < items; ++i) all += (i == 0 ? "" : ", ") + value;
+  return "[" + all + "]";
+}
+
+// The values at both ends of what the row says, and the nearest ones beyond.
+void values_of(const sim::Key& key, std::vector<std::string>* good, std::vector<std::string>* bad) {
+  using sim::KeyType;
+  const auto [least, most, unit] = key.range;
+  if (key.type == KeyType::kNumber) {
+    *good = {std::to_string(least), std::to_string(most)};
+    *bad = {std::to_string(least - 1), "1.0", "true"};
+    if (most < INT64_MAX) bad->push_back(std::to_string(most + 1));
+  } else if (key.type == KeyType::kFlag) {
+    *good = {"true", "false"};
+    *bad = {"1"};
+  } else if (key.type == KeyType::kDecimal) {
+    *good = {"-140", "-0.5", "inf"};
+    *bad = {"1e39", "\"1\""};
+  } else if (key.type == KeyType::kChoice) {
+    for (const sim::Choice& one : key.choices) good->push_back(sim::quoted(one.name));
+    if (key.names != nullptr) good->push_back(sim::quoted(key.names().front()));
+    *bad = {"\"?\"", "true"};
+  } else {
+    const int64_t each = key.type == KeyType::kOctets ? 2 : 1;
+    for (const int64_t size : {least, most}) {
+      if (key.check.sound == nullptr || size == most) {
+        good->push_back(sim::quoted(std::string(static_cast<size_t>(size * each), '1')));
+      }
+    }
+    *bad = {sim::quoted(std::string(static_cast<size_t>((most + 1) * each), '1')), "1"};
+  }
+  if (!key.list) return;
+  const int64_t items = key.items.most;
+  for (auto* values : {good, bad}) {
+    for (std::string& value : *values) value = list_of(value, std::max<int64_t>(items, 1));
+  }
+  bad->push_back("1");
+  if (items != 0) bad->push_back(list_of("1", items + 1));
+}
+
+TEST(PhoneConfig, EveryKeyTakesWhatItsRowSays) {
+  size_t keys = 0;
+  for (const sim::Section& section : sim::sections()) {
+    const bool list =
+        section.kind >= sim::Section::Kind::kList && section.kind != sim::Section::Kind::kRecord;
+    const std::string table =
+        (list ? "[[" : "[") + section.path + (list ? "]]\n" : "]\n") + section.title + "\n";
+    for (const sim::Key& key : section.keys) {
+      ++keys;
+      std::string around = table;
+      for (const sim::Key& other : section.keys) {
+        std::vector<std::string> good, bad;
+        values_of(other, &good, &bad);
+        if (other.required && other.name != std::string_view(key.name)) {
+          around += std::string(other.name) + " = " + good.front() + "\n";
+        }
+      }
+      if (key.name == std::string_view("error") && section.title.empty()) {
+        around += "state = \"error\"\n";
+      }
+      std::vector<std::string> good, bad;
+      values_of(key, &good, &bad);
+      const std::string without = key.fallback(key);
+      if (!key.required && !without.empty()) good.push_back(without);
+      for (const std::string& value : good) {
+        const std::string why = flaw(around + key.name + " = " + value + "\n");
+        // An action has keys of its own, which are rows too.
+        const bool incomplete = why.ends_with(" is missing") || why.ends_with(" is for responses");
+        EXPECT_TRUE(why.empty() || (incomplete && key.name == std::string_view("action")))
+            << around << key.name << " = " << value << "\n"
+            << why;
+      }
+      for (const std::string& value : bad) {
+        EXPECT_NE(flaw(around + key.name + " = " + value + "\n"), "")
+            << around << key.name << " = " << value;
+      }
+      EXPECT_EQ(flaw(around).empty(), !key.required) << around << key.name;
+    }
+  }
+  EXPECT_GT(keys, 100u);
+}
+
+TEST(PhoneConfig, ThePageOfKeysIsCurrent) {
+  std::ifstream in(VEX_DOCS "/phone-keys.md");
+  std::ostringstream page;
+  page << in.rdbuf();
+  EXPECT_EQ(page.str(), sim::keys_page()) << "vex-phone keys > docs/phone-keys.md";
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <filesystem>
 #include <thread>
+#include <tuple>
 
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
@@ -195,8 +196,8 @@ struct Faults : desk::Desk {
   }
   qmi_client_type open(qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
     qmi_client_type client = nullptr;
-    qmi_client_init_instance(nas_get_service_object_internal_v01(1, 398, 6), 0, callback, data,
-                             nullptr, 4, &client);
+    std::ignore = qmi_client_init_instance(nas_get_service_object_internal_v01(1, 398, 6), 0,
+                                           callback, data, nullptr, 4, &client);
     return client;
   }
 };
@@ -245,7 +246,7 @@ TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
     EXPECT_EQ(ask(client, &error), row.result) << row.action;
     EXPECT_EQ(error, row.error) << row.action;
   }
-  const auto unmet = modem.unmet_faults();
+  const auto unmet = modem.unused_fault_rules();
   ASSERT_EQ(unmet.size(), 1u);
   EXPECT_NE(unmet[0].find("\"sar\""), std::string::npos) << unmet[0];
 }
@@ -300,18 +301,17 @@ TEST_F(Timers, ExpireOnceInTheOrderOfTheirTime) {
   clock_.advance(3s);
   await_expiries(2);
   EXPECT_EQ(g_expired, late);
-  kelvor_timer_start(on_expiry, 0);
+  EXPECT_NE(kelvor_timer_start(on_expiry, 0), 0u);
   await_expiries(3);
   EXPECT_EQ(kelvor_timer_start(nullptr, 1), 0u);
 }
 
 TEST_F(Timers, CallbacksMayStartAndStopTimers) {
-  kelvor_timer_start(
-      [](sigval value) {
-        EXPECT_EQ(kelvor_timer_stop(static_cast<uint32_t>(value.sival_int)), -1);
-        kelvor_timer_start(on_expiry, 0);
-      },
-      0);
+  const auto restart = [](sigval value) {
+    EXPECT_EQ(kelvor_timer_stop(static_cast<uint32_t>(value.sival_int)), -1);
+    EXPECT_NE(kelvor_timer_start(on_expiry, 0), 0u);
+  };
+  EXPECT_NE(kelvor_timer_start(restart, 0), 0u);
   await_expiries(1);
 }
 

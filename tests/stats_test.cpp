@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "platform/kelvor_utils.h"
-#include "qcci/client/core.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/command.h"
@@ -303,7 +302,7 @@ struct Command7 : desk::Desk {
     sim::PhoneConfig config;
     std::string why;
     ASSERT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
-    qcci::Core::use_link(sim::make_embedded_link(
+    desk::use_link(sim::make_embedded_link(
         std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)))));
     kelvor_hal_set_shell_print_mask(1 | 2 | 8);  // without the library's debug lines
   }

@@ -8,10 +8,11 @@
 
 #include "common/qcril_mem.h"
 #include "platform/idl/vendor.h"
-#include "qcci/client/core.h"
+#include "platform/qmi_client.h"
 #include "qcci/wire/packet.h"
 #include "qmi/kelvor_extend_api_uim.h"
 #include "support/command.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 
 namespace {
@@ -324,7 +325,7 @@ struct Answers : testing::Test {
       octets.insert(octets.end(), answer.begin(), answer.end());
       bus->say(sent.endpoint, kServer, octets);
     };
-    qcci::Core::use_link(std::move(link));
+    desk::use_link(std::move(link));
   }
   // A TLV whose octets are `count` times the same behind a counter of two octets.
   static std::string apdu(uint16_t count) {

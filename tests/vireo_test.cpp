@@ -5,8 +5,8 @@
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
-#include "qcci/client/core.h"
 #include "qcci/services/services.h"
+#include "support/process_link.h"
 #include "support/scripted_link.h"
 #include "support/vireo_desk.h"
 #include "vex/commands.h"
@@ -384,7 +384,7 @@ TEST_F(Vireo, ARecordBeyondTheStoresRoomIsRefusedWhole) {
     put(26, octets);
     link.say(request.endpoint, kServer, said);
   };
-  qcci::Core::use_link(std::move(owned));
+  desk::use_link(std::move(owned));
   ASSERT_EQ(modem_vireo_api_init(), 1);
   for (const size_t size : {700, 701, 65000}) {
     octets = size;
@@ -451,7 +451,7 @@ void on_event(uint32_t event, const void* data, uint32_t length) {
 }
 
 TEST_F(Vireo, IndicationsBecomeEventsCutToTheirRoom) {
-  sim::Modem& modem = start_modem();
+  desk::Modem& modem = start_modem();
   modem_api_init();
   int32_t id = -1;
   ASSERT_EQ(modem_api_init_client(0, on_event, nullptr, &id), 0u);

@@ -8,12 +8,12 @@
 #include "platform/idl/sar.h"
 #include "platform/idl/vs.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "qcci/services/services.h"
 #include "sim/services/counters.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/desk.h"
+#include "support/process_link.h"
 
 namespace {
 
@@ -31,13 +31,15 @@ struct Vs : desk::Desk {
     EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
     const auto modem =
         std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)));
-    qcci::Core::use_link(sim::make_embedded_link(modem));
+    desk::use_link(sim::make_embedded_link(modem));
     return *modem;
   }
   static qmi_client_type open(qmi_idl_service_object_type service = kVs,
                               qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
     qmi_client_type client = nullptr;
-    qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr, 4, &client);
+    EXPECT_EQ(qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr, 4,
+                                       &client),
+              QMI_CLIENT_OK);
     return client;
   }
   // "sub.id octets; ..." of the records that the modem has, "none" for a response without a list,

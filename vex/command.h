@@ -29,9 +29,9 @@ struct Call {
 
   int number(int word) const { return std::atoi(argv[word]); }
   // Whether there are so many words; notes that there are too few.
-  bool has(int words) const;
+  [[nodiscard]] bool has(int words) const;
   // Whether there are exactly so many words; notes how many it needs.
-  bool has_exactly(int words) const;
+  [[nodiscard]] bool has_exactly(int words) const;
   // What follows the note on wrong words: prints the command's section. The command's result.
   int refuse() const;
 };

@@ -34,7 +34,7 @@ extern "C" void show_help(int selector);
 
 namespace vex {
 
-// Runs the command that argv[1] names. 0 whatever happened: failures are told by trace lines.
+// Runs the command that argv[1] names. Always 0: failures are reported by trace lines.
 int run(int argc, char** argv);
 
 }  // namespace vex

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 // What the reply is read from when it is 1 or more; the command closes it and sets it to 0. Nothing
-// in the tool opens it: whoever links the command may, before it runs.
+// in the tool opens it; a program that links the command may, before it runs.
 extern "C" int32_t g_at_serial_fd;
 
 #endif  // VEX_KELVOR_VEX_AT_CMD_H_

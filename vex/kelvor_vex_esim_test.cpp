@@ -6,13 +6,14 @@
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
+#include <tuple>
 
 #include "common/trace.h"
 #include "platform/clock.h"
 #include "platform/kelvor_utils.h"
+#include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_api_uim.h"
-#include "qmi/kelvor_extend_nvefs.h"
 #include "vex/text.h"
 
 namespace {
@@ -28,7 +29,7 @@ constexpr int kReadAttempts = 2;
 constexpr uint8_t kFcp = 1;
 
 constexpr uint32_t kEidFileSub = 1;
-constexpr char kEidFile[] = "/nv/item_files/modem/uim/uimdrv/esim_eid";
+constexpr qmi::EfsPath kEidFile{"/nv/item_files/modem/uim/uimdrv/esim_eid"};
 
 constexpr kelvor_uim_power_in kCardOff{0, kSlot, 0, 0};
 constexpr kelvor_uim_power_in kEsimOn{1, kSlot, 1, 1};
@@ -38,7 +39,7 @@ constexpr kelvor_uim_power_in kCardOn{1, kSlot, 0, 0};
 // eUICC memory reset (SGP.22 ES10c) in a STORE DATA.
 constexpr kelvor_uim_send_apdu_in kMemoryReset{
     kSlot, 0, 13, {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34, 0x04, 0x82, 0x02, 0x05, 0xE0, 0x00}};
-constexpr int kShownOfApdu = 1 + 8;  // its length and the first octets of the response
+constexpr size_t kShownOfApdu = 1 + 8;  // its length and the first octets of the response
 
 // One call a line, so that no trace line of another thread comes between.
 __attribute__((format(printf, 1, 2))) void print_result(const char* format, ...) {
@@ -50,9 +51,9 @@ __attribute__((format(printf, 1, 2))) void print_result(const char* format, ...)
   std::printf("%s\n", line);
 }
 
-template <int N>
+template <size_t N>
 struct Hex {
-  explicit Hex(const uint8_t* octets) { kelvor_byte_to_hex(octets, N, text); }
+  explicit Hex(const uint8_t* octets) { kelvor_byte_to_hex(octets, int32_t{N}, text); }
   char text[2 * N + 1] = {};
 };
 using EidText = Hex<KELVOR_UIM_EID_SIZE>;
@@ -63,7 +64,7 @@ bool poll_eid(int attempts, kelvor_uim_eid_out* out) {
   for (int loop = 0; loop < attempts; ++loop) {
     platform_sleep_ms(kPollMs);
     TRACE_INFO("try get eid loop = %d", loop);
-    kelvor_uim_request_eid(&in, out);
+    std::ignore = kelvor_uim_request_eid(&in, out);
     if (out->eid[0] != 0) return true;
   }
   return false;
@@ -233,10 +234,9 @@ extern "C" void save_eid_to_efs(const uint8_t* eid) {
     TRACE_INFO("EID already saved, skip");
     return;
   }
-  constexpr uint32_t kPathLength = sizeof kEidFile - 1;
   uint8_t saved[KELVOR_UIM_EID_SIZE];
   uint32_t length = sizeof saved;
-  int res = kelvor_efs_read(kEidFileSub, kEidFile, kPathLength, saved, &length);
+  int res = kelvor_efs_read(kEidFileSub, kEidFile, saved, &length);
   // A file that is longer than an EID, or that came in part, is there too.
   if (res == KELVOR_NVEFS_OK || res == KELVOR_NVEFS_BAD_LENGTH) {
     TRACE_INFO("EID already exists, set IS_EID_SAVE TRUE");
@@ -244,7 +244,7 @@ extern "C" void save_eid_to_efs(const uint8_t* eid) {
     return;
   }
   TRACE_INFO("efs read failed and try save it. error_code : %d", res);
-  res = kelvor_efs_write(kEidFileSub, kEidFile, kPathLength, eid, KELVOR_UIM_EID_SIZE);
+  res = kelvor_efs_write(kEidFileSub, kEidFile, eid, KELVOR_UIM_EID_SIZE);
   TRACE_INFO("save eid efs result = %d", res);
   if (res != 0) return;
   TRACE_INFO("save eid successfully, set IS_EID_SAVE TRUE");

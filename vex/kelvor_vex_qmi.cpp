@@ -1,4 +1,4 @@
-// Command 12: network scans. What they find is not shown: the result tells whether the modem scans.
+// Command 12: network scans. What they find is not shown; the result says whether the modem scans.
 
 #include "common/trace.h"
 #include "platform/idl/nas.h"
@@ -9,7 +9,7 @@
 namespace {
 
 constexpr uint32_t kTimeoutMs = 10000;
-constexpr int kScanScope = 0;  // only told
+constexpr int kScanScope = 0;  // appears in the trace only
 
 // Sends the message without any of its optional elements.
 template <class Request, class Response>

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <string_view>
 
 #include "common/trace.h"
 #include "platform/clock.h"
@@ -17,8 +16,8 @@
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "platform/timer.h"
+#include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_cmn.h"
-#include "qmi/kelvor_extend_nvefs.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 
@@ -26,6 +25,7 @@ const char* g_share_memory_file_path = "/data/vendor/modem/share_memory";
 
 namespace {
 
+using qmi::EfsPath;
 using vex::Call;
 
 constexpr int kWordOption = vex::kWordOwn;
@@ -61,8 +61,7 @@ constexpr const char kAllDisable[] = "ALL_DISABLE";  // a crash of the modem lea
 constexpr int32_t kRestartWaitSeconds = 5;
 
 // How often this tool has switched the modem's restart off.
-constexpr std::string_view kUpdateCount = "/nv/item_files/modem/kelvor/ssr_update_count";
-static_assert(kUpdateCount.size() == 44);
+constexpr EfsPath kUpdateCount{"/nv/item_files/modem/kelvor/ssr_update_count"};
 
 // Seconds that need not fit one wait's milliseconds.
 void sleep_s(uint32_t seconds) {
@@ -78,8 +77,8 @@ uint32_t kelvor_smart_test_read_ssr_update_flag() {
   const Operation operation(__func__);
   uint32_t value = 0;
   uint32_t length = sizeof value;
-  const int32_t result = kelvor_efs_read(0, kUpdateCount.data(), kUpdateCount.size(),
-                                         reinterpret_cast<uint8_t*>(&value), &length);
+  const int32_t result =
+      kelvor_efs_read(0, kUpdateCount, reinterpret_cast<uint8_t*>(&value), &length);
   TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT read ret: %d, old update_cnt: %d, len: %d", result,
               value, length);
   if (result != 0) {
@@ -92,8 +91,8 @@ uint32_t kelvor_smart_test_read_ssr_update_flag() {
 int kelvor_smart_test_save_ssr_update_flag() {
   const Operation operation(__func__);
   const uint32_t value = kelvor_smart_test_read_ssr_update_flag() + 1;
-  const int32_t result = kelvor_efs_write(0, kUpdateCount.data(), kUpdateCount.size(),
-                                          reinterpret_cast<const uint8_t*>(&value), sizeof value);
+  const int32_t result =
+      kelvor_efs_write(0, kUpdateCount, reinterpret_cast<const uint8_t*>(&value), sizeof value);
   TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", result, value);
   return result;
 }
@@ -154,28 +153,26 @@ int kelvor_smart_test_ap_vireo_switch(int opt) {
 // A modem-side switch: on while its file is there.
 struct BpSwitch {
   const char* name;
-  std::string_view path;
+  EfsPath path;
   uint32_t value;  // written when on
   uint32_t width;  // octets of it
 };
 constexpr BpSwitch kBpVireo{"bp_vireo_print", "/vireo/vireo_print_mask", 31, 4};
 constexpr BpSwitch kBpQmi{"bp_qmi_print", "/nv/item_files/modem/kelvor/qmi_print_flag", 1, 1};
 constexpr BpSwitch kBpRf{"bp_rf_print", "/nv/item_files/modem/kelvor/rf_print_mask", 15, 4};
-static_assert(kBpVireo.path.size() == 23 && kBpQmi.path.size() == 42 && kBpRf.path.size() == 41);
 
 // The modem reads its switches when it starts, from what has been brought to its storage.
 int bp_print_switch(TraceSite handler, const BpSwitch& bp, int opt) {
   const Operation operation(handler);
   TRACE_DEBUG("%s, opt = %d", bp.name, opt);
-  const auto path_length = static_cast<uint32_t>(bp.path.size());
   int result = 0;
   if (opt == 1) {
     uint8_t value[sizeof bp.value];
     std::memcpy(value, &bp.value, sizeof value);
-    result = kelvor_efs_write(0, bp.path.data(), path_length, value, bp.width);
+    result = kelvor_efs_write(0, bp.path, value, bp.width);
     if (result != 0) TRACE_ERROR("kelvor_efs_write failed");
   } else {
-    result = kelvor_efs_delete(0, bp.path.data(), path_length);
+    result = kelvor_efs_delete(0, bp.path);
     if (result != 0) TRACE_ERROR("kelvor_efs_delete failed");
   }
   if (result != 0) return result;

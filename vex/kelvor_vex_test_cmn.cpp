@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "common/trace.h"
@@ -81,8 +82,15 @@ int kelvor_cmn_diag_cmd_send(const Call& call) {
 
 // ---- items of the vendor service
 
-// Sends item t with a value of l octets, at most KELVOR_COMMON_VALUE_ROOM, and dumps the answer.
-int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
+void dump(std::span<const uint8_t> data) {
+  TRACE_INFO("data len(%d)\ndata:", static_cast<int>(data.size()));
+  for (const uint8_t octet : data) TRACE_INFO(" %02X", octet);
+}
+
+// Sends item t with a value of l octets, at most KELVOR_COMMON_VALUE_ROOM, and has `show` print the
+// data of the answer. 0, or the error of the sending, or the modem's own.
+int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v,
+                        void (*show)(std::span<const uint8_t> data) = dump) {
   const Operation operation(__func__);
   kelvor_common_item_req request{};
   request.command = KELVOR_COMMON_ITEM;
@@ -104,49 +112,35 @@ int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v) {
     return rsp.result;
   }
   constexpr uint32_t kHead = offsetof(kelvor_common_rsp, payload);
-  const uint32_t data_len = rsp_len > kHead ? rsp_len - kHead : 0;
-  TRACE_INFO("data len(%d)\ndata:", data_len);
-  for (uint32_t i = 0; i < data_len; ++i) TRACE_INFO(" %02X", rsp.payload[i]);
+  show(std::span(rsp.payload, rsp_len > kHead ? rsp_len - kHead : 0));
   return 0;
 }
 
-constexpr int kValuesMax = 4;
+uint32_t as_flag(int word) { return word != 0; }
+uint32_t as_number(int word) { return static_cast<uint32_t>(word); }
 
-// Sends an item with the words as its values, n of them, each as `of_word` makes it.
-int send_words(TraceSite sender, uint32_t item, int n, const Call& call, uint32_t (*of_word)(int)) {
+// What a row runs whose item's values are its words: n of them, each as `value_of` makes it. The
+// sender's name is the trace's.
+template <uint32_t kItem, int n>
+int send_words(TraceSite sender, const Call& call, uint32_t (*value_of)(int),
+               void (*show)(std::span<const uint8_t> data) = dump) {
   const Operation operation(sender);
   if (!call.has_exactly(kWordOwn + n)) return call.refuse();
-  uint32_t values[kValuesMax] = {};
+  constexpr int kValuesMax = 4;
+  static_assert(n <= kValuesMax);
+  uint32_t values[kValuesMax];
   TRACE_INFO("param(cnt: %d):", n);
   for (int i = 0; i < n; ++i) {
-    values[i] = of_word(call.number(kWordOwn + i));
+    values[i] = value_of(call.number(kWordOwn + i));
     TRACE_INFO(" %d", values[i]);
   }
-  return kelvor_cmn_cmd_send(item, static_cast<uint32_t>(n) * sizeof values[0], values);
+  return kelvor_cmn_cmd_send(kItem, n * sizeof values[0], values, show);
 }
 
-int kelvor_cmn_card_status_cmd(uint32_t item, int n, const Call& call) {
-  return send_words(__func__, item, n, call, [](int word) -> uint32_t { return word != 0; });
-}
-
-int kelvor_cmn_card_status_cmd_ex(uint32_t item, int n, const Call& call) {
-  return send_words(__func__, item, n, call, [](int word) { return static_cast<uint32_t>(word); });
-}
-
-int kelvor_cmn_card_status_query(const Call& call) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_QUERY, 0, call);
-}
-
-int kelvor_cmn_card_status_get(const Call& call) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_GET, 1, call);
-}
-
-int kelvor_cmn_card_status_set(const Call& call) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_SET, 3, call);
-}
-
-int kelvor_cmn_card_type_query(const Call& call) {
-  return kelvor_cmn_card_status_cmd(KELVOR_COMMON_ITEM_CARD_TYPE, 0, call);
+// The card items, which the trace names after the command that they have in common.
+template <uint32_t kItem, int n>
+int card_item(const Call& call) {
+  return send_words<kItem, n>("kelvor_cmn_card_status_cmd", call, as_flag);
 }
 
 int kelvor_cmn_card_hotswap_test(const Call& call) {
@@ -159,7 +153,7 @@ int kelvor_cmn_card_hotswap_test(const Call& call) {
   const int opt = call.number(kWordOwn);
   TRACE_INFO("opt: %d", opt);
   constexpr uint32_t kItem = KELVOR_COMMON_ITEM_HOT_SWAP;
-  if (opt != 0) return kelvor_cmn_card_status_cmd_ex(kItem, 4, call);
+  if (opt != 0) return send_words<kItem, 4>("kelvor_cmn_card_status_cmd_ex", call, as_number);
   const uint32_t stop = 0;
   return kelvor_cmn_cmd_send(kItem, sizeof stop, &stop);
 }
@@ -197,19 +191,19 @@ constexpr vex::UsageRow kEsimRows[] = {
 constexpr vex::Row kRows[] = {
     {{"   vex %d %d mode type time_out cmd_cnt", 0}, kelvor_cmn_diag_cmd_send, kDiagRows},
     {{"   vex %d %d                       /* card status query: 0 - absent, 1 - present", 1},
-     kelvor_cmn_card_status_query},
+     card_item<KELVOR_COMMON_ITEM_CARD_QUERY, 0>},
     {{"   vex %d %d sub                   /* card status get, sub: 0 or 1; ret: 0 - absent, 1 - "
       "present */",
       2},
-     kelvor_cmn_card_status_get},
+     card_item<KELVOR_COMMON_ITEM_CARD_GET, 1>},
     {{"   vex %d %d sub mode set_val      /* card status set, sub: 0 or 1; mode: 0 - general, 1 - "
       "sim; set_val: 0 - low, 1 - high */",
       3},
-     kelvor_cmn_card_status_set},
+     card_item<KELVOR_COMMON_ITEM_CARD_SET, 3>},
     {{"   vex %d %d                       /* card type query: 0 - err, 1 - single sim, 2 - mult "
       "sim */",
       4},
-     kelvor_cmn_card_type_query},
+     card_item<KELVOR_COMMON_ITEM_CARD_TYPE, 0>},
     {{"   vex %d %d                       /* get sar dsi */", 5}, kelvor_cmn_test_get_sar_dsi},
     {{"   vex %d %d opt option_list       /* card slot hotswap test */", 6},
      kelvor_cmn_card_hotswap_test,

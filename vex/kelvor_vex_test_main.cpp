@@ -17,8 +17,8 @@ void prepare_process() {
   int fd = 0;
   while (fd >= 0 && fd <= STDERR_FILENO) fd = ::open("/dev/null", O_RDWR);
   if (fd >= 0) ::close(fd);
-  // A reader that goes away, or a file that may grow no more, ends the output, never a sequence of
-  // requests in its middle. (A handler, unlike "ignore", is not handed on to a shell.)
+  // A reader that goes away, or a file at its size limit, ends the output but must not end a
+  // sequence of requests half-way. (A handler, unlike "ignore", is not handed on to a shell.)
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, [](int) {});
   // A reader at the other end of a pipe sees each line when it is written, however the run ends.
   static char line[BUFSIZ];

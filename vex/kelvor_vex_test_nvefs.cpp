@@ -1,11 +1,10 @@
 // Command 4: NV items and EFS files.
 
 #include <cstdlib>
-#include <cstring>
 
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
-#include "qmi/kelvor_extend_nvefs.h"
+#include "qmi/efs_path.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 
@@ -23,6 +22,8 @@ constexpr uint32_t kDataMax = 365;  // octets that one command reads or writes
 
 uint32_t sub_of(const Call& call) { return static_cast<uint32_t>(call.number(kWordSub)); }
 uint32_t nv_id_of(const Call& call) { return static_cast<uint32_t>(call.number(kWordTarget)); }
+
+qmi::EfsPath path_of(const Call& call) { return qmi::EfsPath::of_word(call.argv[kWordTarget]); }
 
 int report(int result) {
   if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
@@ -71,8 +72,6 @@ int delete_target(TraceSite handler, const Call& call, Delete remove) {
   return report(remove());
 }
 
-uint32_t path_length(const char* path) { return static_cast<uint32_t>(std::strlen(path)); }
-
 int kelvor_nvefs_test_nv_read(const Call& call) {
   return read_and_dump(__func__, call, [&call](uint8_t* data, uint32_t* length) {
     return kelvor_nv_read(sub_of(call), nv_id_of(call), data, length);
@@ -92,23 +91,19 @@ int kelvor_nvefs_test_nv_delete(const Call& call) {
 
 int kelvor_nvefs_test_efs_read(const Call& call) {
   return read_and_dump(__func__, call, [&call](uint8_t* data, uint32_t* length) {
-    const char* path = call.argv[kWordTarget];
-    return kelvor_efs_read(sub_of(call), path, path_length(path), data, length);
+    return kelvor_efs_read(sub_of(call), path_of(call), data, length);
   });
 }
 
 int kelvor_nvefs_test_efs_write(const Call& call) {
   return write_words(__func__, call, [&call](const uint8_t* data, uint32_t length) {
-    const char* path = call.argv[kWordTarget];
-    return kelvor_efs_write(sub_of(call), path, path_length(path), data, length);
+    return kelvor_efs_write(sub_of(call), path_of(call), data, length);
   });
 }
 
 int kelvor_nvefs_test_efs_delete(const Call& call) {
-  return delete_target(__func__, call, [&call] {
-    const char* path = call.argv[kWordTarget];
-    return kelvor_efs_delete(sub_of(call), path, path_length(path));
-  });
+  return delete_target(__func__, call,
+                       [&call] { return kelvor_efs_delete(sub_of(call), path_of(call)); });
 }
 
 // In the order of their numbers, which are also the modem's.

@@ -6,14 +6,15 @@
 #include "common/trace.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
+#include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_cmn.h"
-#include "qmi/kelvor_extend_nvefs.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 
 namespace {
 
+using qmi::EfsPath;
 using vex::Call;
 
 // Words of the argument vector.
@@ -25,14 +26,9 @@ constexpr int kTxWords = kWordAntenna + 3;
 
 constexpr int kBadArgument = KELVOR_COMMON_BAD_ARGUMENT;
 
-// A configuration that the modem keeps in a file.
-struct Configuration {
-  const char* path;
-  uint32_t path_length;
-};
-// Both lengths count the terminating zero, at which the modem's path ends as well.
-constexpr Configuration kGpio{"/nv/item_files/modem/kelvor/rf_ant_port_config", 47};
-constexpr Configuration kTx{"/nv/item_files/modem/antenna/ant_tx_config", 43};
+// The files in which the modem keeps the configurations.
+constexpr EfsPath kGpio = EfsPath("/nv/item_files/modem/kelvor/rf_ant_port_config").counting_zero();
+constexpr EfsPath kTx = EfsPath("/nv/item_files/modem/antenna/ant_tx_config").counting_zero();
 
 int refuse(const Call& call) {
   call.refuse();
@@ -62,25 +58,24 @@ int report(int result) {
   return result;
 }
 
-int get(TraceSite handler, const Call& call, const Configuration& configuration) {
+int get(TraceSite handler, const Call& call, EfsPath file) {
   const Operation operation(handler);
   if (!has_no_words(call)) return refuse(call);
   TRACE_INFO("%s", handler.function);
-  uint8_t data[4096];  // the modem's own record, whose length is not known
+  uint8_t data[4096];  // room enough for any version of the modem's record
   uint32_t length = sizeof data;
-  const int result =
-      kelvor_efs_read(0, configuration.path, configuration.path_length, data, &length);
+  const int result = kelvor_efs_read(0, file, data, &length);
   if (result != 0) return report(result);
   TRACE_INFO("data len(%d)\ndata: ", length);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", data[i]);
   return 0;
 }
 
-int close(TraceSite handler, const Call& call, const Configuration& configuration) {
+int close(TraceSite handler, const Call& call, EfsPath file) {
   const Operation operation(handler);
   if (!has_no_words(call)) return refuse(call);
   TRACE_INFO("%s", handler.function);
-  return report(kelvor_efs_delete(0, configuration.path, configuration.path_length));
+  return report(kelvor_efs_delete(0, file));
 }
 
 int kelvor_gpio_test_set(const Call& call) {

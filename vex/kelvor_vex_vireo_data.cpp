@@ -1,5 +1,7 @@
 // Command 9: live measurements.
 
+#include <tuple>
+
 #include "common/trace.h"
 #include "platform/kelvor_utils.h"
 #include "vex/command.h"
@@ -34,7 +36,7 @@ int measure(TraceSite printer, uint32_t sub, bool (*get)(uint32_t, Record*),
 // What a row runs: a measurement's getter and printer, or those of one of several carriers.
 #define MEASUREMENT(print, get) \
   [](const Call& call) { return measure(#print, sub_of(call), get, print, #get " failed"); }
-// Of the phone, not of a subscription: asked of the first one whatever was typed.
+// The phone's, not a subscription's: asked for the first one whatever was typed.
 #define PHONE_MEASUREMENT(print, get) \
   [](const Call&) { return measure(#print, 0, get, print, #get " failed"); }
 #define CARRIER(print, get)                                                    \
@@ -99,10 +101,11 @@ void kelvor_test_qmi_modem_stats_ant_info(const modem_vireo_mcs_trm_asdiv& info)
 
 int kelvor_test_qmi_modem_stats_tx_info(const Call& call) {
   const Operation operation(__func__);
-  constexpr uint32_t kDefaultDataSub = 2;
+  // What the word means behind the subscriptions' numbers.
+  constexpr uint32_t kDefaultDataSub = KELVOR_SUBSCRIPTIONS;
   const uint32_t sub = sub_of(call);
   int32_t tx_power = 0;
-  if (sub < kDefaultDataSub) {
+  if (sub < KELVOR_SUBSCRIPTIONS) {
     tx_power = modem_tx_power_get_by_sub(sub);
   } else if (sub == kDefaultDataSub) {
     tx_power = modem_tx_power_get_for_dds_sub();
@@ -165,8 +168,9 @@ int kelvor_test_qmi_modem_stats_hdl(const Call& call) {
 
 int run(const Call& call) {
   TRACE_INFO("opt = %d, sub = %d", call.number(kWordOption), sub_of(call));
-  modem_vireo_api_init();
-  modem_vireo_stats_start();
+  // Failures of these two are in the trace, and the measurement then fails as well.
+  std::ignore = modem_vireo_api_init();
+  std::ignore = modem_vireo_stats_start();
   kelvor_test_qmi_modem_stats_hdl(call);
   return modem_vireo_api_deinit();
 }

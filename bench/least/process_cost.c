@@ -90,6 +90,8 @@ static int by_size(const void* a, const void* b) {
   return (left > right) - (left < right);
 }
 
+static double in_us(long ns) { return (double)ns / 1e3; }
+
 int main(int argc, char** argv) {
   int at_once = 1, option;
   while ((option = getopt(argc, argv, "j:")) != -1) {
@@ -129,9 +131,8 @@ int main(int argc, char** argv) {
   for (int c = 0; c < count; ++c) {
     const struct command* command = &commands[c];
     qsort(command->times, (size_t)rounds, sizeof(long), by_size);
-    const double us = 1e3;
-    dprintf(results, "%.1f\t%.1f\t%.1f\t%ld\t%ld\n", command->times[rounds / 2] / us,
-            command->times[rounds / 4] / us, command->times[rounds * 3 / 4] / us,
+    dprintf(results, "%.1f\t%.1f\t%.1f\t%ld\t%ld\n", in_us(command->times[rounds / 2]),
+            in_us(command->times[rounds / 4]), in_us(command->times[rounds * 3 / 4]),
             command->usage.ru_maxrss, command->usage.ru_minflt);
   }
   return 0;

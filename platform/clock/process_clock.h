@@ -1,7 +1,8 @@
 // The one clock that everything below the contract waits on.
 //
-// Real in every program; a test replaces it before the first wait and moves time itself, so that a
-// three-second time-out costs it nothing.
+// In a program it is the real, monotonic clock. A test replaces it before the first wait and moves
+// time itself, so that a three-second time-out costs nothing. Every function may be called from any
+// thread, and none throws.
 #ifndef PLATFORM_CLOCK_PROCESS_CLOCK_H_
 #define PLATFORM_CLOCK_PROCESS_CLOCK_H_
 
@@ -23,20 +24,24 @@ class Clock {
   virtual ~Clock() = default;
 
   virtual Time now() = 0;
+  // Signals do not end the sleep. With kNever it never returns.
   virtual void sleep_until(Time deadline) = 0;
-  // Waits for a notification of `condition`; false once the deadline has passed. Wakes for no
-  // reason at times, so the caller loops over its own predicate.
+  // Waits, with `lock` released, until `condition` is notified; false when the deadline has passed.
+  // May wake spuriously, so the caller loops over its own predicate and may ignore the result.
   virtual bool wait_until(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
                           Time deadline) = 0;
-  // As poll(2), whose result it returns; 0 once the deadline has passed.
+  // As poll(2), whose result it returns, besides revents: 0 when the deadline has passed, -1 and
+  // errno on an error, which is never EINTR.
   virtual int poll_until(pollfd* fds, nfds_t count, Time deadline) = 0;
 
-  // Brackets work in flight between threads: a test's clock does not move on by itself meanwhile.
+  // Bracket work that one thread has passed to another: a test's clock does not advance by itself
+  // between them.
   virtual void hold() {}
   virtual void release() {}
 };
 
-// The process's clock. set_clock(nullptr) brings the real one back; not while anybody waits.
+// The process's clock. set_clock(nullptr) restores the real one. The replacement stays the
+// caller's; set it only while no thread waits on the clock.
 Clock& clock();
 void set_clock(Clock* replacement);
 

@@ -9,20 +9,9 @@ namespace {
 
 using platform::Time;
 
-// How long the bus may take to answer a look-up. A bus answers at once, whatever services it has;
-// this only keeps a dead one from holding its caller for ever.
-constexpr auto kLookupTime = std::chrono::seconds(5);
-// How often a bus that went away is looked for, while somebody waits for a service, and how long
-// one that is there but does not answer is left alone.
-constexpr auto kReconnectTime = std::chrono::milliseconds(100);
-constexpr auto kMuteTime = std::chrono::seconds(5);
-// An attempt to get on a bus that took longer has met one that does not answer.
-constexpr auto kPromptTime = std::chrono::milliseconds(200);
-
-std::unique_ptr<Link>& link_for_tests() {
-  static std::unique_ptr<Link> link;
-  return link;
-}
+// The pause before the library's thread connects, or sends a look-up, again; and before an opener
+// tries again an instance that it found but could not open.
+constexpr auto kRetryTime = std::chrono::milliseconds(100);
 
 Time in(uint32_t milliseconds) {
   return platform::clock().now() + std::chrono::milliseconds(milliseconds);
@@ -34,14 +23,11 @@ bool from_control(const Datagram& datagram, const Endpoint& endpoint) {
 
 }  // namespace
 
-// Deliberately never destroyed: the library's thread goes on until the process ends.
+// Never destroyed: the library's thread goes on until the process ends.
 Core& Core::instance() {
-  static Core* const core =
-      new Core(link_for_tests() != nullptr ? std::move(link_for_tests()) : make_process_link());
+  static Core* const core = new Core(make_process_link());
   return *core;
 }
-
-void Core::use_link(std::unique_ptr<Link> link) { link_for_tests() = std::move(link); }
 
 Core::Core(std::unique_ptr<Link> link)
     : link_(std::move(link)),
@@ -56,34 +42,22 @@ void Core::start_thread() {
   started_ = true;
 }
 
-bool Core::anybody_waits_for_a_bus() const {
-  if (link_->never_opens()) return false;
-  return waiting_openers_ != 0 ||
-         std::any_of(clients_.begin(), clients_.end(),
-                     [](const auto& entry) { return entry.second->is_notifier; });
-}
-
-// Until when a service that is not there is waited for.
-Time Core::modem_deadline(uint32_t timeout_ms) const {
-  return in(link_->never_opens() ? 0 : timeout_ms);
-}
-
 void Core::run() {
   thread_id_ = std::this_thread::get_id();
   Datagram datagram;
   Lock lock(mutex_);
   for (;;) {
     Time deadline = platform::kNever;
-    if (control_ || anybody_waits_for_a_bus()) {
+    if (control_ || bus_wanted()) {
       const bool all_asked = connect_control(lock) && look_up_known();
-      if (!all_asked) deadline = platform::clock().now() + kReconnectTime;
+      if (!all_asked) deadline = platform::clock().now() + kRetryTime;
     }
     lock.unlock();
     const Received received = link_->receive(&datagram, deadline);
     lock.lock();
     if (received == Received::kDatagram) on_datagram(datagram);
     if (received == Received::kClosed) on_closed(datagram.endpoint);
-    run_callbacks(lock);
+    run_callbacks();
   }
 }
 
@@ -97,14 +71,8 @@ void Core::on_datagram(const Datagram& datagram) {
   if (found != by_endpoint_.end()) on_message(found->second, *find(found->second), datagram);
 }
 
-void Core::on_control(const ControlPacket& packet) {
-  apply(registry_.apply(packet));
-  // Everybody who waits for a service waits for the end of its list first.
-  if (!registry_.within_list(packet)) changed_.notify_all();
-}
-
-// Only the client's own server is heard, and only a response whose transaction and message are
-// both those of a request that still waits.
+// Accepts messages from the client's own server only, and of the responses only one whose
+// transaction and message are both those of a request that still waits.
 void Core::on_message(Handle handle, Client& client, const Datagram& datagram) {
   QmiHeader header;
   if (datagram.from != client.server || !QmiHeader::parse(datagram.octets, &header)) return;
@@ -124,54 +92,6 @@ void Core::on_message(Handle handle, Client& client, const Datagram& datagram) {
   pending.done.notify_all();
 }
 
-// One cut endpoint means that the process at the other end is gone, and all its services. Endpoints
-// of a bus that is known to be lost tell nothing of the one that may have come since.
-void Core::on_closed(EndpointId endpoint) {
-  if (control_ && endpoint == control_->id) {
-    bus_lost();
-    return;
-  }
-  const auto found = by_endpoint_.find(endpoint);
-  if (found != by_endpoint_.end() && !find(found->second)->gone) bus_lost();
-}
-
-void Core::bus_lost() {
-  if (control_) link_->close(control_->id);
-  control_.reset();
-  ++bus_;
-  no_bus_until_ = platform::clock().now() + kReconnectTime;
-  apply(registry_.lose_all());
-  link_->wake();  // for the callbacks that this makes due
-  for (const auto& [handle, client] : clients_) {
-    if (!client->is_notifier) lose(handle, *client);
-  }
-  changed_.notify_all();
-}
-
-// Only a client that shared the look-ups' endpoint is still known to its service then.
-void Core::leave_if_idle() {
-  if (!control_ || !control_shared_ || stays_ != 0 || !clients_.empty()) return;
-  link_->close(control_->id);
-  control_.reset();
-  registry_ = Registry();
-}
-
-void Core::apply(const std::vector<ServiceChange>& changes) {
-  for (const ServiceChange& change : changes) {
-    for (const auto& [handle, client] : clients_) {
-      if (client->service->id != change.service) continue;
-      if (client->is_notifier) {
-        if (client->callbacks.on_notify == nullptr) continue;
-        const auto event =
-            change.came ? QMI_CLIENT_SERVICE_COUNT_INC : QMI_CLIENT_SERVICE_COUNT_DEC;
-        due_.push_back({Event::kNotify, handle, event, {}});
-      } else if (!change.came && client->server == change.instance.address) {
-        lose(handle, *client);
-      }
-    }
-  }
-}
-
 void Core::lose(Handle handle, Client& client) {
   if (client.gone) return;
   client.gone = true;
@@ -183,7 +103,7 @@ void Core::lose(Handle handle, Client& client) {
   if (client.callbacks.on_error != nullptr) due_.push_back({Event::kError, handle, 0, {}});
 }
 
-void Core::run_callbacks(Lock& lock) {
+void Core::run_callbacks() {
   while (!due_.empty()) {
     const Event event = std::move(due_.front());
     due_.pop_front();
@@ -191,143 +111,30 @@ void Core::run_callbacks(Lock& lock) {
     if (client == nullptr) continue;
     running_ = event.handle;
     const Callbacks call = client->callbacks;
-    const bool told = client->error_told;
-    if (event.kind == Event::kError && call.on_error != nullptr) client->error_told = true;
-    lock.unlock();
-    const auto c = reinterpret_cast<qmi_client_type>(event.handle);
-    switch (event.kind) {
-      case Event::kIndication:
-        call.on_indication(c, event.code, event.octets.data(),
-                           static_cast<uint32_t>(event.octets.size()), call.indication_data);
-        break;
-      case Event::kError:
-        if (call.on_error == nullptr || told) break;
-        call.on_error(c, QMI_CLIENT_SERVICE_GONE, call.error_data);
-        break;
-      case Event::kNotify:
-        if (call.on_notify == nullptr) break;
-        call.on_notify(c, client->service, static_cast<qmi_client_notify_event>(event.code),
-                       call.notify_data);
-        break;
+    const bool reported = client->error_reported;
+    if (event.kind == Event::kError && call.on_error != nullptr) client->error_reported = true;
+    {
+      const base::Unlock unlocked(mutex_);
+      const auto c = reinterpret_cast<qmi_client_type>(event.handle);
+      switch (event.kind) {
+        case Event::kIndication:
+          call.on_indication(c, event.code, event.octets.data(),
+                             static_cast<uint32_t>(event.octets.size()), call.indication_data);
+          break;
+        case Event::kError:
+          if (call.on_error == nullptr || reported) break;
+          call.on_error(c, QMI_CLIENT_SERVICE_GONE, call.error_data);
+          break;
+        case Event::kNotify:
+          if (call.on_notify == nullptr) break;
+          call.on_notify(c, client->service, static_cast<qmi_client_notify_event>(event.code),
+                         call.notify_data);
+          break;
+      }
     }
-    lock.lock();
     running_ = 0;
     changed_.notify_all();
   }
-}
-
-// ---- finding services
-
-// The link has no memory for it: as good as no bus.
-bool Core::try_open(Endpoint* endpoint) {
-  try {
-    return link_->open(endpoint);
-  } catch (const std::exception&) {
-    return false;
-  }
-}
-
-// One thread connects at a time; the others wait for how it ends.
-bool Core::connect_control(Lock& lock) {
-  while (connecting_) changed_.wait(lock);
-  if (control_) return true;
-  const Time begun = platform::clock().now();
-  if (begun < no_bus_until_) return false;
-  connecting_ = true;
-  lock.unlock();
-  Endpoint endpoint;
-  const bool open = try_open(&endpoint);
-  lock.lock();
-  connecting_ = false;
-  changed_.notify_all();
-  if (!open) {
-    const Time now = platform::clock().now();
-    if (now - begun > kPromptTime) no_bus_until_ = now + kMuteTime;
-    return false;
-  }
-  control_ = endpoint;
-  control_shared_ = false;
-  look_up_known();  // services that were asked for on a bus that is gone are asked for again
-  return control_.has_value();
-}
-
-// Sends the look-up unless that has been done.
-void Core::look_up(uint32_t service) {
-  if (!control_ || registry_.service(service).asked) return;
-  const ControlPacket packet{Control::kNewLookup, service, 0, 0, 0};
-  switch (link_->send(control_->id, {control_->own.node, kControlPort}, packet.octets())) {
-    case Sent::kSent:
-      registry_.asked(service);
-      break;
-    case Sent::kBusy:  // the library's thread tries again, in a while
-      if (!on_own_thread()) link_->wake();
-      break;
-    case Sent::kCut:  // nobody at the control port: a bus without names is none
-      bus_lost();
-      break;
-  }
-}
-
-// False when a look-up could not be sent.
-bool Core::look_up_known() {
-  std::vector<uint32_t> missing;
-  for (const auto& [id, state] : registry_.services()) {
-    if (!state.asked) missing.push_back(id);
-  }
-  for (const uint32_t id : missing) look_up(id);
-  return std::all_of(missing.begin(), missing.end(),
-                     [this](uint32_t id) { return registry_.service(id).asked; });
-}
-
-// Returns when the list of the service's instances is complete, or there is no bus that answers.
-void Core::await_answer(Lock& lock, uint32_t service) {
-  registry_.service(service);
-  const bool on_a_bus = connect_control(lock);
-  start_thread();
-  if (!on_a_bus) return;
-  look_up(service);
-  if (on_own_thread()) return;  // which is the one that would hear the answer
-  const Time deadline = platform::clock().now() + kLookupTime;
-  while (control_ && !registry_.service(service).answered) {
-    if (platform::clock().now() >= deadline) {
-      bus_lost();
-      no_bus_until_ = platform::clock().now() + kMuteTime;
-      return;
-    }
-    platform::clock().wait_until(changed_, lock, deadline);
-  }
-}
-
-bool Core::is_there(qmi_idl_service_object_type service, Address server) {
-  const auto& instances = registry_.service(service->id).instances;
-  return std::any_of(instances.begin(), instances.end(),
-                     [&](const Instance& i) { return i.address == server; });
-}
-
-const Instance* Core::find_instance(qmi_idl_service_object_type service, uint32_t instance) {
-  for (const Instance& known : registry_.service(service->id).instances) {
-    if (known.version != static_cast<uint32_t>(service->major)) continue;
-    if (instance == QMI_CLIENT_INSTANCE_ANY || instance == known.instance) return &known;
-  }
-  return nullptr;
-}
-
-int Core::service_list(qmi_idl_service_object_type service, qmi_service_info* list,
-                       uint32_t capacity, uint32_t* entries, uint32_t* services) {
-  Lock lock(mutex_);
-  const Stay stay(*this);
-  await_answer(lock, service->id);
-  uint32_t found = 0;
-  *entries = 0;
-  for (const Instance& known : registry_.service(service->id).instances) {
-    if (known.version != static_cast<uint32_t>(service->major)) continue;
-    ++found;
-    if (list == nullptr || *entries == capacity) continue;
-    list[(*entries)++] = {service->id, known.instance, known.version, known.address.node,
-                          known.address.port};
-  }
-  *services = found;
-  return found != 0 ? QMI_CLIENT_OK : QMI_CLIENT_SERVICE_GONE;
 }
 
 // ---- clients and notifiers
@@ -352,7 +159,7 @@ int Core::open_client(qmi_idl_service_object_type service, const qmi_service_inf
   client->callbacks.on_indication = callback;
   client->callbacks.indication_data = data;
   Lock lock(mutex_);
-  const Stay stay(*this);
+  const BusHold hold(*this);
   await_answer(lock, service->id);
   if (!is_there(service, client->server)) return QMI_CLIENT_SERVICE_GONE;
   if (control_ && !control_shared_) {
@@ -379,10 +186,10 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
                         Handle* handle) {
   if (on_own_thread()) return QMI_CLIENT_INTERNAL;
   Lock lock(mutex_);
-  const Stay stay(*this);
+  const BusHold hold(*this);
   await_answer(lock, service->id);
   const Time deadline = modem_deadline(timeout_ms);
-  ++waiting_openers_;  // the library's thread looks for a bus meanwhile, if there is none
+  ++waiting_openers_;  // meanwhile the library's thread tries to connect, if there is no bus
   if (!control_) link_->wake();
   int result = QMI_CLIENT_TIMED_OUT;
   for (;;) {
@@ -399,7 +206,7 @@ int Core::open_instance(qmi_idl_service_object_type service, uint32_t instance,
     if (now >= deadline) break;
     const bool known = find_instance(service, instance) != nullptr;
     platform::clock().wait_until(changed_, lock,
-                                 known ? std::min(deadline, now + kReconnectTime) : deadline);
+                                 known ? std::min(deadline, now + kRetryTime) : deadline);
     if (!known) result = QMI_CLIENT_TIMED_OUT;
   }
   --waiting_openers_;
@@ -430,7 +237,7 @@ int Core::register_error(Handle handle, qmi_client_error_cb callback, void* data
   if (client == nullptr || client->is_notifier) return QMI_CLIENT_PORT_NOT_OPEN;
   client->callbacks.on_error = callback;
   client->callbacks.error_data = data;
-  if (client->gone && !client->error_told && callback != nullptr) {
+  if (client->gone && !client->error_reported && callback != nullptr) {
     due_.push_back({Event::kError, handle, 0, {}});
     link_->wake();
   }
@@ -496,45 +303,61 @@ int Core::send(Handle handle, uint32_t message, const void* request, uint32_t re
       idl::encode(*asks, request, request_length, std::span(octets).subspan(kQmiHeader));
   if (encoded.error != idl::CodecError::kOk) return QMI_CLIENT_INTERNAL;
   octets.resize(kQmiHeader + encoded.length);
-  do {
-    if (++last_transaction_ == 0) ++last_transaction_;
-  } while (client->pending.contains(last_transaction_));
-  const uint16_t own = last_transaction_;
-  QmiHeader{QMI_IDL_REQUEST, own, static_cast<uint16_t>(message),
-            static_cast<uint16_t>(encoded.length)}
+  const uint16_t transaction = next_transaction(*client);
+  QmiHeader{.type = QMI_IDL_REQUEST,
+            .transaction = transaction,
+            .message = static_cast<uint16_t>(message),
+            .length = static_cast<uint16_t>(encoded.length)}
       .write(octets.data());
 
   Pending pending;
   pending.message = static_cast<uint16_t>(message);
-  client->pending.emplace(own, &pending);
-  const EndpointId endpoint = client->endpoint.id;
-  const Address server = client->server;
-  lock.unlock();
-  Sent sent = Sent::kBusy;
-  try {
-    sent = link_->send(endpoint, server, octets);
-  } catch (const std::exception&) {
-    // No memory on the way: the request has not gone out, and `pending` must not stay behind.
-  }
-  lock.lock();
+  client->pending.emplace(transaction, &pending);
+  const Sent sent = send_on_link(*client, octets);
   if (sent == Sent::kBusy && !pending.result) pending.result = QMI_CLIENT_INTERNAL;
   if (sent == Sent::kCut) {
     lose(handle, *client);
     if (!pending.result) pending.result = QMI_CLIENT_SERVICE_GONE;
     link_->wake();
   }
-  while (!pending.result) {
-    if (platform::clock().now() >= deadline) {
-      pending.result = QMI_CLIENT_TIMED_OUT;
-      break;
-    }
-    platform::clock().wait_until(pending.done, lock, deadline);
-  }
-  client->pending.erase(own);
+  await_response(lock, pending, deadline);
+  client->pending.erase(transaction);
   lock.unlock();
   if (*pending.result != QMI_CLIENT_OK) return *pending.result;
   const idl::CodecError error = idl::decode(*answers, pending.response, response, response_length);
   return error == idl::CodecError::kOk ? QMI_CLIENT_OK : QMI_CLIENT_INTERNAL;
+}
+
+// Never 0, and none that the client still waits for.
+uint16_t Core::next_transaction(const Client& client) {
+  do {
+    if (++last_transaction_ == 0) ++last_transaction_;
+  } while (client.pending.contains(last_transaction_));
+  return last_transaction_;
+}
+
+// Without the mutex, since the kernel's bus may make a sender wait.
+Sent Core::send_on_link(const Client& client, std::span<const uint8_t> octets) {
+  const EndpointId endpoint = client.endpoint.id;
+  const Address server = client.server;
+  const base::Unlock unlocked(mutex_);
+  try {
+    return link_->send(endpoint, server, octets);
+  } catch (const std::exception&) {
+    // No memory: the request has not gone out. The caller still has to remove it from `pending`.
+    return Sent::kBusy;
+  }
+}
+
+// Returns with a result in `pending`.
+void Core::await_response(Lock& lock, Pending& pending, Time deadline) {
+  while (!pending.result) {
+    if (platform::clock().now() >= deadline) {
+      pending.result = QMI_CLIENT_TIMED_OUT;
+      return;
+    }
+    platform::clock().wait_until(pending.done, lock, deadline);
+  }
 }
 
 int Core::release(Handle handle) {

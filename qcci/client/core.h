@@ -1,17 +1,20 @@
-// The client library's one state: the link, the services, the handles, and the library's thread.
+// The client library's state: the link, the known services, the handles and the library's thread.
 //
-// One mutex guards everything; it is not held while a callback runs, a request is sent or an
-// endpoint is opened. (Look-ups are sent under it, so that their answers come in the order in which
-// they are noted; no link calls back, so its own locks always come last.) The library's thread
-// alone receives: it completes pending requests under the mutex and then runs the callbacks that
-// have become due, in order, without it.
+// Threads. Every public function may be called from any thread. One mutex guards everything; it is
+// not held while a callback runs, a request is sent or an endpoint is opened. Look-ups are sent
+// with it held, so that their answers come in the order in which they are noted; a link never
+// calls back, so its own locks always come last. The library's thread alone receives: it completes
+// pending requests with the mutex held, and then runs the callbacks that are due, in order, without
+// it. A function that waits, and one that sends, returns QMI_CLIENT_INTERNAL on that thread.
 //
-// Look-ups and the first client share an endpoint. On the kernel's bus an endpoint is a socket, and
-// every socket that goes keeps its process for a grace period of the kernel's RCU: that is most of
-// what one request costs. So that a modem hears of the end of that client too, the library leaves
-// the bus with the last of its handles.
+// Endpoints. Look-ups and the first client share one. On the kernel's bus an endpoint is a socket,
+// and each socket delays the end of its process by a grace period of the kernel's RCU (8 to 12 ms),
+// which is most of what one request costs. The library leaves the bus with the last handle, so that
+// the modem sees the end of the first client too.
 //
-// The state is made at the first use, and lives until the process ends.
+// Results are those of qmi_client_result; time-outs are milliseconds. Functions throw
+// std::bad_alloc and std::system_error only. The one instance is made at its first use and never
+// destroyed.
 #ifndef QCCI_CLIENT_CORE_H_
 #define QCCI_CLIENT_CORE_H_
 
@@ -20,11 +23,11 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
 
+#include "base/mutex.h"
 #include "platform/qmi_client.h"
 #include "qcci/client/registry.h"
 #include "qcci/idl/service.h"
@@ -36,36 +39,46 @@ using Handle = uint64_t;  // 0: none
 
 class Core {
  public:
+  // With the link that make_process_link() gives.
   static Core& instance();
-  // For tests, before the first use of instance(): the link instead of the platform's.
-  static void use_link(std::unique_ptr<Link> link);
 
-  int service_list(qmi_idl_service_object_type service, qmi_service_info* list, uint32_t capacity,
-                   uint32_t* entries, uint32_t* services);
-  int open_client(qmi_idl_service_object_type service, const qmi_service_info& info,
-                  qmi_client_ind_cb callback, void* data, Handle* handle);
-  int open_instance(qmi_idl_service_object_type service, uint32_t instance,
-                    qmi_client_ind_cb callback, void* data, uint32_t timeout_ms, Handle* handle);
-  int open_notifier(qmi_idl_service_object_type service, qmi_client_os_params* os_params,
-                    Handle* handle);
-  int register_error(Handle handle, qmi_client_error_cb callback, void* data);
-  int register_notify(Handle handle, qmi_client_notify_cb callback, void* data);
-  void wait_signal(qmi_client_os_params* os_params, uint32_t timeout_ms);
-  // Sleeps, unless no modem can come.
+  // Up to `capacity` instances of the service's major version are written to `list`, which may be
+  // null; their number to *entries, and the number that exist to *services.
+  [[nodiscard]] int service_list(qmi_idl_service_object_type service, qmi_service_info* list,
+                                 uint32_t capacity, uint32_t* entries, uint32_t* services)
+      EXCLUDES(mutex_);
+  // *handle is written on success only.
+  [[nodiscard]] int open_client(qmi_idl_service_object_type service, const qmi_service_info& info,
+                                qmi_client_ind_cb callback, void* data, Handle* handle)
+      EXCLUDES(mutex_);
+  [[nodiscard]] int open_instance(qmi_idl_service_object_type service, uint32_t instance,
+                                  qmi_client_ind_cb callback, void* data, uint32_t timeout_ms,
+                                  Handle* handle) EXCLUDES(mutex_);
+  // os_params may be null.
+  [[nodiscard]] int open_notifier(qmi_idl_service_object_type service,
+                                  qmi_client_os_params* os_params, Handle* handle) EXCLUDES(mutex_);
+  [[nodiscard]] int register_error(Handle handle, qmi_client_error_cb callback, void* data)
+      EXCLUDES(mutex_);
+  [[nodiscard]] int register_notify(Handle handle, qmi_client_notify_cb callback, void* data)
+      EXCLUDES(mutex_);
+  void wait_signal(qmi_client_os_params* os_params, uint32_t timeout_ms) EXCLUDES(mutex_);
+  // Sleeps that long; not at all on a link that never opens.
   void wait_for_modem(uint32_t milliseconds);
-  int send(Handle handle, uint32_t message, const void* request, uint32_t request_length,
-           void* response, uint32_t response_length, uint32_t timeout_ms);
-  // The service that a handle is of; null when it is none.
-  qmi_idl_service_object_type service_of(Handle handle);
-  int release(Handle handle);
+  // `response` is written on success, and may be after a response that does not decode.
+  [[nodiscard]] int send(Handle handle, uint32_t message, const void* request,
+                         uint32_t request_length, void* response, uint32_t response_length,
+                         uint32_t timeout_ms) EXCLUDES(mutex_);
+  // The service that a handle was opened for; null for a handle that is not open.
+  [[nodiscard]] qmi_idl_service_object_type service_of(Handle handle) EXCLUDES(mutex_);
+  [[nodiscard]] int release(Handle handle) EXCLUDES(mutex_);
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
+  using Lock = base::Lock;
 
-  // A request on its way; lives on its sender's stack.
+  // A request that waits for its response, on its sender's stack. Guarded by mutex_.
   struct Pending {
     uint16_t message = 0;
-    std::optional<int> result;
+    std::optional<int> result;      // set once, when the wait is over
     std::vector<uint8_t> response;  // TLVs
     std::condition_variable done;
   };
@@ -79,14 +92,15 @@ class Core {
     void* notify_data = nullptr;
   };
 
+  // A handle's state: a client, or a notifier, which has nothing but a service and callbacks.
   struct Client {
     qmi_idl_service_object_type service = nullptr;
-    bool is_notifier = false;  // then it has callbacks only
+    bool is_notifier = false;
     Endpoint endpoint;
     Address server;
-    bool gone = false;
-    bool error_told = false;
-    std::map<uint16_t, Pending*> pending;
+    bool gone = false;  // its service has gone, and does not come back to this client
+    bool error_reported = false;
+    std::map<uint16_t, Pending*> pending;  // by transaction
     Callbacks callbacks;
   };
 
@@ -94,20 +108,21 @@ class Core {
   struct Event {
     enum Kind { kIndication, kError, kNotify } kind;
     Handle handle;
-    uint32_t code;                // message id, or notify event
+    uint32_t code;                // an indication's message id, or the notify event
     std::vector<uint8_t> octets;  // an indication's TLVs
   };
 
-  // While there is one, the library does not leave the bus. Made and ended under the mutex.
-  class Stay {
+  // Keeps the library on the bus for a scope, within which the mutex is held at both ends.
+  class BusHold {
    public:
-    explicit Stay(Core& core) : core_(core) { ++core_.stays_; }
-    ~Stay() {
-      --core_.stays_;
+    explicit BusHold(Core& core) REQUIRES(core.mutex_) : core_(core) { ++core.bus_holds_; }
+    // The analysis does not know that core_.mutex_ is the mutex that the scope holds.
+    ~BusHold() NO_THREAD_SAFETY_ANALYSIS {
+      --core_.bus_holds_;
       core_.leave_if_idle();
     }
-    Stay(const Stay&) = delete;
-    Stay& operator=(const Stay&) = delete;
+    BusHold(const BusHold&) = delete;
+    BusHold& operator=(const BusHold&) = delete;
 
    private:
     Core& core_;
@@ -115,53 +130,64 @@ class Core {
 
   explicit Core(std::unique_ptr<Link> link);
 
-  void start_thread();
-  void run();
-  void on_datagram(const Datagram& datagram);
-  void on_control(const ControlPacket& packet);
-  void on_message(Handle handle, Client& client, const Datagram& datagram);
-  void on_closed(EndpointId endpoint);
-  void bus_lost();
-  void leave_if_idle();
-  void apply(const std::vector<ServiceChange>& changes);
-  void lose(Handle handle, Client& client);
-  void run_callbacks(Lock& lock);
-
-  platform::Time modem_deadline(uint32_t timeout_ms) const;
+  // core.cpp: the thread, the handles and the requests.
+  void start_thread() REQUIRES(mutex_);
+  void run() EXCLUDES(mutex_);
+  void on_datagram(const Datagram& datagram) REQUIRES(mutex_);
+  void on_message(Handle handle, Client& client, const Datagram& datagram) REQUIRES(mutex_);
+  void lose(Handle handle, Client& client) REQUIRES(mutex_);
+  void run_callbacks() REQUIRES(mutex_);
   bool on_own_thread() const { return std::this_thread::get_id() == thread_id_.load(); }
+  Handle add(std::shared_ptr<Client> client) REQUIRES(mutex_);
+  std::shared_ptr<Client> find(Handle handle) REQUIRES(mutex_);
+  uint16_t next_transaction(const Client& client) REQUIRES(mutex_);
+  Sent send_on_link(const Client& client, std::span<const uint8_t> octets) REQUIRES(mutex_);
+  void await_response(Lock& lock, Pending& pending, platform::Time deadline) REQUIRES(mutex_);
+
+  // core_bus.cpp: the bus and the services on it. A function that takes the lock waits with it.
   bool try_open(Endpoint* endpoint);
-  bool connect_control(Lock& lock);
-  void look_up(uint32_t service);
-  bool look_up_known();
-  void await_answer(Lock& lock, uint32_t service);
-  bool is_there(qmi_idl_service_object_type service, Address server);
-  const Instance* find_instance(qmi_idl_service_object_type service, uint32_t instance);
-  bool anybody_waits_for_a_bus() const;
-  Handle add(std::shared_ptr<Client> client);
-  std::shared_ptr<Client> find(Handle handle);
+  [[nodiscard]] bool connect_control(Lock& lock) REQUIRES(mutex_);
+  void look_up(uint32_t service) REQUIRES(mutex_);
+  bool look_up_known() REQUIRES(mutex_);
+  void await_answer(Lock& lock, uint32_t service) REQUIRES(mutex_);
+  void on_control(const ControlPacket& packet) REQUIRES(mutex_);
+  void on_closed(EndpointId endpoint) REQUIRES(mutex_);
+  void bus_lost() REQUIRES(mutex_);
+  void leave_if_idle() REQUIRES(mutex_);
+  void apply(const std::vector<ServiceChange>& changes) REQUIRES(mutex_);
+  bool bus_wanted() const REQUIRES(mutex_);
+  platform::Time modem_deadline(uint32_t timeout_ms) const;
+  bool is_there(qmi_idl_service_object_type service, Address server) REQUIRES(mutex_);
+  const Instance* find_instance(qmi_idl_service_object_type service, uint32_t instance)
+      REQUIRES(mutex_);
 
   const std::unique_ptr<Link> link_;
-  std::mutex mutex_;
-  std::condition_variable changed_;  // services, the bus, the running callback
-  bool started_ = false;
+  base::Mutex mutex_;
+  // Notified when services, the bus, or the callback that runs have changed.
+  std::condition_variable changed_;
+  bool started_ GUARDED_BY(mutex_) = false;
   std::atomic<std::thread::id> thread_id_;
-  std::optional<Endpoint> control_;
-  bool control_shared_ = false;  // a client has, or had, its endpoint
-  size_t stays_ = 0;
-  uint64_t bus_ = 0;  // how many have been lost: an endpoint of an earlier one is worth nothing
-  platform::Time
-      no_bus_until_{};  // a bus that went away or does not answer is left alone till then
-  bool connecting_ = false;
-  size_t waiting_openers_ = 0;
-  Registry registry_;
-  Handle last_handle_ = 0;
-  // Of whatever client, and begun anywhere: a client may get the port that another has just left,
-  // and an answer that is still on its way there must not look like one of its own.
-  uint16_t last_transaction_;
-  std::map<Handle, std::shared_ptr<Client>> clients_;
-  std::map<EndpointId, Handle> by_endpoint_;
-  std::deque<Event> due_;
-  Handle running_ = 0;  // whose callback runs now
+
+  // The endpoint of the look-ups, while the library is on a bus.
+  std::optional<Endpoint> control_ GUARDED_BY(mutex_);
+  bool control_shared_ GUARDED_BY(mutex_) = false;  // a client has, or had, the same endpoint
+  size_t bus_holds_ GUARDED_BY(mutex_) = 0;
+  // How many buses have been lost: an endpoint opened before a loss is of no use after it.
+  uint64_t bus_ GUARDED_BY(mutex_) = 0;
+  // No attempt to connect before then.
+  platform::Time no_bus_until_ GUARDED_BY(mutex_){};
+  bool connecting_ GUARDED_BY(mutex_) = false;  // one of the threads is
+  size_t waiting_openers_ GUARDED_BY(mutex_) = 0;
+  Registry registry_ GUARDED_BY(mutex_);
+
+  Handle last_handle_ GUARDED_BY(mutex_) = 0;
+  // One sequence for all clients, begun at a random number: a client may get the port that another
+  // has just left, and a response on its way to that one must not match a request of its own.
+  uint16_t last_transaction_ GUARDED_BY(mutex_);
+  std::map<Handle, std::shared_ptr<Client>> clients_ GUARDED_BY(mutex_);
+  std::map<EndpointId, Handle> by_endpoint_ GUARDED_BY(mutex_);
+  std::deque<Event> due_ GUARDED_BY(mutex_);
+  Handle running_ GUARDED_BY(mutex_) = 0;  // whose callback runs now
 };
 
 }  // namespace qcci

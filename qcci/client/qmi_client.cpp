@@ -1,4 +1,4 @@
-// The C face of the client library: arguments checked, no exception let out.
+// The C interface of the client library: checks arguments, and maps exceptions to a result.
 
 #include "platform/qmi_client.h"
 
@@ -14,7 +14,7 @@ using qcci::Handle;
 
 namespace {
 
-// No memory and no thread are the only surprises to be had: they become an internal error.
+// Only bad_alloc and system_error can be thrown here; both map to QMI_CLIENT_INTERNAL.
 template <class Call>
 int guarded(Call call) noexcept {
   try {

@@ -41,7 +41,7 @@ std::vector<ServiceChange> Registry::apply(const ControlPacket& packet) {
         const std::vector<Instance>& known = found->second.instances;
         if (std::find(known.begin(), known.end(), named) != known.end()) break;
       }
-      // An address has one service: a name service that replaces an entry says nothing of the old.
+      // An address has one service; the name service does not announce the one that it replaces.
       remove_if([&](uint32_t, const Instance& i) { return i.address == named.address; }, &changes);
       if (!asked) break;
       found->second.instances.push_back(named);

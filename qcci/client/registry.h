@@ -1,5 +1,6 @@
-// What is known of the services on the bus: look-ups sent, answers complete or not, and where each
-// instance is. Fed with control packets; no lock and no link of its own.
+// What is known of the services on the bus: which look-ups have been sent and answered, and the
+// address of each instance. It is updated with control packets and calls nothing; its owner locks
+// it.
 #ifndef QCCI_CLIENT_REGISTRY_H_
 #define QCCI_CLIENT_REGISTRY_H_
 
@@ -20,9 +21,9 @@ struct Instance {
 };
 
 struct ServiceState {
-  bool asked = false;     // a look-up for it is out, and stays registered
-  bool answered = false;  // its list has come to the end
-  uint64_t changes = 0;   // instances that came or went so far
+  bool asked = false;     // its look-up has been sent, and stays registered
+  bool answered = false;  // the list of its instances is complete
+  uint64_t changes = 0;   // how many instances have come or gone
   std::vector<Instance> instances;
 };
 
@@ -35,18 +36,19 @@ struct ServiceChange {
 
 class Registry {
  public:
+  // The state of a service, which is remembered as one to look up from then on.
   ServiceState& service(uint32_t id) { return services_[id]; }
   const std::map<uint32_t, ServiceState>& services() const { return services_; }
 
-  // A look-up of the service has been sent; lists end in the order of the look-ups.
+  // Records that a look-up has been sent. Lists are completed in the order of the look-ups.
   void asked(uint32_t service);
-  // What one control packet changes. Strays, repetitions and services nobody asked for change
-  // nothing.
-  std::vector<ServiceChange> apply(const ControlPacket& packet);
-  // Whether the packet belongs to a list that has not come to its end.
+  // Applies a control packet and returns the changes. Stray and repeated packets, and services that
+  // have not been looked up, change nothing.
+  [[nodiscard]] std::vector<ServiceChange> apply(const ControlPacket& packet);
+  // Whether the packet is part of a list that is not complete yet.
   bool within_list(const ControlPacket& packet) const;
-  // The bus is gone, and every service and look-up with it.
-  std::vector<ServiceChange> lose_all();
+  // Forgets every instance and look-up, since the bus is lost; returns the instances that went.
+  [[nodiscard]] std::vector<ServiceChange> lose_all();
 
  private:
   template <class Goes>

@@ -73,7 +73,7 @@ CodecError encode_elements(const Element* elements, size_t count, const uint8_t*
   return CodecError::kOk;
 }
 
-// Takes from one TLV's value; nothing is read beyond it.
+// Reads one TLV's value, and nothing beyond it.
 class Reader {
  public:
   explicit Reader(std::span<const uint8_t> in) : in_(in) {}
@@ -97,7 +97,7 @@ CodecError decode_elements(const Element* elements, size_t count, Reader& in, ui
     if (e->count_width != 0) {
       if (!in.take(e->count_width, &from)) return CodecError::kTooShort;
       items = load(from, e->count_width);
-      if (items > e->max && !e->overfull) return CodecError::kCountTooLarge;
+      if (items > e->max && !e->truncating) return CodecError::kCountTooLarge;
       if (e->shape == Shape::kCounted) store(c + e->count_offset, items, 4);
     }
     uint8_t* item = c + e->offset;

@@ -1,7 +1,8 @@
 // The TLV codec: walks a message's rows over its C structure, in both directions.
 //
-// It knows no service. Nothing here allocates, throws or keeps state, so every function may run on
-// any thread. Lengths are octets; `wire` is the TLVs without the QMI header.
+// It knows no service. It keeps no state, so every function may be called from any thread; only
+// describe() allocates. Lengths are in octets; `wire` is the TLVs without the QMI header; `c` is
+// the message's C structure and c_size its size.
 #ifndef QCCI_IDL_CODEC_H_
 #define QCCI_IDL_CODEC_H_
 
@@ -14,38 +15,37 @@
 
 namespace qcci::idl {
 
-// One code a cause.
-enum class CodecError : uint8_t {
-  kOk,
-  kWrongStructSize,   // the C structure is not the message's
-  kNoRoom,            // encoding: the output is too small
-  kCountTooLarge,     // an array's count is above the row's maximum (both directions)
-  kValueTooLarge,     // encoding: a number does not fit its wire width
-  kCutHeader,         // decoding: fewer than three octets where a TLV should begin
-  kBeyondMessage,     // decoding: a TLV's length reaches beyond the message
-  kTooShort,          // decoding: a TLV ends before its row does
-  kTooLong,           // decoding: a TLV goes on after its row has ended
-  kDuplicate,         // decoding: a type comes twice
-  kMissingMandatory,  // decoding: a mandatory type does not come
-  kUnknownMandatory,  // decoding: an unknown type below 0x10
+// One code per cause.
+enum class [[nodiscard]] CodecError : uint8_t{
+    kOk,
+    kWrongStructSize,   // the C structure is not the message's
+    kNoRoom,            // encoding: the output is too small
+    kCountTooLarge,     // an array's count is above the row's maximum (both directions)
+    kValueTooLarge,     // encoding: a number does not fit its wire width
+    kCutHeader,         // decoding: fewer than three octets where a TLV should begin
+    kBeyondMessage,     // decoding: a TLV's length reaches beyond the message
+    kTooShort,          // decoding: a TLV ends before its row does
+    kTooLong,           // decoding: a TLV goes on after its row has ended
+    kDuplicate,         // decoding: a type comes twice
+    kMissingMandatory,  // decoding: a mandatory type does not come
+    kUnknownMandatory,  // decoding: an unknown type below 0x10
 };
 const char* codec_error_text(CodecError error);
 
-struct Encoded {
+struct [[nodiscard]] Encoded {
   CodecError error;
-  size_t length;
+  size_t length;  // of the TLVs; 0 after an error
 };
 // Encodes the structure's mandatory members and the optional ones whose flag is set, in the order
 // of the rows. c may be null when the message is empty.
 Encoded encode(const Message& message, const void* c, size_t c_size, std::span<uint8_t> out);
 
-// Decodes into the structure, which is zeroed first (also when the decoding fails half-way: then
-// its contents are of no use, but never wild). Unknown types from 0x10 up are skipped. A fixed
-// width must be met exactly; what exceeds it is an error and not an extension. The one count that
-// may exceed its array's room is that of an `overfull` row.
+// Decodes into the structure, which is zeroed first; after an error its contents are unspecified
+// but initialised. Unknown types from 0x10 up are skipped. A TLV that is longer than its row is an
+// error, not an extension. Only the count of a `truncating` row may exceed its array.
 CodecError decode(const Message& message, std::span<const uint8_t> wire, void* c, size_t c_size);
 
-// One line for a person: "id=2 data_len=512 data=[01 00 …]", octet arrays cut after `octets`.
+// One line for a person: "id=2 data_len=512 data=[01 00 …]". Arrays are cut after `octets` items.
 std::string describe(const Message& message, const void* c, size_t octets = 32);
 
 }  // namespace qcci::idl

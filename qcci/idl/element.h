@@ -1,9 +1,9 @@
 // Element rows: the wire form of a QMI message and where each part lies in its C structure.
 //
-// A message is a list of TLV rows, a TLV a list of elements, and an element a number, an array or a
-// nested record of the C structure. Rows are made by the builders below, one line a field, which
-// take type, width and offset from the structure's member; a table that contradicts itself or its
-// structure does not compile. The same rows encode, decode, print and fuzz a message.
+// A message is a list of TLV rows, a TLV is a list of elements, and an element is a number, an
+// array or a nested record of the C structure. The builders below make rows, one line per field;
+// they take type, width and offset from the structure's member. A table that contradicts itself or
+// its structure does not compile. The same rows encode, decode, print and fuzz a message.
 //
 //   constexpr auto kMessage = [] {
 //     using S = kelvor_vendor_msg;
@@ -22,7 +22,7 @@
 namespace qcci::idl {
 
 static_assert(std::endian::native == std::endian::little,
-              "the wire is little-endian, and so are we");
+              "the codec copies numbers as they are in memory, and the wire is little-endian");
 
 enum class Shape : uint8_t {
   kValue,    // `max` items, always all of them; a plain number is an array of one
@@ -41,7 +41,7 @@ struct Element {
   uint32_t stride = 0;              // octets of one item in C
   const Element* record = nullptr;  // the elements of an item that is a record
   uint32_t record_count = 0;        // 0: the item is a number
-  bool overfull = false;            // decoding keeps `max` items of more, and counts them all
+  bool truncating = false;  // decoding keeps the first `max` items; the count is the sender's
 };
 
 // A record's elements, and the type they describe.
@@ -64,6 +64,7 @@ struct Of {
   Element element;
 };
 
+// Room for a TLV of several plain fields; none in use has more than two.
 inline constexpr size_t kMaxTlvElements = 6;
 struct Tlv {
   uint8_t type = 0;
@@ -86,7 +87,8 @@ struct Message {
 };
 
 namespace detail {
-// Reached only by a bad table: calling it makes the table's constant expression fail to compile.
+// Never defined. A call in a constant expression does not compile, so a bad table is an error that
+// shows `why`.
 void bad_table(const char* why);
 
 constexpr uint32_t smallest_count(uint32_t max) { return max <= 255 ? 1 : 2; }
@@ -159,7 +161,7 @@ constexpr Of<S> value(Member<S, T> m) {
   e.offset = m.offset;
   e.wire_width = sizeof(Item);
   e.stride = sizeof(Item);
-  e.max = sizeof(T) / sizeof(Item);
+  e.max = sizeof(T) / e.stride;
   return {e};
 }
 
@@ -191,12 +193,12 @@ constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
   return {e};
 }
 
-// A counted array of numbers that a sender may overfill: decoded, it holds what it has room for,
-// and its count, which may exceed the room, is the sender's. Whoever reads it checks the count.
+// A counted array of numbers of which a sender may send more than fit: decoding keeps the first of
+// them and the sender's count, so a reader must check the count against the array.
 template <class S, class T, size_t N>
-constexpr Of<S> overfull(Member<S, uint32_t> count, Member<S, T[N]> items) {
+constexpr Of<S> truncating(Member<S, uint32_t> count, Member<S, T[N]> items) {
   Of<S> of = counted(count, items);
-  of.element.overfull = true;
+  of.element.truncating = true;
   return of;
 }
 
@@ -270,7 +272,7 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
 template <class S, size_t N>
 struct MessageTable {
   Tlv tlvs[N];
-  uint32_t max_encoded;
+  uint32_t max_encoded = 0;
 
   constexpr operator Message() const { return {tlvs, N, sizeof(S), max_encoded}; }
 };
@@ -278,7 +280,7 @@ struct MessageTable {
 template <class S, class... Rows>
 constexpr auto message(Rows... rows) {
   static_assert((std::is_same_v<Rows, TlvOf<S>> && ...), "rows of different structures");
-  static_assert(sizeof...(Rows) <= 64, "more rows than the decoder keeps account of");
+  static_assert(sizeof...(Rows) <= 64, "more rows than the decoder has bits for");
   MessageTable<S, sizeof...(Rows)> table{{rows.tlv...}, 0};
   detail::Taken<S, sizeof...(Rows) * (1 + 2 * kMaxTlvElements)> taken;
   uint32_t last_type = 0;

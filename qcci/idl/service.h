@@ -13,8 +13,8 @@ namespace qcci::idl {
 
 // One message id in its three directions; a direction that the service does not use is absent.
 struct MessageRow {
-  uint16_t id;
-  const char* name;
+  uint16_t id = 0;
+  const char* name = "";
   std::optional<Message> request = {};
   std::optional<Message> response = {};
   std::optional<Message> indication = {};
@@ -56,9 +56,9 @@ inline constexpr Message kEmpty{};
 }  // namespace qcci::idl
 
 struct qmi_idl_service_object {
-  const char* name;
-  uint32_t id;
-  int32_t major, minor, tool;
+  const char* name = "";
+  uint32_t id = 0;
+  int32_t major = 0, minor = 0, tool = 0;
   qcci::idl::MessageRows rows;
 
   // Null when the service has no such message.

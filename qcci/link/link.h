@@ -1,10 +1,11 @@
-// The link: how datagrams reach the bus that the modem's services are on.
+// The link: carries datagrams to and from the bus that the modem's services are on.
 //
-// A link gives endpoints, each with an address of its own, as sockets of the kernel's QRTR family
-// do. Everything above it works by datagrams alone: services are looked up, and watched, with
-// control packets to and from the own node's control port.
+// A link opens endpoints, each with its own address, as sockets of the kernel's QRTR family have.
+// It knows nothing of services: these are looked up and watched with control packets, which are
+// datagrams to and from the control port of the endpoint's own node.
 //
-// Threads: open, close and send from any thread; receive from one thread at a time; wake from any.
+// Threads. receive: one thread at a time. Everything else: any thread, also while another receives.
+// No function calls back, so a caller may hold its own locks.
 #ifndef QCCI_LINK_LINK_H_
 #define QCCI_LINK_LINK_H_
 
@@ -18,7 +19,7 @@
 
 namespace qcci {
 
-// Never reused by a link.
+// Not reused by a link; 0 is none.
 using EndpointId = uint64_t;
 
 struct Endpoint {
@@ -34,35 +35,40 @@ struct Datagram {
 
 enum class Sent {
   kSent,
-  kBusy,  // there is no room for it now; it has not gone out
-  kCut,   // the endpoint is cut off from the bus, or was never on it
+  kBusy,  // not sent: no room at the destination for now
+  kCut,   // not sent: the endpoint is not on the bus any more, or there is no such destination
 };
 
-enum class Received {
-  kDatagram,  // one datagram
-  kClosed,    // `endpoint` is cut off from the bus for good, and is closed
-  kNothing,   // the deadline passed, or the receiver was woken
+enum class [[nodiscard]] Received{
+    kDatagram,  // one datagram
+    kClosed,    // `endpoint` has lost the bus for good, and is closed
+    kNothing,   // the deadline passed, or the receiver was woken
 };
 
 class Link {
  public:
   virtual ~Link() = default;
 
-  // False when there is no bus to be on; it may be tried again.
-  virtual bool open(Endpoint* endpoint) = 0;
-  // Whether open will always fail, so that there is nothing to wait for. Never changes.
-  virtual bool never_opens() const { return false; }
-  // Nothing is received for the endpoint once this has returned.
+  // Opens an endpoint. False when there is no bus now; a later attempt may succeed.
+  [[nodiscard]] virtual bool open(Endpoint* endpoint) = 0;
+  // Whether open always fails, so that nothing is worth waiting for. Constant for a link.
+  [[nodiscard]] virtual bool never_opens() const { return false; }
+  // No datagram of the endpoint is received after this has returned.
   virtual void close(EndpointId endpoint) = 0;
-  // Waits for nobody, unless the bus itself does (see qrtr.h).
-  virtual Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) = 0;
+  // Sends at most kMaxDatagram octets, and does not block unless the bus does (see qrtr.h).
+  [[nodiscard]] virtual Sent send(EndpointId endpoint, Address to,
+                                  std::span<const uint8_t> octets) = 0;
 
+  // Waits for a datagram on any endpoint. kDatagram: *datagram is it. kClosed: only its `endpoint`
+  // is set.
   virtual Received receive(Datagram* datagram, platform::Time deadline) = 0;
+  // Ends the receive that runs, or the next one, with kNothing.
   virtual void wake() = 0;
 };
 
-// The link of this process, as its environment chooses it. Defined by the platform.
-std::unique_ptr<Link> make_process_link();
+// The link that the client library uses. Called once, at its first use. Defined by the program, not
+// here: by the implementation of the contract that it links, or by itself.
+[[nodiscard]] std::unique_ptr<Link> make_process_link();
 
 }  // namespace qcci
 

@@ -13,14 +13,15 @@
 namespace qcci {
 namespace {
 
-// A server that has not taken a connection, or greeted it, by then is not answering.
+// How long a server may take to accept a connection, and to send its first record. Both are a
+// matter of microseconds for one that runs; a process start must not hang on one that does not.
 constexpr auto kHelloTime = std::chrono::milliseconds(500);
 
 // A socket address has room for 107 octets; a longer path goes through a descriptor of its folder.
 template <class Call>
 int with_address(const std::string& path, Call call) {
   if (path.empty()) {
-    errno = ENOENT;  // the kernel would take it for a name outside of the file system
+    errno = ENOENT;  // the kernel would take it for an abstract name, outside of the file system
     return -1;
   }
   sockaddr_un address{};
@@ -49,7 +50,7 @@ int with_address(const std::string& path, Call call) {
   return result;
 }
 
-// Takes the server's first record. 0, or an errno number as in the header.
+// Reads the server's first record. Returns 0, or an errno number as in the header.
 int greeting(int fd, Address* own) {
   if (!local_peer_trusted(fd)) return EPERM;
   pollfd readable{fd, POLLIN, 0};
@@ -133,7 +134,7 @@ int LocalSocketLink::open_descriptor(Address* own) {
   ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   int error = local_connect(fd, path_) == 0 ? greeting(fd, own) : errno;
   if (error == 0) return fd;
-  if (error == EAGAIN) error = ETIMEDOUT;  // it takes no connections
+  if (error == EAGAIN) error = ETIMEDOUT;  // it accepts no connections
   ::close(fd);
   errno = error;
   return -1;

@@ -1,9 +1,9 @@
 // The local-socket link: a simulated phone that another process serves.
 //
-// AF_UNIX, SOCK_SEQPACKET; a connection is an endpoint, and a record is a datagram behind the
-// address of its other end. The server's first record comes from its control port: HELLO tells the
-// endpoint its own address; BYE says that the server has no room for another client, and ends the
-// connection. Each side takes the other only when it belongs to the same user or to root.
+// AF_UNIX, SOCK_SEQPACKET. A connection is an endpoint. A record is an address, then a datagram to
+// or from that address. The server's first record comes from its control port: HELLO gives the
+// endpoint its own address; BYE means that the server has no room for another client, and closes
+// the connection. Each side accepts only a peer of the same user or of root.
 #ifndef QCCI_LINK_LOCAL_SOCKET_H_
 #define QCCI_LINK_LOCAL_SOCKET_H_
 
@@ -19,21 +19,20 @@ struct LocalFrame {
   static constexpr size_t kHeader = 8;
 };
 
-// Sends or takes one record; never blocks. read: more than 0 for a datagram, 0 for none yet, -1
-// when the connection is over or not in order.
+// Send or receive one record of a connection, without blocking. The read returns 1 for a datagram,
+// 0 for none yet, -1 when the connection has ended or has sent what is no record.
 Sent local_frame_write(int fd, Address peer, std::span<const uint8_t> octets);
-int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
+[[nodiscard]] int local_frame_read(int fd, Address* peer, std::vector<uint8_t>* octets);
 
-// Whether the other end of a connection may talk to us.
-bool local_peer_trusted(int fd);
+// Whether the peer of a connection belongs to the same user or to root.
+[[nodiscard]] bool local_peer_trusted(int fd);
 
-// Binds or connects to a path of any length that the file system allows; -1 and errno as the system
-// call's.
-int local_bind(int fd, const std::string& path);
-int local_connect(int fd, const std::string& path);
+// bind and connect, for paths of any length that the file system allows. 0, or -1 and errno.
+[[nodiscard]] int local_bind(int fd, const std::string& path);
+[[nodiscard]] int local_connect(int fd, const std::string& path);
 
-// errno says why a server does not answer: EUSERS when it has no room for another client, ETIMEDOUT
-// when it is there but does not greet, EPERM when it is another user's, else as of connect.
+// After a failed open or answers(), errno is EUSERS when the server has no room for another client,
+// ETIMEDOUT when it sends no first record, EPERM when it is another user's, else that of connect.
 class LocalSocketLink final : public PollLink {
  public:
   explicit LocalSocketLink(std::string path);

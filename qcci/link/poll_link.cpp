@@ -29,7 +29,7 @@ bool PollLink::open(Endpoint* endpoint) {
   }
   if (fd < 0) return false;
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     endpoint->id = ++last_;
     descriptors_.emplace(endpoint->id, fd);
   }
@@ -37,11 +37,12 @@ bool PollLink::open(Endpoint* endpoint) {
   return true;
 }
 
-// A descriptor may be closed while the receiver polls it, and its number given to a new one: the
-// receiver therefore reads only under the mutex, only what is still in the table, and never blocks.
+// A descriptor may be closed while the receiver polls it, and its number reused. The receiver
+// therefore reads with the mutex held, only from descriptors that are still in the table, and
+// without blocking.
 void PollLink::close(EndpointId endpoint) {
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     const auto found = descriptors_.find(endpoint);
     if (found == descriptors_.end()) return;
     ::close(found->second);
@@ -51,7 +52,7 @@ void PollLink::close(EndpointId endpoint) {
 }
 
 Sent PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   const auto found = descriptors_.find(endpoint);
   return found != descriptors_.end() ? write(found->second, to, octets) : Sent::kCut;
 }
@@ -60,7 +61,7 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
   polled_.assign(1, {wake_fd_, POLLIN, 0});
   polled_ids_.assign(1, 0);
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     if (std::exchange(woken_, false)) return Received::kNothing;
     polling_ = true;
     auto at = descriptors_.upper_bound(served_);
@@ -71,7 +72,7 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
     }
   }
   const int ready = platform::clock().poll_until(polled_.data(), polled_.size(), deadline);
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   polling_ = false;
   if (ready <= 0) return Received::kNothing;
   if (polled_[0].revents != 0) {
@@ -97,10 +98,11 @@ Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
   return Received::kNothing;
 }
 
-// The descriptor only rouses who sleeps; it is nothing to tell a receiver that is up.
+// The eventfd interrupts a poll; a receiver that is not in one sees woken_ instead, and saves the
+// two system calls.
 void PollLink::wake() {
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     woken_ = !polling_;
     if (woken_) return;
   }

@@ -1,12 +1,14 @@
-// What links over file descriptors share: the endpoints, and one poll over all of them.
+// What links over file descriptors share: the table of endpoints, and one poll over all of them.
+//
+// Threads and failures are the Link's. Descriptors belong to this class, which closes them.
 #ifndef QCCI_LINK_POLL_LINK_H_
 #define QCCI_LINK_POLL_LINK_H_
 
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <vector>
 
+#include "base/mutex.h"
 #include "qcci/link/link.h"
 
 namespace qcci {
@@ -18,15 +20,16 @@ class PollLink : public Link {
   PollLink(const PollLink&) = delete;
   PollLink& operator=(const PollLink&) = delete;
 
-  // Whether there is a bus to be on now; what was opened to see that is kept for the first
-  // endpoint. To be asked before the link is used by several threads.
-  bool answers();
+  // Whether there is a bus to be on now; false leaves the cause in errno. The descriptor opened to
+  // find out is kept for the first endpoint. Call it before several threads use the link.
+  [[nodiscard]] bool answers();
 
-  bool open(Endpoint* endpoint) final;
-  void close(EndpointId endpoint) final;
-  Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final;
-  Received receive(Datagram* datagram, platform::Time deadline) final;
-  void wake() final;
+  bool open(Endpoint* endpoint) final EXCLUDES(mutex_);
+  void close(EndpointId endpoint) final EXCLUDES(mutex_);
+  Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final
+      EXCLUDES(mutex_);
+  Received receive(Datagram* datagram, platform::Time deadline) final EXCLUDES(mutex_);
+  void wake() final EXCLUDES(mutex_);
 
  protected:
   enum class Read { kDatagram, kNothing, kClosed };
@@ -34,20 +37,21 @@ class PollLink : public Link {
   // A non-blocking descriptor that is on the bus, and its address (port 0: not known yet); -1 and
   // errno when there is no bus.
   virtual int open_descriptor(Address* own) = 0;
-  // One datagram of at most kMaxDatagram octets; waits for nobody, as far as the bus lets it.
+  // One datagram of at most kMaxDatagram octets. Neither function blocks, as far as the bus lets
+  // it; both are called with the mutex held.
   virtual Read read(int fd, Address* from, std::vector<uint8_t>* octets) = 0;
   virtual Sent write(int fd, Address to, std::span<const uint8_t> octets) = 0;
 
  private:
   std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
   Address spare_own_;
-  std::mutex mutex_;
-  bool polling_ = false;  // the receiver may be asleep
-  bool woken_ = false;    // it was not, when somebody woke it
-  std::map<EndpointId, int> descriptors_;
-  EndpointId last_ = 0;
-  EndpointId served_ = 0;  // the endpoint read last: the next one goes first
-  // The receiver's own: what it polls, and whose descriptors these are.
+  base::Mutex mutex_;
+  bool polling_ GUARDED_BY(mutex_) = false;  // the receiver is in poll, or on its way there
+  bool woken_ GUARDED_BY(mutex_) = false;    // wake() came while it was not
+  std::map<EndpointId, int> descriptors_ GUARDED_BY(mutex_);
+  EndpointId last_ GUARDED_BY(mutex_) = 0;
+  EndpointId served_ GUARDED_BY(mutex_) = 0;  // the endpoint read last: the next one goes first
+  // The receiver's own: what it polls, and the endpoints that these descriptors are of.
   std::vector<pollfd> polled_;
   std::vector<EndpointId> polled_ids_;
   int wake_fd_;

@@ -48,7 +48,7 @@ Sent qrtr_send(int fd, Address to, std::span<const uint8_t> octets) {
 }
 
 int qrtr_read(int fd, Address* from, std::vector<uint8_t>* octets) {
-  uint8_t buffer[kMaxDatagram + 1];  // whoever fills it has sent more than a datagram may be
+  uint8_t buffer[kMaxDatagram + 1];  // one more, to recognise a datagram that is too long
   sockaddr_qrtr address{};
   socklen_t length = sizeof address;
   const ssize_t got = ::recvfrom(fd, buffer, sizeof buffer, MSG_DONTWAIT,

@@ -1,11 +1,11 @@
-// The QRTR link: the kernel's own bus, with a modem on it or a simulated one published there.
+// The QRTR link: the kernel's bus, with a real modem on it or a simulated one that is served there.
 //
-// AF_QIPCRTR, SOCK_DGRAM, as in the kernel's linux/qrtr.h; a socket is an endpoint, and a datagram
-// travels as it is. The name service answers at the control port of the own node, which the kernel
-// tells; a socket gets its port when it first sends.
+// AF_QIPCRTR, SOCK_DGRAM, as in the kernel's linux/qrtr.h. A socket is an endpoint; datagrams are
+// sent unchanged. The name service answers at the control port of the socket's own node, which
+// getsockname gives; the kernel assigns the port with the first datagram that the socket sends.
 //
-// The kernel holds a datagram to a port of another node back while ten before it have not been
-// taken there, and heeds no flag against waiting: a send may then take as long as the modem does.
+// A send to another node blocks while ten datagrams to that port are unread there. The kernel
+// ignores MSG_DONTWAIT for this, so a send may take as long as the modem does.
 #ifndef QCCI_LINK_QRTR_H_
 #define QCCI_LINK_QRTR_H_
 
@@ -13,14 +13,15 @@
 
 namespace qcci {
 
-// A non-blocking socket on the bus and the address of its node, port 0; -1 and errno without a bus.
-int qrtr_socket(Address* own);
+// Opens a non-blocking socket; *own is the address of its node, with port 0. Returns the
+// descriptor, which is the caller's, or -1 and errno when the kernel has no bus.
+[[nodiscard]] int qrtr_socket(Address* own);
 
-// Sends or takes one datagram, without waiting but for what is said above. read: more than 0 for a
-// datagram, which may be empty; 0 for none yet; -1 when the name service has started anew and knows
-// nothing of the socket. send: kCut when the bus knows no such destination.
+// Send or receive one datagram, blocking only as above. The send returns kCut when there is no such
+// destination. The read returns 1 for a datagram, which may be empty; 0 for none yet; -1 when the
+// name service has restarted and does not know the socket.
 Sent qrtr_send(int fd, Address to, std::span<const uint8_t> octets);
-int qrtr_read(int fd, Address* from, std::vector<uint8_t>* octets);
+[[nodiscard]] int qrtr_read(int fd, Address* from, std::vector<uint8_t>* octets);
 
 class QrtrLink final : public PollLink {
  private:

@@ -1,7 +1,7 @@
 // Numbers that no public source names.
 //
-// They fit the structures' sizes and the encoded lengths that are known of the services, and they
-// are the first to look at when a real modem refuses a message.
+// They fit the known sizes of the structures and of the encoded messages. When a real modem refuses
+// a message, check these first.
 #ifndef QCCI_SERVICES_ASSUMED_H_
 #define QCCI_SERVICES_ASSUMED_H_
 
@@ -12,8 +12,8 @@ namespace qcci::assumed {
 // Vendor service 0xFFE4, every message.
 inline constexpr uint8_t kVendorFirst = 0x01;   // request id, result or sub-id
 inline constexpr uint8_t kVendorSecond = 0x02;  // data length
-inline constexpr uint8_t kVendorBlock = 0x03;   // a block that is always there
-inline constexpr uint8_t kVendorData = 0x10;    // the data that a flag announces
+inline constexpr uint8_t kVendorBlock = 0x03;   // a mandatory block
+inline constexpr uint8_t kVendorData = 0x10;    // optional data, which a flag announces
 
 // NAS 0x45.
 inline constexpr uint8_t kNasBindSubscription = 0x01;
@@ -45,7 +45,7 @@ inline constexpr uint8_t kFourth = 0x04;
 inline constexpr uint8_t kOptional = 0x10;
 }  // namespace vs
 
-// The desk's carrier of diag packets: no modem has it.
+// The service that carries diag packets to the simulated phone; no real modem has it.
 namespace diag {
 inline constexpr uint32_t kServiceId = 0xFFE6;
 inline constexpr uint8_t kPacket = 0x01;        // of a request

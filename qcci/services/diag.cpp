@@ -1,4 +1,4 @@
-// Rows of the desk's carrier of diag packets.
+// Rows of the service that carries diag packets.
 
 #include "qcci/services/diag.h"
 

@@ -1,8 +1,8 @@
-// How diag packets travel on the desk's bus.
+// The service that carries diag packets to the simulated phone.
 //
-// A phone's diag has a channel of its own. On a desk it is a service like the others, so that it
-// comes and goes with the modem, is served to other processes, and meets the same faults. The
-// message says the mode; what the packets say is between the tool and the modem.
+// On a phone diag has its own channel. On a host it is a QMI service like the others, so that it
+// comes and goes with the modem, is served to other processes and is subject to the same fault
+// rules. The message id is the mode; the contents of the packets are not looked at here.
 #ifndef QCCI_SERVICES_DIAG_H_
 #define QCCI_SERVICES_DIAG_H_
 
@@ -23,7 +23,7 @@ struct DiagRequest {
   uint32_t packet_len;
   uint8_t packet[KELVOR_DIAG_CMD_MAX];
   uint8_t wants_answer;
-  uint8_t tag_valid;  // DCI: the answer bears the tag of its command
+  uint8_t tag_valid;  // DCI: the response repeats the command's tag
   uint32_t tag;
 };
 static_assert(sizeof(DiagRequest) == 4108 && offsetof(DiagRequest, tag) == 4104);
@@ -32,7 +32,7 @@ struct DiagResponse {
   qmi_standard_result resp;
   uint8_t tag_valid;
   uint32_t tag;
-  uint8_t packet_valid;  // 0: no answer was wanted
+  uint8_t packet_valid;  // 0: no response was wanted
   uint32_t packet_len;
   uint8_t packet[KELVOR_DIAG_RSP_MAX];
 };

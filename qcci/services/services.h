@@ -1,4 +1,4 @@
-// The service objects, for code below the contract; above it they are had from their getters.
+// The service objects, for code below the contract. Code above it calls their getters.
 #ifndef QCCI_SERVICES_SERVICES_H_
 #define QCCI_SERVICES_SERVICES_H_
 
@@ -14,7 +14,7 @@ extern const qmi_idl_service_object kVsService;
 extern const qmi_idl_service_object kDiagService;
 extern const qmi_idl_service_object kUimService;
 
-// All of them, for tools that walk them.
+// All of them, in no particular order.
 std::span<const qmi_idl_service_object_type> all_services();
 
 }  // namespace qcci::idl

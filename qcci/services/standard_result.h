@@ -17,7 +17,7 @@ constexpr TlvOf<S> standard_result(Member<S, qmi_standard_result> resp) {
   return mandatory(kStandardResultType, nested(resp, kStandardResult));
 }
 
-// The response that carries nothing else.
+// The table of a response that has nothing else.
 template <class S>
 constexpr auto plain_response() {
   return message<S>(standard_result(QCCI_MEMBER(S, resp)));

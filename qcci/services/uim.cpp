@@ -111,7 +111,7 @@ constexpr auto kApduReq = [] {
                     optional(0x11, M(procedure_bytes_valid), narrow<kEnum>(M(procedure_bytes))));
 }();
 
-// The announcement of a longer response (0x11) is skipped: nobody says what it holds.
+// The TLV that announces a longer response (0x11) has no row: its contents are not documented.
 constexpr auto kApduResp = [] {
   using S = uim_send_apdu_resp;
   return message<S>(standard_result(M(resp)),

@@ -33,10 +33,10 @@ constexpr auto kGetReq = [] {
                     mandatory(kThird, counted(M(parameters_len), M(parameters), kParameter)));
 }();
 
-// A modem's own records may be longer than a caller takes; it is the caller who refuses them.
+// A modem's records may be longer than the structure; the caller refuses those.
 constexpr auto kAnswered = [] {
   using S = vs_parameter;
-  return record(value(M(sub)), value(M(id)), overfull(M(data_len), M(data)));
+  return record(value(M(sub)), value(M(id)), truncating(M(data_len), M(data)));
 }();
 
 constexpr auto kGetResp = [] {

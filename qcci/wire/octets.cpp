@@ -6,12 +6,11 @@
 namespace qcci {
 
 std::string to_hex(std::span<const uint8_t> octets, std::string_view between) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;
   for (const uint8_t octet : octets) {
     if (!text.empty()) text += between;
-    text += kDigits[octet >> 4];
-    text += kDigits[octet & 0xF];
+    const HexDigits digits = hex_digits(octet);
+    text.append(digits.data(), digits.size());
   }
   return text;
 }

@@ -1,7 +1,7 @@
-// What travels on the bus: QMI messages and QRTR control packets in datagrams between addresses.
+// The datagrams of the bus: QMI messages, and the control packets of QRTR.
 //
-// Numbers as in the kernel's uapi header linux/qrtr.h; the service header as its QMI helpers have
-// it.
+// The control packets' layout and numbers are those of the kernel's linux/qrtr.h; the QMI header is
+// that of its QMI helpers. All numbers are little-endian, as is every machine that this runs on.
 #ifndef QCCI_WIRE_PACKET_H_
 #define QCCI_WIRE_PACKET_H_
 
@@ -11,6 +11,7 @@
 
 namespace qcci {
 
+// An endpoint's address: a processor, and a port on it.
 struct Address {
   uint32_t node = 0;
   uint32_t port = 0;
@@ -18,7 +19,8 @@ struct Address {
   friend auto operator<=>(const Address&, const Address&) = default;
 };
 
-inline constexpr uint32_t kControlPort = 0xFFFFFFFE;
+inline constexpr uint32_t kControlPort = 0xFFFFFFFE;  // of every node: its name service
+// Octets. A QMI header counts the TLVs in two octets, so no message is longer by more than itself.
 inline constexpr size_t kMaxDatagram = 65535;
 
 enum class Control : uint32_t {
@@ -31,6 +33,7 @@ enum class Control : uint32_t {
   kDelLookup = 11,
 };
 
+// From and to a control port. Every kind has all of the fields, unused ones zero.
 struct ControlPacket {
   Control command{};
   uint32_t service = 0;
@@ -49,8 +52,8 @@ struct ControlPacket {
   std::span<const uint8_t> octets() const {
     return {reinterpret_cast<const uint8_t*>(this), sizeof *this};
   }
-  // False for a datagram that is no control packet.
-  static bool parse(std::span<const uint8_t> datagram, ControlPacket* packet) {
+  // False when the datagram is too short for a control packet.
+  [[nodiscard]] static bool parse(std::span<const uint8_t> datagram, ControlPacket* packet) {
     if (datagram.size() < sizeof *packet) return false;
     std::memcpy(packet, datagram.data(), sizeof *packet);
     return true;
@@ -58,26 +61,29 @@ struct ControlPacket {
 };
 static_assert(sizeof(ControlPacket) == 20);
 
+// ControlPacket::instance of an instance of a version.
 inline constexpr uint32_t instance_field(uint32_t version, uint32_t instance) {
   return (version & 0xFF) | instance << 8;
 }
 
 inline constexpr size_t kQmiHeader = 7;
 
+// What a QMI message on the bus begins with; its TLVs follow.
 struct QmiHeader {
   uint8_t type = 0;  // as qmi_idl_message_type
   uint16_t transaction = 0;
   uint16_t message = 0;
   uint16_t length = 0;  // octets of TLVs
 
+  // Writes kQmiHeader octets.
   void write(uint8_t* to) const {
     to[0] = type;
     std::memcpy(to + 1, &transaction, 2);
     std::memcpy(to + 3, &message, 2);
     std::memcpy(to + 5, &length, 2);
   }
-  // False unless the datagram is one whole message: a header, and as many octets as it says.
-  static bool parse(std::span<const uint8_t> datagram, QmiHeader* header) {
+  // False unless the datagram is one whole message: a header and exactly the octets that it counts.
+  [[nodiscard]] static bool parse(std::span<const uint8_t> datagram, QmiHeader* header) {
     if (datagram.size() < kQmiHeader) return false;
     header->type = datagram[0];
     std::memcpy(&header->transaction, datagram.data() + 1, 2);

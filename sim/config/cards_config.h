@@ -15,6 +15,7 @@
 namespace sim {
 
 class Table;
+struct Section;
 
 constexpr size_t kSlots = 2;
 constexpr size_t kEsimSlot = 1;  // the one, from 0, that has an eUICC beside its SIM
@@ -44,7 +45,8 @@ struct CardsConfig {
 };
 
 // The table [cards] of phone.toml.
-CardsConfig read_cards(Table table);
+CardsConfig read_cards(Table& top);
+std::vector<Section> cards_sections();
 
 const char* card_state_name(uim_card_state state);
 const char* profile_class_name(ProfileClass profile_class);

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "platform/idl/vs.h"
-#include "sim/config/toml_table.h"
+#include "sim/config/key.h"
 
 namespace sim {
 namespace {
@@ -16,112 +16,151 @@ namespace {
 constexpr uint8_t kVersion = 1;
 constexpr uint32_t kTechnology = 0x2C;
 
-struct Kind {
-  size_t width;
-  int64_t least, most;  // both 0: a float
-};
-constexpr Kind kU8{1, 0, UINT8_MAX};
-constexpr Kind kU16{2, 0, UINT16_MAX};
-constexpr Kind kU32{4, 0, UINT32_MAX};
-constexpr Kind kI16{2, INT16_MIN, INT16_MAX};
-constexpr Kind kI32{4, INT32_MIN, INT32_MAX};
-constexpr Kind kF32{4, 0, 0};
+// The widths of a record's numbers, each with what it holds.
+constexpr Range kU8{0, UINT8_MAX};
+constexpr Range kU16{0, UINT16_MAX};
+constexpr Range kU32{0, UINT32_MAX};
+constexpr Range kI32{INT32_MIN, INT32_MAX};
+constexpr Range kLevel{INT16_MIN, INT16_MAX, "dBm"};
+constexpr Range kLoss{0, UINT8_MAX, "dB"};
 
-// A field is one value, or a list of one for each chain. Lists that stand side by side and are of
-// one length are packed chain by chain: the first chain's value of each, then the second's.
-struct Field {
-  const char* key;  // null: a word that is 0
-  Kind kind;
-  size_t chains = 0;  // 0: one value
-};
-constexpr Field kZeroWord{nullptr, kU32};
+std::string zeros(const Key& key) {
+  const std::string zero = key.type == KeyType::kDecimal ? "0.0" : "0";
+  if (!key.list) return zero;
+  std::string all = "[" + zero;
+  for (int64_t i = 1; i < key.items.most; ++i) all += ", " + zero;
+  return all + "]";
+}
 
-constexpr Field kLteCell[] = {{"earfcn", kU32},  {"pci", kU16},     {"rx_valid", kU16},
-                              {"rsrp", kF32, 4}, {"rsrq", kF32, 4}, {"rssi", kF32, 4},
-                              {"snr", kF32, 4}};
-constexpr Field kNrCell[] = {{"rsrp", kF32, 4}, {"rsrq", kF32}};
-constexpr Field kNrAgc[] = {kZeroWord, {"rssi", kF32, 4}};
-constexpr Field kNrFtl[] = {kZeroWord, {"snr", kF32, 4}};
-constexpr Field kNrAntenna[] = {
-    {"rx_old", kI32, 4}, {"rx_new", kI32, 4}, {"tx_old", kI32, 2}, {"tx_new", kI32, 2}};
-constexpr Field kNrPower[] = {kZeroWord, {"tx_power", kF32}};
-constexpr Field kLtePower[] = {{"pusch_tx_power", kI16},
-                               {"dl_path_loss", kU8},
-                               {"max_power", kI16},
-                               {"pusch_ex_tx_power", kI16}};
-constexpr Field kWcdma[] = {kZeroWord, {"rx_agc", kF32, 2}};
-constexpr Field kGsm[] = {kZeroWord, {"prx", kF32}, {"drx", kF32}};
-constexpr Field kAntenna[] = {{"ant_num", kU8},
-                              {"ant_path", kU8},
-                              {"sig_path", kU8},
-                              {"old_config", kU8},
-                              {"new_config", kU8}};
+constexpr Key whole(const char* name, Range range, int64_t chains = 0, const char* comment = "") {
+  return {.name = name,
+          .type = KeyType::kNumber,
+          .comment = comment,
+          .range = range,
+          .list = chains != 0,
+          .items = {chains, chains},
+          .fallback = zeros};
+}
+constexpr Key decimal(const char* name, const char* unit, int64_t chains = 0) {
+  Key key = whole(name, {0, 0, unit}, chains);
+  key.type = KeyType::kDecimal;
+  return key;
+}
+
+// A record's keys in the order of its octets. A list has a value for each chain; lists that stand
+// side by side and are of one length are packed chain by chain: the first chain's value of each,
+// then the second's.
+constexpr Key kLteCell[] = {whole("earfcn", kU32),
+                            whole("pci", kU16),
+                            whole("rx_valid", kU16, 0, "a bit for each chain"),
+                            decimal("rsrp", "dBm", 4),
+                            decimal("rsrq", "dB", 4),
+                            decimal("rssi", "dBm", 4),
+                            decimal("snr", "dB", 4)};
+constexpr Key kNrCell[] = {decimal("rsrp", "dBm", 4), decimal("rsrq", "dB")};
+constexpr Key kNrAgc[] = {decimal("rssi", "dBm", 4)};
+constexpr Key kNrFtl[] = {decimal("snr", "dB", 4)};
+constexpr Key kNrAntenna[] = {whole("rx_old", kI32, 4), whole("rx_new", kI32, 4),
+                              whole("tx_old", kI32, 2), whole("tx_new", kI32, 2)};
+constexpr Key kNrPower[] = {decimal("tx_power", "dBm")};
+constexpr Key kLtePower[] = {whole("pusch_tx_power", kLevel), whole("dl_path_loss", kLoss),
+                             whole("max_power", kLevel), whole("pusch_ex_tx_power", kLevel)};
+constexpr Key kWcdma[] = {decimal("rx_agc", "dBm", 2)};
+constexpr Key kGsm[] = {decimal("prx", "dBm"), decimal("drx", "dBm")};
+constexpr Key kAntenna[] = {whole("ant_num", kU8), whole("ant_path", kU8), whole("sig_path", kU8),
+                            whole("old_config", kU8), whole("new_config", kU8)};
 
 struct RecordRow {
   const char* name;
   uint32_t id;
-  std::span<const Field> fields;
+  std::span<const Key> keys;
+  size_t reserved = 0;  // octets of 0 behind the version
 };
 constexpr RecordRow kRecords[] = {
-    {"lte_pcc", 0x52, kLteCell},      {"lte_scc1", 0x67, kLteCell}, {"lte_scc2", 0x68, kLteCell},
-    {"lte_scc3", 0x69, kLteCell},     {"lte_scc4", 0x6A, kLteCell}, {"lte_scc5", 0x6B, kLteCell},
-    {"lte_scc6", 0x6C, kLteCell},     {"nr_pcc", 0x87, kNrCell},    {"nr_scc1", 0x06, kNrCell},
-    {"nr_scc2", 0x07, kNrCell},       {"nr_agc", 0x5E, kNrAgc},     {"nr_ftl", 0x70, kNrFtl},
-    {"nr_antenna", 0x71, kNrAntenna}, {"nr_power", 0x5A, kNrPower}, {"lte_power", 0x62, kLtePower},
-    {"wcdma", 0x6E, kWcdma},          {"gsm", 0x6F, kGsm},          {"antenna", 0x64, kAntenna},
+    {"lte_pcc", 0x52, kLteCell},      {"lte_scc1", 0x67, kLteCell},
+    {"lte_scc2", 0x68, kLteCell},     {"lte_scc3", 0x69, kLteCell},
+    {"lte_scc4", 0x6A, kLteCell},     {"lte_scc5", 0x6B, kLteCell},
+    {"lte_scc6", 0x6C, kLteCell},     {"nr_pcc", 0x87, kNrCell},
+    {"nr_scc1", 0x06, kNrCell},       {"nr_scc2", 0x07, kNrCell},
+    {"nr_agc", 0x5E, kNrAgc, 4},      {"nr_ftl", 0x70, kNrFtl, 4},
+    {"nr_antenna", 0x71, kNrAntenna}, {"nr_power", 0x5A, kNrPower, 4},
+    {"lte_power", 0x62, kLtePower},   {"wcdma", 0x6E, kWcdma, 4},
+    {"gsm", 0x6F, kGsm, 4},           {"antenna", 0x64, kAntenna},
 };
 
-void append(std::vector<uint8_t>& to, const void* value, size_t width) {
-  const auto* octets = static_cast<const uint8_t*>(value);
-  to.insert(to.end(), octets, octets + width);
+constexpr Choice kRats[] = {{"none", 0},
+                            {"gsm", VS_RAT_GSM},
+                            {"wcdma", VS_RAT_WCDMA},
+                            {"lte", VS_RAT_LTE},
+                            {"nr", VS_RAT_NR}};
+constexpr Key kSubKeys[] = {{.name = "rat",
+                             .type = KeyType::kChoice,
+                             .comment = "the technology in use; its number is taken as well",
+                             .choices = kRats,
+                             .fallback = [](const Key&) { return std::string(); }}};
+constexpr Key kRawKeys[] = {
+    {.name = "\"0x52\"",
+     .type = KeyType::kOctets,
+     .comment = "the octets of the record with that id, whatever the tables say",
+     .range = {0, VS_DATA_MAX},
+     .fallback = [](const Key&) { return std::string(); }}};
+constexpr const char* kSubs[kMeasuredSubs] = {"sub0", "sub1"};
+
+// How many values a key has.
+size_t count(const Key& key) { return key.list ? static_cast<size_t>(key.items.most) : 1; }
+
+// Of one value in a record.
+constexpr size_t width(const Key& key) {
+  if (key.type == KeyType::kDecimal) return sizeof(float);
+  const int64_t values = key.range.most - key.range.least;
+  return values <= UINT8_MAX ? 1 : values <= UINT16_MAX ? 2 : 4;
 }
 
-// The field's values one after the other, each in its width.
-std::vector<uint8_t> values(Table& table, const Field& field) {
+void append(std::vector<uint8_t>& to, const void* value, size_t octets) {
+  const auto* from = static_cast<const uint8_t*>(value);
+  to.insert(to.end(), from, from + octets);
+}
+
+// The key's values one after the other, each in its width.
+std::vector<uint8_t> values(Table& table, const Key& key) {
   std::vector<uint8_t> octets;
-  if (field.key == nullptr) {
-    octets.resize(field.kind.width);
-  } else if (field.kind.least == field.kind.most) {
-    const std::vector<float> all = field.chains == 0 ? std::vector{table.decimal(field.key)}
-                                                     : table.decimals(field.key, field.chains);
-    for (const float value : all) append(octets, &value, field.kind.width);
+  if (!table.has(key.name)) {
+    octets.resize(width(key) * count(key));
+  } else if (key.type == KeyType::kDecimal) {
+    const std::vector<float> all =
+        key.list ? table.decimals(key.name, count(key)) : std::vector{table.decimal(key.name)};
+    for (const float value : all) append(octets, &value, width(key));
   } else {
-    const auto& [width, least, most] = field.kind;
-    std::vector<int64_t> all = field.chains == 0
-                                   ? std::vector{table.integer(field.key, 0, least, most)}
-                                   : table.integers(field.key, least, most);
-    if (field.chains != 0 && !table.has(field.key)) all.resize(field.chains);
-    if (field.chains != 0 && all.size() != field.chains) {
-      table.fail(field.key, "must be a list of " + std::to_string(field.chains));
+    const auto [least, most, unit] = key.range;
+    const std::vector<int64_t> all = key.list ? table.numbers(key.name, least, most)
+                                              : std::vector{table.number(key.name, least, most)};
+    if (key.list && all.size() != count(key)) {
+      table.fail(key.name, "must be a list of " + std::to_string(count(key)));
     }
-    for (const int64_t value : all) append(octets, &value, width);
+    for (const int64_t value : all) append(octets, &value, width(key));
   }
   return octets;
 }
 
-size_t lists_side_by_side(std::span<const Field> fields) {
+size_t lists_side_by_side(std::span<const Key> keys) {
   size_t lists = 1;
-  while (fields[0].chains != 0 && lists < fields.size() &&
-         fields[lists].chains == fields[0].chains) {
-    ++lists;
-  }
+  while (keys[0].list && lists < keys.size() && count(keys[lists]) == count(keys[0])) ++lists;
   return lists;
 }
 
-std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
+std::vector<uint8_t> pack(Table table, const RecordRow& row) {
   std::vector<uint8_t> record{kVersion};
-  while (!fields.empty()) {
-    const size_t chains = fields[0].chains;
-    const size_t lists = lists_side_by_side(fields);
+  record.resize(record.size() + row.reserved);
+  for (std::span<const Key> keys = row.keys; !keys.empty();) {
+    const size_t lists = lists_side_by_side(keys);
     std::vector<std::vector<uint8_t>> columns;
-    for (const Field& field : fields.first(lists)) columns.push_back(values(table, field));
-    for (size_t chain = 0; chain < std::max<size_t>(chains, 1); ++chain) {
+    for (const Key& key : keys.first(lists)) columns.push_back(values(table, key));
+    for (size_t chain = 0; chain < count(keys[0]); ++chain) {
       for (size_t i = 0; i < lists; ++i) {
-        const size_t width = fields[i].kind.width;
-        append(record, columns[i].data() + chain * width, width);
+        append(record, columns[i].data() + chain * width(keys[i]), width(keys[i]));
       }
     }
-    fields = fields.subspan(lists);
+    keys = keys.subspan(lists);
   }
   table.done();
   return record;
@@ -129,32 +168,27 @@ std::vector<uint8_t> pack(Table table, std::span<const Field> fields) {
 
 // How many stacks there are, and each one's radio technology.
 std::vector<uint8_t> technology(Table& sub) {
-  static constexpr std::pair<const char*, uint32_t> kRats[] = {{"none", 0},
-                                                               {"gsm", VS_RAT_GSM},
-                                                               {"wcdma", VS_RAT_WCDMA},
-                                                               {"lte", VS_RAT_LTE},
-                                                               {"nr", VS_RAT_NR}};
   const bool number = sub.is_number("rat");
-  const uint32_t rat = number ? sub.number("rat", 0, 0, UINT32_MAX)
-                              : sub.one_of("rat", "none", kRats, ", or a number");
+  const auto rat = static_cast<uint32_t>(number ? sub.number("rat", 0, UINT32_MAX)
+                                                : sub.choice("rat", kRats, ", or a number"));
   if (!number && rat == 0) return {0};
   std::vector<uint8_t> record{1};
   append(record, &rat, sizeof rat);
   return record;
 }
 
-// The decimals of a record's field, a chain after the other; none when the record is too short.
-std::vector<float> decimals_in(std::span<const uint8_t> record, std::span<const Field> fields,
-                               std::string_view key) {
-  size_t at = sizeof kVersion;
-  while (!fields.empty()) {
-    const size_t lists = lists_side_by_side(fields);
-    const size_t chains = std::max<size_t>(fields[0].chains, 1);
+// The decimals of a key, a chain after the other; none when the record is too short.
+std::vector<float> decimals_in(std::span<const uint8_t> record, const RecordRow& row,
+                               std::string_view name) {
+  size_t at = sizeof kVersion + row.reserved;
+  for (std::span<const Key> keys = row.keys; !keys.empty();) {
+    const size_t lists = lists_side_by_side(keys);
+    const size_t chains = count(keys[0]);
     size_t stride = 0;
     std::optional<size_t> found;
-    for (const Field& field : fields.first(lists)) {
-      if (field.key != nullptr && field.key == key) found = at + stride;
-      stride += field.kind.width;
+    for (const Key& key : keys.first(lists)) {
+      if (key.name == name) found = at + stride;
+      stride += width(key);
     }
     if (found) {
       std::vector<float> decimals(chains);
@@ -166,13 +200,13 @@ std::vector<float> decimals_in(std::span<const uint8_t> record, std::span<const 
       return decimals;
     }
     at += chains * stride;
-    fields = fields.subspan(lists);
+    keys = keys.subspan(lists);
   }
   return {};
 }
 
 // "0x52" or "82".
-std::optional<uint32_t> id_of(const std::string& key) {
+std::optional<uint32_t> id_of(std::string_view key) {
   const bool hex = key.starts_with("0x");
   const char* end = key.data() + key.size();
   uint32_t id = 0;
@@ -182,7 +216,7 @@ std::optional<uint32_t> id_of(const std::string& key) {
 }
 
 void read_raw(Table raw, Records& records) {
-  for (const std::string& key : raw.keys()) {
+  for (const std::string_view key : raw.keys()) {
     const auto id = id_of(key);
     if (!id) raw.fail(key, "is not the id of a record");
     records[*id] = raw.octets(key, VS_DATA_MAX);
@@ -191,21 +225,38 @@ void read_raw(Table raw, Records& records) {
 
 }  // namespace
 
-Measurements read_measurements(Table table) {
-  static constexpr const char* kSubs[kMeasuredSubs] = {"sub0", "sub1"};
+Measurements read_measurements(Table& top) {
+  Table table = top.table("measurements");
   Measurements measurements;
   for (size_t i = 0; i < kMeasuredSubs; ++i) {
     Table sub = table.table(kSubs[i]);
     Records& records = measurements[i];
     if (sub.has("rat")) records[kTechnology] = technology(sub);
     for (const RecordRow& row : kRecords) {
-      if (sub.has(row.name)) records[row.id] = pack(sub.table(row.name), row.fields);
+      if (sub.has(row.name)) records[row.id] = pack(sub.table(row.name), row);
     }
     read_raw(sub.table("raw"), records);
     sub.done();
   }
   table.done();
   return measurements;
+}
+
+std::vector<Section> measurement_sections() {
+  std::vector<Section> sections;
+  for (const char* sub : kSubs) {
+    const std::string path = std::string("measurements.") + sub;
+    sections.push_back({path,
+                        "What the modem measures, a table for each subscription, and in it a table "
+                        "for each record. The modem has no record that is left out; a value that "
+                        "is left out is 0. A list has a value for each chain.",
+                        kSubKeys});
+    for (const RecordRow& row : kRecords) {
+      sections.push_back({path + "." + row.name, "", row.keys, Section::Kind::kRecord});
+    }
+    sections.push_back({path + ".raw", "", kRawKeys, Section::Kind::kRecord});
+  }
+  return sections;
 }
 
 std::optional<float> received_level(const Records& records) {
@@ -226,7 +277,7 @@ std::optional<float> received_level(const Records& records) {
   const auto* const row = std::ranges::find(kRecords, level->record, &RecordRow::name);
   const auto record = records.find(row->id);
   if (record == records.end()) return std::nullopt;
-  const std::vector<float> chains = decimals_in(record->second, row->fields, level->key);
+  const std::vector<float> chains = decimals_in(record->second, *row, level->key);
   if (chains.empty()) return std::nullopt;
   return *std::ranges::max_element(chains);
 }

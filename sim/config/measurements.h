@@ -12,6 +12,7 @@
 namespace sim {
 
 class Table;
+struct Section;
 
 constexpr size_t kMeasuredSubs = 2;
 
@@ -20,7 +21,8 @@ using Records = std::map<uint32_t, std::vector<uint8_t>>;
 using Measurements = std::array<Records, kMeasuredSubs>;
 
 // The table [measurements] of phone.toml.
-Measurements read_measurements(Table table);
+Measurements read_measurements(Table& top);
+std::vector<Section> measurement_sections();
 
 // What the subscription receives of the technology in use, in dBm, by its best chain; none when
 // that is not measured.

@@ -10,21 +10,20 @@
 
 namespace sim {
 
-bool Table::has(const std::string& key) {
-  known_.insert(key);
+bool Table::has(std::string_view key) {
+  known_.push_back(key);
   return table_.contains(key);
 }
 
-std::vector<std::string> Table::keys() const {
-  std::vector<std::string> all;
-  for (const auto& [key, node] : table_) all.emplace_back(key.str());
+std::vector<std::string_view> Table::keys() const {
+  std::vector<std::string_view> all;
+  for (const auto& [key, node] : table_) all.push_back(key.str());
   return all;
 }
 
-bool Table::is_number(const std::string& key) { return has(key) && table_[key].is_integer(); }
+bool Table::is_number(std::string_view key) const { return table_[key].is_integer(); }
 
-int64_t Table::integer(const std::string& key, int64_t fallback, int64_t least, int64_t most) {
-  if (!has(key)) return fallback;
+int64_t Table::number(std::string_view key, int64_t least, int64_t most) const {
   const auto value = table_[key].value_exact<int64_t>();
   if (!value || *value < least || *value > most) {
     fail(key,
@@ -33,19 +32,13 @@ int64_t Table::integer(const std::string& key, int64_t fallback, int64_t least, 
   return *value;
 }
 
-uint32_t Table::number(const std::string& key, uint32_t fallback, uint32_t least, uint32_t most) {
-  return static_cast<uint32_t>(integer(key, fallback, least, most));
-}
-
-bool Table::flag(const std::string& key, bool fallback) {
-  if (!has(key)) return fallback;
+bool Table::flag(std::string_view key) const {
   const auto value = table_[key].value_exact<bool>();
   if (!value) fail(key, "must be true or false");
   return *value;
 }
 
-std::string Table::text(const std::string& key, const char* fallback, size_t most) {
-  if (!has(key)) return fallback;
+std::string Table::text(std::string_view key, size_t most) const {
   const auto value = table_[key].value_exact<std::string>();
   if (!value || value->size() > most) {
     fail(key, "must be a text of at most " + std::to_string(most) + " octets");
@@ -53,21 +46,17 @@ std::string Table::text(const std::string& key, const char* fallback, size_t mos
   return *value;
 }
 
-float Table::decimal(const std::string& key) {
-  return has(key) ? decimal_of(*table_.get(key), key) : 0;
-}
+float Table::decimal(std::string_view key) const { return decimal_of(*table_.get(key), key); }
 
-std::vector<float> Table::decimals(const std::string& key, size_t exactly) {
-  if (!has(key)) return std::vector<float>(exactly);
+std::vector<float> Table::decimals(std::string_view key, size_t exactly) const {
   std::vector<float> all;
   for (const toml::node& node : list(key, "numbers")) all.push_back(decimal_of(node, key));
   if (all.size() != exactly) fail(key, "must be a list of " + std::to_string(exactly));
   return all;
 }
 
-std::vector<int64_t> Table::integers(const std::string& key, int64_t least, int64_t most) {
+std::vector<int64_t> Table::numbers(std::string_view key, int64_t least, int64_t most) const {
   std::vector<int64_t> all;
-  if (!has(key)) return all;
   for (const toml::node& node : list(key, "numbers")) {
     const auto value = node.value_exact<int64_t>();
     if (!value || *value < least || *value > most) {
@@ -79,16 +68,15 @@ std::vector<int64_t> Table::integers(const std::string& key, int64_t least, int6
   return all;
 }
 
-std::vector<uint8_t> Table::octets(const std::string& key, size_t most) {
-  const auto octets = qcci::from_hex(text(key, "", UINT16_MAX));
+std::vector<uint8_t> Table::octets(std::string_view key, size_t most) const {
+  const auto octets = qcci::from_hex(text(key, UINT16_MAX));
   if (!octets) fail(key, "must be octets in hex, like \"01 A0\"");
   if (octets->size() > most) fail(key, "has more than " + std::to_string(most) + " octets");
   return *octets;
 }
 
-std::vector<std::string> Table::texts(const std::string& key) {
+std::vector<std::string> Table::texts(std::string_view key) const {
   std::vector<std::string> all;
-  if (!has(key)) return all;
   for (const toml::node& node : list(key, "texts")) {
     const auto value = node.value_exact<std::string>();
     if (!value) fail(key, "must be a list of texts");
@@ -97,7 +85,18 @@ std::vector<std::string> Table::texts(const std::string& key) {
   return all;
 }
 
-Table Table::table(const std::string& key) {
+int64_t Table::choice(std::string_view key, std::span<const Choice> choices,
+                      const char* others) const {
+  const auto value = table_[key].value_exact<std::string>();
+  std::string names;
+  for (const Choice& one : choices) {
+    if (value == one.name) return one.value;
+    names += std::string(names.empty() ? "" : ", ") + one.name;
+  }
+  fail(key, "must be one of " + names + others);
+}
+
+Table Table::table(std::string_view key) {
   static const toml::table kNone;
   if (!has(key)) return {kNone, name_of(key)};
   const toml::table* found = table_[key].as_table();
@@ -105,11 +104,11 @@ Table Table::table(const std::string& key) {
   return {*found, name_of(key)};
 }
 
-std::vector<Table> Table::tables(const std::string& key) {
+std::vector<Table> Table::tables(std::string_view key) {
   std::vector<Table> all;
   if (!has(key)) return all;
   const std::string what = "tables, each under [[" + name_of(key) + "]]";
-  for (const toml::node& node : list(key, what.c_str())) {
+  for (const toml::node& node : list(key, what)) {
     if (!node.is_table()) fail(key, "must be a list of " + what);
     all.emplace_back(*node.as_table(), name_of(key));
   }
@@ -118,20 +117,16 @@ std::vector<Table> Table::tables(const std::string& key) {
 
 void Table::done() const {
   for (const auto& [key, node] : table_) {
-    if (!known_.contains(std::string(key.str()))) {
+    if (std::ranges::find(known_, key.str()) == known_.end()) {
       throw BadToml{node.source(), (name_.empty() ? "" : name_ + ": ") + "unknown key \"" +
                                        std::string(key.str()) + "\""};
     }
   }
 }
 
-void Table::fail(const std::string& key, const std::string& what) const {
+void Table::fail(std::string_view key, const std::string& what) const {
   const toml::node* node = table_.get(key);
   throw BadToml{node != nullptr ? node->source() : table_.source(), name_of(key) + " " + what};
-}
-
-void Table::need(const std::string& key) {
-  if (!has(key)) fail(key, "is missing");
 }
 
 std::string Table::written() const {
@@ -143,18 +138,18 @@ std::string Table::written() const {
   return text;
 }
 
-std::string Table::name_of(const std::string& key) const {
-  return name_.empty() ? key : name_ + "." + key;
+std::string Table::name_of(std::string_view key) const {
+  return (name_.empty() ? "" : name_ + ".") + std::string(key);
 }
 
-const toml::array& Table::list(const std::string& key, const char* what) const {
+const toml::array& Table::list(std::string_view key, const std::string& what) const {
   const toml::array* array = table_[key].as_array();
-  if (array == nullptr) fail(key, std::string("must be a list of ") + what);
+  if (array == nullptr) fail(key, "must be a list of " + what);
   return *array;
 }
 
-// Infinities and what is no number stand for themselves: a modem reports them.
-float Table::decimal_of(const toml::node& node, const std::string& key) const {
+// inf and nan are passed through: a modem reports them.
+float Table::decimal_of(const toml::node& node, std::string_view key) const {
   const auto value = node.is_number() ? node.value<double>() : std::nullopt;
   if (!value) fail(key, "holds something that is not a number");
   if (std::isfinite(*value) && std::abs(*value) > std::numeric_limits<float>::max()) {

@@ -1,4 +1,4 @@
-// Responses that are put together octet by octet, because they are none of the service's own.
+// Responses that the modem or a fault rule writes in place of the service, octet by octet.
 #ifndef SIM_MODEM_ANSWER_H_
 #define SIM_MODEM_ANSWER_H_
 
@@ -13,7 +13,7 @@
 
 namespace sim {
 
-// The response with these TLVs to the message that `header` is of.
+// The response to the request with this header; `tlvs`: its encoded TLVs, at most 65,535 octets.
 inline std::vector<uint8_t> answer(qcci::QmiHeader header, std::initializer_list<uint8_t> tlvs) {
   header.type = QMI_IDL_RESPONSE;
   header.length = static_cast<uint16_t>(tlvs.size());
@@ -23,7 +23,7 @@ inline std::vector<uint8_t> answer(qcci::QmiHeader header, std::initializer_list
   return octets;
 }
 
-// The standard result "failure" with a QMI error.
+// The response with the standard result "failure" and a QMI error.
 inline std::vector<uint8_t> answer_error(const qcci::QmiHeader& header, uint16_t error) {
   return answer(header, {qcci::idl::kStandardResultType, 4, 0, 1, 0, static_cast<uint8_t>(error),
                          static_cast<uint8_t>(error >> 8)});

@@ -26,17 +26,17 @@ void Bus::control(Address client, std::span<const uint8_t> octets) {
   for (const auto& [address, server] : servers_) {
     if (packet.service != 0 && packet.service != server.service) continue;
     if (packet.instance != 0 && packet.instance != server.instance) continue;
-    tell(client,
-         {Control::kNewServer, server.service, server.instance, address.node, address.port});
+    report(client,
+           {Control::kNewServer, server.service, server.instance, address.node, address.port});
   }
-  tell(client, {Control::kNewServer, 0, 0, 0, 0});
+  report(client, {Control::kNewServer, 0, 0, 0, 0});
 }
 
 Address Bus::publish(uint32_t service, uint32_t version, uint32_t instance) {
   const Address address{kNode, ++last_server_};
   const Server server{service, qcci::instance_field(version, instance)};
   servers_.emplace(address, server);
-  tell_watchers(Control::kNewServer, address, server);
+  report_to_watchers(Control::kNewServer, address, server);
   return address;
 }
 
@@ -45,7 +45,7 @@ void Bus::withdraw(Address address) {
   if (found == servers_.end()) return;
   const Server server = found->second;
   servers_.erase(found);
-  tell_watchers(Control::kDelServer, address, server);
+  report_to_watchers(Control::kDelServer, address, server);
 }
 
 std::optional<uint32_t> Bus::service_at(Address server) const {
@@ -59,14 +59,14 @@ void Bus::deliver(Address from, Address to, std::span<const uint8_t> octets) {
   if (found != clients_.end()) found->second->deliver(from, octets);
 }
 
-void Bus::tell(Address client, const ControlPacket& packet) {
+void Bus::report(Address client, const ControlPacket& packet) {
   deliver(kControl, client, packet.octets());
 }
 
-void Bus::tell_watchers(Control command, Address address, const Server& server) {
+void Bus::report_to_watchers(Control command, Address address, const Server& server) {
   const ControlPacket packet{command, server.service, server.instance, address.node, address.port};
   for (const auto& [client, services] : lookups_) {
-    if (services.contains(0) || services.contains(server.service)) tell(client, packet);
+    if (services.contains(0) || services.contains(server.service)) report(client, packet);
   }
 }
 

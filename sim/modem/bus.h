@@ -1,7 +1,8 @@
-// The simulated bus: ports, the name service, and who hears of whom.
+// The simulated bus: client ports, service addresses, and the name service, which answers look-ups
+// and reports services that come and go.
 //
-// It carries datagrams and knows nothing of what is in them but control packets. No lock of its
-// own: the modem's guards it.
+// It carries datagrams and looks into control packets only. Not thread-safe: the modem's mutex
+// guards it.
 #ifndef SIM_MODEM_BUS_H_
 #define SIM_MODEM_BUS_H_
 
@@ -17,44 +18,50 @@ namespace sim {
 
 using qcci::Address;
 
-// A client's end. Called with the modem's lock held: it takes the datagram and returns.
+// A client's end of the bus.
 class Port {
  public:
   virtual ~Port() = default;
+  // Takes one datagram; `octets` are valid during the call only. Called with the modem's mutex
+  // held, so it must return soon and must not call the modem.
   virtual void deliver(Address from, std::span<const uint8_t> octets) = 0;
 };
 
 class Bus {
  public:
+  // The bus's only node, with the number that the kernel gives its own.
   static constexpr uint32_t kNode = 1;
-  static constexpr size_t kLookupsMax = 256;  // of one client
+  // Look-ups of one client, far more than there are services: a hostile one must not fill memory.
+  static constexpr size_t kLookupsMax = 256;
   static constexpr Address kControl{kNode, qcci::kControlPort};
 
   Address attach(Port& port);
   void detach(Address client);
   bool attached(Address client) const { return clients_.contains(client); }
-  // A control packet from a client.
+  // Takes a control packet from a client. All but look-ups and their ends are ignored.
   void control(Address client, std::span<const uint8_t> octets);
 
-  // Gives the service a port and announces it.
+  // Gives the service a new address and reports it to those that look it up. Addresses are not
+  // used again.
   Address publish(uint32_t service, uint32_t version, uint32_t instance);
   void withdraw(Address server);
   std::optional<uint32_t> service_at(Address server) const;
+  // Drops what is for a client that is not attached.
   void deliver(Address from, Address to, std::span<const uint8_t> octets);
 
  private:
   struct Server {
     uint32_t service;
-    uint32_t instance;  // as control packets have it
+    uint32_t instance;  // version and instance in one field, as control packets have them
   };
-  void tell(Address client, const qcci::ControlPacket& packet);
-  void tell_watchers(qcci::Control command, Address server, const Server& what);
+  void report(Address client, const qcci::ControlPacket& packet);
+  void report_to_watchers(qcci::Control command, Address server, const Server& what);
 
-  uint32_t last_client_ = 0x4000;
+  uint32_t last_client_ = 0x4000;  // where the kernel's bus, too, begins to number clients
   uint32_t last_server_ = 0;
   std::map<Address, Port*> clients_;
   std::map<Address, Server> servers_;
-  std::map<Address, std::set<uint32_t>> lookups_;  // services, 0: all
+  std::map<Address, std::set<uint32_t>> lookups_;  // service ids; 0: all
 };
 
 }  // namespace sim

@@ -1,6 +1,7 @@
 #include "sim/modem/faults.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "qcci/services/assumed.h"
 #include "qcci/wire/packet.h"
@@ -11,30 +12,100 @@ namespace {
 
 using qcci::QmiHeader;
 
-constexpr size_t kMostCopies = 16;
+constexpr size_t kMostCopies = 16;  // of one message, however many rules duplicate it
 
 uint8_t octet(uint32_t v, int n) { return static_cast<uint8_t>(v >> 8 * n); }
 
-// What an indication says of its outcome, where it says so in the first TLV.
+// Where an indication has its outcome, when its first TLV is that.
 constexpr uint8_t kOutcomeType = 0x01;
 constexpr size_t kOutcomeAt = qcci::kQmiHeader + 3;
 
-std::vector<uint8_t> with_outcome(std::vector<uint8_t> octets, uint16_t error) {
+// A message on its way, as the rules before have left it.
+struct InTransit {
+  FaultKind kind;
+  QmiHeader header;
+  std::vector<uint8_t> octets;
+  size_t copies = 1;
+  Fate fate = {};
+};
+
+void set_outcome(std::vector<uint8_t>& octets, uint32_t error) {
   const bool has = octets.size() >= kOutcomeAt + 2 && octets[qcci::kQmiHeader] == kOutcomeType &&
                    octets[qcci::kQmiHeader + 1] == 2;
-  if (has) {
-    octets[kOutcomeAt] = octet(error, 0);
-    octets[kOutcomeAt + 1] = octet(error, 1);
-  }
-  return octets;
+  if (!has) return;
+  octets[kOutcomeAt] = octet(error, 0);
+  octets[kOutcomeAt + 1] = octet(error, 1);
 }
 
-std::vector<uint8_t> error_response(const QmiHeader& header, const FaultRule& rule) {
-  const uint32_t c = rule.code;
-  if (rule.action == FaultAction::kQmiError) return answer_error(header, static_cast<uint16_t>(c));
-  return answer(header, {qcci::assumed::kVendorFirst, 4, 0, octet(c, 0), octet(c, 1), octet(c, 2),
-                         octet(c, 3), qcci::assumed::kVendorSecond, 4, 0, 0, 0, 0, 0});
+void drop(const FaultRule&, InTransit& message) { message.copies = 0; }
+
+void delay(const FaultRule& rule, InTransit& message) { message.fate.delay += rule.delay; }
+
+// Puts the error response in the message's place; an indication gets the error as its outcome.
+void fail(InTransit& message, uint32_t code, std::vector<uint8_t> response) {
+  if (message.kind == FaultKind::kIndication) {
+    set_outcome(message.octets, code);
+    return;
+  }
+  message.octets = std::move(response);
+  message.fate.answered = message.kind == FaultKind::kRequest;
 }
+
+void qmi_error(const FaultRule& rule, InTransit& message) {
+  fail(message, rule.code, answer_error(message.header, static_cast<uint16_t>(rule.code)));
+}
+
+void vendor_error(const FaultRule& rule, InTransit& message) {
+  const uint32_t c = rule.code;
+  fail(message, c,
+       answer(message.header,
+              {qcci::assumed::kVendorFirst, 4, 0, octet(c, 0), octet(c, 1), octet(c, 2),
+               octet(c, 3), qcci::assumed::kVendorSecond, 4, 0, 0, 0, 0, 0}));
+}
+
+void truncate(const FaultRule& rule, InTransit& message) {
+  message.octets.resize(std::min<size_t>(message.octets.size(), rule.keep));
+}
+
+void change(const FaultRule& rule, InTransit& message) {
+  for (size_t i = 0; i < rule.octets.size() && rule.at + i < message.octets.size(); ++i) {
+    message.octets[rule.at + i] = rule.octets[i];
+  }
+}
+
+void duplicate(const FaultRule&, InTransit& message) {
+  message.copies = std::min(message.copies * 2, kMostCopies);
+}
+
+void wrong_transaction(const FaultRule&, InTransit& message) {
+  constexpr uint8_t kFlipped = 0x55;  // any bits but none
+  if (message.octets.size() > 1) message.octets[1] ^= kFlipped;
+}
+
+void after_indication(const FaultRule&, InTransit& message) {
+  message.fate.after_indication = true;
+}
+
+void restart(const FaultRule&, InTransit& message) {
+  message.fate.restart = true;
+  message.copies = 0;
+}
+
+constexpr struct {
+  FaultAction action;
+  void (*act)(const FaultRule& rule, InTransit& message);
+} kEffects[] = {
+    {FaultAction::kDrop, drop},
+    {FaultAction::kDelay, delay},
+    {FaultAction::kQmiError, qmi_error},
+    {FaultAction::kVendorError, vendor_error},
+    {FaultAction::kTruncate, truncate},
+    {FaultAction::kChange, change},
+    {FaultAction::kDuplicate, duplicate},
+    {FaultAction::kWrongTransaction, wrong_transaction},
+    {FaultAction::kAfterIndication, after_indication},
+    {FaultAction::kRestart, restart},
+};
 
 }  // namespace
 
@@ -43,60 +114,23 @@ Faults::Faults(std::vector<FaultRule> rules) {
 }
 
 Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
-  Fate fate;
-  size_t copies = 1;
-  QmiHeader header;
-  QmiHeader::parse(octets, &header);
+  InTransit message{kind, {}, std::move(octets)};
+  std::ignore = QmiHeader::parse(message.octets, &message.header);
   for (Counted& counted : rules_) {
     const FaultRule& rule = counted.rule;
     if (rule.kind != kind || (rule.service && *rule.service != service) ||
-        (rule.message && *rule.message != header.message)) {
+        (rule.message && *rule.message != message.header.message)) {
       continue;
     }
     if (++counted.matches != rule.nth && rule.nth != 0) continue;
     counted.acted = true;
-    fate.rules.push_back(rule.text);
-    switch (rule.action) {
-      case FaultAction::kDrop:
-        copies = 0;
-        break;
-      case FaultAction::kDelay:
-        fate.delay += rule.delay;
-        break;
-      case FaultAction::kQmiError:
-      case FaultAction::kVendorError:
-        if (kind == FaultKind::kIndication) {
-          octets = with_outcome(std::move(octets), static_cast<uint16_t>(rule.code));
-          break;
-        }
-        octets = error_response(header, rule);
-        fate.answered = kind == FaultKind::kRequest;
-        break;
-      case FaultAction::kTruncate:
-        octets.resize(std::min<size_t>(octets.size(), rule.keep));
-        break;
-      case FaultAction::kChange:
-        for (size_t i = 0; i < rule.octets.size() && rule.at + i < octets.size(); ++i) {
-          octets[rule.at + i] = rule.octets[i];
-        }
-        break;
-      case FaultAction::kDuplicate:
-        copies = std::min(copies * 2, kMostCopies);
-        break;
-      case FaultAction::kWrongTransaction:
-        if (octets.size() > 1) octets[1] = static_cast<uint8_t>(octets[1] ^ 0x55);
-        break;
-      case FaultAction::kAfterIndication:
-        fate.after_indication = true;
-        break;
-      case FaultAction::kRestart:
-        fate.restart = true;
-        copies = 0;
-        break;
-    }
+    message.fate.rules.push_back(rule.text);
+    std::ranges::find_if(kEffects, [&](const auto& row) {
+      return row.action == rule.action;
+    })->act(rule, message);
   }
-  fate.copies.assign(copies, octets);
-  return fate;
+  message.fate.copies.assign(message.copies, message.octets);
+  return std::move(message.fate);
 }
 
 std::vector<std::string> Faults::unmet() const {

@@ -12,9 +12,9 @@
 namespace sim {
 namespace {
 
+using base::Lock;
 using qcci::kQmiHeader;
 using qcci::QmiHeader;
-using Lock = std::lock_guard<std::recursive_mutex>;
 
 std::vector<uint8_t> encode(const qcci::idl::Message& message, QmiHeader header, const void* c,
                             size_t size) {
@@ -49,10 +49,10 @@ void Modem::detach(Address client) {
   for (const auto& service : services_) service->client_gone(client);
 }
 
-Fate Modem::meet_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
+Fate Modem::apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
   Fate fate = faults_.apply(service, kind, std::move(octets));
   for (const std::string& rule : fate.rules) log("fault: " + rule);
-  if (fate.restart) restart();
+  if (fate.restart) schedule_restart();
   return fate;
 }
 
@@ -67,61 +67,62 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
   Service& service = *find(*id);
   if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
-  Fate fate = meet_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
+  Fate fate = apply_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
   for (std::vector<uint8_t>& copy : fate.copies) {
-    const auto go_on = [this, &service, to, client,
-                        answered = fate.answered](std::vector<uint8_t> message) {
+    const auto go_on = [this, &service, to, client, answered = fate.answered,
+                        copy = std::move(copy)]() REQUIRES(mutex_) {
       if (answered) {
-        emit(service, to, client, FaultKind::kResponse, std::move(message));
+        emit(service, to, client, FaultKind::kResponse, copy);
       } else {
-        handle(service, to, client, std::move(message));
+        handle(service, to, client, copy);
       }
     };
     if (fate.delay.count() == 0) {
-      go_on(std::move(copy));
+      go_on();
     } else {
-      schedule(fate.delay, [go_on, copy = std::move(copy)] { go_on(copy); });
+      after(fate.delay, go_on);
     }
   }
 }
 
-void Modem::handle(Service& service, Address at, Address client, std::vector<uint8_t> octets) {
+void Modem::handle(Service& service, Address at, Address client,
+                   const std::vector<uint8_t>& octets) {
   QmiHeader header;
   if (bus_.service_at(at) != service.idl().id || !bus_.attached(client)) return;  // gone meanwhile
   if (!QmiHeader::parse(octets, &header)) return;
   service.client_asked(client);
-  const qcci::idl::Message* asks = service.idl().find(QMI_IDL_REQUEST, header.message);
-  const qcci::idl::Message* answers = service.idl().find(QMI_IDL_RESPONSE, header.message);
-  const Service::Handler* handler = service.handler(header.message);
-  std::vector<uint8_t> answer;
-  if (asks == nullptr || answers == nullptr || handler == nullptr) {
-    answer = answer_error(header, QMI_ERROR_INVALID_COMMAND);
-  } else {
-    std::vector<uint8_t> request(asks->c_size);
-    std::vector<uint8_t> response(answers->c_size);
-    const auto error = qcci::idl::decode(*asks, std::span(octets).subspan(kQmiHeader),
-                                         request.data(), request.size());
-    if (error == qcci::idl::CodecError::kOk) {
-      handling_ = true;
-      (*handler)(client, request.data(), response.data());
-      handling_ = false;
-      header.type = QMI_IDL_RESPONSE;
-      answer = encode(*answers, header, response.data(), response.size());
-    } else {
-      log(std::string(service.idl().name) +
-          ": malformed request: " + qcci::idl::codec_error_text(error));
-      answer = answer_error(header, QMI_ERROR_MALFORMED_MESSAGE);
-    }
-  }
-  emit(service, at, client, FaultKind::kResponse, std::move(answer));
+  emit(service, at, client, FaultKind::kResponse,
+       respond(service, client, header, std::span(octets).subspan(kQmiHeader)));
   for (Held& indication : std::exchange(after_response_, {})) {
     emit(service, at, indication.client, FaultKind::kIndication, std::move(indication.octets));
   }
 }
 
+std::vector<uint8_t> Modem::respond(Service& service, Address client, QmiHeader header,
+                                    std::span<const uint8_t> tlvs) {
+  const qcci::idl::Message* asks = service.idl().find(QMI_IDL_REQUEST, header.message);
+  const qcci::idl::Message* answers = service.idl().find(QMI_IDL_RESPONSE, header.message);
+  const Service::Handler* handler = service.handler(header.message);
+  if (asks == nullptr || answers == nullptr || handler == nullptr) {
+    return answer_error(header, QMI_ERROR_INVALID_COMMAND);
+  }
+  std::vector<uint8_t> request(asks->c_size);
+  std::vector<uint8_t> response(answers->c_size);
+  const auto error = qcci::idl::decode(*asks, tlvs, request.data(), request.size());
+  if (error != qcci::idl::CodecError::kOk) {
+    log(std::string(service.idl().name) +
+        ": malformed request: " + qcci::idl::codec_error_text(error));
+    return answer_error(header, QMI_ERROR_MALFORMED_MESSAGE);
+  }
+  handling_ = true;
+  (*handler)(client, request.data(), response.data());
+  handling_ = false;
+  header.type = QMI_IDL_RESPONSE;
+  return encode(*answers, header, response.data(), response.size());
+}
+
 void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t message,
                      const void* c, size_t size) {
-  const Lock lock(mutex_);
   const auto at = up_.find(idl.id);
   const qcci::idl::Message* row = idl.find(QMI_IDL_INDICATION, message);
   if (at == up_.end() || row == nullptr) return;
@@ -137,28 +138,19 @@ void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t
   }
 }
 
-void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
-  const Lock lock(mutex_);
-  const Service* service = find(id);
-  if (service == nullptr) return;
-  for (const Address client : service->clients()) {
-    indicate(service->idl(), client, message, c, size);
-  }
-}
-
 void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
                  std::vector<uint8_t> octets) {
   if (!bus_.attached(client)) return;
-  Fate fate = meet_faults(service.idl().id, kind, std::move(octets));
+  Fate fate = apply_faults(service.idl().id, kind, std::move(octets));
   for (std::vector<uint8_t>& copy : fate.copies) {
     if (fate.after_indication) {
       held_.push_back({client, at, std::move(copy)});
     } else if (fate.delay.count() == 0) {
       deliver(service, at, client, kind, copy);
     } else {
-      schedule(fate.delay, [this, &service, at, client, kind, copy = std::move(copy)] {
-        deliver(service, at, client, kind, copy);
-      });
+      const auto deliver_late = [this, &service, at, client, kind, copy = std::move(copy)]()
+                                    REQUIRES(mutex_) { deliver(service, at, client, kind, copy); };
+      after(fate.delay, deliver_late);
     }
   }
 }
@@ -180,7 +172,7 @@ void Modem::deliver(const Service& service, Address at, Address client, FaultKin
   }
 }
 
-void Modem::schedule(platform::Duration delay, std::function<void()> action) {
+void Modem::after(platform::Duration delay, std::function<void()> action) {
   due_.emplace(platform::clock().now() + delay, std::move(action));
 }
 
@@ -200,22 +192,27 @@ void Modem::run_due() {
 
 void Modem::restart() {
   const Lock lock(mutex_);
-  lose_unsynced();  // at once, because a modem inside its client's process may not live to go down
-  schedule({}, [this] { go_down(); });
+  schedule_restart();
 }
 
-void Modem::lose_unsynced() {
-  if (const int error = Storage(phone_, config_.loses_unsynced).restart(); error != 0) {
+void Modem::schedule_restart() {
+  // At once: the process of an embedded modem may end before the modem goes down.
+  drop_unsynced();
+  after({}, [this]() REQUIRES(mutex_) { go_down(); });
+}
+
+void Modem::drop_unsynced() {
+  if (const int error = Storage(phone_, config_.modem.loses_unsynced).restart(); error != 0) {
     log(std::string("storage after a restart: ") + std::strerror(error));
   }
 }
 
 void Modem::go_down() {
   log("modem restarts");
-  for (const auto& service : services_) take_down(service->idl().id);
+  for (const auto& service : services_) withdraw(*service);
   held_.clear();
-  lose_unsynced();
-  schedule(config_.restart, [this] {
+  drop_unsynced();
+  after(config_.modem.restart, [this]() REQUIRES(mutex_) {
     come_up();
     log("modem is up");
   });
@@ -223,31 +220,32 @@ void Modem::go_down() {
 
 void Modem::come_up() {
   for (const auto& service : services_) {
-    const uint32_t id = service->idl().id;
-    if (std::ranges::find(config_.absent, id) == config_.absent.end()) bring_up(id);
+    const auto& absent = config_.modem.absent;
+    if (std::ranges::find(absent, service->idl().id) == absent.end()) publish(*service);
   }
 }
 
 void Modem::take_down(uint32_t id) {
   const Lock lock(mutex_);
-  const auto at = up_.find(id);
-  if (at == up_.end()) return;
-  const Address address = at->second;
-  up_.erase(at);
-  bus_.withdraw(address);
-  find(id)->restarted();
+  if (Service* service = find(id); service != nullptr) withdraw(*service);
 }
 
 void Modem::bring_up(uint32_t id) {
   const Lock lock(mutex_);
-  if (const Service* service = find(id); service != nullptr && !up_.contains(id)) {
-    publish(*service);
-  }
+  if (const Service* service = find(id); service != nullptr) publish(*service);
 }
 
 void Modem::publish(const Service& service) {
-  const uint32_t version = static_cast<uint32_t>(service.idl().major);
-  up_[service.idl().id] = bus_.publish(service.idl().id, version, 0);
+  const qmi_idl_service_object& idl = service.idl();
+  if (up_.contains(idl.id)) return;
+  up_[idl.id] = bus_.publish(idl.id, static_cast<uint32_t>(idl.major), 0);
+}
+
+void Modem::withdraw(Service& service) {
+  const auto at = up_.extract(service.idl().id);
+  if (at.empty()) return;
+  bus_.withdraw(at.mapped());
+  service.restarted();
 }
 
 Service* Modem::find(uint32_t id) {
@@ -271,7 +269,7 @@ void Modem::log(const std::string& line) {
   if (log_) log_(line);
 }
 
-std::vector<std::string> Modem::unmet_faults() {
+std::vector<std::string> Modem::unused_fault_rules() {
   const Lock lock(mutex_);
   std::vector<std::string> lines = faults_.unmet();
   for (std::string& line : lines) line = "fault rule met no message: " + line;

@@ -1,16 +1,20 @@
-// The simulated modem: its services on a bus, their faults, and its time.
+// The simulated modem: its services on a bus, the fault rules, and a queue of timed work.
 //
-// Threads: every public function may be called from any thread; one lock guards the whole. Time
-// passes only in run_due, which whoever carries the modem's datagrams calls.
+// Threads: every public function may be called from any thread; each takes the modem's one mutex.
+// Handlers of services, scheduled work, ports, the tap and the log are called with that mutex held:
+// they must return soon and must not call the modem's public functions.
+//
+// Time: nothing happens by itself. Whoever carries the modem's datagrams calls run_due at the time
+// that next_due gives.
 #ifndef SIM_MODEM_MODEM_H_
 #define SIM_MODEM_MODEM_H_
 
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "base/mutex.h"
 #include "platform/clock/process_clock.h"
 #include "sim/config/config.h"
 #include "sim/modem/bus.h"
@@ -20,38 +24,49 @@
 
 namespace sim {
 
-class Modem final : private ModemContext {
+class Modem : private ModemContext {
  public:
-  // Sees every message: requests as the client sent them, responses and indications as they go out.
+  // Sees every message, from its QMI header on: requests as the client sent them, responses and
+  // indications as they go out, after the fault rules.
   using Tap = std::function<void(const qmi_idl_service_object& service, FaultKind kind,
                                  Address client, std::span<const uint8_t> octets)>;
+  // Takes one line without a line end.
   using Log = std::function<void(const std::string& line)>;
 
-  // `services`: which the modem has; each is made once.
+  // `services`: which the modem has; each maker is called once. Those that phone.toml does not call
+  // absent are up when this returns.
   Modem(Phone phone, PhoneConfig config, std::span<const ServiceMaker> services);
   ~Modem() override;
 
-  Address attach(Port& port);
-  void detach(Address client);
-  // One datagram from a client.
-  void send(Address client, Address to, std::span<const uint8_t> octets);
+  // Gives the port an address. The port must outlast its detach, after which it is not called.
+  [[nodiscard]] Address attach(Port& port) EXCLUDES(mutex_);
+  void detach(Address client) EXCLUDES(mutex_);
+  // Takes one datagram from a client. What nobody can answer (no such service, no QMI request) is
+  // dropped, as on a real bus.
+  void send(Address client, Address to, std::span<const uint8_t> octets) EXCLUDES(mutex_);
 
-  // When something is due next, and the doing of what is due now.
-  platform::Time next_due();
-  void run_due();
+  // When work is due next; kNever when none is.
+  [[nodiscard]] platform::Time next_due() EXCLUDES(mutex_);
+  void run_due() EXCLUDES(mutex_);
 
-  // Every service goes, and comes back after the time that phone.toml says.
-  void restart() override;
-  // One service by its id; bringing one up that is there changes nothing.
-  void take_down(uint32_t service);
-  void bring_up(uint32_t service);
-  // Sends an indication to every client that has sent the service a request.
-  void indicate_all(uint32_t service, uint16_t message, const void* c, size_t size);
+  // Takes every service down and brings it up after the time that phone.toml says. Unsynced files
+  // are dropped at once, the rest happens in run_due.
+  void restart() EXCLUDES(mutex_);
+  // One service by its id. Nothing changes for one that is down or up already, or unknown.
+  void take_down(uint32_t service) EXCLUDES(mutex_);
+  void bring_up(uint32_t service) EXCLUDES(mutex_);
 
-  void set_tap(Tap tap);
-  void set_log(Log log);
-  // What to tell of the fault rules that no message met, a line each.
-  std::vector<std::string> unmet_faults();
+  void set_tap(Tap tap) EXCLUDES(mutex_);
+  void set_log(Log log) EXCLUDES(mutex_);
+  // A line for each fault rule that has not acted so far.
+  [[nodiscard]] std::vector<std::string> unused_fault_rules() EXCLUDES(mutex_);
+
+ protected:
+  base::Mutex mutex_;
+
+  Service* find(uint32_t id) REQUIRES(mutex_);
+  void indicate(const qmi_idl_service_object& service, Address client, uint16_t message,
+                const void* c, size_t size) override REQUIRES(mutex_);
 
  private:
   struct Held {
@@ -62,40 +77,40 @@ class Modem final : private ModemContext {
 
   const Phone& phone() const override { return phone_; }
   const PhoneConfig& config() const override { return config_; }
-  void indicate(const qmi_idl_service_object& service, Address client, uint16_t message,
-                const void* c, size_t size) override;
-  void after(std::chrono::milliseconds delay, std::function<void()> action) override {
-    schedule(delay, std::move(action));
-  }
-  void log(const std::string& line) override;
+  void schedule_restart() override REQUIRES(mutex_);
+  void after(platform::Duration delay, std::function<void()> action) override REQUIRES(mutex_);
+  void log(const std::string& line) override REQUIRES(mutex_);
 
-  void schedule(platform::Duration delay, std::function<void()> action);
-  void go_down();
-  void lose_unsynced();
-  void come_up();
-  // What becomes of a message on its way. The log names the rules that act.
-  Fate meet_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
-  void handle(Service& service, Address at, Address client, std::vector<uint8_t> octets);
+  void go_down() REQUIRES(mutex_);
+  void drop_unsynced() REQUIRES(mutex_);
+  void come_up() REQUIRES(mutex_);
+  void publish(const Service& service) REQUIRES(mutex_);
+  void withdraw(Service& service) REQUIRES(mutex_);
+  // Applies the fault rules to one message and logs those that act.
+  Fate apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) REQUIRES(mutex_);
+  void handle(Service& service, Address at, Address client, const std::vector<uint8_t>& octets)
+      REQUIRES(mutex_);
+  std::vector<uint8_t> respond(Service& service, Address client, qcci::QmiHeader header,
+                               std::span<const uint8_t> tlvs) REQUIRES(mutex_);
   void emit(const Service& service, Address at, Address client, FaultKind kind,
-            std::vector<uint8_t> octets);
+            std::vector<uint8_t> octets) REQUIRES(mutex_);
   void deliver(const Service& service, Address at, Address client, FaultKind kind,
-               const std::vector<uint8_t>& octets);
-  Service* find(uint32_t id);
-  void publish(const Service& service);
+               const std::vector<uint8_t>& octets) REQUIRES(mutex_);
 
-  std::recursive_mutex mutex_;  // a service's handler may indicate and restart
   const Phone phone_;
   const PhoneConfig config_;
-  Bus bus_;
-  Faults faults_;
-  std::vector<std::unique_ptr<Service>> services_;
-  std::map<uint32_t, Address> up_;  // service id to where it is
-  std::multimap<platform::Time, std::function<void()>> due_;
-  std::vector<Held> held_;            // responses that wait for an indication
-  bool handling_ = false;             // a request is being handled
-  std::vector<Held> after_response_;  // its indications, which go out behind its response
-  Tap tap_;
-  Log log_;
+  Bus bus_ GUARDED_BY(mutex_);
+  Faults faults_ GUARDED_BY(mutex_);
+  std::vector<std::unique_ptr<Service>> services_ GUARDED_BY(mutex_);
+  std::map<uint32_t, Address> up_ GUARDED_BY(mutex_);  // service id to its address
+  std::multimap<platform::Time, std::function<void()>> due_ GUARDED_BY(mutex_);
+  // Responses that a fault rule holds back until the client's next indication.
+  std::vector<Held> held_ GUARDED_BY(mutex_);
+  // While a handler runs, its indications are collected: they go out after its response.
+  bool handling_ GUARDED_BY(mutex_) = false;
+  std::vector<Held> after_response_ GUARDED_BY(mutex_);
+  Tap tap_ GUARDED_BY(mutex_);
+  Log log_ GUARDED_BY(mutex_);
 };
 
 }  // namespace sim

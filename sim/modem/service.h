@@ -1,17 +1,19 @@
 // The base of the simulated services: rows of message and handler.
 //
-// A service gets decoded requests and fills decoded responses; it knows neither codec nor link. Its
-// handlers run one at a time.
+// A service gets decoded requests and fills decoded responses; it knows neither codec nor link.
+//
+// Threads: the modem calls handlers and every other function of a service with its mutex held, so
+// they run one at a time and need no lock of their own.
 #ifndef SIM_MODEM_SERVICE_H_
 #define SIM_MODEM_SERVICE_H_
 
-#include <chrono>
 #include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
 #include <string>
 
+#include "platform/clock/process_clock.h"
 #include "qcci/idl/service.h"
 #include "sim/config/config.h"
 #include "sim/modem/bus.h"
@@ -19,22 +21,27 @@
 
 namespace sim {
 
-// What a service may ask of the modem that it is part of.
+// What a service may ask of the modem that it is part of. phone() and config() may be called at any
+// time, the others only while the modem calls the service: from a handler, or from an action given
+// to after().
 class ModemContext {
  public:
   virtual ~ModemContext() = default;
   virtual const Phone& phone() const = 0;
   virtual const PhoneConfig& config() const = 0;
+  // Sends one client an indication; `c`: its C structure of `size` octets, copied. While a handler
+  // runs, indications wait until its response has gone out. Dropped when the service is down or the
+  // structure cannot be encoded, which is logged.
   virtual void indicate(const qmi_idl_service_object& service, Address client, uint16_t message,
                         const void* c, size_t size) = 0;
-  // After what is being handled now has been answered.
-  virtual void restart() = 0;
-  // Does something later, with no request at work. A modem that went down meanwhile does it too.
-  virtual void after(std::chrono::milliseconds delay, std::function<void()> action) = 0;
+  // Restarts the modem, after what is being handled has been answered.
+  virtual void schedule_restart() = 0;
+  // Runs `action` later, outside of any handler. A restart does not cancel it.
+  virtual void after(platform::Duration delay, std::function<void()> action) = 0;
   virtual void log(const std::string& line) = 0;
 };
 
-// Gives a response a QMI error.
+// Makes a response say "failure" with a QMI error.
 template <class Response>
 void refuse(Response& response, qmi_error error) {
   response.resp = {1, error};
@@ -42,8 +49,10 @@ void refuse(Response& response, qmi_error error) {
 
 class Service {
  public:
-  // A request without content.
+  // The request structure of a message without TLVs.
   struct Empty {};
+  // `request` and `response`: the message's C structures; the response comes zeroed, which says
+  // "success".
   using Handler = std::function<void(Address client, const void* request, void* response)>;
 
   Service(ModemContext& modem, const qmi_idl_service_object& idl) : modem_(modem), idl_(idl) {}
@@ -52,25 +61,28 @@ class Service {
   Service& operator=(const Service&) = delete;
 
   const qmi_idl_service_object& idl() const { return idl_; }
+  // Null for a message that the service does not have.
   const Handler* handler(uint16_t message) const {
     const auto found = handlers_.find(message);
     return found == handlers_.end() ? nullptr : &found->second;
   }
 
-  // Those that have sent the service a request.
+  // Those that have sent the service a request since it last came up.
   const std::set<Address>& clients() const { return clients_; }
   void client_asked(Address client) { clients_.insert(client); }
   void client_gone(Address client) {
     clients_.erase(client);
     forget(client);
   }
-  // What lives in the modem's memory is lost.
+  // Drops volatile state.
   void restarted() {
     clients_.clear();
     forget_all();
   }
 
  protected:
+  // Makes `method` the message's handler. Throws std::logic_error when the sizes of its structures
+  // are not those of the message's rows.
   template <class S, class Request, class Response>
   void on(uint16_t message, void (S::*method)(Address, const Request&, Response&)) {
     check_size(QMI_IDL_REQUEST, message, std::is_same_v<Request, Empty> ? 0 : sizeof(Request));
@@ -90,7 +102,7 @@ class Service {
   ModemContext& modem_;
 
  private:
-  // What a service keeps for one client, and all that it keeps.
+  // Drop the volatile state of one client, and all of it.
   virtual void forget(Address /*client*/) {}
   virtual void forget_all() {}
 
@@ -104,6 +116,7 @@ class Service {
   std::set<Address> clients_;
 };
 
+// Makes one service. Its constructor may use phone() and config() only.
 using ServiceMaker = std::unique_ptr<Service> (*)(ModemContext& modem);
 
 }  // namespace sim

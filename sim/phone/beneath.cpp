@@ -1,32 +1,29 @@
 #include "sim/phone/beneath.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 namespace sim {
 namespace {
 
 constexpr int kAlways = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-bool is_link(int folder, const std::string& name) {
-  struct stat status {};
-  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISLNK(status.st_mode);
-}
-
-// openat of one component. A link where a directory was wanted counts as a link.
+// openat of one component. A link where a directory was wanted is ELOOP, as openat2 has it.
 int open_component(int folder, const std::string& name, int flags, mode_t mode,
                    Descriptor* opened) {
   *opened = Descriptor(::openat(folder, name.c_str(), flags | kAlways, mode));
   if (*opened) return 0;
   const int error = errno;
-  return error == ENOTDIR && is_link(folder, name) ? ELOOP : error;
+  return error == ENOTDIR && S_ISLNK(mode_of(folder, name)) ? ELOOP : error;
 }
 
 int open_by_steps(int folder, std::string_view path, int flags, mode_t mode, Descriptor* opened) {
@@ -53,13 +50,13 @@ Descriptor::~Descriptor() {
 
 int open_beneath(int folder, const std::string& path, int flags, mode_t mode, Descriptor* opened) {
   open_how how{};
-  // Without O_NOFOLLOW, which would call a link at the end ENOTDIR where a directory is wanted.
-  how.flags = static_cast<uint64_t>(flags | (kAlways & ~O_NOFOLLOW));
+  // Without O_NOFOLLOW, with which a link where a directory is wanted is ENOTDIR.
+  how.flags = static_cast<unsigned>(flags | (kAlways & ~O_NOFOLLOW));
   how.mode = (flags & O_CREAT) != 0 ? mode : 0;
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
   const long fd = ::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
   if (fd < 0) {
-    // A filter for system calls that does not know this one refuses it with EPERM.
+    // A container's filter for system calls that does not know openat2 refuses it with EPERM.
     if (errno != ENOSYS && errno != EPERM) return errno;
     return open_by_steps(folder, path, flags, mode, opened);
   }
@@ -76,6 +73,28 @@ int open_file_beneath(int folder, const std::string& path, int flags, mode_t mod
   if (S_ISDIR(status.st_mode)) return EISDIR;
   if (!S_ISREG(status.st_mode)) return ENXIO;
   *opened = std::move(file);
+  return 0;
+}
+
+mode_t mode_of(int folder, const std::string& name) {
+  struct stat status {};
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode : 0;
+}
+
+int names_in(int folder, std::vector<std::string>* names) {
+  // A descriptor of its own, because readdir moves the position of the one that it reads from.
+  const int fd = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(fd), ::closedir);
+  if (stream == nullptr) {
+    const int error = errno;
+    if (fd >= 0) ::close(fd);
+    return error;
+  }
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names->emplace_back(name);
+  }
+  std::ranges::sort(*names);
   return 0;
 }
 

@@ -1,13 +1,14 @@
-// Opening what is below a directory without following a symbolic link on the way.
+// Opening and finding what is below a directory, without following a symbolic link on the way.
 //
-// The kernel does the walk (openat2); where it has no such call, the path is walked here, one
-// component at a time. Results are 0 or an errno number:
+// The kernel walks the path (openat2). Where it has no such call, the path is walked here, one
+// component at a time, with the same results.
+//
+// File operations of the simulated phone, here and in the files that include this one, return 0 or
+// an errno number: what open(2) and its like give, and
 //
 //   ELOOP    a symbolic link, on the way or at the end
-//   ENXIO    at the end stands something that is neither a regular file nor a directory
-//   EISDIR   at the end stands a directory, where a file was asked for
-//
-// and whatever else open(2) gives.
+//   ENXIO    at the end something that is neither a regular file nor a directory
+//   EISDIR   at the end a directory, where a file was asked for
 #ifndef SIM_PHONE_BENEATH_H_
 #define SIM_PHONE_BENEATH_H_
 
@@ -16,10 +17,11 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace sim {
 
-// An open descriptor, closed with its owner.
+// Owns an open descriptor, or none.
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}
@@ -29,22 +31,31 @@ class Descriptor {
     return *this;
   }
   ~Descriptor();
-  int get() const { return fd_; }
+  int get() const { return fd_; }  // -1 when there is none
   explicit operator bool() const { return fd_ >= 0; }
 
  private:
   int fd_;
 };
 
-// `path` is relative, without "." and "..". `flags` are open(2)'s; O_NOFOLLOW, O_NONBLOCK,
-// O_NOCTTY and O_CLOEXEC are added.
-int open_beneath(int folder, const std::string& path, int flags, mode_t mode, Descriptor* opened);
+// Opens `path`, which is relative to the directory `folder` and has neither "." nor ".." in it.
+// `flags` and `mode` are open(2)'s; O_NOFOLLOW, O_NONBLOCK, O_NOCTTY and O_CLOEXEC are added.
+// `*opened` changes on success only.
+[[nodiscard]] int open_beneath(int folder, const std::string& path, int flags, mode_t mode,
+                               Descriptor* opened);
 
-// The same for a regular file: a pipe, a device or a directory in its place is refused, at once.
-int open_file_beneath(int folder, const std::string& path, int flags, mode_t mode,
-                      Descriptor* opened);
+// The same for a regular file. A pipe or a device in its place is refused without waiting for it.
+[[nodiscard]] int open_file_beneath(int folder, const std::string& path, int flags, mode_t mode,
+                                    Descriptor* opened);
 
-// An errno number as a person reads it behind a path.
+// The type and permissions of what the directory has under that name, itself when it is a link; 0
+// when there is nothing, or it cannot be looked at.
+[[nodiscard]] mode_t mode_of(int folder, const std::string& name);
+
+// The names in a directory but "." and "..", sorted.
+[[nodiscard]] int names_in(int folder, std::vector<std::string>* names);
+
+// The text for an errno number, to stand after a path and a colon.
 std::string reason(int error);
 
 }  // namespace sim

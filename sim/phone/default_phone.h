@@ -14,7 +14,7 @@ struct DefaultFile {
 };
 
 std::vector<DefaultFile> default_files();
-extern const std::string_view kDefaultPhoneToml;
+std::string default_phone_toml();
 
 // NV item 550: an IMEI of 14 digits and their Luhn check digit, as a mobile identity of
 // 3GPP TS 24.008 behind its length.

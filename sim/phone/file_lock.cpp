@@ -18,14 +18,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Nobody who changes a file of the phone needs longer; a client waits for its answer for 3 to 10 s.
+// A change of the phone's files takes milliseconds, so a holder of this long is stuck; and clients
+// wait for their answers for 3 to 10 s.
 constexpr auto kLimit = 5s;
-// Between attempts, doubled with each.
+// Between attempts; flock(2) has no time limit, so it is polled. Doubled with each attempt.
 constexpr auto kShortest = 1ms;
 constexpr auto kLongest = 100ms;
 
-// Takes the lock, or says with an errno number why not: EWOULDBLOCK when somebody else keeps it.
-int take(int fd) {
+// EWOULDBLOCK when another holder keeps the lock until the limit.
+[[nodiscard]] int take(int fd) {
   platform::Clock& clock = platform::clock();
   const platform::Time deadline = clock.now() + kLimit;
   for (auto interval = kShortest;; interval = std::min(2 * interval, kLongest)) {
@@ -36,7 +37,7 @@ int take(int fd) {
   }
 }
 
-// " by process 123 (name)"; empty when the kernel does not say who it is.
+// " by process 123 (name)"; empty when /proc/locks does not have it.
 std::string holder(int fd) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return "";

@@ -1,4 +1,5 @@
-// A lock between processes, and between threads: each holder has a descriptor of its own.
+// A lock between processes and between the threads of one: flock(2), on a descriptor of its own for
+// each holder. The kernel releases it when its holder is destroyed or its process ends.
 #ifndef SIM_PHONE_FILE_LOCK_H_
 #define SIM_PHONE_FILE_LOCK_H_
 
@@ -10,11 +11,11 @@ namespace sim {
 
 class FileLock {
  public:
-  // Waits for at most five seconds. When it cannot be had, that is reported (sim/phone/files.h),
-  // with the process that holds it where that is known.
+  // Takes the lock on the folder's file `name`, which it makes when there is none. Waits for at
+  // most five seconds. A failure is reported on standard error, unless the folder is quiet.
   FileLock(const Folder& folder, const std::string& name);
-  bool held() const { return static_cast<bool>(file_); }
-  // Why it is not held.
+  [[nodiscard]] bool held() const { return static_cast<bool>(file_); }
+  // Why it is not held, with the process that holds it if it is known; empty when it is.
   const std::string& why() const { return why_; }
 
  private:

@@ -1,6 +1,5 @@
 #include "sim/phone/files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,13 +13,15 @@
 namespace sim {
 namespace {
 
-constexpr size_t kMaxName = 255;
+constexpr size_t kMaxName = 255;  // NAME_MAX of Linux's file systems
+// The largest file that the modem writes has 1 MiB; a person may have put any other there.
 constexpr off_t kLargestFile = 16 * 1024 * 1024;
-// Folders within folders that are listed. The modem's paths have 71 octets at most.
+// Folders within folders that are listed, so that the stack has an end. The modem's own paths have
+// 71 octets at most.
 constexpr int kDeepest = 128;
 
-// A path without empty components; EINVAL for one that has no name or would leave its folder.
-int normalise(std::string_view path, std::string* names) {
+// Drops empty components. EINVAL for a path that has no name or would leave its folder.
+[[nodiscard]] int normalise(std::string_view path, std::string* names) {
   names->clear();
   while (!path.empty()) {
     const size_t slash = std::min(path.find('/'), path.size());
@@ -34,12 +35,12 @@ int normalise(std::string_view path, std::string* names) {
   return names->empty() ? EINVAL : 0;
 }
 
-int open_folder(int root, const std::string& path, Descriptor* folder) {
+[[nodiscard]] int open_folder(int root, const std::string& path, Descriptor* folder) {
   return open_beneath(root, path, O_RDONLY | O_DIRECTORY, 0, folder);
 }
 
 // Each new folder is on the disk before anything is put into it.
-int make_folder(int root, const std::string& path, Descriptor* folder) {
+[[nodiscard]] int make_folder(int root, const std::string& path, Descriptor* folder) {
   const int error = open_folder(root, path, folder);
   if (error != ENOENT) return error;
   const size_t slash = path.rfind('/');
@@ -53,7 +54,9 @@ int make_folder(int root, const std::string& path, Descriptor* folder) {
   return open_folder(parent.get(), name, folder);
 }
 
-int write_all(int fd, std::string_view contents) {
+[[nodiscard]] int sync(int fd) { return ::fsync(fd) == 0 ? 0 : errno; }
+
+[[nodiscard]] int write_all(int fd, std::string_view contents) {
   while (!contents.empty()) {
     const ssize_t n = ::write(fd, contents.data(), contents.size());
     if (n < 0 && errno == EINTR) continue;
@@ -63,8 +66,8 @@ int write_all(int fd, std::string_view contents) {
   return 0;
 }
 
-// Of a regular file: anything else might never end, or never begin.
-int read_all(int fd, std::string* contents) {
+// For regular files only: a pipe or a device might never end, or never begin.
+[[nodiscard]] int read_all(int fd, std::string* contents) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return errno;
   if (status.st_size > kLargestFile) return EFBIG;
@@ -79,8 +82,8 @@ int read_all(int fd, std::string* contents) {
   }
 }
 
-// Only a regular file is replaced: 0 for one, or for nothing at all.
-int replaceable(int folder, const std::string& name) {
+// 0 for a regular file or none: only these are replaced or removed.
+[[nodiscard]] int replaceable(int folder, const std::string& name) {
   struct stat status {};
   if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT ? 0 : errno;
@@ -92,15 +95,8 @@ int replaceable(int folder, const std::string& name) {
 
 void list_below(Descriptor folder, const std::string& prefix, int depth,
                 const std::function<void(const std::string&, size_t)>& each) {
-  DIR* const stream = ::fdopendir(::dup(folder.get()));
-  if (stream == nullptr) return;
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(stream)) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  ::closedir(stream);
-  std::sort(names.begin(), names.end());
+  if (names_in(folder.get(), &names) != 0) return;
   for (const std::string& name : names) {
     struct stat status {};
     if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
@@ -114,9 +110,9 @@ void list_below(Descriptor folder, const std::string& prefix, int depth,
 
 }  // namespace
 
-// Where a file stands: the folder's path below the root, and its own name.
+// A path below the phone's directory, taken apart.
 struct Folder::Place {
-  int root = -1;
+  int root = -1;       // the directory's descriptor
   std::string folder;  // "." for the root
   std::string name;
   std::string path() const { return folder == "." ? name : folder + "/" + name; }
@@ -133,64 +129,59 @@ int Folder::find(std::string_view path, Place* place) const {
   return 0;
 }
 
-int Folder::read_quietly(std::string_view path, std::string* contents) const {
+int Folder::read(std::string_view path, std::string* contents) const {
   contents->clear();
   Place place;
-  if (const int error = find(path, &place); error != 0) return error;
   Descriptor file;
-  const int error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
-  return error == 0 ? read_all(file.get(), contents) : error;
-}
-
-int Folder::write_quietly(std::string_view path, std::string_view contents) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  Descriptor folder;
-  if (const int error = make_folder(place.root, place.folder, &folder); error != 0) return error;
-  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
-  ScratchFile scratch;
-  if (const int error = scratch.make(place.root); error != 0) {
-    if (!quiet_) root_->report(ScratchFile::kFolder, reason(error));
-    return error;
-  }
-  if (const int error = write_all(scratch.descriptor(), contents); error != 0) return error;
-  if (::fsync(scratch.descriptor()) != 0) return errno;
-  if (const int error = scratch.move_to(folder.get(), place.name); error != 0) return error;
-  return ::fsync(folder.get()) == 0 ? 0 : errno;
-}
-
-int Folder::remove_quietly(std::string_view path) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  Descriptor folder;
-  if (const int error = open_folder(place.root, place.folder, &folder); error != 0) return error;
-  if (const int error = replaceable(folder.get(), place.name); error != 0) return error;
-  if (::unlinkat(folder.get(), place.name.c_str(), 0) != 0) return errno;
-  return ::fsync(folder.get()) == 0 ? 0 : errno;
-}
-
-int Folder::open_quietly(std::string_view path, int flags, Descriptor* file) const {
-  Place place;
-  if (const int error = find(path, &place); error != 0) return error;
-  const int error = open_file_beneath(place.root, place.path(), flags | O_CREAT, 0600, file);
-  if (error != ENOENT) return error;
-  Descriptor folder;
-  if (const int made = make_folder(place.root, place.folder, &folder); made != 0) return made;
-  return open_file_beneath(folder.get(), place.name, flags | O_CREAT, 0600, file);
-}
-
-int Folder::read(std::string_view path, std::string* contents) const {
-  return report(path, read_quietly(path, contents));
+  int error = find(path, &place);
+  if (error == 0) error = open_file_beneath(place.root, place.path(), O_RDONLY, 0, &file);
+  if (error == 0) error = read_all(file.get(), contents);
+  return report(path, error);
 }
 
 int Folder::write(std::string_view path, std::string_view contents) const {
-  return report(path, write_quietly(path, contents));
+  Place place;
+  Descriptor folder;
+  ScratchFile scratch;
+  int error = find(path, &place);
+  if (error == 0) error = make_folder(place.root, place.folder, &folder);
+  if (error == 0) error = replaceable(folder.get(), place.name);
+  if (error == 0) {
+    error = scratch.make(place.root);
+    if (error != 0 && !quiet_) root_->report(ScratchFile::kFolder, reason(error));
+  }
+  if (error == 0) error = write_all(scratch.descriptor(), contents);
+  if (error == 0) error = sync(scratch.descriptor());
+  if (error == 0) error = scratch.move_to(folder.get(), place.name);
+  if (error == 0) error = sync(folder.get());
+  return report(path, error);
 }
 
-int Folder::remove(std::string_view path) const { return report(path, remove_quietly(path)); }
+int Folder::remove(std::string_view path) const {
+  Place place;
+  Descriptor folder;
+  int error = find(path, &place);
+  if (error == 0) error = open_folder(place.root, place.folder, &folder);
+  if (error == 0) error = replaceable(folder.get(), place.name);
+  if (error == 0 && ::unlinkat(folder.get(), place.name.c_str(), 0) != 0) error = errno;
+  if (error == 0) error = sync(folder.get());
+  return report(path, error);
+}
 
 int Folder::open(std::string_view path, int flags, Descriptor* file) const {
-  return report(path, open_quietly(path, flags, file));
+  const auto open_in = [&](int folder, const std::string& name) {
+    return open_file_beneath(folder, name, flags | O_CREAT, 0600, file);
+  };
+  Place place;
+  Descriptor folder;
+  int error = find(path, &place);
+  if (error != 0) return report(path, error);
+  error = open_in(place.root, place.path());
+  if (error == ENOENT) {
+    error = make_folder(place.root, place.folder, &folder);
+    if (error == 0) error = open_in(folder.get(), place.name);
+  }
+  return report(path, error);
 }
 
 int Folder::make(std::string_view path) const {
@@ -207,10 +198,6 @@ void Folder::list(const std::function<void(const std::string&, size_t)>& each) c
   list_below(std::move(folder), "", 1, each);
 }
 
-std::string Folder::name_of(std::string_view path) const {
-  return (path_.empty() ? "" : path_ + "/") + std::string(path);
-}
-
 int Folder::report(std::string_view path, int error) const {
   if (error != 0 && error != ENOENT && error != EINVAL && error != ENAMETOOLONG) {
     report(path, reason(error));
@@ -219,7 +206,7 @@ int Folder::report(std::string_view path, int error) const {
 }
 
 void Folder::report(std::string_view path, const std::string& what) const {
-  if (!quiet_) root_->report(name_of(path), what);
+  if (!quiet_) root_->report((path_.empty() ? "" : path_ + "/") + std::string(path), what);
 }
 
 int read_file(const std::string& path, std::string* contents) {

@@ -1,8 +1,15 @@
-// The phone's files: whole or absent, whatever crashes and whoever else writes them.
+// The phone's files. A write is whole or absent, whatever crashes and whichever other process
+// writes the same file: it goes to a scratch file, which then replaces the old one.
 //
-// Results are 0 or an errno number (sim/phone/beneath.h has what they mean here). A failure that is
-// not an ordinary answer to its caller (no such file, a name that cannot be) is also reported on
-// standard error, with the path and the reason.
+// Operations return 0 or an errno number (sim/phone/beneath.h). Besides:
+//
+//   EINVAL   a path that is empty or leaves its folder
+//   EFBIG    a file of more than 16 MiB, which is not read
+//
+// A failure that a caller must expect (ENOENT, EINVAL, ENAMETOOLONG) is only returned; any other is
+// also reported on standard error, with the path and the reason.
+//
+// Threads: any; nothing but the root's descriptor is kept between calls.
 #ifndef SIM_PHONE_FILES_H_
 #define SIM_PHONE_FILES_H_
 
@@ -15,55 +22,52 @@
 
 namespace sim {
 
-// A folder that files are kept below; it need not be there before the first write. Paths are
-// relative to it and lead neither out of it nor through a symbolic link.
+// A folder of the phone, which need not exist before the first write. Paths are relative to it;
+// they lead neither out of it nor through a symbolic link.
 class Folder {
  public:
-  // `path`: below the phone's directory; empty for that directory itself.
+  // `path`: below the phone's directory; empty: that directory itself.
   Folder(std::shared_ptr<const PhoneRoot> root, std::string path)
       : root_(std::move(root)), path_(std::move(path)) {}
 
-  // The same for a caller that says itself what failed: nothing goes to standard error.
+  // The same folder for a caller that reports failures itself: nothing goes to standard error.
   Folder quiet() const {
     Folder same = *this;
     same.quiet_ = true;
     return same;
   }
 
-  // Regular files of at most 16 MiB.
-  int read(std::string_view path, std::string* contents) const;
-  // Makes the folders on the way. The contents are on the disk when this returns.
-  int write(std::string_view path, std::string_view contents) const;
-  // ENOENT when there is no such file.
-  int remove(std::string_view path) const;
-  // Opens a regular file to be appended to or locked, and makes it, and the folders on the way,
-  // when it is not there. `flags`: O_RDWR, or O_WRONLY with O_APPEND.
-  int open(std::string_view path, int flags, Descriptor* file) const;
-  // Makes a folder, and those on the way.
-  int make(std::string_view path) const;
-  // Every file below, in the order of their paths.
+  // Reads a regular file. On failure `*contents` is unspecified; for ENOENT it is empty.
+  [[nodiscard]] int read(std::string_view path, std::string* contents) const;
+  // Replaces or makes a regular file, and makes the folders on the way. The contents are on the
+  // disk when this returns.
+  [[nodiscard]] int write(std::string_view path, std::string_view contents) const;
+  [[nodiscard]] int remove(std::string_view path) const;
+  // Opens a regular file to append to it or lock it; makes it, and the folders on the way, when
+  // there is none. `flags`: O_RDWR, or O_WRONLY with O_APPEND.
+  [[nodiscard]] int open(std::string_view path, int flags, Descriptor* file) const;
+  // Makes a folder and those on the way; one that exists is no error.
+  [[nodiscard]] int make(std::string_view path) const;
+  // Calls `each` for every regular file below, sorted by name folder by folder. What cannot be read
+  // is left out.
   void list(const std::function<void(const std::string& path, size_t octets)>& each) const;
 
-  // Says what became of a file, unless that is an ordinary answer; returns the error.
+  // Reports a failure on a file, unless it is 0 or one that a caller must expect; returns `error`.
   int report(std::string_view path, int error) const;
+  // Reports `what` on a file.
   void report(std::string_view path, const std::string& what) const;
 
  private:
   struct Place;
-  int find(std::string_view path, Place* place) const;
-  std::string name_of(std::string_view path) const;  // below the phone's directory
-  int read_quietly(std::string_view path, std::string* contents) const;
-  int write_quietly(std::string_view path, std::string_view contents) const;
-  int remove_quietly(std::string_view path) const;
-  int open_quietly(std::string_view path, int flags, Descriptor* file) const;
+  [[nodiscard]] int find(std::string_view path, Place* place) const;
 
   std::shared_ptr<const PhoneRoot> root_;
   std::string path_;
   bool quiet_ = false;
 };
 
-// A file that is not the phone's: links are followed.
-int read_file(const std::string& path, std::string* contents);
+// Reads a file outside of the phone; follows symbolic links.
+[[nodiscard]] int read_file(const std::string& path, std::string* contents);
 
 }  // namespace sim
 

@@ -1,4 +1,4 @@
-// The phone's logs, below log/.
+// The phone's logs, below its log/.
 #ifndef SIM_PHONE_LOG_FILE_H_
 #define SIM_PHONE_LOG_FILE_H_
 
@@ -9,16 +9,17 @@
 
 namespace sim {
 
-// A log that cannot be opened takes nothing, and standard error hears why; so does it when a line
-// cannot be written. Lines of several threads and processes do not mix: each is one write.
+// A log file, open to be appended to. One that cannot be opened drops its lines; that, and a line
+// that cannot be written, is reported on standard error. Any number of threads and processes may
+// write the same log: each line is one write.
 class LogFile {
  public:
   LogFile(const Phone& phone, const std::string& name);
+  // Whether it is open.
   explicit operator bool() const { return static_cast<bool>(file_); }
-  // `line` ends in a line end.
+  // Appends `line`, which brings its own line end.
   void append(std::string_view line) const;
-  // A line of text behind the time: log/modem.log, what a modem reports when nobody is there to
-  // read its standard error.
+  // Appends the local time, `text` and a line end.
   void write(const std::string& text) const;
 
  private:

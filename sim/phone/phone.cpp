@@ -1,8 +1,5 @@
 #include "sim/phone/phone.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdlib>
 
@@ -18,7 +15,7 @@ std::string Phone::default_root() {
   std::string root = variable("VEX_PHONE");
   if (root.empty()) {
     std::string state = variable("XDG_STATE_HOME");
-    if (!state.starts_with('/')) state.clear();  // a relative one is none
+    if (!state.starts_with('/')) state.clear();  // relative paths are to be ignored
     if (state.empty() && !variable("HOME").empty()) state = variable("HOME") + "/.local/state";
     if (!state.empty()) root = state + "/vex/phone";
   }
@@ -33,8 +30,9 @@ bool Phone::is_there(std::string* why) const {
     *why = "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty";
     return false;
   }
-  const int error = root_->find(why);
+  const int error = root_->find();
   if (error == ENOENT) *why = root() + ": no phone here (vex-phone init makes one)";
+  if (error != 0 && error != ENOENT) *why = root_->explain(error);
   return error == 0;
 }
 
@@ -44,11 +42,11 @@ std::string Phone::path_for_system_calls(const std::string& name) const {
 
 bool Phone::prepare(std::string* why) const {
   if (root().empty()) return is_there(why);
-  if (!root_->make(why)) return false;
-  const auto there = [this](const char* name) {
-    struct stat status {};
-    return ::fstatat(descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
-  };
+  if (const int error = root_->make(); error != 0) {
+    *why = root_->explain(error);
+    return false;
+  }
+  const auto there = [this](const std::string& name) { return mode_of(descriptor(), name) != 0; };
   const auto fail = [&](const std::string& name, int error) {
     *why = path(name) + ": " + reason(error);
     return false;
@@ -65,14 +63,14 @@ bool Phone::prepare(std::string* why) const {
     if (const int error = folder.make(name); error != 0) return fail(name, error);
   }
   for (const DefaultFile& file : default_files()) {
-    // There when somebody removes phone.toml to have the default one again, and theirs.
-    if (there(file.path.c_str())) continue;
+    // A person may have removed phone.toml alone, to get the default one: the rest stays theirs.
+    if (there(file.path)) continue;
     if (const int error = folder.write(file.path, file.contents); error != 0) {
       return fail(file.path, error);
     }
   }
-  // Last: its presence says that the phone is whole.
-  const int error = folder.write("phone.toml", kDefaultPhoneToml);
+  // Last: it marks the phone as complete.
+  const int error = folder.write("phone.toml", default_phone_toml());
   return error == 0 ? true : fail("phone.toml", error);
 }
 

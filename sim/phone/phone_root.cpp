@@ -1,46 +1,30 @@
 #include "sim/phone/phone_root.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
-#include <string_view>
+#include <vector>
 
 #include "sim/phone/report.h"
 
 namespace sim {
 namespace {
 
-constexpr const char kMarker[] = ".vex-phone";
-constexpr const char kPhoneToml[] = "phone.toml";
+constexpr char kMarker[] = ".vex-phone";
+constexpr char kPhoneToml[] = "phone.toml";
 constexpr char kMarkerText[] = "This directory is a simulated phone of vex.\n";
 
 Descriptor open_directory(const std::string& path) {
   return Descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-bool holds_file(int directory, const char* name) {
-  struct stat status {};
-  return ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode);
-}
+bool has_file(int directory, const char* name) { return S_ISREG(mode_of(directory, name)); }
 
-bool is_empty(int directory) {
-  const Descriptor own(::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(::dup(own.get())), ::closedir);
-  if (stream == nullptr) return false;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") return false;
-  }
-  return true;
-}
-
-// Makes the directories of the path, each with its entry on the disk.
-int make_directories(const std::string& path) {
+// Makes the directories of the path; the entry of each is on the disk before the next is made.
+[[nodiscard]] int make_directories(const std::string& path) {
   for (size_t at = 1; at != std::string::npos;) {
     at = path.find('/', at);
     const std::string part = path.substr(0, at);
@@ -56,11 +40,11 @@ int make_directories(const std::string& path) {
   return 0;
 }
 
-int make_marker(int directory) {
+[[nodiscard]] int make_marker(int directory) {
   const Descriptor marker(
       ::openat(directory, kMarker, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!marker) return errno == EEXIST ? 0 : errno;
-  // Its being there is what counts; the text is for a person.
+  // Only its existence matters; the text is for people, and may fail.
   [[maybe_unused]] const ssize_t written =
       ::write(marker.get(), kMarkerText, sizeof kMarkerText - 1);
   ::fsync(marker.get());
@@ -68,53 +52,47 @@ int make_marker(int directory) {
   return 0;
 }
 
-}  // namespace
-
-PhoneRoot::PhoneRoot(std::string path) : path_(std::move(path)) {}
-
-int PhoneRoot::look(int directory) {
+// 0 when the directory is a phone, ENOENT when it is empty, ENOTEMPTY when it has other files.
+[[nodiscard]] int look(int directory) {
   const auto is_phone = [directory] {
-    return holds_file(directory, kMarker) || holds_file(directory, kPhoneToml);
+    return has_file(directory, kMarker) || has_file(directory, kPhoneToml);
   };
   if (is_phone()) return 0;
-  if (is_empty(directory)) return ENOENT;
+  std::vector<std::string> names;
+  if (names_in(directory, &names) == 0 && names.empty()) return ENOENT;
   // Another process may have made it a phone meanwhile.
   return is_phone() ? 0 : ENOTEMPTY;
 }
 
-int PhoneRoot::find(std::string* why) const {
+}  // namespace
+
+PhoneRoot::PhoneRoot(std::string path) : path_(std::move(path)) {}
+
+int PhoneRoot::find() const {
   const Descriptor directory = open_directory(path_);
-  const int error = directory ? look(directory.get()) : errno;
-  struct stat status {};
-  if (error == ENOTEMPTY &&
-      ::fstatat(directory.get(), kPhoneToml, &status, AT_SYMLINK_NOFOLLOW) == 0) {
-    *why = path_ + "/" + kPhoneToml + ": " + reason(S_ISLNK(status.st_mode) ? ELOOP : ENXIO);
-  } else if (error == ENOTEMPTY) {
-    *why = path_ + " is no phone: it has files but no phone.toml";
-  } else if (error != 0) {
-    *why = path_ + ": " + std::strerror(error);
-  }
-  return error;
+  return directory ? look(directory.get()) : errno;
 }
 
-bool PhoneRoot::make(std::string* why) const {
-  if (descriptor() >= 0 && holds_file(descriptor(), kMarker)) return true;
-  const auto fail = [&](int error) {
-    *why = path_ + ": " + std::strerror(error);
-    return false;
-  };
-  if (const int error = make_directories(path_); error != 0) return fail(error);
-  const int found = find(why);
-  if (found != 0 && found != ENOENT) return false;
+std::string PhoneRoot::explain(int error) const {
+  if (error != ENOTEMPTY) return path_ + ": " + std::strerror(error);
+  const mode_t toml = mode_of(open_directory(path_).get(), kPhoneToml);
+  if (toml == 0) return path_ + " is no phone: it has files but no phone.toml";
+  return path_ + "/" + kPhoneToml + ": " + reason(S_ISLNK(toml) ? ELOOP : ENXIO);
+}
+
+int PhoneRoot::make() const {
+  if (descriptor() >= 0 && has_file(descriptor(), kMarker)) return 0;
+  if (const int error = make_directories(path_); error != 0) return error;
+  const int found = find();
+  if (found != 0 && found != ENOENT) return found;
   const Descriptor directory = open_directory(path_);
-  if (!directory) return fail(errno);
-  const int error = make_marker(directory.get());
-  // A phone in a place that takes no files is one by its phone.toml.
-  return error == 0 || found == 0 ? true : fail(error);
+  const int error = directory ? make_marker(directory.get()) : errno;
+  // Without a marker, where files cannot be made, a phone.toml is enough.
+  return found == 0 && directory ? 0 : error;
 }
 
 int PhoneRoot::descriptor() const {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   if (!directory_) {
     Descriptor directory = open_directory(path_);
     if (!directory || look(directory.get()) != 0) return -1;
@@ -125,7 +103,7 @@ int PhoneRoot::descriptor() const {
 
 void PhoneRoot::report(const std::string& name, const std::string& what) const {
   const std::string line = path_ + "/" + name + ": " + what;
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   if (line == reported_) return;
   reported_ = line;
   sim::report(line);

@@ -1,4 +1,4 @@
-// What a program says beside its output: lines on standard error that begin with its name.
+// Lines on standard error, each behind the program's name and a colon, as other tools print them.
 #ifndef SIM_PHONE_REPORT_H_
 #define SIM_PHONE_REPORT_H_
 
@@ -8,6 +8,7 @@
 
 namespace sim {
 
+// `line`: without a line end.
 inline void report(const std::string& line) {
   std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, line.c_str());
 }

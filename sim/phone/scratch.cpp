@@ -1,6 +1,5 @@
 #include "sim/phone/scratch.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -12,18 +11,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <memory>
 #include <string_view>
 
 namespace sim {
 namespace {
 
 constexpr std::string_view kPrefix = "write-";
-constexpr size_t kDigits = 16;      // hexadecimal, of a random number
-constexpr time_t kAbandoned = 600;  // seconds; no writer is that long about one file
-constexpr int kNames = 16;          // tried before giving up
+constexpr size_t kDigits = 16;      // hexadecimal, of a random number of 64 bits
+constexpr time_t kAbandoned = 600;  // seconds; no writer takes that long for one file
+constexpr int kNames = 16;          // tried before giving up; a second one is hardly ever needed
 
-int open_folder(int root, Descriptor* folder) {
+[[nodiscard]] int open_folder(int root, Descriptor* folder) {
   const int flags = O_RDONLY | O_DIRECTORY;
   const int error = open_beneath(root, ScratchFile::kFolder, flags, 0, folder);
   if (error != ENOENT) return error;
@@ -34,7 +32,8 @@ int open_folder(int root, Descriptor* folder) {
 
 std::string random_name() {
   uint64_t number = 0;
-  // Early in a system's start there may be no random numbers: then O_EXCL alone keeps names apart.
+  // Early in a system's start there may be no random numbers: O_EXCL keeps names apart all the
+  // same.
   if (::getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
@@ -87,11 +86,11 @@ int ScratchFile::move_to(int folder, const std::string& name) {
 void clear_scratch(int root) {
   Descriptor folder;
   if (open_beneath(root, ScratchFile::kFolder, O_RDONLY | O_DIRECTORY, 0, &folder) != 0) return;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(::dup(folder.get())), ::closedir);
-  if (stream == nullptr) return;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    if (!is_scratch_name(entry->d_name) || !is_abandoned(folder.get(), entry->d_name)) continue;
-    ::unlinkat(folder.get(), entry->d_name, 0);
+  std::vector<std::string> names;
+  if (names_in(folder.get(), &names) != 0) return;
+  for (const std::string& name : names) {
+    if (!is_scratch_name(name) || !is_abandoned(folder.get(), name.c_str())) continue;
+    ::unlinkat(folder.get(), name.c_str(), 0);
   }
 }
 

@@ -1,4 +1,7 @@
-// Files that are not whole yet, in a folder of their own below the phone's directory.
+// Files that are being written, in a folder of their own below the phone's directory. On the same
+// file system as the phone's files, so that rename(2) can put them into place.
+//
+// Results are 0 or an errno number.
 #ifndef SIM_PHONE_SCRATCH_H_
 #define SIM_PHONE_SCRATCH_H_
 
@@ -8,7 +11,7 @@
 
 namespace sim {
 
-// One file on its way to its place. Removed when it goes before it was moved there.
+// One file, open for writing. Its destructor removes it unless it has been moved.
 class ScratchFile {
  public:
   static constexpr const char kFolder[] = ".vex-scratch";
@@ -18,10 +21,11 @@ class ScratchFile {
   ScratchFile(const ScratchFile&) = delete;
   ScratchFile& operator=(const ScratchFile&) = delete;
 
-  // Makes one below `root`, under a name that nobody else has. 0 or an errno number.
-  int make(int root);
+  // Makes an empty one with a name of its own below `root`, a descriptor of the phone's directory.
+  [[nodiscard]] int make(int root);
   int descriptor() const { return file_.get(); }
-  int move_to(int folder, const std::string& name);
+  // Gives it the name in a folder, in the place of any file that has it.
+  [[nodiscard]] int move_to(int folder, const std::string& name);
 
  private:
   Descriptor folder_;
@@ -29,9 +33,9 @@ class ScratchFile {
   std::string name_;
 };
 
-// Removes what writers that crashed left there: regular files that bear a scratch file's name,
-// belong to this user and have not been written to for ten minutes. Nothing else, and nothing in
-// folders below.
+// Removes what writers that crashed left: regular files directly in that folder that have the name
+// of a scratch file, belong to this user and have not been written to for ten minutes. Nothing
+// else. Failures are ignored: the next modem tries again.
 void clear_scratch(int root);
 
 }  // namespace sim

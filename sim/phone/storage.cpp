@@ -6,9 +6,9 @@
 namespace sim {
 namespace {
 
-// What stands before the octets of a kept file.
-constexpr char kWasThere = '+';
-constexpr char kWasNotThere = '-';
+// The first octet of a kept file: whether there was a file, whose octets follow.
+constexpr char kExisted = '+';
+constexpr char kDidNotExist = '-';
 
 }  // namespace
 
@@ -30,11 +30,11 @@ int Store::remove(std::string_view path) const {
   return change(path, [&] { return files_.remove(path); });
 }
 
-int Store::change(std::string_view path, const std::function<int()>& change) const {
+int Store::change(std::string_view path, const Change& change) const {
   return loses_unsynced_ ? change_locked(path, change) : change();
 }
 
-int Store::change_locked(std::string_view path, const std::function<int()>& change) const {
+int Store::change_locked(std::string_view path, const Change& change) const {
   const FileLock lock = phone_.lock();
   if (!lock.held()) return ENOLCK;
   if (loses_unsynced_) {
@@ -48,7 +48,7 @@ int Store::update(std::string_view path,
   return change_locked(path, [&] {
     std::string old;
     const int error = files_.read(path, &old);
-    // What cannot be read is not written over.
+    // A file that cannot be read is not overwritten.
     return error == 0 || error == ENOENT ? files_.write(path, make(old)) : error;
   });
 }
@@ -57,9 +57,9 @@ int Store::keep(std::string_view path) const {
   std::string file;
   if (kept_.read(path, &file) == 0) return 0;
   const int error = files_.read(path, &file);
-  // What could not be brought back is not changed.
+  // A file that could not be brought back is not changed.
   if (error != 0 && error != ENOENT) return error;
-  return kept_.write(path, (error == 0 ? kWasThere : kWasNotThere) + file);
+  return kept_.write(path, (error == 0 ? kExisted : kDidNotExist) + file);
 }
 
 int Store::for_each_kept(const std::function<int(const std::string& path)>& each) const {
@@ -91,7 +91,7 @@ int Store::restart() const {
     if (!loses_unsynced_) return 0;
     std::string file;
     if (const int error = kept_.read(path, &file); error != 0) return error;
-    if (!file.empty() && file[0] == kWasThere) return files_.write(path, file.substr(1));
+    if (!file.empty() && file[0] == kExisted) return files_.write(path, file.substr(1));
     const int error = files_.remove(path);
     return error == ENOENT ? 0 : error;
   });

@@ -1,9 +1,11 @@
 // The modem's storage: NV items and EFS files, in the phone's directory.
 //
-// A change is in its file at once. When the phone is one that loses what was not synced, the file
-// as it was at the last sync is kept beside, below unsynced/, and comes back when the modem
-// restarts; a sync, or a phone that loses nothing, drops it. Results are 0 or an errno number; any
-// number of processes may use the storage at once.
+// A change is in its file at once. A phone that loses unsynced changes (phone.toml) first keeps the
+// file as it was at the last sync, below unsynced/. A restart of the modem brings it back; a sync
+// drops it, and so does a restart of a phone that no longer loses anything.
+//
+// Results are 0 or an errno number; ENOLCK: the phone's lock could not be taken. Any number of
+// threads and processes may use the storage at once.
 #ifndef SIM_PHONE_STORAGE_H_
 #define SIM_PHONE_STORAGE_H_
 
@@ -15,25 +17,32 @@
 
 namespace sim {
 
-// One of the two kinds, below its folder.
+// The items or the files.
 class Store {
  public:
+  // `name`: of the folder below the phone's directory.
   Store(const Phone& phone, const std::string& name, bool loses_unsynced);
 
-  int read(std::string_view path, std::string* contents) const;
-  int write(std::string_view path, std::string_view contents) const;
-  int remove(std::string_view path) const;
-  // Writes what `make` makes of the contents, empty when there is no file; nobody writes between.
-  int update(std::string_view path,
-             const std::function<std::string(const std::string& old)>& make) const;
-  int sync() const;
-  int restart() const;
+  // As Folder's.
+  [[nodiscard]] int read(std::string_view path, std::string* contents) const;
+  [[nodiscard]] int write(std::string_view path, std::string_view contents) const;
+  [[nodiscard]] int remove(std::string_view path) const;
+  // Replaces the contents, empty when there is no file, by what `make` returns for them, with the
+  // phone locked.
+  [[nodiscard]] int update(std::string_view path,
+                           const std::function<std::string(const std::string& old)>& make) const;
+  // All kept files are handled even when one fails; the first failure is returned.
+  [[nodiscard]] int sync() const;
+  [[nodiscard]] int restart() const;
 
  private:
-  int change(std::string_view path, const std::function<int()>& change) const;
-  int change_locked(std::string_view path, const std::function<int()>& change) const;
-  int keep(std::string_view path) const;
-  int for_each_kept(const std::function<int(const std::string& path)>& each) const;
+  using Change = std::function<int()>;
+
+  // Runs `change`; keeps the file before, with the phone locked, when the phone loses changes.
+  [[nodiscard]] int change(std::string_view path, const Change& change) const;
+  [[nodiscard]] int change_locked(std::string_view path, const Change& change) const;
+  [[nodiscard]] int keep(std::string_view path) const;
+  [[nodiscard]] int for_each_kept(const std::function<int(const std::string& path)>& each) const;
 
   Phone phone_;
   Folder files_;
@@ -44,9 +53,9 @@ class Store {
 struct Storage {
   Storage(const Phone& phone, bool loses_unsynced);
 
-  int sync() const;
-  // Called while no service is there.
-  int restart() const;
+  [[nodiscard]] int sync() const;
+  // For the modem, while no service is up.
+  [[nodiscard]] int restart() const;
 
   Store nv;
   Store efs;

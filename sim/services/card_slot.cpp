@@ -9,21 +9,22 @@ namespace {
 
 using Octets = std::vector<uint8_t>;
 
+// AIDs of the USIM (ETSI TS 101 220) and of an eUICC's root security domain (GSMA SGP.02).
 constexpr uint8_t kUsimAid[] = {0xA0, 0x00, 0x00, 0x00, 0x87, 0x10, 0x02, 0xFF,
                                 0xFF, 0xFF, 0xFF, 0x89, 0x04, 0x00, 0x00, 0xFF};
 constexpr uint8_t kIsdRAid[] = {0xA0, 0x00, 0x00, 0x05, 0x59, 0x10, 0x10, 0xFF,
                                 0xFF, 0xFF, 0xFF, 0x89, 0x00, 0x00, 0x01, 0x00};
-constexpr size_t kRid = 5;  // what an AID has at least
+constexpr size_t kRid = 5;  // octets of an AID's registered provider, its shortest prefix
 
 constexpr size_t kHeader = 4;  // class, instruction, two parameters
 constexpr uint8_t kSelect = 0xA4;
 constexpr uint8_t kByName = 0x04;     // P1 of SELECT
 constexpr uint8_t kStoreData = 0xE2;  // of the proprietary class
-constexpr uint8_t kLastBlock = 0x91;  // P1 of STORE DATA: data objects, and no more of them
+constexpr uint8_t kLastBlock = 0x91;  // P1 of STORE DATA: BER-TLV data, last block
 
-// What a command carries, which a length of one octet precedes and the length of the response may
-// follow. False when the lengths do not agree.
-bool carried(std::span<const uint8_t> apdu, std::span<const uint8_t>* data) {
+// The data field of a command APDU: behind Lc, of one octet; Le may follow. False when the lengths
+// do not agree.
+[[nodiscard]] bool data_field(std::span<const uint8_t> apdu, std::span<const uint8_t>* data) {
   *data = {};
   if (apdu.size() <= kHeader + 1) return true;
   const size_t length = apdu[kHeader];
@@ -51,7 +52,7 @@ uim_card_state CardSlot::state() const {
   if (!powered_) return UIM_CARD_ERROR;
   if (platform::clock().now() < ready_) return UIM_CARD_ABSENT;
   if (to_euicc_) return UIM_CARD_PRESENT;
-  return switched() ? sim_.state : UIM_CARD_ABSENT;
+  return card_detect() ? sim_.state : UIM_CARD_ABSENT;
 }
 
 uim_card_error CardSlot::error() const {
@@ -94,7 +95,7 @@ uint16_t CardSlot::open(std::span<const uint8_t> aid, uint8_t* channel) {
 
 bool CardSlot::close(uint8_t channel) { return channel != 0 && channels_.erase(channel) != 0; }
 
-// A template that holds the application's name.
+// A template with the application's AID (tag 0x84).
 Octets CardSlot::file_control(uint8_t channel, uint32_t which) const {
   static constexpr uint8_t kTemplates[] = {0, 0x62, 0x6F, 0x6F, 0x64};
   const auto found = channels_.find(channel);
@@ -111,8 +112,8 @@ Octets CardSlot::file_control(uint8_t channel, uint32_t which) const {
 
 Octets CardSlot::exchange(uint8_t channel, std::span<const uint8_t> apdu) {
   std::span<const uint8_t> data;
-  if (apdu.size() < kHeader || !carried(apdu, &data)) return status_only(kSwWrongLength);
-  // The class's low bits are the channel's, and the modem's to set.
+  if (apdu.size() < kHeader || !data_field(apdu, &data)) return status_only(kSwWrongLength);
+  // The low bits of the class are the channel number, which the modem sets.
   const uint8_t command_class = apdu[0] & 0xF0;
   const uint8_t instruction = apdu[1];
   Application& selected = channels_.at(channel);

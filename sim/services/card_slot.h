@@ -1,4 +1,7 @@
-// A card slot: the card that it is connected to, whether that has power, and what is open on it.
+// A card slot: which card it is connected to, whether that has power, and the card's channels.
+//
+// Results of the card are status words (sim/services/status_words.h). Not thread-safe: it belongs
+// to one service.
 #ifndef SIM_SERVICES_CARD_SLOT_H_
 #define SIM_SERVICES_CARD_SLOT_H_
 
@@ -16,36 +19,42 @@ namespace sim {
 
 class CardSlot {
  public:
-  static constexpr uint8_t kChannelsMax = 3;  // beside the basic one, 0
+  // Logical channels beside the basic one, 0: as many as a class octet of ISO/IEC 7816-4's first
+  // coding can name.
+  static constexpr uint8_t kChannelsMax = 3;
 
   enum class Application : uint8_t { kNone, kUsim, kIsdR };
 
-  // place: of the slot's SIM in the tray. euicc: null for a slot that has a SIM only.
+  // `place`: the slot's SIM in the tray, from 0. `euicc`: null for a slot that has a SIM only. What
+  // is referred to must outlast the slot.
   CardSlot(const SimConfig& sim, const CardTray& tray, uint32_t place, Euicc* euicc)
       : sim_(sim), tray_(tray), place_(place), euicc_(euicc) {}
 
-  // Connects the slot to one of its cards, which answers from `ready` on.
+  // Connects the slot to one of its cards, which answers from `ready` on. Only the basic channel is
+  // open then.
   void power_up(bool to_euicc, platform::Time ready);
   void power_down();
 
   bool powered() const { return powered_; }
   bool is_euicc() const { return to_euicc_; }
-  // Whether the slot's switch says that a card is in it; an eUICC is none that one puts in.
-  bool switched() const { return tray_.present(place_); }
+  // State of the card-detect switch. It is about the SIM; the soldered eUICC has none.
+  bool card_detect() const { return tray_.present(place_); }
   uim_card_state state() const;
   uim_card_error error() const;
   // The USIM's AID; empty when the card has none.
   std::vector<uint8_t> usim() const;
 
-  // Opens a channel to the application whose AID begins with `aid`; without one, to none. A status
-  // word.
-  uint16_t open(std::span<const uint8_t> aid, uint8_t* channel);
-  // False when it is not open.
-  bool close(uint8_t channel);
+  // Opens a channel and selects the application whose AID begins with `aid`, which has 5 octets at
+  // least; an empty one selects none. kSwDone, kSwNoRoom or kSwNoApplication; `*channel` changes on
+  // success only.
+  [[nodiscard]] uint16_t open(std::span<const uint8_t> aid, uint8_t* channel);
+  // False when it is not open, or is the basic one.
+  [[nodiscard]] bool close(uint8_t channel);
   bool has_channel(uint8_t channel) const { return channels_.contains(channel); }
-  // What the channel's application tells of itself; nothing for UIM_FILE_CONTROL_NONE.
+  // The file control template (UIM_FILE_CONTROL_...) of the application selected on the channel;
+  // empty for UIM_FILE_CONTROL_NONE.
   std::vector<uint8_t> file_control(uint8_t channel, uint32_t which) const;
-  // The response to one APDU on an open channel, status words last.
+  // The response to one command APDU on an open channel, the status word last.
   std::vector<uint8_t> exchange(uint8_t channel, std::span<const uint8_t> apdu);
 
  private:
@@ -54,12 +63,12 @@ class CardSlot {
 
   const SimConfig& sim_;
   const CardTray& tray_;
-  const uint32_t place_;  // of its SIM in the tray
+  const uint32_t place_;
   Euicc* euicc_;
   bool powered_ = false;
   bool to_euicc_ = false;
   platform::Time ready_{};
-  std::map<uint8_t, Application> channels_;  // by what is selected on them
+  std::map<uint8_t, Application> channels_;  // open ones, and what is selected
 };
 
 }  // namespace sim

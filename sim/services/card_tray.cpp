@@ -10,10 +10,10 @@
 namespace sim {
 namespace {
 
-// Which start of the computer this is: the clock begins anew with each.
+// Which start of the computer this is, from which its clock counts; "?" when it is not known.
 std::string boot_id() {
   std::string id;
-  read_file("/proc/sys/kernel/random/boot_id", &id);
+  if (read_file("/proc/sys/kernel/random/boot_id", &id) != 0) return "?";
   id.resize(std::min(id.size(), id.find('\n')));
   return id.empty() ? "?" : id;
 }
@@ -24,8 +24,9 @@ uint64_t now_ms() {
       std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
 }
 
+// False when the value does not have the structure's length.
 template <class T>
-bool read(std::string_view value, T* to) {
+[[nodiscard]] bool read(std::string_view value, T* to) {
   if (value.size() != sizeof *to) return false;
   std::memcpy(to, value.data(), sizeof *to);
   return true;
@@ -56,7 +57,7 @@ bool CardTray::State::pulled(uint64_t now) const {
          (now - began_ms) % cycle_ms(test) >= uint64_t{test.seconds_after_push} * 1000;
 }
 
-// One line of numbers. A file that is not that is none.
+// The file is one line of numbers, and the boot id. Anything else counts as no file.
 int CardTray::load(State* state) const {
   *state = {};
   for (uint32_t sub = 0; sub < kSlots; ++sub) {
@@ -71,7 +72,7 @@ int CardTray::load(State* state) const {
   in >> kept.began_ms >> kept.test.seconds_after_push >> kept.test.seconds_after_pull >>
       kept.test.count >> kept.done;
   if (!in) return 0;
-  // A test does not outlive the computer's start.
+  // A test ends with the start of the computer in which it began.
   std::string boot;
   if (in >> boot && boot != boot_id()) kept.began_ms = 0;
   *state = kept;
@@ -79,70 +80,70 @@ int CardTray::load(State* state) const {
 }
 
 template <class Change>
-int32_t CardTray::change(Change change) const {
+int CardTray::change(Change change) const {
   const FileLock lock = phone_.lock();
-  if (!lock.held()) return -EIO;
+  if (!lock.held()) return EIO;
   State state;
-  // What cannot be read is not written over.
-  if (const int error = load(&state); error != 0) return -error;
+  // A file that cannot be read is not overwritten.
+  if (const int error = load(&state); error != 0) return error;
   change(&state);
   std::ostringstream out;
   for (const State::Line& line : state.lines) out << line.mode << ' ' << line.high << ' ';
   out << state.began_ms << ' ' << state.test.seconds_after_push << ' '
       << state.test.seconds_after_pull << ' ' << state.test.count << ' ' << state.done << ' '
       << boot_id() << '\n';
-  return -phone_.all().write(kFile, out.str());
+  return phone_.all().write(kFile, out.str());
 }
 
-bool CardTray::present(const State& state, uint32_t sub) const {
+bool CardTray::present(const State& state, uint32_t sub) {
   return state.lines[sub].high && !state.pulled(now_ms());
 }
 
 bool CardTray::present(uint32_t sub) const {
   State state;
-  load(&state);
+  (void)load(&state);  // a failure has been reported; phone.toml's state is used
   return sub < kSlots && present(state, sub);
 }
 
-int32_t CardTray::query(Value value, std::string* answer) const {
-  if (!value.empty()) return -EINVAL;
+int CardTray::query(Value value, std::string* answer) const {
+  if (!value.empty()) return EINVAL;
   State state;
-  if (const int error = load(&state); error != 0) return -error;
+  if (const int error = load(&state); error != 0) return error;
   add(uint32_t{present(state, 0) || present(state, 1)}, answer);
   return 0;
 }
 
-int32_t CardTray::get(Value value, std::string* answer) const {
+int CardTray::get(Value value, std::string* answer) const {
   uint32_t sub = 0;
-  if (!read(value, &sub) || sub >= kSlots) return -EINVAL;
+  if (!read(value, &sub) || sub >= kSlots) return EINVAL;
   add(uint32_t{present(sub)}, answer);
   return 0;
 }
 
-int32_t CardTray::set(Value value, std::string* answer) const {
+int CardTray::set(Value value, std::string* answer) const {
   kelvor_card_set wanted;
   if (!read(value, &wanted) || wanted.sub >= kSlots || wanted.mode > 1 || wanted.level > 1) {
-    return -EINVAL;
+    return EINVAL;
   }
-  const int32_t result = change([&](State* state) {
+  const int error = change([&](State* state) {
     state->lines[wanted.sub] = {wanted.mode, wanted.level != 0};
   });
-  if (result == 0) add(uint32_t{present(wanted.sub)}, answer);
-  return result;
+  if (error == 0) add(uint32_t{present(wanted.sub)}, answer);
+  return error;
 }
 
-int32_t CardTray::type(Value value, std::string* answer) const {
-  if (!value.empty()) return -EINVAL;
+int CardTray::type(Value value, std::string* answer) const {
+  if (!value.empty()) return EINVAL;
   add(config_.tray, answer);
   return 0;
 }
 
-int32_t CardTray::hot_swap(Value value, std::string* answer) const {
+int CardTray::hot_swap(Value value, std::string* answer) const {
   kelvor_hot_swap wanted{};
-  if (!read(value, &wanted.opt) && !read(value, &wanted)) return -EINVAL;
-  if (wanted.opt != 0 && value.size() != sizeof wanted) return -EINVAL;
+  if (!read(value, &wanted.opt) && !read(value, &wanted)) return EINVAL;
+  if (wanted.opt != 0 && value.size() != sizeof wanted) return EINVAL;
   kelvor_hot_swap_state now{};
-  const int32_t result = change([&](State* state) {
+  const int error = change([&](State* state) {
     if (wanted.opt != 0) {
       state->test = wanted;
       state->began_ms = now_ms();
@@ -153,13 +154,13 @@ int32_t CardTray::hot_swap(Value value, std::string* answer) const {
     }
     now = {state->running(now_ms()), state->done};
   });
-  if (result == 0) add(now, answer);
-  return result;
+  if (error == 0) add(now, answer);
+  return error;
 }
 
 struct CardTray::Item {
   uint32_t number;
-  int32_t (CardTray::*run)(Value value, std::string* answer) const;
+  int (CardTray::*run)(Value value, std::string* answer) const;
 };
 
 constexpr CardTray::Item CardTray::kItems[] = {
@@ -170,14 +171,13 @@ constexpr CardTray::Item CardTray::kItems[] = {
     {KELVOR_COMMON_ITEM_HOT_SWAP, &CardTray::hot_swap},
 };
 
-std::optional<int32_t> CardTray::handle(const kelvor_common_item_req& request,
-                                        std::string* answer) const {
+int CardTray::handle(const kelvor_common_item_req& request, std::string* answer) const {
   for (const Item& item : kItems) {
     if (item.number != request.t) continue;
-    if (request.l > sizeof request.v) return -EINVAL;
+    if (request.l > sizeof request.v) return EINVAL;
     return (this->*item.run)({reinterpret_cast<const char*>(request.v), request.l}, answer);
   }
-  return std::nullopt;
+  return ENOSYS;
 }
 
 }  // namespace sim

@@ -1,12 +1,14 @@
-// The card tray: whether the cards are in, as the vendor service's items tell and set it.
+// The card tray: whether the cards are in, which items of the vendor service report and set.
 //
-// What was set, and a hot-swap test that runs, are kept in the phone's file `cards/tray`, so that
-// they outlive the process and are everybody's. The test needs nobody to carry it out: where it is
-// follows from when it began, by the clock that runs since the computer started.
+// The settings and a running hot-swap test are kept in the phone's file `cards/tray`, which all
+// processes share. Nothing runs during a test: whether the tray is out follows from the time since
+// the test began, by the clock that counts from the computer's start.
+//
+// Results are 0 or an errno number: EINVAL for a value of the wrong length or range, EIO when the
+// phone's lock could not be taken, else the file's. Threads: any.
 #ifndef SIM_SERVICES_CARD_TRAY_H_
 #define SIM_SERVICES_CARD_TRAY_H_
 
-#include <optional>
 #include <string>
 
 #include "platform/idl/vendor_payload.h"
@@ -17,29 +19,31 @@ namespace sim {
 
 class CardTray {
  public:
-  // Below the phone's directory.
+  // Its path below the phone's directory.
   static constexpr const char* kFile = "cards/tray";
 
-  // Until it is set otherwise, the cards that phone.toml has are in.
+  // Until it is set otherwise, the cards that phone.toml has are in. `phone` and `config` must
+  // outlast the tray.
   CardTray(const Phone& phone, const CardsConfig& config) : phone_(phone), config_(config) {}
 
-  // An item's result, 0 or a negated errno number, and its answer; none when it is not the tray's.
-  std::optional<int32_t> handle(const kelvor_common_item_req& request, std::string* answer) const;
-  // sub: from 0, as slots are in CardsConfig.
-  bool present(uint32_t sub) const;
+  // Handles an item and appends its answer; ENOSYS when the item is not the tray's.
+  [[nodiscard]] int handle(const kelvor_common_item_req& request, std::string* answer) const;
+  // `sub`: a slot, from 0 as in CardsConfig; false for others.
+  [[nodiscard]] bool present(uint32_t sub) const;
 
  private:
   struct State {
     struct Line {
       uint32_t mode;
-      bool high;
+      bool high;  // the card is in
     };
     Line lines[kSlots];
-    uint64_t began_ms = 0;  // of the hot-swap test; 0: none
+    uint64_t began_ms = 0;  // when the hot-swap test began; 0: none runs
     kelvor_hot_swap test{};
-    uint32_t done = 0;  // of the test that was stopped
+    uint32_t done = 0;  // cycles of the last test, once it was stopped
 
-    // Of the test that runs: pushes with their pulls that are over, and whether the tray is out.
+    // Of the running test: completed cycles of a push and a pull, whether it is still running, and
+    // whether the tray is out.
     uint64_t cycles(uint64_t now_ms) const;
     bool running(uint64_t now_ms) const;
     bool pulled(uint64_t now_ms) const;
@@ -48,17 +52,19 @@ class CardTray {
   static const Item kItems[];
   using Value = std::string_view;
 
-  // 0 or an errno number; without a file, and with one that cannot be read, it is phone.toml's.
-  int load(State* state) const;
-  bool present(const State& state, uint32_t sub) const;
+  // The state of phone.toml when there is no file, or the file cannot be read.
+  [[nodiscard]] int load(State* state) const;
+  [[nodiscard]] static bool present(const State& state, uint32_t sub);
+  // Loads, changes and stores the state, with the phone locked.
   template <class Change>
-  int32_t change(Change change) const;
+  [[nodiscard]] int change(Change change) const;
 
-  int32_t query(Value value, std::string* answer) const;
-  int32_t get(Value value, std::string* answer) const;
-  int32_t set(Value value, std::string* answer) const;
-  int32_t type(Value value, std::string* answer) const;
-  int32_t hot_swap(Value value, std::string* answer) const;
+  // The items' handlers.
+  [[nodiscard]] int query(Value value, std::string* answer) const;
+  [[nodiscard]] int get(Value value, std::string* answer) const;
+  [[nodiscard]] int set(Value value, std::string* answer) const;
+  [[nodiscard]] int type(Value value, std::string* answer) const;
+  [[nodiscard]] int hot_swap(Value value, std::string* answer) const;
 
   const Phone& phone_;
   const CardsConfig& config_;

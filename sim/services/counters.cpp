@@ -21,7 +21,7 @@ class Packer {
   std::string octets_;
 };
 
-// Block sizes at version 4, and what the main block's first counters take.
+// Octets of the blocks at version 4, and of the main block's first counters.
 constexpr size_t kMain = 57;
 constexpr size_t kMainFirst = 1 + 3 * 8;
 constexpr size_t kDiag = 95;
@@ -33,10 +33,10 @@ constexpr size_t kUim = 10;
 std::string statistics_counters(const PhoneConfig& config) {
   Packer packer;
   packer.add(kVersion, 1)
-      .add(config.statistics_enabled ? 1 : 0, 1)
-      .add(config.outdated_logs.size(), 8)
-      .add(config.cmd_ok_count, 8)
-      .add(config.cmd_fail_count, 8)
+      .add(config.statistics.enabled ? 1 : 0, 1)
+      .add(config.statistics.outdated_logs.size(), 8)
+      .add(config.statistics.cmd_ok_count, 8)
+      .add(config.statistics.cmd_fail_count, 8)
       .zeros(kMain - kMainFirst)
       .zeros(kDiag)
       .zeros(kCm)

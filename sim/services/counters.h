@@ -8,7 +8,8 @@
 
 namespace sim {
 
-// Version 4: the version octet, then the main, diag, CM and UIM blocks, packed and little-endian.
+// The record of version 4: the version octet, then the main, diag, CM and UIM blocks, packed and
+// little-endian. Counters that phone.toml has no key for are 0.
 std::string statistics_counters(const PhoneConfig& config);
 
 }  // namespace sim

@@ -1,6 +1,5 @@
-// Diag: the commands that the modem knows, a row each.
-//
-// Command codes, packets and NV states as the public diag tools have them.
+// Diag: version, NV read and NV write. Command codes, packets and NV states are those of public
+// diag tools.
 
 #include <algorithm>
 #include <cerrno>
@@ -23,7 +22,7 @@ using Packet = std::vector<uint8_t>;
 
 enum : uint8_t {
   kVersion = 0x00,
-  kBadCommand = 0x13,  // these two are followed by the command that they are about
+  kBadCommand = 0x13,  // this and the next are followed by the refused command
   kBadLength = 0x15,
   kNvRead = 0x26,
   kNvWrite = 0x27,
@@ -97,7 +96,7 @@ class DiagService final : public Service {
  public:
   explicit DiagService(ModemContext& modem)
       : Service(modem, qcci::idl::kDiagService),
-        nv_(modem.phone(), "nv", modem.config().loses_unsynced) {
+        nv_(modem.phone(), "nv", modem.config().modem.loses_unsynced) {
     on(qcci::kDiagByCallback, &DiagService::command);
     on(qcci::kDiagByDci, &DiagService::command);
   }
@@ -105,7 +104,7 @@ class DiagService final : public Service {
  private:
   struct Row {
     uint8_t code;
-    size_t least, most;  // octets
+    size_t least, most;  // octets of the command
     Packet (DiagService::*run)(std::span<const uint8_t> command);
   };
   static const Row kRows[];
@@ -135,12 +134,12 @@ class DiagService final : public Service {
     put_text(packet.version, config.version);
     packet.model = config.model;
     packet.firmware = config.firmware;
-    packet.hardware_major = config.hardware[0];
-    packet.hardware_minor = config.hardware[1];
+    packet.hardware_major = config.hardware_major;
+    packet.hardware_minor = config.hardware_minor;
     return octets_of(packet);
   }
 
-  // An item that is longer than its field is cut.
+  // An item that is longer than the packet's field is cut.
   Packet nv_read(std::span<const uint8_t> command) {
     NvPacket packet = nv_packet(command);
     std::string item;
@@ -153,8 +152,8 @@ class DiagService final : public Service {
     return octets_of(packet);
   }
 
-  // A command that ends within the data field writes as much as it has. One with the whole field
-  // writes as much of it as the item has had, since it cannot say how much it means.
+  // A command that ends within the data field writes the octets that it has. One with the whole
+  // field cannot say how many of them it means: it writes as many as the item had before.
   Packet nv_write(std::span<const uint8_t> command) {
     NvPacket packet = nv_packet(command);
     if (packet.id > KELVOR_NVEFS_NV_ID_MAX) {
@@ -182,9 +181,12 @@ class DiagService final : public Service {
 };
 
 constexpr DiagService::Row DiagService::kRows[] = {
-    {kVersion, 1, 1, &DiagService::version},
-    {kNvRead, kNvHead, sizeof(NvPacket), &DiagService::nv_read},
-    {kNvWrite, kNvHead + 1, sizeof(NvPacket), &DiagService::nv_write},
+    {.code = kVersion, .least = 1, .most = 1, .run = &DiagService::version},
+    {.code = kNvRead, .least = kNvHead, .most = sizeof(NvPacket), .run = &DiagService::nv_read},
+    {.code = kNvWrite,
+     .least = kNvHead + 1,
+     .most = sizeof(NvPacket),
+     .run = &DiagService::nv_write},
 };
 
 Packet DiagService::answer_to(std::span<const uint8_t> command) {

@@ -15,7 +15,7 @@ using Octets = std::vector<uint8_t>;
 
 constexpr const char* kEsimEnableFile = "1/nv/item_files/modem/uim/uimdrv/esim_enable";
 
-// The functions' tags: this octet, then the function's.
+// The functions' tags, of GSMA SGP.22: this octet, then the function's.
 constexpr uint8_t kFunctionClass = 0xBF;
 constexpr uint8_t kMemoryReset = 0x34;
 constexpr uint8_t kGetEid = 0x3E;
@@ -25,11 +25,12 @@ constexpr uint8_t kDone = 0;
 constexpr uint8_t kNothingToDelete = 1;
 constexpr uint8_t kUndefinedError = 127;
 
-// The value of the one data object that there is, behind its tag; false when there is not just one.
-bool only_object(std::span<const uint8_t> data, size_t tag_octets,
-                 std::span<const uint8_t>* value) {
+// The value of the data object that is all of `data`. False when its length is coded in more than
+// one octet or is not that of the rest.
+[[nodiscard]] bool only_object(std::span<const uint8_t> data, size_t tag_octets,
+                               std::span<const uint8_t>* value) {
   if (data.size() < tag_octets + 1) return false;
-  const size_t length = data[tag_octets];  // from 0x80 on lengths are coded otherwise
+  const size_t length = data[tag_octets];  // 0x80 and more: the first of several length octets
   *value = data.subspan(tag_octets + 1);
   return length < 0x80 && value->size() == length;
 }
@@ -50,7 +51,8 @@ bool esim_enabled(const Phone& phone) {
 
 std::vector<ProfileConfig> Euicc::profiles() const {
   std::string file;
-  phone_.all().read(kDeletedFile, &file);
+  // Of a file that cannot be read, which has been reported, no profile counts as deleted.
+  if (phone_.all().read(kDeletedFile, &file) != 0) file.clear();
   std::istringstream lines(file);
   std::set<std::string> deleted;
   for (std::string line; std::getline(lines, line);) deleted.insert(line);
@@ -74,7 +76,7 @@ Octets Euicc::store_data(std::span<const uint8_t> data) {
   }
 }
 
-// Asked for by a list of tags that holds the EID's alone.
+// The request is a list of tags (0x5C), which must have the EID's (0x5A) alone.
 Octets Euicc::get_eid(std::span<const uint8_t> value) {
   static constexpr uint8_t kWanted[] = {0x5C, 0x01, 0x5A};
   if (!std::ranges::equal(value, kWanted)) return status_only(kSwWrongData);
@@ -84,8 +86,8 @@ Octets Euicc::get_eid(std::span<const uint8_t> value) {
   return answer(kGetEid, object);
 }
 
-// What is to be reset is a string of bits: the number of the last octet's that do not count, then
-// the bits.
+// The options (0x82) are a string of bits: the number of unused bits in the last octet, then the
+// bits, one for each class of profiles.
 Octets Euicc::memory_reset(std::span<const uint8_t> value) {
   std::span<const uint8_t> options;
   if (value.empty() || value[0] != 0x82 || !only_object(value, 1, &options) ||
@@ -101,7 +103,7 @@ Octets Euicc::memory_reset(std::span<const uint8_t> value) {
     deleted += profile.iccid + "\n";
     result = kDone;
   }
-  // What cannot be read is not written over.
+  // A file that cannot be read is not overwritten.
   const bool may_write = only_one.held() && (unread == 0 || unread == ENOENT);
   if (result == kDone && (!may_write || phone_.all().write(kDeletedFile, deleted) != 0)) {
     result = kUndefinedError;

@@ -1,5 +1,6 @@
 #include "sim/services/make_modem.h"
 
+#include "sim/phone/phone_config.h"
 #include "sim/phone/scratch.h"
 #include "sim/services/services.h"
 
@@ -12,6 +13,8 @@ constexpr ServiceMaker kServices[] = {
 };
 
 }  // namespace
+
+std::span<const ServiceMaker> all_services() { return kServices; }
 
 std::unique_ptr<Modem> make_modem(const Phone& phone, std::string* why) {
   PhoneConfig config;

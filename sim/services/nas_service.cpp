@@ -1,4 +1,4 @@
-// NAS: what the tool asks of it.
+// NAS: subscription binding and network scans, over the networks of phone.toml.
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +12,7 @@ namespace sim {
 namespace {
 
 constexpr uint32_t kSubscriptions = 3;
-// Of an incremental scan's report.
+// Status of an incremental scan's report.
 constexpr uint32_t kComplete = 0;
 constexpr uint32_t kPartial = 1;
 
@@ -29,7 +29,7 @@ class NasService final : public Service {
   // The phone reports nothing unsolicited, so a registration changes nothing.
   void indication_register(Address, const nas_indication_register_req&, nas_plain_resp&) {}
 
-  // One network wherever the subscription: the binding matters only in being possible.
+  // All subscriptions see the same networks, so a binding is only checked.
   void bind(Address, const nas_bind_subscription_req& request, nas_plain_resp& response) {
     if (request.subscription >= kSubscriptions) refuse(response, QMI_ERROR_INVALID_ARGUMENT);
   }
@@ -41,15 +41,15 @@ class NasService final : public Service {
       nas_network& to = response.networks[response.networks_len++];
       to.mcc = network.mcc;
       to.mnc = network.mnc;
-      to.status = network.status;
+      to.status = network.status();
       std::copy(network.name.begin(), network.name.end(), to.name);
       response.rats[response.rats_len++] = {network.mcc, network.mnc, network.rat};
       response.mnc_digits[response.mnc_digits_len++] = {network.mcc, network.mnc,
-                                                        uint8_t{network.mnc_three_digits}};
+                                                        uint8_t{network.mnc_three_digits()}};
     }
   }
 
-  // Reports the networks found so far after each technology, and says at the last that it is all.
+  // Reports the networks found so far after each technology; the last report is the complete one.
   void incremental_scan(Address client, const nas_incremental_network_scan_req& request,
                         nas_plain_resp&) {
     nas_incremental_network_scan_ind ind{};
@@ -64,16 +64,16 @@ class NasService final : public Service {
       nas_incremental_network& to = ind.networks[ind.networks_len++];
       to.mcc = network.mcc;
       to.mnc = network.mnc;
-      to.status = network.status;
+      to.status = network.status();
       to.rat = network.rat;
-      to.mnc_three_digits = network.mnc_three_digits;
+      to.mnc_three_digits = network.mnc_three_digits();
       std::copy(network.name.begin(), network.name.end(), to.name);
     }
     ind.status = kComplete;
     indicate(client, NAS_INCREMENTAL_NETWORK_SCAN, ind);
   }
 
-  // The networks whose technology the mask names; no mask: all.
+  // The networks of the technologies in the mask; without one, all.
   std::vector<NetworkConfig> wanted(uint8_t mask_valid, uint8_t mask) const {
     static constexpr std::pair<uint8_t, uint8_t> kBits[] = {
         {NAS_RAT_GSM, NAS_NETWORK_TYPE_GSM},

@@ -9,8 +9,9 @@ namespace sim {
 namespace {
 
 constexpr uint8_t kSubMax = 2;              // the third one is for a customer's tests
-constexpr uint32_t kFileMax = 1024 * 1024;  // octets
-// What one client may have begun and not ended. The tool has one transfer at a time.
+constexpr uint32_t kFileMax = 1024 * 1024;  // octets; assumed, the tool writes a few KB
+// Unfinished transfers of one client, so that a hostile one cannot fill the memory. The tool has
+// one at a time.
 constexpr size_t kTransfersMax = 8;
 constexpr size_t kTransferOctetsMax = 32 * 1024 * 1024;
 
@@ -18,9 +19,9 @@ std::string nv_path(const kelvor_nvefs_req& request) {
   return nv_item_path(request.sub, request.nv_id);
 }
 
-// Below efs/: the path, which ends at its length or its first zero octet, in its subscription's
-// folder. Slashes that change nothing are left out, so that a file has one spelling. A path of
-// slashes only becomes empty, which Folder refuses.
+// The path below efs/: "<sub>/<path>". The request's path ends at its length or its first zero
+// octet. Repeated, leading and trailing slashes are left out, so that a file has one spelling. A
+// path of slashes only becomes empty, which Folder refuses with EINVAL.
 std::string efs_path(uint8_t sub, const char* path, size_t length) {
   std::string names;
   for (const char c : std::string_view(path, strnlen(path, length))) {
@@ -36,7 +37,7 @@ std::string efs_path(const kelvor_nvefs_req& request) {
                   std::min<size_t>(request.path_len, sizeof request.path));
 }
 
-// One chunk of `all`, from `from` on.
+// Puts as much of `all` as one reply takes, from `from` on.
 void put_chunk(const std::string& all, size_t from, kelvor_nvefs_rsp* reply) {
   const size_t n = std::min<size_t>(all.size() - from, sizeof reply->data);
   std::memcpy(reply->data, all.data() + from, n);
@@ -57,95 +58,84 @@ size_t NvEfs::handle(Address client, const uint8_t (&octets)[512], kelvor_nvefs_
   std::memcpy(&path_only, octets, sizeof path_only);
   *reply = {};
   reply->exchange = request.exchange;
-  if (request.sub > kSubMax) {
-    reply->result = -EINVAL;
-  } else {
-    switch (request.operation) {
-      case KELVOR_NVEFS_NV_READ:
-        nv_read(request, reply);
-        break;
-      case KELVOR_NVEFS_NV_WRITE:
-        nv_write(request, reply);
-        break;
-      case KELVOR_NVEFS_NV_DELETE:
-        reply->result = -nv_.remove(nv_path(request));
-        break;
-      case KELVOR_NVEFS_EFS_READ:
-        efs_read(client, request, reply);
-        break;
-      case KELVOR_NVEFS_EFS_WRITE:
-        efs_write(client, request, reply);
-        break;
-      case KELVOR_NVEFS_EFS_DELETE:
-        reply->exchange = 0;
-        reply->result = -efs_.remove(efs_path(path_only.sub, path_only.path, path_only.path_len));
-        break;
-      default:
-        reply->result = -ENOSYS;
-        break;
-    }
-  }
+  reply->result = -run(client, request, path_only, reply);
   return offsetof(kelvor_nvefs_rsp, data) + static_cast<size_t>(reply->data_len_send);
 }
 
-void NvEfs::nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
-  std::string item;
-  reply->result = -nv_.read(nv_path(request), &item);
-  if (reply->result == 0) put_chunk(item, 0, reply);
+int NvEfs::run(Address client, const kelvor_nvefs_req& request,
+               const kelvor_efs_path_req& path_only, kelvor_nvefs_rsp* reply) {
+  if (request.sub > kSubMax) return EINVAL;
+  switch (request.operation) {
+    case KELVOR_NVEFS_NV_READ:
+      return nv_read(request, reply);
+    case KELVOR_NVEFS_NV_WRITE:
+      return nv_write(request);
+    case KELVOR_NVEFS_NV_DELETE:
+      return nv_.remove(nv_path(request));
+    case KELVOR_NVEFS_EFS_READ:
+      return efs_read(client, request, reply);
+    case KELVOR_NVEFS_EFS_WRITE:
+      return efs_write(client, request, reply);
+    case KELVOR_NVEFS_EFS_DELETE:
+      reply->exchange = 0;
+      return efs_.remove(efs_path(path_only.sub, path_only.path, path_only.path_len));
+    default:
+      return ENOSYS;
+  }
 }
 
-void NvEfs::nv_write(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::nv_read(const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+  std::string item;
+  const int error = nv_.read(nv_path(request), &item);
+  if (error == 0) put_chunk(item, 0, reply);
+  return error;
+}
+
+int NvEfs::nv_write(const kelvor_nvefs_req& request) {
   if (request.nv_id > KELVOR_NVEFS_NV_ID_MAX || request.data_len == 0 ||
       request.data_len > sizeof request.data) {
-    reply->result = -EINVAL;
-    return;
+    return EINVAL;
   }
   const std::string item(reinterpret_cast<const char*>(request.data), request.data_len);
-  reply->result = -nv_.write(nv_path(request), item);
+  return nv_.write(nv_path(request), item);
 }
 
-void NvEfs::efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::efs_read(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
   if (request.data_done == 0) {
     std::string file;
-    reply->result = -efs_.read(path, &file);
-    if (reply->result != 0) return;
-    begin(client, {false, path, std::move(file)});
+    if (const int error = efs_.read(path, &file); error != 0) return error;
+    begin(client, {.writing = false, .path = path, .octets = std::move(file)});
   }
   const Transfer* const transfer = find(client, false, path);
-  if (transfer == nullptr || request.data_done > transfer->octets.size()) {
-    reply->result = -EINVAL;
-    return;
-  }
+  if (transfer == nullptr || request.data_done > transfer->octets.size()) return EINVAL;
   put_chunk(transfer->octets, request.data_done, reply);
   const size_t done = request.data_done + static_cast<size_t>(reply->data_len_send);
   if (done == transfer->octets.size()) end(client, transfer);
+  return 0;
 }
 
-void NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
+int NvEfs::efs_write(Address client, const kelvor_nvefs_req& request, kelvor_nvefs_rsp* reply) {
   const std::string path = efs_path(request);
-  if (request.data_len > kFileMax) {
-    reply->result = -EFBIG;
-    return;
-  }
-  if (request.data_done == 0) begin(client, {true, path, {}});
+  if (request.data_len > kFileMax) return EFBIG;
+  if (request.data_done == 0) begin(client, {.writing = true, .path = path, .octets = {}});
   Transfer* const transfer = find(client, true, path);
   if (transfer == nullptr || request.data_done != transfer->octets.size() ||
       request.data_len_cur > sizeof request.data || request.data_done > request.data_len ||
       request.data_len - request.data_done < request.data_len_cur) {
-    reply->result = -EINVAL;
-    return;
+    return EINVAL;
   }
   transfer->octets.append(reinterpret_cast<const char*>(request.data), request.data_len_cur);
   reply->data_len_all = request.data_len;
   reply->data_len_recv = static_cast<uint32_t>(transfer->octets.size());
-  if (transfer->octets.size() != request.data_len) return;
-  reply->result = -efs_.write(path, transfer->octets);
+  if (transfer->octets.size() != request.data_len) return 0;
+  const int error = efs_.write(path, transfer->octets);
   end(client, transfer);
+  return error;
 }
 
 void NvEfs::begin(Address client, Transfer transfer) {
-  // A write counts with what it may grow to.
+  // A write counts with the size to which it may grow.
   const auto size = [](const Transfer& t) { return t.writing ? kFileMax : t.octets.size(); };
   end(client, find(client, transfer.writing, transfer.path));
   std::list<Transfer>& all = transfers_[client];

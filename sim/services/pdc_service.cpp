@@ -1,4 +1,7 @@
-// PDC: carrier configurations, selected, activated and deactivated as phone.toml's times say.
+// PDC: selects, activates and deactivates the carrier configurations of phone.toml.
+//
+// Most requests are answered at once and their outcome follows in an indication; activation and
+// deactivation take the time that phone.toml says.
 
 #include <algorithm>
 #include <cerrno>
@@ -10,7 +13,7 @@
 #include "platform/idl/pdc.h"
 #include "qcci/services/services.h"
 #include "qcci/wire/octets.h"
-#include "sim/config/carrier_configs.h"
+#include "sim/phone/selection.h"
 #include "sim/services/services.h"
 
 namespace sim {
@@ -19,8 +22,8 @@ namespace {
 constexpr uint32_t kTypes = 2;
 constexpr uint32_t kSubscriptions = 2;
 
-// How long a list that is not asked on for is remembered: nothing else tells a client that goes on
-// from one that begins anew. Less than the 5 s after which clients give up.
+// A list request within this time after the last one continues the list, a later one begins a new
+// list: a request does not say which it is. Less than the 5 s after which clients give up.
 constexpr std::chrono::milliseconds kListPause{4500};
 
 class PdcService final : public Service {
@@ -37,23 +40,24 @@ class PdcService final : public Service {
   }
 
  private:
-  // How far a client's list has come.
+  // A client's list in progress.
   struct Listing {
     uint32_t type_or_all;
-    size_t next;
-    platform::Time at;
+    size_t next;        // configuration to list
+    platform::Time at;  // of the last request
   };
 
   void forget(Address client) override { listings_.erase(client); }
   void forget_all() override {
     listings_.clear();
-    turning_.clear();
-    ++life_;
+    busy_slots_.clear();
+    ++generation_;
   }
 
   const PdcConfig& pdc() const { return modem_.config().pdc; }
 
-  // The selection that a request means; none, and the response says so, when there is no such.
+  // The file of the selection that a request is about. None, with the error in the response, when
+  // there is no such selection.
   template <class Request>
   std::optional<std::string> slot_of(uint32_t type, const Request& request,
                                      pdc_plain_resp& response) {
@@ -80,7 +84,7 @@ class PdcService final : public Service {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
     Selection selection;
-    const qmi_error failed = kept(*slot, read_selection(modem_.phone(), *slot, &selection));
+    const qmi_error failed = file_error(*slot, read_selection(modem_.phone(), *slot, &selection));
     const bool none = selection.active.empty() && selection.pending.empty();
     const qmi_error error = failed == QMI_ERROR_NONE && none ? QMI_ERROR_NOT_PROVISIONED : failed;
     auto ind = outcome<pdc_get_selected_config_ind>(request, error);
@@ -104,46 +108,47 @@ class PdcService final : public Service {
     indicate(client, PDC_SET_SELECTED_CONFIG, outcome<pdc_result_ind>(request, error));
   }
 
-  // What is pending becomes active; what is active already is applied once more.
+  // Makes the pending configuration active; without one, applies the active one once more.
   void activate(Address client, const pdc_activate_config_req& request, pdc_plain_resp& response) {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
-    turn(client, PDC_ACTIVATE_CONFIG, *slot, request, response, pdc().activation,
-         [this, slot = *slot, type = request.type](Selection& selection) {
-           const ConfigId& wanted =
-               selection.pending.empty() ? selection.active : selection.pending;
-           if (wanted.empty()) return QMI_ERROR_NOT_PROVISIONED;
-           if (pdc().find(type, wanted) == nullptr) return QMI_ERROR_NO_ENTRY;
-           modem_.log("pdc: " + slot + " activates " + qcci::to_hex(wanted));
-           selection = {wanted, {}};
-           return QMI_ERROR_NONE;
-         });
+    const auto change = [this, slot = *slot, type = request.type](Selection& selection) {
+      const ConfigId& wanted = selection.pending.empty() ? selection.active : selection.pending;
+      if (wanted.empty()) return QMI_ERROR_NOT_PROVISIONED;
+      if (pdc().find(type, wanted) == nullptr) return QMI_ERROR_NO_ENTRY;
+      modem_.log("pdc: " + slot + " activates " + qcci::to_hex(wanted));
+      selection = {wanted, {}};
+      return QMI_ERROR_NONE;
+    };
+    apply_later(client, PDC_ACTIVATE_CONFIG, *slot, request, response, pdc().activation, change);
   }
 
   void deactivate(Address client, const pdc_deactivate_config_req& request,
                   pdc_plain_resp& response) {
     const auto slot = slot_of(request.type, request, response);
     if (!slot) return;
-    turn(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
-         [this, slot = *slot](Selection& selection) {
-           if (selection.active.empty()) return QMI_ERROR_NO_EFFECT;
-           modem_.log("pdc: " + slot + " deactivates " + qcci::to_hex(selection.active));
-           selection.active.clear();
-           return QMI_ERROR_NONE;
-         });
+    const auto change = [this, slot = *slot](Selection& selection) {
+      if (selection.active.empty()) return QMI_ERROR_NO_EFFECT;
+      modem_.log("pdc: " + slot + " deactivates " + qcci::to_hex(selection.active));
+      selection.active.clear();
+      return QMI_ERROR_NONE;
+    };
+    apply_later(client, PDC_DEACTIVATE_CONFIG, *slot, request, response, pdc().deactivation,
+                change);
   }
 
-  // A change of what is active: it takes its time, and a slot has one at a time. A modem that goes
-  // down meanwhile leaves it as it was.
+  // Changes a selection after a time and indicates the outcome. A slot has one such change at a
+  // time; a modem that restarts meanwhile drops it.
   template <class Request, class Change>
-  void turn(Address client, uint16_t message, const std::string& slot, const Request& request,
-            pdc_plain_resp& response, std::chrono::milliseconds time, Change change) {
-    if (!turning_.insert(slot).second) {
+  void apply_later(Address client, uint16_t message, const std::string& slot,
+                   const Request& request, pdc_plain_resp& response, std::chrono::milliseconds time,
+                   Change change) {
+    if (!busy_slots_.insert(slot).second) {
       return refuse(response, QMI_ERROR_INCOMPATIBLE_STATE);
     }
-    modem_.after(time, [this, life = life_, client, message, slot, request, change] {
-      if (life != life_) return;
-      turning_.erase(slot);
+    modem_.after(time, [this, generation = generation_, client, message, slot, request, change] {
+      if (generation != generation_) return;
+      busy_slots_.erase(slot);
       const qmi_error error = change_selection(slot, change);
       indicate(client, message, outcome<pdc_result_ind>(request, error));
     });
@@ -173,7 +178,7 @@ class PdcService final : public Service {
       std::ranges::copy(config.id, to.id);
     }
     if (ind.more_available == 0) listings_.erase(client);
-    // Nothing to list is nothing to indicate.
+    // For an empty list there is no indication.
     if (ind.configs_len > 0) indicate(client, PDC_LIST_CONFIGS, ind);
   }
 
@@ -213,28 +218,30 @@ class PdcService final : public Service {
     std::ranges::copy(id, to);
   }
 
-  // Read, changed and written as one. What cannot be read is not written over.
+  // Reads, changes and writes a selection with the phone locked. `change` returns the QMI error
+  // with which nothing is written. A selection that cannot be read is not overwritten.
   template <class Change>
-  qmi_error change_selection(const std::string& slot, Change change) {
+  [[nodiscard]] qmi_error change_selection(const std::string& slot, Change change) {
     const FileLock only_one = modem_.phone().lock();
     Selection selection;
     const int unread = only_one.held() ? read_selection(modem_.phone(), slot, &selection) : ENOLCK;
-    if (unread != 0) return kept(slot, unread);
+    if (unread != 0) return file_error(slot, unread);
     const qmi_error error = change(selection);
-    return error != QMI_ERROR_NONE ? error
-                                   : kept(slot, write_selection(modem_.phone(), slot, selection));
+    return error != QMI_ERROR_NONE
+               ? error
+               : file_error(slot, write_selection(modem_.phone(), slot, selection));
   }
 
-  // The QMI error of a file's.
-  qmi_error kept(const std::string& slot, int error) {
+  // The QMI error for the errno number of a selection's file; logs a failure.
+  [[nodiscard]] qmi_error file_error(const std::string& slot, int error) {
     if (error == 0) return QMI_ERROR_NONE;
     modem_.log("pdc: " + slot + ": " + std::strerror(error));
     return QMI_ERROR_INTERNAL;
   }
 
   std::map<Address, Listing> listings_;
-  std::set<std::string> turning_;  // slots that are being changed
-  uint32_t life_ = 0;
+  std::set<std::string> busy_slots_;  // that have a change to come
+  uint32_t generation_ = 0;           // counts restarts of the modem
 };
 
 }  // namespace

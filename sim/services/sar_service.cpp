@@ -1,4 +1,4 @@
-// SAR: the device state index of phone.toml.
+// SAR: reports the device state index of phone.toml.
 
 #include "platform/idl/sar.h"
 #include "qcci/services/services.h"
@@ -15,8 +15,8 @@ class SarService final : public Service {
 
  private:
   void get_state(Address, const Empty&, sar_rf_get_state_resp& response) {
-    response.state_valid = modem_.config().sar_valid;
-    response.state = modem_.config().sar_state;
+    response.state_valid = modem_.config().sar.valid;
+    response.state = modem_.config().sar.state;
   }
 };
 

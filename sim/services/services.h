@@ -1,4 +1,4 @@
-// The services that the simulated modem has.
+// Makers of the simulated modem's services; `modem` must outlast the service.
 #ifndef SIM_SERVICES_SERVICES_H_
 #define SIM_SERVICES_SERVICES_H_
 

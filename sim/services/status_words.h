@@ -12,7 +12,7 @@ enum : uint16_t {
   kSwDone = 0x9000,
   kSwWrongLength = 0x6700,
   kSwWrongData = 0x6A80,
-  kSwNoRoom = 0x6A81,  // of an opening: no channel is left
+  kSwNoRoom = 0x6A81,  // "function not supported": no channel is left
   kSwNoApplication = 0x6A82,
   kSwWrongParameters = 0x6A86,
   kSwNotFound = 0x6A88,

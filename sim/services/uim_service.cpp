@@ -1,7 +1,7 @@
-// UIM: the cards of phone.toml in their slots.
+// UIM: the slots with the cards of phone.toml.
 //
-// A modem that starts powers its slots up. A card loses its logical channels when the modem
-// restarts and when its power goes, not when the client that opened them does.
+// The modem powers its slots up when it starts. A card's logical channels are closed when the modem
+// restarts or the card loses power, not when the client that opened them is released.
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@
 namespace sim {
 namespace {
 
-// USIM, with PINs as most are delivered.
+// A USIM that is ready, its PINs in the state in which most are delivered.
 uim_app usim_status(const std::vector<uint8_t>& aid) {
   uim_app app{};
   app.type = UIM_APP_USIM;
@@ -58,19 +58,19 @@ class UimService final : public Service {
   }
   void forget_all() override { start(); }
 
-  // Null, and the response says why, for a slot that there is not.
+  // Null, with the error in the response, when there is no such slot.
   template <class Response>
   CardSlot* slot_of(uint32_t number, Response& response) {
     if (number >= 1 && number <= slots_.size()) return &slots_[number - 1];
     refuse(response, QMI_ERROR_INVALID_ARGUMENT);
     return nullptr;
   }
-  // The same for one whose card does not answer.
+  // The same, and null also when its card does not answer.
   template <class Response>
   CardSlot* card_of(uint32_t number, Response& response) {
     CardSlot* slot = slot_of(number, response);
     if (slot == nullptr || slot->state() == UIM_CARD_PRESENT) return slot;
-    const bool empty = slot->powered() && !slot->is_euicc() && !slot->switched();
+    const bool empty = slot->powered() && !slot->is_euicc() && !slot->card_detect();
     refuse(response, empty ? QMI_ERROR_NO_SIM : QMI_ERROR_DEVICE_NOT_READY);
     return nullptr;
   }
@@ -111,13 +111,14 @@ class UimService final : public Service {
     slot->power_down();
   }
 
-  // A slot whose switch says that it is empty is not powered, unless that is to be ignored.
+  // A slot that is empty by its card-detect switch is powered only if the request says to ignore
+  // it.
   void power_up(Address, const uim_power_up_req& request, uim_plain_resp& response) {
     CardSlot* slot = slot_of(request.slot, response);
     if (slot == nullptr) return;
     if (slot->powered()) return refuse(response, QMI_ERROR_NO_EFFECT);
     const bool ignore = request.ignore_hot_swap_valid != 0 && request.ignore_hot_swap != 0;
-    if (!slot->switched() && !ignore) return refuse(response, QMI_ERROR_NO_SIM);
+    if (!slot->card_detect() && !ignore) return refuse(response, QMI_ERROR_NO_SIM);
     slot->power_up(esim_enabled(modem_.phone()), platform::clock().now() + cards().ready);
   }
 

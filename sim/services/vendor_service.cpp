@@ -23,7 +23,7 @@
 namespace sim {
 namespace {
 
-// The service's own results.
+// The message's own results, beside 0; the functions have theirs in the payload.
 constexpr uint32_t kNoSuchFamily = 1;
 constexpr uint32_t kBadLength = 2;
 
@@ -31,7 +31,7 @@ class VendorService final : public Service {
  public:
   explicit VendorService(ModemContext& modem)
       : Service(modem, qcci::idl::kVendorService),
-        storage_(modem.phone(), modem.config().loses_unsynced),
+        storage_(modem.phone(), modem.config().modem.loses_unsynced),
         nvefs_(storage_),
         tray_(modem.phone(), modem.config().cards) {
     on(KELVOR_VENDOR_GENERIC, &VendorService::generic);
@@ -63,42 +63,46 @@ class VendorService final : public Service {
     }
   }
 
-  // ---- common requests: a row each, but for those of sim/rf_configuration.h and sim/card_tray.h
+  // ---- common requests: a row each, but for those of rf_configuration.h and card_tray.h
 
-  // An item's value, or what stands behind a raw command.
+  // An item's value, or what follows a raw command.
   using Value = std::string_view;
 
   struct CommonRow {
     uint32_t number;
-    bool is_item;  // named by the item of the general command, not by the command
-    // Adds the answer to the payload, at most 500 octets. 0, or a negated errno number.
-    int32_t (VendorService::*run)(Value value, std::string* payload);
+    bool is_item;  // `number` is an item of the general command, else a command
+    // Appends the answer to the payload, at most 500 octets. 0 or an errno number.
+    int (VendorService::*run)(Value value, std::string* payload);
   };
   static const CommonRow kCommon[];
 
   void common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response);
+  // Runs a common request. `item`: its octets as a general command's, which it need not be. 0 or an
+  // errno number, ENOSYS for a request that the modem does not have.
+  [[nodiscard]] int run(const kelvor_common_item_req& item, std::span<const uint8_t> request,
+                        std::string* payload);
 
-  int32_t stats_debug_info(Value /*value*/, std::string* payload) {
+  int stats_debug_info(Value /*value*/, std::string* payload) {
     *payload = statistics_counters(modem_.config());
     return 0;
   }
 
-  int32_t stats_log_list(Value /*value*/, std::string* payload) {
-    const std::vector<uint16_t>& logs = modem_.config().outdated_logs;
+  int stats_log_list(Value /*value*/, std::string* payload) {
+    const std::vector<uint16_t>& logs = modem_.config().statistics.outdated_logs;
     const auto count = static_cast<uint16_t>(logs.size());
     payload->append(reinterpret_cast<const char*>(&count), sizeof count);
     payload->append(reinterpret_cast<const char*>(logs.data()), logs.size() * sizeof logs[0]);
     return 0;
   }
 
-  int32_t ssr(Value /*value*/, std::string* /*payload*/) {
-    modem_.restart();
+  int ssr(Value /*value*/, std::string* /*payload*/) {
+    modem_.schedule_restart();
     return 0;
   }
 
-  int32_t nv_sync(Value /*value*/, std::string* /*payload*/) { return -storage_.sync(); }
+  int nv_sync(Value /*value*/, std::string* /*payload*/) { return storage_.sync(); }
 
-  int32_t full_dump(Value /*value*/, std::string* /*payload*/) {
+  int full_dump(Value /*value*/, std::string* /*payload*/) {
     std::string dump = "modem memory dump\n";
     const auto add = [&dump](const char* what, const Folder& folder) {
       folder.list([&](const std::string& path, size_t octets) {
@@ -108,11 +112,11 @@ class VendorService final : public Service {
     add("nv", modem_.phone().nv());
     add("efs", modem_.phone().efs());
     const int error = modem_.phone().all().write(new_dump(), dump);
-    modem_.restart();
-    return -error;
+    modem_.schedule_restart();
+    return error;
   }
 
-  // A name after the time that no dump has yet.
+  // A name made of the time that no dump has yet.
   std::string new_dump() const {
     char stamp[64];
     const time_t now = ::time(nullptr);
@@ -133,36 +137,39 @@ class VendorService final : public Service {
 };
 
 const VendorService::CommonRow VendorService::kCommon[] = {
-    {KELVOR_COMMON_STATS_DEBUG_INFO, false, &VendorService::stats_debug_info},
-    {KELVOR_COMMON_STATS_LOG_LIST, false, &VendorService::stats_log_list},
-    {KELVOR_COMMON_ITEM_SSR, true, &VendorService::ssr},
-    {KELVOR_COMMON_ITEM_NV_SYNC, true, &VendorService::nv_sync},
-    {KELVOR_COMMON_ITEM_FULL_DUMP, true, &VendorService::full_dump},
+    {.number = KELVOR_COMMON_STATS_DEBUG_INFO,
+     .is_item = false,
+     .run = &VendorService::stats_debug_info},
+    {.number = KELVOR_COMMON_STATS_LOG_LIST,
+     .is_item = false,
+     .run = &VendorService::stats_log_list},
+    {.number = KELVOR_COMMON_ITEM_SSR, .is_item = true, .run = &VendorService::ssr},
+    {.number = KELVOR_COMMON_ITEM_NV_SYNC, .is_item = true, .run = &VendorService::nv_sync},
+    {.number = KELVOR_COMMON_ITEM_FULL_DUMP, .is_item = true, .run = &VendorService::full_dump},
 };
+
+int VendorService::run(const kelvor_common_item_req& item, std::span<const uint8_t> request,
+                       std::string* payload) {
+  const bool is_item = item.command == KELVOR_COMMON_ITEM;
+  const bool fits = !is_item || item.l <= sizeof item.v;
+  const std::span raw =
+      request.subspan(std::min(request.size(), offsetof(kelvor_common_raw_req, payload)));
+  const std::span value = is_item && fits ? std::span<const uint8_t>(item.v, item.l) : raw;
+  for (const CommonRow& row : kCommon) {
+    if (row.is_item != is_item || row.number != (is_item ? item.t : item.command)) continue;
+    if (!fits) return EINVAL;
+    return (this->*row.run)({reinterpret_cast<const char*>(value.data()), value.size()}, payload);
+  }
+  return is_item ? tray_.handle(item, payload) : store_rf_configuration(storage_, request);
+}
 
 void VendorService::common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {
   kelvor_common_item_req item;
   std::memcpy(&item, request.data, sizeof item);
+  std::string payload;
   kelvor_common_rsp reply{};
   reply.command = item.command;
-  reply.result = -ENOSYS;
-  std::string payload;
-  const std::span octets(request.data, request.data_len);
-  const bool is_item = item.command == KELVOR_COMMON_ITEM;
-  const bool fits = !is_item || item.l <= sizeof item.v;
-  const std::span raw =
-      octets.subspan(std::min(octets.size(), offsetof(kelvor_common_raw_req, payload)));
-  const std::span value = is_item && fits ? std::span<const uint8_t>(item.v, item.l) : raw;
-  for (const CommonRow& row : kCommon) {
-    if (row.is_item != is_item || row.number != (is_item ? item.t : item.command)) continue;
-    reply.result = fits ? (this->*row.run)(
-                              {reinterpret_cast<const char*>(value.data()), value.size()}, &payload)
-                        : -EINVAL;
-  }
-  if (const auto result = keep_rf_configuration(storage_, octets)) reply.result = *result;
-  if (is_item) {
-    if (const auto result = tray_.handle(item, &payload)) reply.result = *result;
-  }
+  reply.result = -run(item, {request.data, request.data_len}, &payload);
   std::memcpy(reply.payload, payload.data(), payload.size());
   std::memcpy(response.data, &reply, sizeof reply);
   response.data_len = static_cast<uint32_t>(offsetof(kelvor_common_rsp, payload) + payload.size());

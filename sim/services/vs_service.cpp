@@ -1,4 +1,4 @@
-// `vs`: the statistics feature's switch, and the records of phone.toml.
+// `vs`: the switch of the statistics feature, which it accepts, and the records of phone.toml.
 
 #include <algorithm>
 
@@ -20,7 +20,7 @@ class VsService final : public Service {
   // Nothing that the phone reports depends on the feature.
   void feature_status(Address, const vs_feature_status_req&, vs_plain_resp&) {}
 
-  // A record that the phone does not have is left out of the list, which may become empty.
+  // A record that phone.toml does not have is left out of the list, which may be empty then.
   void get_parameters(Address, const vs_get_parameters_req& request,
                       vs_get_parameters_resp& response) {
     const std::span wanted(request.parameters, request.parameters_len);

@@ -3,7 +3,8 @@
 #include <condition_variable>
 #include <deque>
 #include <map>
-#include <mutex>
+
+#include "base/mutex.h"
 
 namespace sim {
 namespace {
@@ -18,31 +19,33 @@ class EmbeddedLink final : public qcci::Link {
 
   ~EmbeddedLink() override {
     for (const auto& [id, end] : ends_) modem_->detach(end->address);
-    for (size_t i = 0; i < queue_.size() + in_flight_ + woken_; ++i) platform::clock().release();
+    for (size_t i = 0; i < queue_.size() + in_flight_ + size_t{woken_}; ++i) {
+      platform::clock().release();
+    }
   }
 
   bool open(qcci::Endpoint* endpoint) override {
     auto end = std::make_unique<End>(*this);
     end->address = modem_->attach(*end);
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     end->id = ++last_;
     *endpoint = {end->id, end->address};
     ends_.emplace(end->id, std::move(end));
     return true;
   }
 
-  // The modem's lock comes before the queue's: its ports are told with the former held.
+  // Detaches without this link's mutex: the modem takes its own first, then, to deliver, this one.
   void close(EndpointId endpoint) override {
     std::unique_ptr<End> end;
     {
-      const std::lock_guard lock(mutex_);
+      const base::Lock lock(mutex_);
       const auto found = ends_.find(endpoint);
       if (found == ends_.end()) return;
       end = std::move(found->second);
       ends_.erase(found);
     }
     modem_->detach(end->address);
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     const size_t before = queue_.size();
     std::erase_if(queue_, [&](const Datagram& d) { return d.endpoint == endpoint; });
     for (size_t i = queue_.size(); i < before; ++i) platform::clock().release();
@@ -51,7 +54,7 @@ class EmbeddedLink final : public qcci::Link {
   qcci::Sent send(EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
     Address from;
     {
-      const std::lock_guard lock(mutex_);
+      const base::Lock lock(mutex_);
       const auto found = ends_.find(endpoint);
       if (found == ends_.end()) return qcci::Sent::kCut;
       from = found->second->address;
@@ -62,7 +65,7 @@ class EmbeddedLink final : public qcci::Link {
   }
 
   Received receive(Datagram* datagram, platform::Time deadline) override {
-    std::unique_lock lock(mutex_);
+    base::Lock lock(mutex_);
     for (;;) {
       if (!queue_.empty()) {
         *datagram = std::move(queue_.front());
@@ -80,7 +83,7 @@ class EmbeddedLink final : public qcci::Link {
       const platform::Time due = std::min(deadline, modem_->next_due());
       lock.lock();
       if (!queue_.empty() || woken_) continue;
-      // What was taken is done with, and what the modem had to do.
+      // What was taken before has been handled, and the modem's due work has run.
       for (; in_flight_ > 0; --in_flight_) platform::clock().release();
       if (platform::clock().now() >= deadline) return Received::kNothing;
       platform::clock().wait_until(arrived_, lock, due);
@@ -88,7 +91,7 @@ class EmbeddedLink final : public qcci::Link {
   }
 
   void wake() override {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     if (!woken_) platform::clock().hold();
     woken_ = true;
     arrived_.notify_all();
@@ -106,20 +109,22 @@ class EmbeddedLink final : public qcci::Link {
   };
 
   void queue(Datagram datagram) {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     platform::clock().hold();
     queue_.push_back(std::move(datagram));
     arrived_.notify_all();
   }
 
   const std::shared_ptr<Modem> modem_;
-  std::mutex mutex_;
+  base::Mutex mutex_;
   std::condition_variable arrived_;
-  bool woken_ = false;
-  EndpointId last_ = 0;
-  size_t in_flight_ = 0;  // datagrams and wakes that the receiver took and is not done with
-  std::map<EndpointId, std::unique_ptr<End>> ends_;
-  std::deque<Datagram> queue_;
+  bool woken_ GUARDED_BY(mutex_) = false;
+  EndpointId last_ GUARDED_BY(mutex_) = 0;
+  // Datagrams and wakes that the receiver took and has not come back from: the clock is held for
+  // each of them, as for each datagram in the queue.
+  size_t in_flight_ GUARDED_BY(mutex_) = 0;
+  std::map<EndpointId, std::unique_ptr<End>> ends_ GUARDED_BY(mutex_);
+  std::deque<Datagram> queue_ GUARDED_BY(mutex_);
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The embedded link: the simulated modem runs inside the process.
 //
-// A request is handled on the thread that sends it, and what the modem says is queued for the
-// receiver, whose wait also carries the modem's time.
+// A request is handled on the thread that sends it. The modem's datagrams are queued for the thread
+// that receives, which also runs the modem's due work while it waits.
 #ifndef SIM_SERVING_EMBEDDED_LINK_H_
 #define SIM_SERVING_EMBEDDED_LINK_H_
 
@@ -12,7 +12,7 @@
 
 namespace sim {
 
-// The modem may be shared with a test; it outlives the link.
+// Never null. The link keeps the modem alive.
 std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<Modem> modem);
 
 }  // namespace sim

@@ -1,4 +1,6 @@
-// The ways into a served modem from other processes, and the loop that serves them.
+// A way into a served modem from other processes, and the loop that serves such ways.
+//
+// Threads: serve_modem calls listeners on its own thread only.
 #ifndef SIM_SERVING_LISTENER_H_
 #define SIM_SERVING_LISTENER_H_
 
@@ -14,14 +16,13 @@ namespace sim {
 class Listener {
  public:
   virtual ~Listener() = default;
-  // Appends what it waits for.
+  // Appends the descriptors that it waits for; the same number until serve returns.
   virtual void poll_for(std::vector<pollfd>* polled) = 0;
-  // Takes what has come; `polled` is what it appended, with the events.
+  // Handles what has arrived. `polled`: what it appended, with poll(2)'s results. Never blocks.
   virtual void serve(std::span<const pollfd> polled) = 0;
 };
 
-// Carries the datagrams of its listeners and the modem's time until `stop`, a descriptor, becomes
-// readable.
+// Serves the listeners and runs the modem's due work until `stop`, a descriptor, becomes readable.
 void serve_modem(Modem& modem, std::span<Listener* const> listeners, int stop);
 
 }  // namespace sim

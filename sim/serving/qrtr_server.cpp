@@ -12,14 +12,14 @@ namespace {
 using qcci::Control;
 using qcci::ControlPacket;
 
-// Datagrams taken from one socket before the others have their turn.
+// Datagrams taken from one socket before the others are served, so that no client starves another.
 constexpr int kTurn = 32;
 
 }  // namespace
 
 struct QrtrServer::Watcher final : Port {
   explicit Watcher(QrtrServer& owner) : server(owner), address(owner.modem_.attach(*this)) {
-    // Service 0: all of them, now and later.
+    // Service 0: all services, those to come included.
     server.modem_.send(address, Bus::kControl, ControlPacket{Control::kNewLookup}.octets());
   }
   ~Watcher() override { server.modem_.detach(address); }
@@ -35,15 +35,15 @@ struct QrtrServer::Watcher final : Port {
   const Address address;
 };
 
-struct QrtrServer::Guest final : Port {
-  Guest(QrtrServer& owner, Address on_bus)
-      : server(owner), client(on_bus), address(owner.modem_.attach(*this)) {}
-  ~Guest() override { server.modem_.detach(address); }
+struct QrtrServer::Client final : Port {
+  Client(QrtrServer& owner, Address on_bus)
+      : server(owner), kernel(on_bus), address(owner.modem_.attach(*this)) {}
+  ~Client() override { server.modem_.detach(address); }
   void deliver(Address from, std::span<const uint8_t> octets) override {
-    server.send(from, client, octets);
+    server.send(from, kernel, octets);
   }
   QrtrServer& server;
-  const Address client;
+  const Address kernel;
   const Address address;
 };
 
@@ -66,7 +66,8 @@ bool QrtrServer::publish(std::string* why) {
   return true;
 }
 
-// A socket a service: the name service knows a server by its port, which it sees for itself.
+// One socket for each service: the kernel's name service takes the server's port from the sender's
+// address, so two services cannot share one.
 void QrtrServer::announce(Address at, uint32_t service, uint32_t instance) {
   Address own;
   Service published{service, instance, Descriptor(qcci::qrtr_socket(&own)), false};
@@ -79,10 +80,14 @@ void QrtrServer::announce(Address at, uint32_t service, uint32_t instance) {
 
 void QrtrServer::withdraw(Address at) {
   services_.erase(at);
-  std::erase_if(guests_, [at](const auto& g) { return g.first.first == at; });
+  withdrawn_ = true;
 }
 
 void QrtrServer::poll_for(std::vector<pollfd>* polled) {
+  // Not in withdraw, which the modem calls with its mutex held: to detach a client takes it again.
+  if (std::exchange(withdrawn_, false)) {
+    std::erase_if(clients_, [this](const auto& c) { return !services_.contains(c.first.first); });
+  }
   for (const auto& [at, service] : services_) polled->push_back({service.socket.get(), POLLIN, 0});
 }
 
@@ -91,7 +96,7 @@ void QrtrServer::serve(std::span<const pollfd> polled) {
   std::vector<uint8_t> octets;
   for (const pollfd& ready : polled) {
     for (int i = 0; i < kTurn && ready.revents != 0; ++i) {
-      // A service may go, and its socket with it, while it is being served.
+      // The datagram before may have taken the service down, which closed its socket.
       const auto found = std::ranges::find_if(
           services_, [&](const auto& entry) { return entry.second.socket.get() == ready.fd; });
       if (found == services_.end()) break;
@@ -106,26 +111,26 @@ void QrtrServer::serve(std::span<const pollfd> polled) {
 
 void QrtrServer::take(Address at, Address from, std::span<const uint8_t> octets) {
   if (from.port != qcci::kControlPort) {
-    modem_.send(guest(at, from), at, octets);
+    modem_.send(address_of(at, from), at, octets);
     return;
   }
   ControlPacket packet;
   if (from.node != own_.node || !ControlPacket::parse(octets, &packet)) return;
-  if (packet.command == Control::kDelClient) guests_.erase({at, packet.client()});
+  if (packet.command == Control::kDelClient) clients_.erase({at, packet.client()});
   if (packet.command == Control::kBye) {
-    std::erase_if(guests_, [&](const auto& g) {
-      return g.first.first == at && g.first.second.node == packet.client().node;
+    std::erase_if(clients_, [&](const auto& c) {
+      return c.first.first == at && c.first.second.node == packet.client().node;
     });
   }
 }
 
-Address QrtrServer::guest(Address at, Address from) {
-  std::unique_ptr<Guest>& guest = guests_[{at, from}];
-  if (guest == nullptr) guest = std::make_unique<Guest>(*this, from);
-  return guest->address;
+Address QrtrServer::address_of(Address at, Address from) {
+  std::unique_ptr<Client>& client = clients_[{at, from}];
+  if (client == nullptr) client = std::make_unique<Client>(*this, from);
+  return client->address;
 }
 
-// What the client has no room for is lost, as it is when a real modem sends it.
+// A datagram that the client has no room for is lost, as one from a real modem is.
 void QrtrServer::send(Address at, Address client, std::span<const uint8_t> octets) {
   const auto found = services_.find(at);
   if (found != services_.end()) qcci::qrtr_send(found->second.socket.get(), client, octets);

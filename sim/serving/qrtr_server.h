@@ -1,11 +1,15 @@
-// The listener on the kernel's QRTR bus: the modem's services are published there as a real modem's
+// The listener on the kernel's QRTR bus, where it publishes the modem's services as a real modem's
 // are.
 //
-// A bridge between two buses. It watches the simulated one: a service that is up there has a socket
-// here, which goes with it. Whoever sends to such a socket gets a port on the simulated bus, until
-// that socket hears from the kernel that the sender is gone. (What the others hear may be of one
-// who had its port before.) The bus knows no users: every process of the machine may talk to the
-// modem.
+// It bridges two buses. For each service that is up on the simulated bus it has one socket on the
+// kernel's, closed when the service goes down. A sender to such a socket gets a port on the
+// simulated bus, until the kernel reports on the same socket that the sender is gone. (A report on
+// another socket may be about an earlier owner of the sender's port.)
+//
+// The kernel's bus has no access control: every process of the machine may talk to the modem.
+//
+// Threads: one at a time, which must also be the only one on which the modem's services come and go
+// (in serve_modem it is).
 #ifndef SIM_SERVING_QRTR_SERVER_H_
 #define SIM_SERVING_QRTR_SERVER_H_
 
@@ -25,36 +29,38 @@ class QrtrServer final : public Listener {
   QrtrServer(const QrtrServer&) = delete;
   QrtrServer& operator=(const QrtrServer&) = delete;
 
-  // Publishes what is up, and from then on what comes up. False, and why, when there is no bus.
-  bool publish(std::string* why);
+  // Publishes the services that are up, and from then on those that come up. Call it once. False,
+  // and why, when the kernel has no such bus or takes no service.
+  [[nodiscard]] bool publish(std::string* why);
 
   void poll_for(std::vector<pollfd>* polled) override;
   void serve(std::span<const pollfd> polled) override;
 
  private:
-  // On the simulated bus: one that watches the services, and one for each client on the kernel's.
+  // Ports on the simulated bus: one that looks up all services, and one for each client.
   struct Watcher;
-  struct Guest;
+  struct Client;
 
   struct Service {
     uint32_t service;
-    uint32_t instance;  // as control packets have it
+    uint32_t instance;  // version and instance in one field, as control packets have them
     Descriptor socket;
-    bool published;
+    bool published;  // the kernel took the announcement
   };
 
-  // `at` is a service's place on the simulated bus; the other addresses are the kernel's.
+  // `at`: a service's address on the simulated bus; the other addresses are the kernel's.
   void announce(Address at, uint32_t service, uint32_t instance);
   void withdraw(Address at);
   void take(Address at, Address from, std::span<const uint8_t> octets);
-  Address guest(Address at, Address from);
+  Address address_of(Address at, Address from);
   void send(Address at, Address client, std::span<const uint8_t> octets);
 
   Modem& modem_;
-  Address own_;                          // node of the kernel's bus
-  std::map<Address, Service> services_;  // by where they are on the simulated bus
-  // By the service that they have sent to, and where they are on the kernel's bus.
-  std::map<std::pair<Address, Address>, std::unique_ptr<Guest>> guests_;
+  Address own_;                          // this process's node on the kernel's bus
+  std::map<Address, Service> services_;  // by their address on the simulated bus
+  // By the service that they sent to and their address on the kernel's bus.
+  std::map<std::pair<Address, Address>, std::unique_ptr<Client>> clients_;
+  bool withdrawn_ = false;  // clients_ may have some of services that are gone
   std::unique_ptr<Watcher> watcher_;
 };
 

@@ -16,26 +16,17 @@
 namespace sim {
 namespace {
 
-// What a client that does not read may leave waiting; one that leaves more is cut off.
+// Octets that may wait for one client to read them; a client with more is cut off, so that it
+// cannot fill the memory.
 constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
-// Datagrams taken from one client before the others have their turn.
+// Datagrams taken from one client before the others are served, so that none starves another.
 constexpr int kTurn = 32;
-// Descriptors that clients do not get: the modem needs some for its files and the bus.
+// Descriptors kept from clients: the modem needs a few for its files, and one for each service that
+// is on the kernel's bus.
 constexpr rlim_t kSpareDescriptors = 16;
 constexpr const char kSocketLock[] = "modem.sock.lock";
 
-enum class Standing { kNothing, kSocket, kSomethingElse };
-
-// In the place of the phone's socket.
-Standing what_stands(const Phone& phone) {
-  struct stat status {};
-  if (::fstatat(phone.descriptor(), Server::kSocket, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return Standing::kNothing;
-  }
-  return S_ISSOCK(status.st_mode) ? Standing::kSocket : Standing::kSomethingElse;
-}
-
-// The kernel gives the lowest number that is free.
+// The kernel hands out the lowest free number, so `fd` is about the number in use.
 bool leaves_enough(int fd) {
   rlimit limit{};
   ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -48,7 +39,8 @@ bool leaves_enough(int fd) {
 // One client's connection: a port on the bus.
 class Server::Connection final : public Port {
  public:
-  Connection(Modem& modem, int fd) : modem_(modem), fd_(fd), address_(modem.attach(*this)) {
+  Connection(Modem& modem, Descriptor fd)
+      : modem_(modem), fd_(std::move(fd)), address_(modem.attach(*this)) {
     const auto hello = qcci::ControlPacket::of_client(qcci::Control::kHello, address_);
     deliver(Bus::kControl, hello.octets());
   }
@@ -62,7 +54,6 @@ class Server::Connection final : public Port {
     backlog_.push_back({from, {octets.begin(), octets.end()}});
   }
 
-  int fd() const { return fd_.get(); }
   short wanted() const { return static_cast<short>(backlog_.empty() ? POLLIN : POLLIN | POLLOUT); }
   bool overrun() const { return backlog_octets_ > kBacklogOctets; }
 
@@ -75,8 +66,8 @@ class Server::Connection final : public Port {
     }
   }
 
-  // False when the client is gone or talks nonsense.
-  bool take_turn() {
+  // False when the client is gone or has sent a malformed frame.
+  [[nodiscard]] bool take_turn() {
     Address to;
     std::vector<uint8_t> octets;
     for (int i = 0; i < kTurn; ++i) {
@@ -107,7 +98,7 @@ Server::~Server() {
 }
 
 std::string Server::socket_path(const Phone& phone) {
-  const bool there = what_stands(phone) == Standing::kSocket;
+  const bool there = S_ISSOCK(mode_of(phone.descriptor(), kSocket));
   return there ? phone.path_for_system_calls(kSocket) : "";
 }
 
@@ -122,7 +113,8 @@ bool Server::listen(const Phone& phone, std::string* why) {
     *why = phone.path(kSocket) + ": " + what;
     return false;
   };
-  // The lock, not the socket, says who serves: it goes with its process, however that ends.
+  // The lock, not the socket, says whether the phone is served: it ends with its process, even one
+  // that is killed.
   if (const int error = phone.all().quiet().open(kSocketLock, O_RDWR, &lock_); error != 0) {
     *why = phone.path(kSocketLock) + ": " + reason(error);
     return false;
@@ -130,9 +122,9 @@ bool Server::listen(const Phone& phone, std::string* why) {
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
   }
-  const Standing standing = what_stands(phone);
-  if (standing == Standing::kSomethingElse) return fail("there, but not a socket");
-  if (standing == Standing::kSocket) ::unlinkat(phone.descriptor(), kSocket, 0);
+  const mode_t there = mode_of(phone.descriptor(), kSocket);
+  if (there != 0 && !S_ISSOCK(there)) return fail("there, but not a socket");
+  if (there != 0) ::unlinkat(phone.descriptor(), kSocket, 0);
   listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const std::string path = phone.path_for_system_calls(kSocket);
   const mode_t old = ::umask(0177);
@@ -170,22 +162,20 @@ bool Server::serve_one(Connection& connection, short events) {
 
 void Server::accept_all() {
   for (;;) {
-    const int fd = ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    Descriptor accepted(
+        ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    const int fd = accepted.get();
     if (fd < 0) {
       full_ = (errno == EMFILE || errno == ENFILE) && !connections_.empty();
       return;
     }
-    if (!qcci::local_peer_trusted(fd)) {
-      ::close(fd);
-      continue;
-    }
+    if (!qcci::local_peer_trusted(fd)) continue;
     if (!leaves_enough(fd)) {
       const auto bye = qcci::ControlPacket::of_client(qcci::Control::kBye, {Bus::kNode, 0});
       qcci::local_frame_write(fd, Bus::kControl, bye.octets());
-      ::close(fd);
       continue;
     }
-    connections_.emplace(fd, std::make_unique<Connection>(modem_, fd));
+    connections_.emplace(fd, std::make_unique<Connection>(modem_, std::move(accepted)));
   }
 }
 

@@ -10,16 +10,16 @@
 namespace sim {
 namespace {
 
-// Longer lines are no commands; what is over is dropped.
+// Octets beyond that are dropped: no command is so long, and a hostile writer must not fill the
+// memory.
 constexpr size_t kLineMax = 2048;
-constexpr uint8_t kInUse = 3;  // of a network's status, its lowest pair of bits
-constexpr uint8_t kServing = 1;
 
-// NAS's technologies as +COPS counts them.
+// NAS's radio technologies and +COPS's <AcT> of 3GPP TS 27.007.
 constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {
     {NAS_RAT_GSM, 0}, {NAS_RAT_UMTS, 2}, {NAS_RAT_LTE, 7}, {NAS_RAT_TDSCDMA, 2}, {NAS_RAT_NR, 11}};
 
-// The 15 digits of NV item 550, whose octets are a length and a mobile identity.
+// The 15 digits of NV item 550: a length, then a mobile identity (3GPP TS 24.008). None when it has
+// none.
 std::optional<std::string> imei_digits(std::string_view item) {
   constexpr size_t kOctets = 8;
   constexpr unsigned kImeiOfOddLength = 0xA;
@@ -49,16 +49,16 @@ std::string printable(std::string_view text) {
 }  // namespace
 
 struct AtChannel::Command {
-  std::string_view line;  // in capitals; letters may come in either case
+  std::string_view line;  // in capitals; a received line may have either case
   Report report;
 };
 
 const AtChannel::Command AtChannel::kCommands[] = {
-    {"AT", &AtChannel::attention},
-    {"ATI", &AtChannel::identification},
-    {"AT+CGSN", &AtChannel::serial_number},
-    {"AT+CSQ", &AtChannel::signal_quality},
-    {"AT+COPS?", &AtChannel::operator_selection},
+    {.line = "AT", .report = &AtChannel::attention},
+    {.line = "ATI", .report = &AtChannel::identification},
+    {.line = "AT+CGSN", .report = &AtChannel::serial_number},
+    {.line = "AT+CSQ", .report = &AtChannel::signal_quality},
+    {.line = "AT+COPS?", .report = &AtChannel::operator_selection},
 };
 
 AtChannel::AtChannel(Phone phone, PhoneConfig config, Log log)
@@ -110,7 +110,7 @@ bool AtChannel::serial_number(Texts* lines) const {
 }
 
 bool AtChannel::signal_quality(Texts* lines) const {
-  int rssi = 99;  // not known
+  int rssi = 99;  // not known; else (dBm + 113) / 2
   const auto level = received_level(config_.measurements[0]);
   if (level && !std::isnan(*level)) {
     rssi = static_cast<int>(std::floor((std::clamp(*level, -113.0F, -51.0F) + 113) / 2));
@@ -120,9 +120,8 @@ bool AtChannel::signal_quality(Texts* lines) const {
 }
 
 bool AtChannel::operator_selection(Texts* lines) const {
-  const auto serving = std::ranges::find_if(config_.networks, [](const NetworkConfig& network) {
-    return (network.status & kInUse) == kServing;
-  });
+  const auto serving =
+      std::ranges::find(config_.networks, NetworkUse::kServing, &NetworkConfig::in_use);
   if (serving == config_.networks.end()) {
     lines->emplace_back("+COPS: 0");
     return true;

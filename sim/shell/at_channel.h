@@ -1,9 +1,9 @@
-// The modem's end of the AT channel: command lines in, replies out.
+// The modem's end of the AT channel: takes command lines, returns replies.
 //
-// It answers AT, ATI, AT+CSQ, AT+CGSN and AT+COPS?, and ERROR to any other line. Replies are in the
-// verbose form of ITU-T V.250, without an echo of the command; values are as 3GPP TS 27.007 has
-// them. The IMEI is read from NV item 550 when it is asked for; signal and operator are those of
-// the phone.toml that the channel was made with.
+// It knows AT, ATI, AT+CSQ, AT+CGSN and AT+COPS?, and answers ERROR to any other line. Replies have
+// the verbose form of ITU-T V.250, without an echo of the command; values are those of 3GPP TS
+// 27.007. The IMEI is read from NV item 550 for each request; signal and operator are those of the
+// phone.toml with which the channel was made.
 //
 // Threads: one at a time.
 #ifndef SIM_SHELL_AT_CHANNEL_H_
@@ -21,19 +21,19 @@ namespace sim {
 
 class AtChannel {
  public:
-  // Is told each line that came ("< AT+CSQ") and each line of its reply ("> OK"); octets that are
-  // not printable appear as \xNN.
+  // Takes each received line ("< AT+CSQ") and each line of its reply ("> OK"); octets that are not
+  // printable ASCII appear as \xNN.
   using Log = std::function<void(const std::string& line)>;
 
   AtChannel(Phone phone, PhoneConfig config, Log log);
 
-  // Takes octets as they arrive. Each line that ends among them is answered by one string, as it
-  // goes out; a line ends with a carriage return or a line feed, and an empty one is none.
+  // Takes octets as they arrive, in pieces of any size. Returns one reply, as it is to be sent, for
+  // each line that ends among them, with a carriage return or a line feed. Empty lines are ignored.
   std::vector<std::string> take(std::string_view octets);
 
  private:
   using Texts = std::vector<std::string>;
-  // The lines of information that a command reports; false: ERROR.
+  // Appends the lines of a command's answer; false: ERROR.
   using Report = bool (AtChannel::*)(Texts*) const;
   struct Command;
 
@@ -49,7 +49,7 @@ class AtChannel {
   Phone phone_;
   PhoneConfig config_;
   Log log_;
-  std::string line_;  // that has not ended yet
+  std::string line_;  // received so far, without its end
 };
 
 }  // namespace sim

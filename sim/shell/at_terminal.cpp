@@ -13,7 +13,7 @@
 namespace sim {
 namespace {
 
-// Of the 4095 octets that a terminal keeps for its reader.
+// Unread octets from which on they are dropped. A terminal keeps 4095; a reply must fit besides.
 constexpr int kUnreadMax = 2048;
 
 }  // namespace
@@ -51,18 +51,18 @@ void AtTerminal::run(AtChannel& channel, int stop) {
 }
 
 void AtTerminal::reply(std::string_view text) {
-  silence();
+  disable_echo();
   int unread = 0;
   if (::ioctl(near_.get(), FIONREAD, &unread) == 0 && unread > kUnreadMax) {
-    ::tcflush(far_.get(), TCOFLUSH);   // on its way
-    ::tcflush(near_.get(), TCIFLUSH);  // there to be read
+    ::tcflush(far_.get(), TCOFLUSH);   // what is in transit
+    ::tcflush(near_.get(), TCIFLUSH);  // what can be read
   }
-  // What does not fit is lost, as on a line whose reader is too slow.
+  // What does not fit is lost, as on a serial line whose reader is too slow.
   [[maybe_unused]] const ssize_t written = ::write(far_.get(), text.data(), text.size());
 }
 
-// Somebody may have set the terminal to echo, and then the channel would answer its own replies.
-void AtTerminal::silence() const {
+// A program may have made the terminal echo, and then the channel would answer its own replies.
+void AtTerminal::disable_echo() const {
   termios settings{};
   if (::tcgetattr(near_.get(), &settings) != 0 || (settings.c_lflag & ECHO) == 0) return;
   settings.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL);

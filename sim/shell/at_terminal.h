@@ -1,4 +1,7 @@
-// A pseudo-terminal whose far end is the AT channel.
+// A pseudo-terminal with the AT channel at its far end. Programs open the near end, a device path.
+//
+// It is raw: octets pass unchanged, and nothing is echoed. Unread replies stay in the terminal
+// until there is no room for another one, which then replaces them.
 #ifndef SIM_SHELL_AT_TERMINAL_H_
 #define SIM_SHELL_AT_TERMINAL_H_
 
@@ -10,25 +13,23 @@
 
 namespace sim {
 
-// Raw: octets pass as they are, and nothing is echoed. Replies that nobody reads stay to be read
-// until there is no room for another, which then takes their place.
 class AtTerminal {
  public:
-  // False, and why, when there is no pseudo-terminal to be had.
-  bool open(std::string* why);
+  // Makes the pseudo-terminal. False, and why, when the system has none left.
+  [[nodiscard]] bool open(std::string* why);
   // The device of the near end.
   const std::string& path() const { return path_; }
-  // Carries what is written there to the channel, and its replies back, until `stop`, a descriptor,
-  // becomes readable.
+  // Carries octets to the channel and its replies back until `stop`, a descriptor, becomes
+  // readable. Blocks: it needs a thread.
   void run(AtChannel& channel, int stop);
 
  private:
   void reply(std::string_view text);
-  void silence() const;
+  void disable_echo() const;
 
   std::string path_;
   Descriptor far_;
-  Descriptor near_;  // held open: the terminal's settings end with its last user
+  Descriptor near_;  // kept open, because the settings are lost when the last user closes it
 };
 
 }  // namespace sim

@@ -10,8 +10,8 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-// A new folder that holds what the system's holds, but for some names. A user cannot make a place
-// for a mount in a folder of the system's, but in this one.
+// A new folder with everything that the system's folder has, except for some names. A user cannot
+// make mount points in a folder of the system, but can in the new one.
 void mirror(const std::string& folder, std::initializer_list<std::string_view> but,
             Arguments* arguments) {
   std::error_code ignored;
@@ -37,8 +37,8 @@ Arguments phone_mounts(const std::string& terminal, const std::string& vendor) {
   };
   mirror("/", {"dev", "proc", "data"}, &arguments);
   add({"--proc", "/proc"});
-  // A mount of the system's /dev/ptmx opens no pseudo-terminals, so these are new; and with them
-  // comes what every /dev has.
+  // The system's /dev/ptmx opens no pseudo-terminals when it is mounted elsewhere, so the shell
+  // gets a new one, with the devices that every /dev has.
   add({"--dev", "/dev"});
   mirror("/dev", {"smd8", "pts", "ptmx", "console", "core", "fd", "stdin", "stdout", "stderr"},
          &arguments);
@@ -46,7 +46,7 @@ Arguments phone_mounts(const std::string& terminal, const std::string& vendor) {
   add({"--dir", "/data"});
   mirror("/data", {"vendor"}, &arguments);
   add({"--bind", vendor, "/data/vendor"});
-  // What is written beside the mounts would be lost with the shell.
+  // Files written outside of the mounts would be lost with the shell.
   add({"--remount-ro", "/dev", "--remount-ro", "/"});
   return arguments;
 }

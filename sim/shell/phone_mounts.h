@@ -1,4 +1,4 @@
-// Where things stand in the phone's shell, as bubblewrap's arguments.
+// What the file system looks like in the phone's shell, as bubblewrap's arguments.
 #ifndef SIM_SHELL_PHONE_MOUNTS_H_
 #define SIM_SHELL_PHONE_MOUNTS_H_
 
@@ -7,7 +7,8 @@
 
 namespace sim {
 
-// The system as it is, but with a terminal at /dev/smd8 and a folder at /data/vendor.
+// The system's own files, but /dev/smd8 is the device `terminal` and /data/vendor the folder
+// `vendor`, both given by their paths. /, /dev and /data take no new files.
 std::vector<std::string> phone_mounts(const std::string& terminal, const std::string& vendor);
 
 }  // namespace sim

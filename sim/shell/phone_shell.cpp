@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char kBubblewrap[] = "bwrap";
 constexpr const char kVendor[] = "data/vendor";  // in the phone's directory
-// Taken here while the shell runs; inside they have their effect again.
+// Blocked here while the shell runs, and read from a descriptor; unblocked again inside.
 constexpr int kSignals[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD};
 
 int fail(const std::string& why) {
@@ -46,8 +46,8 @@ sigset_t signal_set() {
 
 // ---- the terminal that the user sits at
 
-// A shell with job control makes a process group of its own the terminal's foreground; when it has
-// ended, that is again the group that it was.
+// A shell with job control makes its own process group the terminal's foreground. When it has
+// ended, this makes it ours again, if it was before.
 class Foreground {
  public:
   Foreground() : terminal_(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
@@ -74,21 +74,22 @@ void append(Words* words, const Words& more) {
 }
 
 Words options_for(const Phone& phone, const std::string& terminal, const std::string& program,
-                  bool interactive) {
+                  const Words& command) {
   Words options = {"--unshare-pid", "--die-with-parent"};
   append(&options, phone_mounts(terminal, phone.path(kVendor)));
   const std::string folder = std::filesystem::path(program).parent_path();
   append(&options, {"--setenv", "VEX_PHONE", phone.root()});
   append(&options, {"--setenv", "VEX_MODEM", "unix:" + phone.path("modem.sock")});
-  // Without one, a shell would look where the system's programs are.
+  // An unset PATH means the system's folders; with ours in front it must name them.
   const std::string path = variable("PATH").empty() ? "/usr/bin:/bin" : variable("PATH");
   append(&options, {"--setenv", "PATH", folder + ":" + path});
-  // Debian's prompts show it.
-  if (interactive) append(&options, {"--setenv", "debian_chroot", "phone"});
+  // Debian's shell prompts show this variable.
+  if (command.empty()) append(&options, {"--setenv", "debian_chroot", "phone"});
   return options;
 }
 
-// A descriptor that bubblewrap reads options from: they are too many for a list of processes.
+// A descriptor from which bubblewrap reads its options, so that they do not fill the output of
+// ps(1). -1 on failure, which bubblewrap reports.
 int options_file(const Words& options) {
   const int fd = ::memfd_create("options", 0);
   std::string all;
@@ -98,7 +99,8 @@ int options_file(const Words& options) {
   return fd;
 }
 
-// In the child. The command is behind this program, which says at `greeting` that it is inside.
+// In the child: runs this program inside, which reports on `greeting` that it is there and then
+// runs the command.
 [[noreturn]] void become_bubblewrap(const Words& options, const std::string& program,
                                     const Descriptor& greeting, const Words& command) {
   Words words = {kBubblewrap, "--args",         std::to_string(options_file(options)), "--",
@@ -113,8 +115,8 @@ int options_file(const Words& options) {
   std::_Exit(kNoSuchCommand);
 }
 
-// The pid of the process that entered, as it is called here; 0 when there is none so far.
-pid_t greeted(int socket) {
+// The process number, outside of the namespace, of the process that has entered; 0: none so far.
+pid_t entered_process(int socket) {
   char octet;
   iovec data{&octet, sizeof octet};
   alignas(cmsghdr) char room[CMSG_SPACE(sizeof(ucred))];
@@ -132,20 +134,20 @@ pid_t greeted(int socket) {
 }
 
 struct Ended {
-  bool entered = false;
-  bool interrupted = false;  // from the terminal
-  int status = 0;            // as waitpid gives it
+  bool entered = false;      // the command was started
+  bool interrupted = false;  // by Ctrl-C at the terminal
+  int status = 0;            // bubblewrap's, as waitpid gives it
 };
 
-// Until bubblewrap and whatever it leaves are gone.
+// Passes signals on until bubblewrap and all other children have ended.
 Ended wait_for(pid_t bubblewrap, int signals, int greeting) {
   Ended ended;
   pid_t command = 0;
-  std::vector<int> waiting;  // signals for a command that is not there yet
+  std::vector<int> waiting;  // signals that came before the command was started
   for (;;) {
     pollfd polled[] = {{signals, POLLIN, 0}, {greeting, POLLIN, 0}};
     if (::poll(polled, 2, -1) < 0) continue;
-    if (const pid_t pid = greeted(greeting); pid > 0) {
+    if (const pid_t pid = entered_process(greeting); pid > 0) {
       ended.entered = true;
       command = pid;
       for (const int number : waiting) ::kill(command, number);
@@ -155,7 +157,7 @@ Ended wait_for(pid_t bubblewrap, int signals, int greeting) {
     if (::read(signals, &got, sizeof got) != static_cast<ssize_t>(sizeof got)) continue;
     const auto number = static_cast<int>(got.ssi_signo);
     if (number != SIGCHLD) {
-      // What the terminal sends, the command gets by itself.
+      // The terminal sends its signals to the command, too.
       const bool from_terminal = got.ssi_code == SI_KERNEL;
       ended.interrupted |= from_terminal && number == SIGINT;
       if (from_terminal) continue;
@@ -174,6 +176,36 @@ Ended wait_for(pid_t bubblewrap, int signals, int greeting) {
   }
 }
 
+// Runs the command with the phone served, from the fork to the end of the last process. 0 or an
+// errno number.
+[[nodiscard]] int run_inside(ServedPhone& served, const Words& options, const std::string& program,
+                             const Words& command, Ended* ended) {
+  int ends[2];
+  if (::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends) != 0) return errno;
+  const Descriptor greeting(ends[0]);
+  Descriptor theirs(ends[1]);
+  const int on = 1;
+  ::setsockopt(greeting.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on);
+  const sigset_t set = signal_set();
+  const Descriptor signals(::signalfd(-1, &set, SFD_CLOEXEC));
+  // The namespace's first process becomes our child when bubblewrap has ended.
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  if (command.empty()) {
+    report("the phone is at /dev/smd8 and /data/vendor; \"exit\" leaves it");
+  }
+  {
+    const Foreground foreground;
+    const pid_t bubblewrap = ::fork();
+    if (bubblewrap < 0) return errno;
+    if (bubblewrap == 0) become_bubblewrap(options, program, theirs, command);
+    theirs = Descriptor();
+    served.run();
+    *ended = wait_for(bubblewrap, signals.get(), greeting.get());
+  }
+  served.stop();
+  return 0;
+}
+
 int status_of(const Ended& ended) {
   const int status =
       WIFSIGNALED(ended.status) ? 128 + WTERMSIG(ended.status) : WEXITSTATUS(ended.status);
@@ -185,8 +217,9 @@ int status_of(const Ended& ended) {
       "no phone's shell here: bubblewrap could not make its namespaces (its message is above)");
 }
 
-// Made once, so that a person may take the inner folder away.
-int make_vendor_folder(const Phone& phone) {
+// Makes the folder and "modem" in it, where a phone has it. Only with the folder: a person may
+// remove the inner one.
+[[nodiscard]] int make_vendor_folder(const Phone& phone) {
   Descriptor there;
   const int error = open_beneath(phone.descriptor(), kVendor, O_RDONLY | O_DIRECTORY, 0, &there);
   return error == ENOENT ? phone.folder(kVendor).quiet().make("modem") : error;
@@ -209,40 +242,16 @@ int run_phone_shell(const Phone& any, const Words& command) {
   }
   ServedPhone served(phone);
   if (!served.start(&why)) return fail(why);
-  const Words options = options_for(phone, served.terminal(), program, command.empty());
-
-  int ends[2];
-  if (::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, ends) != 0) {
-    return fail(std::strerror(errno));
-  }
-  const Descriptor greeting(ends[0]);
-  Descriptor theirs(ends[1]);
-  const int on = 1;
-  ::setsockopt(greeting.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on);
-
   const sigset_t set = signal_set();
   sigset_t before;
   ::sigprocmask(SIG_BLOCK, &set, &before);
-  const Descriptor signals(::signalfd(-1, &set, SFD_CLOEXEC));
-  ::prctl(PR_SET_CHILD_SUBREAPER, 1);  // of the namespace's first process, when bubblewrap is gone
-  if (command.empty()) {
-    report("the phone is at /dev/smd8 and /data/vendor; \"exit\" leaves it");
-  }
-
   Ended ended;
-  {
-    const Foreground foreground;
-    const pid_t bubblewrap = ::fork();
-    if (bubblewrap < 0) return fail(std::strerror(errno));
-    if (bubblewrap == 0) become_bubblewrap(options, program, theirs, command);
-    theirs = Descriptor();
-    served.run();
-    ended = wait_for(bubblewrap, signals.get(), greeting.get());
-  }
-  served.stop();
+  const int failed = run_inside(served, options_for(phone, served.terminal(), program, command),
+                                program, command, &ended);
+  if (failed != 0) return fail(std::strerror(failed));
   const int status = status_of(ended);
   if (ended.interrupted && status == 128 + SIGINT) {
-    // A caller must learn that it is to stop, too.
+    // End by the signal, so that a calling script stops, too.
     ::signal(SIGINT, SIG_DFL);
     ::raise(SIGINT);
     ::sigprocmask(SIG_SETMASK, &before, nullptr);

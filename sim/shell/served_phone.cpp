@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 
 #include "qcci/link/local_socket.h"
+#include "sim/phone/phone_config.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
 
@@ -11,9 +12,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Another process that has the phone may be about to serve it, or to go.
+// Another process that has locked the phone's socket may be about to answer, or to end; both take
+// milliseconds.
 constexpr auto kChangeTime = 500ms;
-constexpr auto kTryTime = 10ms;
+constexpr auto kTryTime = 10ms;  // between attempts
 
 }  // namespace
 
@@ -58,7 +60,7 @@ void ServedPhone::stop() {
   if (server_ == nullptr) return;
   server_thread_.join();
   server_.reset();
-  for (const std::string& line : modem_->unmet_faults()) report(line);
+  for (const std::string& line : modem_->unused_fault_rules()) report(line);
 }
 
 }  // namespace sim

@@ -1,4 +1,6 @@
-// The modem of a phone, and its AT channel, as long as a shell needs them.
+// The modem of a phone and its AT channel, served while a shell runs.
+//
+// Threads: start, run and stop are called once each, in this order, on one thread.
 #ifndef SIM_SHELL_SERVED_PHONE_H_
 #define SIM_SHELL_SERVED_PHONE_H_
 
@@ -17,16 +19,16 @@ class ServedPhone {
  public:
   explicit ServedPhone(Phone phone) : phone_(std::move(phone)) {}
 
-  // Opens the AT channel's terminal and listens at the phone's socket, unless another process
-  // serves there, which standard error is told. False, and why, when it cannot be. Starts no
-  // thread: the caller may fork after it.
-  bool start(std::string* why);
-  // Serves on threads of its own, from here to stop, which tells standard error of fault rules that
-  // no message met.
+  // Opens the AT channel's terminal and listens at the phone's socket; when another process serves
+  // the phone, reports on standard error that its modem is used. False, and why, when there can be
+  // no phone, terminal or socket. Starts no thread, so the caller may fork afterwards.
+  [[nodiscard]] bool start(std::string* why);
+  // Serves on threads of its own until stop.
   void run();
+  // Ends the threads and reports unused fault rules on standard error.
   void stop();
 
-  // The device of the AT channel.
+  // The path of the AT channel's device.
   const std::string& terminal() const { return terminal_.path(); }
 
  private:

@@ -26,7 +26,7 @@ std::string family_name(const testing::TestParamInfo<Family>& info) { return inf
 
 // The default phone, but that it takes no time for anything.
 std::string quick_phone() {
-  std::istringstream lines{std::string(sim::kDefaultPhoneToml)};
+  std::istringstream lines{sim::default_phone_toml()};
   std::string toml;
   for (std::string line; std::getline(lines, line); toml += line + "\n") {
     const size_t at = line.starts_with('#') ? std::string::npos : line.find("_ms = ");

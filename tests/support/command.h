@@ -1,4 +1,4 @@
-// A command of the tool inside the test's process, and what it did.
+// Running a command of the tool inside the test's process.
 #ifndef TESTS_SUPPORT_COMMAND_H_
 #define TESTS_SUPPORT_COMMAND_H_
 
@@ -14,7 +14,7 @@ namespace desk {
 
 using Handler = int (*)(int argc, char** argv);
 
-// What a family's handler writes to standard output, given the words behind "vex".
+// Runs a family's handler with the words behind "vex"; returns what it writes to standard output.
 inline std::string run_command(Handler handler, std::vector<std::string> words,
                                int* result = nullptr) {
   words.insert(words.begin(), "vex");
@@ -39,7 +39,7 @@ inline std::string run_command(Handler handler, const std::string& line, int* re
   return run_command(handler, split(line), result);
 }
 
-// The messages that come from one source file, in their order.
+// The trace messages of one source file.
 inline std::vector<std::string> messages_of(const std::string& source, const std::string& output) {
   std::istringstream in(output);
   std::string own;
@@ -49,7 +49,8 @@ inline std::vector<std::string> messages_of(const std::string& source, const std
   return trace_messages(own);
 }
 
-// Lets one wait of that length pass, once `begun` says that no other of that length can come first.
+// Advances the clock over one wait of the calling thread that has that length. `begun` returns true
+// once no other wait of that length can come before it.
 class PassOne {
  public:
   PassOne(TestClock& clock, platform::Duration wait, std::function<bool()> begun)
@@ -66,10 +67,10 @@ class PassOne {
   std::thread thread_;
 };
 
-// A vendor request as the modem received it.
+// A request to the vendor service, as the modem received it.
 struct VendorRequest {
   uint32_t id;
-  std::vector<uint8_t> data;  // as many octets as the request says
+  std::vector<uint8_t> data;  // of the length that the request says
 
   std::string begins(size_t octets) const { return hex(std::span(data).first(octets)); }
 };

@@ -12,15 +12,15 @@
 #include <thread>
 
 #include "platform/qmi_client.h"
-#include "qcci/client/core.h"
 #include "sim/phone/default_phone.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
+#include "support/process_link.h"
 
 namespace desk {
 namespace {
 
-// What the person who runs the tests has set is for other runs.
+// The environment of the person who runs the tests must not change their results.
 [[maybe_unused]] const bool g_environment_is_ours = [] {
   for (const char* variable :
        {"VEX_MODEM", "VEX_SHELL_LEVELS", "VEX_LOG_LEVELS", "VEX_PROCESS_INSTANCE"}) {
@@ -59,28 +59,38 @@ void PhoneDirectory::write(const std::string& path, std::string_view contents) c
   out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
 }
 
-sim::Modem& Desk::start_modem(std::string_view toml) {
+void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
+  const base::Lock lock(mutex_);
+  const sim::Service* service = find(id);
+  if (service == nullptr) return;
+  for (const sim::Address client : service->clients()) {
+    indicate(service->idl(), client, message, c, size);
+  }
+}
+
+Modem& Desk::start_modem(std::string_view toml) {
   std::string why;
   EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
-  directory_.write("phone.toml", std::string(sim::kDefaultPhoneToml) + std::string(toml));
+  directory_.write("phone.toml", sim::default_phone_toml() + std::string(toml));
   return start_written_modem();
 }
 
-sim::Modem& Desk::start_written_modem() {
+Modem& Desk::start_written_modem() {
   std::string why;
-  std::shared_ptr<sim::Modem> modem = sim::make_modem(directory_.phone(), &why);
-  EXPECT_NE(modem, nullptr) << why;
+  sim::PhoneConfig config;
+  EXPECT_TRUE(sim::read_phone(directory_.phone(), &config, &why)) << why;
+  const auto modem = std::make_shared<Modem>(directory_.phone(), config, sim::all_services());
   modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,
                                     sim::Address, std::span<const uint8_t> octets) {
-    const std::lock_guard lock(record->mutex);
+    const base::Lock lock(record->mutex);
     record->messages.push_back({service.name, kind, {octets.begin(), octets.end()}});
   });
-  qcci::Core::use_link(sim::make_embedded_link(modem));
+  desk::use_link(sim::make_embedded_link(modem));
   return *modem;
 }
 
 std::vector<Message> Desk::passed(sim::FaultKind kind) {
-  const std::lock_guard lock(record_->mutex);
+  const base::Lock lock(record_->mutex);
   std::vector<Message> found;
   std::copy_if(record_->messages.begin(), record_->messages.end(), std::back_inserter(found),
                [kind](const Message& message) { return message.kind == kind; });

@@ -1,14 +1,14 @@
-// What tests share: a phone in a temporary directory, the modem in it, and what passed on the bus.
+// What tests share: a phone in a temporary directory, its modem in this process, and a record of
+// the messages on the simulated bus.
 //
-// The client library and the vendor client keep one state a process: ctest runs each test in a
-// process of its own.
+// The client library and the vendor client have one state for the process, so ctest runs each test
+// in a process of its own.
 #ifndef TESTS_SUPPORT_DESK_H_
 #define TESTS_SUPPORT_DESK_H_
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,12 +19,12 @@
 
 namespace desk {
 
-// "0A FF" for octets, and back; blanks do not matter.
+// "0A FF" for octets, and back; blanks are ignored.
 inline std::string hex(std::span<const uint8_t> octets) { return qcci::to_hex(octets, " "); }
 inline std::string hex(std::string_view octets) { return hex(qcci::as_octets(octets)); }
 inline std::vector<uint8_t> unhex(std::string_view text) { return qcci::from_hex(text).value(); }
 
-// One message that passed on the simulated bus, from its QMI header on.
+// One message of the simulated bus, from its QMI header on.
 struct Message {
   std::string service;
   sim::FaultKind kind;
@@ -34,7 +34,7 @@ struct Message {
   std::string tlvs() const { return hex(std::span(octets).subspan(7)); }
 };
 
-// A phone's directory that goes with the test; VEX_PHONE names it.
+// A temporary directory for a phone, removed by the destructor. VEX_PHONE names it.
 class PhoneDirectory {
  public:
   PhoneDirectory();
@@ -43,7 +43,7 @@ class PhoneDirectory {
   PhoneDirectory& operator=(const PhoneDirectory&) = delete;
 
   sim::Phone phone() const { return sim::Phone(root_); }
-  std::string file(const std::string& path) const;  // contents; empty when it is not there
+  std::string file(const std::string& path) const;  // its contents; empty when there is none
   bool has(const std::string& path) const;
   void write(const std::string& path, std::string_view contents) const;
   const std::string& root() const { return root_; }
@@ -52,15 +52,23 @@ class PhoneDirectory {
   std::string root_;
 };
 
+// A modem that also sends indications when the test wants it to.
+class Modem final : public sim::Modem {
+ public:
+  using sim::Modem::Modem;
+  // To every client that has sent the service a request.
+  void indicate_all(uint32_t service, uint16_t message, const void* c, size_t size);
+};
+
 // A test that talks to a modem inside its process, on the test's clock.
 class Desk : public testing::Test {
  protected:
-  // The modem of the default phone with `toml` added (tables only); from then on it is the one that
-  // the client library finds.
-  sim::Modem& start_modem(std::string_view toml = "");
-  // The same for the phone.toml that the test has written.
-  sim::Modem& start_written_modem();
-  // Messages of one kind that passed so far.
+  // Starts the modem of the default phone.toml with `toml` appended (tables only) and makes the
+  // client library use it. It stays until the end of the process.
+  Modem& start_modem(std::string_view toml = "");
+  // The same with the phone.toml that the test has written.
+  Modem& start_written_modem();
+  // The messages of one kind so far.
   std::vector<Message> passed(sim::FaultKind kind);
   size_t requests() { return passed(sim::FaultKind::kRequest).size(); }
 
@@ -69,15 +77,16 @@ class Desk : public testing::Test {
 
  private:
   struct Record {
-    std::mutex mutex;
-    std::vector<Message> messages;
+    base::Mutex mutex;
+    std::vector<Message> messages GUARDED_BY(mutex);
   };
   std::shared_ptr<Record> record_ = std::make_shared<Record>();
 };
 
-// How many instances of a service the client library knows.
+// How many instances of a service the client library sees.
 uint32_t instances(qmi_idl_service_object_type service);
-// The service goes and comes back, and the client library has noticed both, its callbacks included.
+// Takes the service down and up, and waits until the client library has seen both and its callbacks
+// have run.
 void bounce(sim::Modem& modem, qmi_idl_service_object_type service);
 
 // What `call` writes to standard output.
@@ -92,7 +101,7 @@ std::string output_of(Call call) {
 // The messages of shell trace lines, without "RIL[source:line] function: ".
 std::vector<std::string> trace_messages(const std::string& output);
 
-// Whether a trace message is among them.
+// Whether one of them is `message`.
 bool said(const std::string& output, const std::string& message);
 
 struct Ran {

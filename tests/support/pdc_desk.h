@@ -1,4 +1,5 @@
-// A desk with carrier configurations: their phone, and what PDC and the vendor service were asked.
+// A test with carrier configurations: a phone that has some, and the requests to PDC and to the
+// vendor service.
 #ifndef TESTS_SUPPORT_PDC_DESK_H_
 #define TESTS_SUPPORT_PDC_DESK_H_
 
@@ -59,7 +60,7 @@ inline std::string lost(int message) {
   return fault("indication", message, "nth = 1\naction = \"drop\"");
 }
 
-// The client's thread may be about to give back the last indication.
+// Waits for the client's thread, which may be about to free the last indication.
 inline bool nothing_leaked() {
   for (int i = 0; i < 1000 && qcril_mem_blocks() != 0; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -67,8 +68,8 @@ inline bool nothing_leaked() {
 }
 
 struct PdcDesk : Desk {
-  // frame: configurations in one indication of a list.
-  sim::Modem& start(const std::string& more = "", int frame = 25) {
+  // `frame`: configurations in one indication of a list.
+  Modem& start(const std::string& more = "", int frame = 25) {
     directory_.write("pdc/platform", "active 50\n");
     directory_.write("pdc/software/0", "active AA00\n");
     directory_.write("pdc/software/1", "active BB00\n");
@@ -76,13 +77,13 @@ struct PdcDesk : Desk {
                      "[pdc]\nframe = " + std::to_string(frame) + std::string(kPhone) + more);
     return start_written_modem();
   }
-  // With a client.
-  sim::Modem& connect(const std::string& more = "", int frame = 25) {
-    sim::Modem& modem = start(more, frame);
+  // The same, and initialises the PDC client.
+  Modem& connect(const std::string& more = "", int frame = 25) {
+    Modem& modem = start(more, frame);
     EXPECT_EQ(pdc_init(), 0);
     return modem;
   }
-  // What PDC and the vendor service were asked, a word each: message, then type and sub.
+  // The requests so far: name and TLVs of each to PDC, "sync" for any other.
   Sequence asked() {
     Sequence all;
     for (const Message& request : passed(FaultKind::kRequest)) {
@@ -100,10 +101,10 @@ struct PdcDesk : Desk {
     }
     return all;
   }
-  // Returns when a request of the kind waits, its timer running.
+  // Returns when a request of the kind waits and its timer runs.
   static void await_waiting(int req_type) {
     const auto waiting = [req_type] {
-      const QtiSharedLock lock(pdc::info().mutex);
+      const base::Lock lock(pdc::info().mutex);
       return pdc::info().context(req_type).waiting != 0;
     };
     while (!waiting()) std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -1,5 +1,5 @@
-// A link whose other end is the test: it answers look-ups, notes what is sent, and says whatever
-// the test wants, in order or not.
+// A link with the test at its other end: it answers look-ups, passes requests to the test, and
+// delivers whatever the test wants, in any order.
 #ifndef TESTS_SUPPORT_SCRIPTED_LINK_H_
 #define TESTS_SUPPORT_SCRIPTED_LINK_H_
 
@@ -7,8 +7,8 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "qcci/link/link.h"
 
 namespace desk {
@@ -25,17 +25,17 @@ class ScriptedLink final : public qcci::Link {
 
   // The services that look-ups find; service id to address.
   std::map<uint32_t, qcci::Address> services;
-  uint32_t instance = 1;  // of every service: its version, and its number above
-  bool answers = true;    // look-ups
-  // What becomes of the next look-ups, before they are sent as usual.
+  uint32_t instance = 1;  // of every service, as control packets have it
+  bool answers = true;    // whether look-ups are answered
+  // Results of sending the next look-ups, which are lost then.
   std::deque<qcci::Sent> lookup_outcomes;
-  // What becomes of a datagram that is no look-up.
+  // The result of sending any other datagram.
   qcci::Sent outcome = qcci::Sent::kSent;
-  // Called for every datagram that is no look-up, on the sender's thread.
+  // Called for every other datagram, on the sender's thread.
   std::function<void(const Sent&)> on_request;
 
   bool open(qcci::Endpoint* endpoint) override {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     ++last_;
     *endpoint = {last_, {1, static_cast<uint32_t>(100 + last_)}};
     return true;
@@ -67,24 +67,24 @@ class ScriptedLink final : public qcci::Link {
   void announce(qcci::Control command, uint32_t service, qcci::Address at) {
     control(kControl, {command, service, instance, at.node, at.port});
   }
-  // A control packet to whoever looked up last, from any address.
+  // Delivers a control packet, from any address, to the endpoint that looked up last.
   void control(qcci::Address from, const qcci::ControlPacket& packet) {
     say(control_, from, {packet.octets().begin(), packet.octets().end()});
   }
   void say(qcci::EndpointId endpoint, qcci::Address from, std::vector<uint8_t> octets) {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     platform::clock().hold();
     queue_.push_back({endpoint, from, std::move(octets)});
     arrived_.notify_all();
   }
-  // Everything said so far has been taken and handled.
+  // Waits until everything delivered so far has been received and handled.
   void settle() {
-    std::unique_lock lock(mutex_);
+    base::Lock lock(mutex_);
     while (!queue_.empty() || !idle_) handled_.wait(lock);
   }
 
   qcci::Received receive(qcci::Datagram* datagram, platform::Time deadline) override {
-    std::unique_lock lock(mutex_);
+    base::Lock lock(mutex_);
     if (in_flight_) platform::clock().release();
     in_flight_ = false;
     idle_ = true;
@@ -101,20 +101,20 @@ class ScriptedLink final : public qcci::Link {
     return qcci::Received::kDatagram;
   }
   void wake() override {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     woken_ = true;
     arrived_.notify_all();
   }
 
  private:
-  std::mutex mutex_;
+  base::Mutex mutex_;
   std::condition_variable arrived_;
   std::condition_variable handled_;
-  std::deque<qcci::Datagram> queue_;
-  bool woken_ = false;
-  bool idle_ = false;
-  bool in_flight_ = false;
-  qcci::EndpointId last_ = 0;
+  std::deque<qcci::Datagram> queue_ GUARDED_BY(mutex_);
+  bool woken_ GUARDED_BY(mutex_) = false;
+  bool idle_ GUARDED_BY(mutex_) = false;
+  bool in_flight_ GUARDED_BY(mutex_) = false;
+  qcci::EndpointId last_ GUARDED_BY(mutex_) = 0;
   qcci::EndpointId control_ = 0;
 };
 

@@ -9,17 +9,17 @@
 namespace desk {
 namespace {
 
-// A waiter looks that often whether the test has moved the time.
+// Real time between two looks of a waiter at the test's time.
 constexpr auto kGlance = std::chrono::milliseconds(1);
-// Everybody has been waiting for so many glances: nobody is on the way to anything.
+// After so many glances without a change no thread is about to do anything.
 constexpr int kQuietGlances = 10;
-// A waiter that is away for longer is doing something else.
+// A waiter that is away for longer is working.
 constexpr auto kLongGlance = std::chrono::milliseconds(5);
-// And one that is away for this long may have ended.
+// And one that is away for this long may have ended, and is forgotten.
 constexpr auto kGone = std::chrono::milliseconds(100);
 
-// Whether a thread of this process, other than the caller's, runs or would if it got a processor:
-// on a machine that is busy otherwise, one that is on its way to something may look quiet.
+// Whether another thread of this process is running or ready to run. On a busy machine a thread
+// that is about to do something may otherwise look as if it waited.
 bool another_runs() {
   const pid_t self = ::gettid();
   std::error_code gone;
@@ -37,7 +37,7 @@ bool another_runs() {
 }  // namespace
 
 void TestClock::enter(const void* on, platform::Time deadline) {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   const Waiter now{on, deadline, false, {}};
   const auto [at, is_new] = waiters_.try_emplace(std::this_thread::get_id(), now);
   if (is_new || at->second.on != on || at->second.deadline != deadline) ++changes_;
@@ -45,7 +45,7 @@ void TestClock::enter(const void* on, platform::Time deadline) {
 }
 
 void TestClock::leave(Leave how) {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   if (how == Leave::kForGood) {
     waiters_.erase(std::this_thread::get_id());
     ++changes_;
@@ -66,7 +66,7 @@ TestClock& TestClock::install() {
 }
 
 platform::Time TestClock::now() {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   return now_;
 }
 
@@ -98,14 +98,14 @@ int TestClock::poll_until(pollfd* fds, nfds_t count, platform::Time deadline) {
 }
 
 void TestClock::advance(platform::Duration by) {
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   now_ += by;
 }
 
 void TestClock::await_waiter(platform::Duration from_now, int count) {
   for (;;) {
     {
-      const std::lock_guard lock(mutex_);
+      const base::Lock lock(mutex_);
       int waiting = 0;
       for (const auto& [thread, waiter] : waiters_) waiting += waiter.deadline == now_ + from_now;
       if (waiting >= count) return;
@@ -116,7 +116,7 @@ void TestClock::await_waiter(platform::Duration from_now, int count) {
 
 void TestClock::await_waiter(platform::Duration from_now, std::thread::id thread) {
   for (;; std::this_thread::sleep_for(kGlance)) {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     const auto at = waiters_.find(thread);
     if (at == waiters_.end() || at->second.away) continue;  // perhaps for good
     if (at->second.deadline == now_ + from_now) return;
@@ -133,7 +133,7 @@ void TestClock::run() {
   for (;;) {
     std::this_thread::sleep_for(kGlance);
     const auto real_now = std::chrono::steady_clock::now();
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     platform::Time next = platform::kNever;
     bool busy = changes_ != seen || holds_ != 0;
     seen = changes_;

@@ -1,4 +1,4 @@
-// A clock that only a test moves.
+// A clock that the test moves.
 #ifndef TESTS_SUPPORT_TEST_CLOCK_H_
 #define TESTS_SUPPORT_TEST_CLOCK_H_
 
@@ -6,13 +6,14 @@
 #include <map>
 #include <thread>
 
+#include "base/mutex.h"
 #include "platform/clock/process_clock.h"
 
 namespace desk {
 
 class TestClock final : public platform::Clock {
  public:
-  // The process's clock from now on. Never taken away: library threads wait on it until the end.
+  // Makes it the process's clock until the end, because library threads wait on it.
   static TestClock& install();
 
   platform::Time now() override;
@@ -24,18 +25,18 @@ class TestClock final : public platform::Clock {
   void release() override { --holds_; }
 
   void advance(platform::Duration by);
-  // Returns when so many wait for this time from now, to the millisecond.
+  // Returns when so many threads wait for exactly this time from now.
   void await_waiter(platform::Duration from_now, int count = 1);
-  // The same for that one thread: others, like the client library's, wait for times of their own.
+  // The same for one thread; others, like the client library's, may wait for the same time.
   void await_waiter(platform::Duration from_now, std::thread::id thread);
-  // From now on, time goes to the next deadline whenever everybody waits for one.
+  // From now on, time jumps to the next deadline whenever all threads wait for one.
   void run_by_itself();
-  // Time that has passed since the clock was made.
+  // The time since the clock was made.
   platform::Duration passed();
 
  private:
-  // What a thread waits for. A waiter glances at the time now and then and lets its caller look at
-  // its condition meanwhile: it is still waiting, unless it stays away.
+  // What a thread waits for. The wait returns every millisecond, so that its caller looks at its
+  // condition; a thread that does not come back soon is no longer waiting.
   struct Waiter {
     const void* on;
     platform::Time deadline;
@@ -48,10 +49,10 @@ class TestClock final : public platform::Clock {
   void leave(Leave how);
   void run();
 
-  std::mutex mutex_;
-  platform::Time now_ = platform::Time{} + std::chrono::hours(1);
-  std::map<std::thread::id, Waiter> waiters_;
-  uint64_t changes_ = 0;
+  base::Mutex mutex_;
+  platform::Time now_ GUARDED_BY(mutex_) = platform::Time{} + std::chrono::hours(1);
+  std::map<std::thread::id, Waiter> waiters_ GUARDED_BY(mutex_);
+  uint64_t changes_ GUARDED_BY(mutex_) = 0;  // of waiters_
   std::atomic<int> holds_{0};
 };
 

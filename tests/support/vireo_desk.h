@@ -1,4 +1,4 @@
-// A desk for the statistics framework, which admits only processes of known names.
+// A test of the statistics framework, which admits only processes of known names.
 #ifndef TESTS_SUPPORT_VIREO_DESK_H_
 #define TESTS_SUPPORT_VIREO_DESK_H_
 
@@ -19,14 +19,14 @@ inline std::string strip(const std::string& text) {
   for (const char c : text) all += c == ' ' ? "" : std::string(1, c);
   return all;
 }
-// A key of [measurements.subN.raw].
+// A line of [measurements.subN.raw].
 inline std::string raw(uint32_t id, const std::string& octets) {
   return "\"" + std::to_string(id) + "\" = \"" + strip(octets) + "\"\n";
 }
 
 struct Vireo : Desk {
   void SetUp() override { call_process("vex"); }
-  // "service id TLVs" of the requests so far.
+  // The requests so far, each as "service id TLVs".
   Lines sent(size_t from = 0) {
     Lines lines;
     for (const Message& request : passed(sim::FaultKind::kRequest)) {

@@ -6,21 +6,22 @@
 
 // The operations that every member has. init: the service object, null when there is none.
 // client_init: 1 when connected, 0 after the last attempt. release: 1.
-#define VIREO_DECLARE_MEMBER(prefix)                                                              \
-  extern "C" {                                                                                    \
-  qmi_idl_service_object_type prefix##_init(void);                                                \
-  int prefix##_client_init(modem_api_indication_cb callback);                                     \
-  void prefix##_client_set_operational_status_callback(modem_api_operational_cb callback);        \
-  int prefix##_client_send_msg_sync(uint32_t message_id, const void* request,                     \
-                                    uint32_t request_len, void* response, uint32_t response_len); \
-  int prefix##_client_release(void);                                                              \
-  uint32_t prefix##_client_get_master_port(void);                                                 \
-  void prefix##_client_unsol_ind_cb(qmi_client_type client, uint32_t message_id,                  \
-                                    const void* encoded, uint32_t length, void* data);            \
-  void prefix##_client_service_down_event(qmi_client_type client, int error, void* data);         \
-  void prefix##_client_service_up_event(qmi_client_type notifier,                                 \
-                                        qmi_idl_service_object_type service,                      \
-                                        qmi_client_notify_event event, void* data);               \
+#define VIREO_DECLARE_MEMBER(prefix)                                                        \
+  extern "C" {                                                                              \
+  qmi_idl_service_object_type prefix##_init(void);                                          \
+  [[nodiscard]] int prefix##_client_init(modem_api_indication_cb callback);                 \
+  void prefix##_client_set_operational_status_callback(modem_api_operational_cb callback);  \
+  [[nodiscard]] int prefix##_client_send_msg_sync(uint32_t message_id, const void* request, \
+                                                  uint32_t request_len, void* response,     \
+                                                  uint32_t response_len);                   \
+  int prefix##_client_release(void);                                                        \
+  uint32_t prefix##_client_get_master_port(void);                                           \
+  void prefix##_client_unsol_ind_cb(qmi_client_type client, uint32_t message_id,            \
+                                    const void* encoded, uint32_t length, void* data);      \
+  void prefix##_client_service_down_event(qmi_client_type client, int error, void* data);   \
+  void prefix##_client_service_up_event(qmi_client_type notifier,                           \
+                                        qmi_idl_service_object_type service,                \
+                                        qmi_client_notify_event event, void* data);         \
   }
 
 #define VIREO_DEFINE_MEMBER(prefix, client)                                                        \

@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
+#include <tuple>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/idl/nas.h"
 #include "platform/kelvor_utils.h"
@@ -50,24 +51,22 @@ struct ClientRecord {
 
 // Recursive: a status callback, which runs under it, may free its client. It is not held while a
 // service client connects or is released, since both wait for callbacks.
-std::recursive_mutex g_table_mutex;
-ClientRecord* g_clients[MODEM_API_CLIENTS_MAX];
+base::RecursiveMutex g_table_mutex;
+ClientRecord* g_clients[MODEM_API_CLIENTS_MAX] GUARDED_BY(g_table_mutex);
 
-std::mutex g_static_mutex;
-int32_t g_references = 0;  // 0 or 1
-
-using TableLock = std::lock_guard<std::recursive_mutex>;
+base::Mutex g_static_mutex ACQUIRED_BEFORE(g_table_mutex);
+int32_t g_references GUARDED_BY(g_static_mutex) = 0;  // 0 or 1
 
 void empty_slots() {
-  const TableLock lock(g_table_mutex);
+  const base::RecursiveLock lock(g_table_mutex);
   std::fill(std::begin(g_clients), std::end(g_clients), nullptr);
 }
 
 void free_record(ClientRecord* record) { vireo_free_adv(record, __func__, __LINE__); }
 
-// The record is taken off the table, if it is still there.
-bool take_off(int32_t id, const ClientRecord* record) {
-  const TableLock lock(g_table_mutex);
+// Whether the record was still in the table, which it then leaves.
+[[nodiscard]] bool remove_from_table(int32_t id, const ClientRecord* record) {
+  const base::RecursiveLock lock(g_table_mutex);
   if (g_clients[id] != record) return false;
   g_clients[id] = nullptr;
   return true;
@@ -76,7 +75,7 @@ bool take_off(int32_t id, const ClientRecord* record) {
 // Whether a client of that id has that type and is connected.
 bool is_connected(int32_t client_id, uint32_t type) {
   if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) return false;
-  const TableLock lock(g_table_mutex);
+  const base::RecursiveLock lock(g_table_mutex);
   const ClientRecord* record = g_clients[client_id];
   return record != nullptr && record->client_type == type &&
          record->operational_status == OP_STATUS_CONNECTED;
@@ -88,8 +87,8 @@ uint32_t unexpected() {
 }
 
 // Stores the record in the lowest free slot, unless its type is there already.
-uint32_t enter_table(ClientRecord* record) {
-  const TableLock lock(g_table_mutex);
+uint32_t insert(ClientRecord* record) {
+  const base::RecursiveLock lock(g_table_mutex);
   const TypeRow& type = kTypes[record->client_type];
   for (const ClientRecord* other : g_clients) {
     if (other == nullptr || other->client_type != record->client_type) continue;
@@ -129,7 +128,7 @@ uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication
     return MODEM_API_NOT_SUPPORTED;
   }
   *record = {client_type, -1, OP_STATUS_RELEASED, on_indication, on_status, false};
-  if (const uint32_t result = enter_table(record); result != MODEM_API_SUCCESS) {
+  if (const uint32_t result = insert(record); result != MODEM_API_SUCCESS) {
     free_record(record);
     return result;
   }
@@ -138,15 +137,16 @@ uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication
   type.set_status_callback(modem_api_operational_status_cb);
   if (type.client_init(on_indication) == 0) {
     // Whoever freed it meanwhile has freed the record too.
-    if (take_off(id, record)) free_record(record);
+    if (remove_from_table(id, record)) free_record(record);
     return MODEM_API_FAILURE;
   }
-  // This one reports no status of its own.
+  // `vs` does not report its status itself.
   if (client_type == kModemApiVs) modem_api_operational_status_cb(kModemApiVs, OP_STATUS_CONNECTED);
   if (client_id != nullptr) *client_id = id;
   TRACE_DEBUG("new client: type %d, id %d", client_type, id);
   if (client_type == kModemApiNas0 || client_type == kModemApiNas1) {
-    modem_api_util_enable_networking_indications(id, client_type - kModemApiNas0);
+    // A client without the reports of NAS is of use all the same; the failure is in the trace.
+    std::ignore = modem_api_util_enable_networking_indications(id, client_type - kModemApiNas0);
   }
   return MODEM_API_SUCCESS;
 }
@@ -157,8 +157,8 @@ struct CountedResponse {
   uint32_t length;
 };
 
-void hand_over(uint32_t message_id, const void* response, uint32_t response_len,
-               const modem_api_callback_record& record, int transport_error) {
+void deliver_response(uint32_t message_id, const void* response, uint32_t response_len,
+                      const modem_api_callback_record& record, int transport_error) {
   CountedResponse head{};
   if (response == nullptr || response_len == 0) {
     record.callback(nullptr, 0, record.user_data, MODEM_API_NO_MEMORY);
@@ -199,7 +199,7 @@ uint32_t modem_api_init(void) {
       return MODEM_API_NOT_PERMITTED;
     }
     {
-      const std::lock_guard lock(g_static_mutex);
+      const base::Lock lock(g_static_mutex);
       if (g_references == 0) {
         g_references = 1;
         empty_slots();
@@ -212,7 +212,7 @@ uint32_t modem_api_init(void) {
 
 uint32_t modem_api_release(void) {
   return traced(__func__, []() -> uint32_t {
-    const std::lock_guard lock(g_static_mutex);
+    const base::Lock lock(g_static_mutex);
     if (g_references >= 1) {
       empty_slots();
       --g_references;
@@ -239,7 +239,7 @@ uint32_t modem_api_free_client(int32_t client_id) {
     }
     ClientRecord* record = nullptr;
     {
-      const TableLock lock(g_table_mutex);
+      const base::RecursiveLock lock(g_table_mutex);
       record = g_clients[client_id];
       if (record == nullptr || record->freeing) {
         TRACE_DEBUG("client already freed");
@@ -248,7 +248,7 @@ uint32_t modem_api_free_client(int32_t client_id) {
       record->freeing = true;
     }
     kTypes[record->client_type].client_release();
-    take_off(client_id, record);
+    std::ignore = remove_from_table(client_id, record);  // modem_api_release may have been first
     free_record(record);
     return MODEM_API_SUCCESS;
   });
@@ -256,7 +256,7 @@ uint32_t modem_api_free_client(int32_t client_id) {
 
 void modem_api_operational_status_cb(uint32_t client_type, uint64_t operational_status) {
   const Operation operation(__func__);
-  const TableLock lock(g_table_mutex);
+  const base::RecursiveLock lock(g_table_mutex);
   for (ClientRecord* const record : g_clients) {
     if (record == nullptr || record->client_type != client_type) continue;
     record->operational_status = operational_status;
@@ -274,7 +274,7 @@ void modem_api_operational_status_cb(uint32_t client_type, uint64_t operational_
 void modem_api_process_response(uint32_t message_id, void* response, uint32_t response_len,
                                 struct modem_api_callback_record* record, int transport_error) {
   if (record != nullptr && record->callback != nullptr) {
-    hand_over(message_id, response, response_len, *record, transport_error);
+    deliver_response(message_id, response, response_len, *record, transport_error);
   }
   vireo_free_adv(response, __func__, __LINE__);
   vireo_free_adv(record, __func__, __LINE__);

@@ -55,13 +55,14 @@ struct modem_api_callback_record {
 };
 
 // 0, or MODEM_API_NOT_PERMITTED.
-uint32_t modem_api_init(void);
+[[nodiscard]] uint32_t modem_api_init(void);
 // Forgets every client that has not been freed before. 0.
 uint32_t modem_api_release(void);
 
 // Connects, which takes up to nine seconds of attempts. *client_id is written on success.
-uint32_t modem_api_init_client(uint32_t client_type, modem_api_indication_cb on_indication,
-                               modem_api_status_cb on_status, int32_t* client_id);
+[[nodiscard]] uint32_t modem_api_init_client(uint32_t client_type,
+                                             modem_api_indication_cb on_indication,
+                                             modem_api_status_cb on_status, int32_t* client_id);
 // 0 also when it has been freed already.
 uint32_t modem_api_free_client(int32_t client_id);
 
@@ -73,19 +74,21 @@ void modem_api_process_response(uint32_t message_id, void* response, uint32_t re
                                 struct modem_api_callback_record* record, int transport_error);
 
 // nas: 0 nas_0, else nas_1.
-uint32_t modem_api_util_enable_networking_indications(int32_t client_id, uint32_t nas);
-uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value, uint8_t a, uint8_t b,
-                                            uint8_t c);
+[[nodiscard]] uint32_t modem_api_util_enable_networking_indications(int32_t client_id,
+                                                                    uint32_t nas);
+[[nodiscard]] uint32_t modem_api_set_vireo_feature_status(int32_t client_id, uint32_t value,
+                                                          uint8_t a, uint8_t b, uint8_t c);
 // parameters: room for VS_PARAMETERS_MAX, whatever the count; the answers come back in it, and
 // their number in *count.
-uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
-                                       uint32_t* count, vs_parameter* parameters);
+[[nodiscard]] uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t slot,
+                                                     uint32_t* count, vs_parameter* parameters);
 
 // resp: the response's standard result, looked at when the transport left one; null, for one that
 // did not come whole, is a failure.
-uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error, const qmi_standard_result* resp);
+[[nodiscard]] uint32_t modem_api_map_qmi_error_to_modem_api(int transport_error,
+                                                            const qmi_standard_result* resp);
 
-bool modem_api_check_white_list(void);
+[[nodiscard]] bool modem_api_check_white_list(void);
 
 }  // extern "C"
 

@@ -1,9 +1,9 @@
 #include "vireo/modem_api/modem_vireo_getters.h"
 
 #include <cstring>
-#include <mutex>
 #include <span>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/idl/vs.h"
 #include "platform/kelvor_utils.h"
@@ -11,8 +11,8 @@
 
 namespace {
 
-// From the fetch of a record to the end of its decoding.
-std::mutex g_getter_mutex;
+// Held from the fetch of a record to the end of its decoding: there is one store, g_vireo_data.
+base::Mutex g_getter_mutex;
 
 // A field of a packed record, and where it goes; kDropped: nowhere.
 constexpr size_t kDropped = SIZE_MAX;
@@ -34,7 +34,7 @@ struct Field {
 constexpr Field kVersion{"version", 1, kDropped};
 
 // Reads the next octets of the store.
-bool read_field(const char* name, size_t width, void* to) {
+bool read_field(const char* name, size_t width, void* to) REQUIRES(g_getter_mutex) {
   modem_vireo_data_store& store = g_vireo_data;
   const auto octets = static_cast<int32_t>(width);
   if (store.length < octets) {
@@ -53,7 +53,7 @@ bool read_field(const char* name, size_t width, void* to) {
   return true;
 }
 
-bool decode(std::span<const Field> fields, void* out) {
+bool decode(std::span<const Field> fields, void* out) REQUIRES(g_getter_mutex) {
   for (const Field& field : fields) {
     uint64_t dropped = 0;
     void* to = &dropped;
@@ -71,7 +71,7 @@ bool fetch_and_decode(uint32_t sub, uint32_t record_id, std::span<const Field> f
     TRACE_ERROR("ptr_vireo_data is NULL");
     return false;
   }
-  const std::lock_guard lock(g_getter_mutex);
+  const base::Lock lock(g_getter_mutex);
   if (modem_vireo_data_get(sub, record_id) != 0) {
     TRACE_ERROR("modem_vireo_data_get failed");
     return false;
@@ -181,7 +181,7 @@ constexpr uint32_t kSysModeRecord = 0x2C;
 
 // The first stack's technology, for the subscription; -1 when the record has none.
 int32_t sys_mode(uint32_t sub) {
-  const std::lock_guard lock(g_getter_mutex);
+  const base::Lock lock(g_getter_mutex);
   uint8_t stack_max = 0;
   int32_t rat = -1;
   if (modem_vireo_data_get(sub, kSysModeRecord) != 0) {

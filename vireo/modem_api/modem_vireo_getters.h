@@ -77,44 +77,47 @@ struct modem_vireo_lte_pusch_power_info {
   int16_t pusch_ex_tx_power;
 };
 
-bool modem_vireo_lte_srv_meas_info_get(uint32_t sub, struct modem_vireo_lte_srv_meas_info* out,
-                                       uint32_t record_id);
-bool modem_vireo_lte_srv_meas_info_get_for_pcc(uint32_t sub,
-                                               struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc1(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc2(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc3(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc4(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc5(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_lte_srv_meas_info_get_for_scc6(uint32_t sub,
-                                                struct modem_vireo_lte_srv_meas_info* out);
-bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out,
-                                        uint32_t record_id);
-bool modem_vireo_nr5g_srv_meas_info_get_for_pcc(uint32_t sub,
-                                                struct modem_vireo_nr5g_srv_meas_info* out);
-bool modem_vireo_nr5g_srv_meas_info_get_for_scc1(uint32_t sub,
-                                                 struct modem_vireo_nr5g_srv_meas_info* out);
-bool modem_vireo_nr5g_srv_meas_info_get_for_scc2(uint32_t sub,
-                                                 struct modem_vireo_nr5g_srv_meas_info* out);
-bool modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get(uint32_t sub,
+                                                     struct modem_vireo_lte_srv_meas_info* out,
+                                                     uint32_t record_id);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_pcc(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc1(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc2(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc3(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc4(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc5(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc6(
+    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub,
+                                                      struct modem_vireo_nr5g_srv_meas_info* out,
+                                                      uint32_t record_id);
+[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_pcc(
+    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_scc1(
+    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_scc2(
+    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
+[[nodiscard]] bool modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(
     uint32_t sub, struct modem_vireo_nr5g_mac_ul_phy_ch_power_info* out);
-bool modem_vireo_nr5g_ll1_fw_rx_control_agc_get(uint32_t sub,
-                                                struct modem_vireo_nr5g_ll1_fw_rx_control_agc* out);
-bool modem_vireo_lte_pusch_power_info_get(uint32_t sub,
-                                          struct modem_vireo_lte_pusch_power_info* out);
-bool modem_vireo_mcs_trm_asdiv_get(uint32_t sub, struct modem_vireo_mcs_trm_asdiv* out);
-bool modem_vireo_wcdma_pn_search_edition2_get(uint32_t sub,
-                                              struct modem_vireo_wcdma_pn_search_edition2* out);
-bool modem_vireo_gsm_l1_rx_diversity_metrics_get(
+[[nodiscard]] bool modem_vireo_nr5g_ll1_fw_rx_control_agc_get(
+    uint32_t sub, struct modem_vireo_nr5g_ll1_fw_rx_control_agc* out);
+[[nodiscard]] bool modem_vireo_lte_pusch_power_info_get(
+    uint32_t sub, struct modem_vireo_lte_pusch_power_info* out);
+[[nodiscard]] bool modem_vireo_mcs_trm_asdiv_get(uint32_t sub,
+                                                 struct modem_vireo_mcs_trm_asdiv* out);
+[[nodiscard]] bool modem_vireo_wcdma_pn_search_edition2_get(
+    uint32_t sub, struct modem_vireo_wcdma_pn_search_edition2* out);
+[[nodiscard]] bool modem_vireo_gsm_l1_rx_diversity_metrics_get(
     uint32_t sub, struct modem_vireo_gsm_l1_rx_diversity_metrics* out);
-bool modem_vireo_nr5g_ll1_fw_serving_ftl_get(uint32_t sub,
-                                             struct modem_vireo_nr5g_ll1_fw_serving_ftl* out);
-bool modem_vireo_nr5g_ml1_antenna_switch_diversity_get(
+[[nodiscard]] bool modem_vireo_nr5g_ll1_fw_serving_ftl_get(
+    uint32_t sub, struct modem_vireo_nr5g_ll1_fw_serving_ftl* out);
+[[nodiscard]] bool modem_vireo_nr5g_ml1_antenna_switch_diversity_get(
     uint32_t sub, struct modem_vireo_nr5g_ml1_antenna_switch_diversity* out);
 
 // The radio access technology, of enum vs_rat (platform/idl/vs.h) or another; -1 when none is
@@ -124,7 +127,7 @@ int32_t modem_sys_mode_get(uint32_t sub);
 // A power in whole dBm, or MODEM_TX_POWER_NONE.
 int32_t modem_tx_power_get_by_sub(uint32_t sub);
 int32_t modem_tx_power_get_for_dds_sub(void);
-// The stronger of both subscriptions; a tie goes to the first, a power to whoever has one.
+// The stronger of both subscriptions; on a tie the first; one without a power does not count.
 int32_t modem_tx_power_get_for_max_sub(void);
 
 }  // extern "C"

@@ -1,15 +1,16 @@
 #include "vireo/modem_api/modem_vireo_mgr.h"
 
 #include <cstring>
+#include <tuple>
 
 #include "common/trace.h"
+#include "platform/kelvor_utils.h"
 
 modem_vireo_data_store g_vireo_data;
 
 namespace {
 
 constexpr int32_t kNoClient = -1;
-constexpr uint32_t kSubs = 2;
 constexpr uint32_t kFetched = 0;
 constexpr uint32_t kNotFetched = 1;
 constexpr uint32_t kStatisticsFeature = 2;
@@ -79,8 +80,9 @@ int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_stat
       g_vireo_client_id = kNoClient;
     }
     modem_api_release();
-    modem_api_init();
-    modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
+    // A failure of either leaves no client id, which is looked at below.
+    std::ignore = modem_api_init();
+    std::ignore = modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
     TRACE_DEBUG("new g_vireo_client_id = %d", g_vireo_client_id);
     if (g_vireo_client_id >= 0) return 1;
     TRACE_ERROR("modem_api_init_client failed");
@@ -149,7 +151,7 @@ uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
         return kNotFetched;
       }
     }
-    if (sub >= kSubs) {
+    if (sub >= KELVOR_SUBSCRIPTIONS) {
       TRACE_ERROR("modem_api_get_stats_parameter, sub(%d) is invalid", sub);
       return kNotFetched;
     }

@@ -1,4 +1,4 @@
-// The statistics framework's face: one client of `vs`, one record at a time.
+// What users of the statistics framework call: one client of `vs`, one record at a time.
 //
 // Everything is synchronous. The store, the request counter and the client are process-wide; the
 // getters serialise among themselves, the other operations are for one thread at a time.
@@ -19,17 +19,18 @@ struct modem_vireo_entry_block {
 };
 
 // 1 when a client was obtained, else 0. An earlier client is dropped first.
-int32_t modem_vireo_api_init(void);
-int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_status_cb on_status);
-bool modem_vireo_api_is_inited(void);
+[[nodiscard]] int32_t modem_vireo_api_init(void);
+[[nodiscard]] int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event,
+                                              modem_api_status_cb on_status);
+[[nodiscard]] bool modem_vireo_api_is_inited(void);
 // 0.
 int32_t modem_vireo_api_deinit(void);
 // Switches the modem's statistics on; 1 when it agreed.
-int32_t modem_vireo_stats_start(void);
-bool modem_vireo_set_feature_status(uint8_t a, uint8_t b, uint8_t c);
+[[nodiscard]] int32_t modem_vireo_stats_start(void);
+[[nodiscard]] bool modem_vireo_set_feature_status(uint8_t a, uint8_t b, uint8_t c);
 // The client manager's result, or 0 when there is no client.
-uint32_t modem_vireo_get_stats_parameter(uint16_t sub, uint16_t sequence,
-                                         struct modem_vireo_entry_block* block);
+[[nodiscard]] uint32_t modem_vireo_get_stats_parameter(uint16_t sub, uint16_t sequence,
+                                                       struct modem_vireo_entry_block* block);
 
 // The framework's own callbacks: they do nothing.
 void modem_vireo_callback_event_cb(uint32_t event_id, const void* data, uint32_t length);
@@ -45,7 +46,7 @@ struct modem_vireo_data_store {
 extern struct modem_vireo_data_store g_vireo_data;
 
 // Fetches one record into the store. 0, or 1 on any failure.
-uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id);
+[[nodiscard]] uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id);
 
 }  // extern "C"
 

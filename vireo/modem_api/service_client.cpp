@@ -2,6 +2,7 @@
 
 #include <system_error>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "platform/clock.h"
@@ -11,7 +12,7 @@
 namespace vireo {
 namespace {
 
-constexpr int kAttempts = 10;
+constexpr int kAttempts = 10;  // about nine seconds, in which a modem that restarts is back
 constexpr uint32_t kBetweenAttemptsMs = 1000;
 constexpr uint32_t kInitTimeout = 4;  // ms: a service that is not there is asked for again instead
 constexpr uint32_t kSendTimeoutMs = 30000;
@@ -23,47 +24,48 @@ thread_local int t_reports = 0;
 
 qmi_idl_service_object_type ServiceClient::init() {
   const TraceScope scope(site(names().init));
-  // A life that nobody ended is ended without a word.
-  give_back(end_life());
-  const std::lock_guard lock(mutex_);
+  // Ends a session that was never released, without a report.
+  give_back(next_generation());
+  const base::Lock lock(mutex_);
   context_.service = member_.get_service(member_.major, member_.minor, member_.tool);
   return context_.service;
 }
 
 int ServiceClient::client_init(modem_api_indication_cb callback) {
   return traced(site(names().client_init), [&] {
-    Life life = 0;
+    Generation generation = 0;
     {
-      const std::lock_guard lock(mutex_);
+      const base::Lock lock(mutex_);
       context_.on_event = callback;
-      life = life_;
+      generation = generation_;
     }
     TRACE_DEBUG("Client connecting to QMI FW");
-    if (member_.suspends) report(life, OP_STATUS_CONNECTING);
-    const bool connected = connect(life);
-    announce(life, connected, OP_STATUS_CONNECT_FAILED);
+    if (member_.suspends) report(generation, OP_STATUS_CONNECTING);
+    const bool connected = connect(generation);
+    announce(generation, connected, OP_STATUS_CONNECT_FAILED);
     return connected ? 1 : 0;
   });
 }
 
-// How connecting ended. A loss that comes before this has been told waits for it, so that no status
-// overtakes another.
-void ServiceClient::announce(Life life, bool connected, ModemApiOperationalStatus failure) {
+// Reports how connecting ended. A loss that comes before this report waits for it, so that no
+// status overtakes another.
+void ServiceClient::announce(Generation generation, bool connected,
+                             ModemApiOperationalStatus failure) {
   if (!member_.suspends) return;
-  report(life, connected ? OP_STATUS_CONNECTED : failure);
+  report(generation, connected ? OP_STATUS_CONNECTED : failure);
   bool lost = false;
   {
-    const std::lock_guard lock(mutex_);
-    if (life != life_) return;
+    const base::Lock lock(mutex_);
+    if (generation != generation_) return;
     context_.announcing = false;
     lost = std::exchange(context_.lost, false);
   }
-  if (lost) enter_suspend(life);
+  if (lost) enter_suspend(generation);
 }
 
 void ServiceClient::set_status_callback(modem_api_operational_cb callback) {
   const TraceScope scope(site(names().set_status));
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   context_.on_status = callback;
 }
 
@@ -75,7 +77,7 @@ uint32_t ServiceClient::master_port() const {
   });
 }
 
-bool ServiceClient::connect(Life life) {
+bool ServiceClient::connect(Generation generation) {
   return traced(site(names().connect), [&] {
     const uint32_t port = master_port();
     qmi_client_type client = nullptr;
@@ -85,8 +87,8 @@ bool ServiceClient::connect(Life life) {
       if (attempt > 0) platform_wait_for_modem_ms(kBetweenAttemptsMs);
       qmi_idl_service_object_type service = nullptr;
       {
-        const std::lock_guard lock(mutex_);
-        if (life != life_) return false;
+        const base::Lock lock(mutex_);
+        if (generation != generation_) return false;
         service = context_.service;
         os_params = context_.os_params;
       }
@@ -100,10 +102,10 @@ bool ServiceClient::connect(Life life) {
       TRACE_ERROR("qmi_client_init_instance returned failure(%d)", error);
       return false;
     }
-    if (member_.subscription != kNoSubscription) register_indications(client);
+    if (member_.subscription != kNoSubscription) std::ignore = register_indications(client);
     {
-      const std::lock_guard lock(mutex_);
-      if (life == life_) {
+      const base::Lock lock(mutex_);
+      if (generation == generation_) {
         context_.client = client;
         context_.resuming = false;
         context_.announcing = member_.suspends;
@@ -120,8 +122,8 @@ bool ServiceClient::connect(Life life) {
 void ServiceClient::bind(qmi_client_type client) {
   const nas_bind_subscription_req request{static_cast<uint32_t>(member_.subscription)};
   nas_plain_resp response;
-  qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request, sizeof request, &response,
-                           sizeof response, kSendTimeoutMs);
+  std::ignore = qmi_client_send_msg_sync(client, NAS_BIND_SUBSCRIPTION, &request, sizeof request,
+                                         &response, sizeof response, kSendTimeoutMs);
 }
 
 int ServiceClient::register_indications(qmi_client_type client) {
@@ -140,7 +142,7 @@ int ServiceClient::register_indications(qmi_client_type client) {
 int ServiceClient::set_networking_indications() {
   qmi_client_type client = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     client = context_.client;
   }
   return register_indications(client);
@@ -151,7 +153,7 @@ int ServiceClient::send(uint32_t message_id, const void* request, uint32_t reque
   return traced(site(names().send), [&] {
     qmi_client_type client = nullptr;
     {
-      const std::lock_guard lock(mutex_);
+      const base::Lock lock(mutex_);
       client = context_.client;
     }
     return qmi_client_send_msg_sync(client, message_id, request, request_len, response,
@@ -159,10 +161,10 @@ int ServiceClient::send(uint32_t message_id, const void* request, uint32_t reque
   });
 }
 
-// Begins a new life with an empty context; what the old one held is the caller's to give back.
-ServiceClient::Context ServiceClient::end_life() {
-  const std::lock_guard lock(mutex_);
-  ++life_;
+// Ends the generation and its context; what the context held is the caller's to give back.
+ServiceClient::Context ServiceClient::next_generation() {
+  const base::Lock lock(mutex_);
+  ++generation_;
   return std::exchange(context_, {});
 }
 
@@ -174,7 +176,7 @@ void ServiceClient::give_back(const Context& context) {
 
 int ServiceClient::release() {
   return traced(site(names().release), [&] {
-    const Context old = end_life();
+    const Context old = next_generation();
     if (old.on_status != nullptr) old.on_status(member_.type, OP_STATUS_RELEASED);
     give_back(old);
     return 1;
@@ -182,29 +184,29 @@ int ServiceClient::release() {
 }
 
 void ServiceClient::await_reports() {
-  std::unique_lock lock(mutex_);
+  base::Lock lock(mutex_);
   while (reports_ > t_reports) reported_.wait(lock);
 }
 
-void ServiceClient::report(Life life, ModemApiOperationalStatus status) {
+void ServiceClient::report(Generation generation, ModemApiOperationalStatus status) {
   modem_api_operational_cb callback = nullptr;
   {
-    const std::lock_guard lock(mutex_);
-    if (life != life_ || context_.on_status == nullptr) return;
+    const base::Lock lock(mutex_);
+    if (generation != generation_ || context_.on_status == nullptr) return;
     callback = context_.on_status;
     ++reports_;
   }
   ++t_reports;
   callback(member_.type, status);
   --t_reports;
-  const std::lock_guard lock(mutex_);
+  const base::Lock lock(mutex_);
   --reports_;
   reported_.notify_all();
 }
 
-bool ServiceClient::start(void (ServiceClient::*body)(Life), Life life) {
+bool ServiceClient::start(void (ServiceClient::*body)(Generation), Generation generation) {
   try {
-    std::thread([this, body, life] { (this->*body)(life); }).detach();
+    std::thread([this, body, generation] { (this->*body)(generation); }).detach();
     return true;
   } catch (const std::system_error&) {
     return false;
@@ -217,45 +219,45 @@ void ServiceClient::service_down(qmi_client_type client, int error) {
   const Operation operation(site(names().service_down));
   TRACE_DEBUG("service down with error %d", error);
   if (!member_.suspends) return;
-  Life life = 0;
+  Generation generation = 0;
   {
-    const std::lock_guard lock(mutex_);
-    if (client != context_.client) return;  // of a life that is over
+    const base::Lock lock(mutex_);
+    if (client != context_.client) return;  // of an earlier generation
     if (context_.announcing) {
       context_.lost = true;
       return;
     }
-    life = life_;
+    generation = generation_;
   }
-  enter_suspend(life);
+  enter_suspend(generation);
 }
 
-void ServiceClient::enter_suspend(Life life) {
+void ServiceClient::enter_suspend(Generation generation) {
   const TraceScope scope(site(names().enter_suspend));
-  report(life, OP_STATUS_SUSPENDING);
-  if (start(&ServiceClient::release_thread, life)) return;
-  // Nobody will come for the client: it is given back before it is called released.
-  if (const qmi_client_type client = take_client(life)) qmi_client_release(client);
-  report(life, OP_STATUS_RELEASED);
+  report(generation, OP_STATUS_SUSPENDING);
+  if (start(&ServiceClient::release_thread, generation)) return;
+  // There is no thread that would release the client: that is done before it is reported.
+  if (const qmi_client_type client = take_client(generation)) qmi_client_release(client);
+  report(generation, OP_STATUS_RELEASED);
 }
 
-// The life's client, which it then no longer has.
-qmi_client_type ServiceClient::take_client(Life life) {
-  const std::lock_guard lock(mutex_);
-  if (life != life_) return nullptr;
+// The generation's client, which is the caller's to release from then on.
+qmi_client_type ServiceClient::take_client(Generation generation) {
+  const base::Lock lock(mutex_);
+  if (generation != generation_) return nullptr;
   return std::exchange(context_.client, nullptr);
 }
 
-void ServiceClient::release_thread(Life life) {
+void ServiceClient::release_thread(Generation generation) {
   const TraceScope scope(site(names().release_thread));
-  if (const qmi_client_type client = take_client(life)) qmi_client_release(client);
-  report(life, OP_STATUS_SUSPENDED);
+  if (const qmi_client_type client = take_client(generation)) qmi_client_release(client);
+  report(generation, OP_STATUS_SUSPENDED);
   qmi_client_type notifier = nullptr;
   qmi_idl_service_object_type service = nullptr;
   std::shared_ptr<qmi_client_os_params> os_params;
   {
-    const std::lock_guard lock(mutex_);
-    if (life != life_) return;
+    const base::Lock lock(mutex_);
+    if (generation != generation_) return;
     notifier = context_.notifier;
     service = context_.service;
     os_params = context_.os_params;
@@ -264,8 +266,8 @@ void ServiceClient::release_thread(Life life) {
     const int error = qmi_client_notifier_init(service, os_params.get(), &notifier);
     TRACE_DEBUG("qmi_client_notifier_init return %d", error);
     if (error != 0) return;
-    std::unique_lock lock(mutex_);
-    if (life != life_) {
+    base::Lock lock(mutex_);
+    if (generation != generation_) {
       lock.unlock();
       qmi_client_release(notifier);
       return;
@@ -281,38 +283,38 @@ void ServiceClient::release_thread(Life life) {
 void ServiceClient::service_up(qmi_client_type notifier, qmi_client_notify_event event) {
   if (event != QMI_CLIENT_SERVICE_COUNT_INC) return;
   const TraceScope scope(site(names().enter_resume));
-  Life life = 0;
+  Generation generation = 0;
   {
-    const std::lock_guard lock(mutex_);
-    // Not of this life, or a second instance while the first is being connected to.
+    const base::Lock lock(mutex_);
+    // Of an earlier generation, or a second instance while the first is being connected to.
     if (notifier != context_.notifier || context_.resuming) return;
     context_.resuming = true;
-    life = life_;
+    generation = generation_;
   }
-  report(life, OP_STATUS_RESUMING);
-  if (start(&ServiceClient::resume_thread, life)) return;
-  end_resuming(life);
-  report(life, OP_STATUS_RESUME_FAILED);
+  report(generation, OP_STATUS_RESUMING);
+  if (start(&ServiceClient::resume_thread, generation)) return;
+  end_resuming(generation);
+  report(generation, OP_STATUS_RESUME_FAILED);
 }
 
-// The service's next return is heeded again.
-void ServiceClient::end_resuming(Life life) {
-  const std::lock_guard lock(mutex_);
-  if (life == life_) context_.resuming = false;
+// Lets service_up accept the service's next return.
+void ServiceClient::end_resuming(Generation generation) {
+  const base::Lock lock(mutex_);
+  if (generation == generation_) context_.resuming = false;
 }
 
-void ServiceClient::resume_thread(Life life) {
+void ServiceClient::resume_thread(Generation generation) {
   const TraceScope scope(site(names().resume_thread));
   qmi_client_type notifier = nullptr;
   {
-    const std::lock_guard lock(mutex_);
-    if (life != life_) return;
+    const base::Lock lock(mutex_);
+    if (generation != generation_) return;
     notifier = std::exchange(context_.notifier, nullptr);
   }
   if (notifier != nullptr) qmi_client_release(notifier);
-  const bool connected = connect(life);
-  if (!connected) end_resuming(life);
-  announce(life, connected, OP_STATUS_RESUME_FAILED);
+  const bool connected = connect(generation);
+  if (!connected) end_resuming(generation);
+  announce(generation, connected, OP_STATUS_RESUME_FAILED);
 }
 
 // ---- indications
@@ -323,7 +325,7 @@ void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id
   modem_api_indication_cb callback = nullptr;
   qmi_idl_service_object_type service = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const base::Lock lock(mutex_);
     callback = context_.on_event;
     service = context_.service;
   }
@@ -332,7 +334,7 @@ void ServiceClient::unsol_indication(qmi_client_type client, uint32_t message_id
     return;
   }
   uint32_t size = 0;
-  qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
+  std::ignore = qmi_idl_get_message_c_struct_len(service, QMI_IDL_INDICATION, message_id, &size);
   if (static_cast<int32_t>(size) <= 0 && member_.handle != nullptr) {
     TRACE_ERROR("decoded_payload_len(%d) can not <= 0", size);
     return;

@@ -1,23 +1,24 @@
 // The one mechanism behind the four service clients: `vs`, `sar`, `nas_0`, `nas_1`.
 //
 // A client connects with a bounded number of attempts, notices when its service goes, drops its
-// handle, waits for the service to come back and reconnects, and reports every step of that life.
-// What a member is, its row says; its prefixed operations are forwards.
+// handle, waits for the service to come back and reconnects, and reports each change of state.
+// Differences between the services are in their Member rows; their prefixed operations are
+// forwards.
 //
 // Threads. Every operation may be called from any thread. The mutex guards the context and is held
 // neither while a callback runs nor while the modem is waited for. Suspending and resuming run on
-// detached threads, each for the life of the client in which it was started: `release` begins a new
-// one, after which an old thread changes nothing, reports nothing and gives back what it holds.
-// Once release has returned, no callback of that life is running or will run (but for the one that
-// called release).
+// detached threads, each for the generation of the context in which it was started: `release`
+// begins the next one, after which an old thread changes nothing, reports nothing and releases what
+// it holds. Once release has returned, no callback of that generation is running or will run (but
+// for the one that called release).
 #ifndef VIREO_MODEM_API_SERVICE_CLIENT_H_
 #define VIREO_MODEM_API_SERVICE_CLIENT_H_
 
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/qmi_client.h"
 
@@ -95,22 +96,28 @@ class ServiceClient {
  public:
   explicit ServiceClient(const Member& member) : member_(member) {}
 
-  qmi_idl_service_object_type init();
-  int client_init(modem_api_indication_cb callback);
-  void set_status_callback(modem_api_operational_cb callback);
-  int send(uint32_t message_id, const void* request, uint32_t request_len, void* response,
-           uint32_t response_len);
-  int set_networking_indications();
-  int release();
+  // The service's object, null when there is none. Ends what was not released.
+  qmi_idl_service_object_type init() EXCLUDES(mutex_);
+  // Connects. 1 when connected, 0 after the last attempt.
+  [[nodiscard]] int client_init(modem_api_indication_cb callback) EXCLUDES(mutex_);
+  void set_status_callback(modem_api_operational_cb callback) EXCLUDES(mutex_);
+  // The client library's result; lengths are those of the C structures, in octets.
+  [[nodiscard]] int send(uint32_t message_id, const void* request, uint32_t request_len,
+                         void* response, uint32_t response_len) EXCLUDES(mutex_);
+  [[nodiscard]] int set_networking_indications() EXCLUDES(mutex_);
+  // 1.
+  int release() EXCLUDES(mutex_);
   uint32_t master_port() const;
 
+  // What the client library calls back.
+
   void unsol_indication(qmi_client_type client, uint32_t message_id, const void* encoded,
-                        uint32_t length);
-  void service_down(qmi_client_type client, int error);
-  void service_up(qmi_client_type notifier, qmi_client_notify_event event);
+                        uint32_t length) EXCLUDES(mutex_);
+  void service_down(qmi_client_type client, int error) EXCLUDES(mutex_);
+  void service_up(qmi_client_type notifier, qmi_client_notify_event event) EXCLUDES(mutex_);
 
  private:
-  using Life = uint64_t;
+  using Generation = uint64_t;
   struct Context {
     qmi_idl_service_object_type service = nullptr;
     qmi_client_type client = nullptr;
@@ -121,7 +128,7 @@ class ServiceClient {
     modem_api_indication_cb on_event = nullptr;
     modem_api_operational_cb on_status = nullptr;
     bool resuming = false;
-    bool announcing = false;  // connected, but the status callback has not been told yet
+    bool announcing = false;  // connected, but that has not been reported yet
     bool lost = false;        // meanwhile the service has gone
   };
 
@@ -129,29 +136,31 @@ class ServiceClient {
   // The member's function of that name.
   TraceSite site(const char* name) const { return {name, names().file, names().line}; }
 
-  bool connect(Life life);
-  void announce(Life life, bool connected, ModemApiOperationalStatus failure);
-  void bind(qmi_client_type client);
-  int register_indications(qmi_client_type client);
-  void report(Life life, ModemApiOperationalStatus status);
-  void enter_suspend(Life life);
-  qmi_client_type take_client(Life life);
-  void release_thread(Life life);
-  void resume_thread(Life life);
-  void end_resuming(Life life);
+  [[nodiscard]] bool connect(Generation generation) EXCLUDES(mutex_);
+  void announce(Generation generation, bool connected, ModemApiOperationalStatus failure)
+      EXCLUDES(mutex_);
+  void bind(qmi_client_type client) EXCLUDES(mutex_);
+  [[nodiscard]] int register_indications(qmi_client_type client) EXCLUDES(mutex_);
+  void report(Generation generation, ModemApiOperationalStatus status) EXCLUDES(mutex_);
+  void enter_suspend(Generation generation) EXCLUDES(mutex_);
+  [[nodiscard]] qmi_client_type take_client(Generation generation) EXCLUDES(mutex_);
+  void release_thread(Generation generation) EXCLUDES(mutex_);
+  void resume_thread(Generation generation) EXCLUDES(mutex_);
+  void end_resuming(Generation generation) EXCLUDES(mutex_);
   // Runs on a detached thread; false when there is none to be had.
-  bool start(void (ServiceClient::*body)(Life), Life life);
+  [[nodiscard]] bool start(void (ServiceClient::*body)(Generation), Generation generation)
+      EXCLUDES(mutex_);
   // Until no status callback but the caller's own is running.
-  void await_reports();
-  Context end_life();
-  void give_back(const Context& context);
+  void await_reports() EXCLUDES(mutex_);
+  [[nodiscard]] Context next_generation() EXCLUDES(mutex_);
+  void give_back(const Context& context) EXCLUDES(mutex_);
 
   const Member& member_;
-  std::mutex mutex_;
+  base::Mutex mutex_;
   std::condition_variable reported_;
-  Life life_ = 0;
-  int reports_ = 0;  // status callbacks that are running
-  Context context_;
+  Generation generation_ GUARDED_BY(mutex_) = 0;
+  int reports_ GUARDED_BY(mutex_) = 0;  // status callbacks that are running
+  Context context_ GUARDED_BY(mutex_);
 };
 
 }  // namespace vireo

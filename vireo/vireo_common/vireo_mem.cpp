@@ -8,6 +8,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "base/mutex.h"
 #include "common/trace.h"
 #include "platform/properties.h"
 
@@ -27,10 +28,10 @@ struct TraceRecord {
 std::once_flag g_decided;
 bool g_tracing = false;  // decided once
 
-std::mutex g_list_mutex;  // guards the list and its counter
-TraceRecord* g_head = nullptr;
-TraceRecord* g_tail = nullptr;
-uint32_t g_count = 0;
+base::Mutex g_list_mutex;
+TraceRecord* g_head GUARDED_BY(g_list_mutex) = nullptr;
+TraceRecord* g_tail GUARDED_BY(g_list_mutex) = nullptr;
+uint32_t g_count GUARDED_BY(g_list_mutex) = 0;
 
 void vireo_mem_init() {
   const Operation operation(__func__);
@@ -48,7 +49,7 @@ void append(void* pointer, size_t size, const char* tag) {
   const time_t now = std::time(nullptr);
   tm local{};
   ::localtime_r(&now, &local);
-  const std::lock_guard lock(g_list_mutex);
+  const base::Lock lock(g_list_mutex);
   *record = {g_tail,
              nullptr,
              pointer,
@@ -67,7 +68,7 @@ void append(void* pointer, size_t size, const char* tag) {
 }
 
 void remove(const void* pointer) {
-  const std::lock_guard lock(g_list_mutex);
+  const base::Lock lock(g_list_mutex);
   TraceRecord* record = g_head;
   while (record != nullptr && record->pointer != pointer) record = record->next;
   if (record == nullptr) return;
@@ -95,13 +96,13 @@ void* vireo_malloc_adv(size_t size, const char* tag, int /*line*/) {
 
 void vireo_free_adv(void* pointer, const char* /*tag*/, int /*line*/) {
   if (pointer == nullptr) return;
-  // Off the list first: the address may be somebody else's the moment that it is free.
+  // Off the list first: once it is free, another thread may get the same address.
   if (g_tracing) remove(pointer);
   std::free(pointer);
 }
 
 uint32_t vireo_mem_traced(void) {
-  const std::lock_guard lock(g_list_mutex);
+  const base::Lock lock(g_list_mutex);
   return g_count;
 }
 

@@ -8,13 +8,15 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "platform/nodiscard.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 // Zeroed memory, or null. tag: the allocating function's name, which must live as long as the
 // block.
-void* vireo_malloc_adv(size_t size, const char* tag, int line);
+PLATFORM_NODISCARD void* vireo_malloc_adv(size_t size, const char* tag, int line);
 // Null is ignored.
 void vireo_free_adv(void* pointer, const char* tag, int line);
 

@@ -1,4 +1,6 @@
-// Waiting, in real time on a phone and in the test's own time in a test.
+// Waiting: in real time, except in a test, which may replace the clock.
+//
+// Units: milliseconds. Both functions may be called from any thread, and neither fails.
 #ifndef PLATFORM_CLOCK_H_
 #define PLATFORM_CLOCK_H_
 
@@ -8,10 +10,10 @@
 extern "C" {
 #endif
 
-// Returns after at least that time, whatever signals arrive.
+// Returns after at least that time. Signals do not shorten it.
 void platform_sleep_ms(uint32_t milliseconds);
-// The pause between two attempts to reach the modem: as platform_sleep_ms, but returns at once
-// where no modem can come (qmi_client.h).
+// The pause between two attempts to reach the modem: like platform_sleep_ms, but returns at once
+// when no modem can appear in this process (see "No modem" in qmi_client.h).
 void platform_wait_for_modem_ms(uint32_t milliseconds);
 
 #ifdef __cplusplus

@@ -1,8 +1,8 @@
 // Android's system properties.
 //
-// Values have at most PROPERTY_VALUE_MAX - 1 octets; a property lives until it is set again, over
-// the end of the process. Sets are whole or absent whatever crashes, and safe under any number of
-// processes and threads.
+// A value has at most PROPERTY_VALUE_MAX - 1 octets. Properties outlive the process. A set is
+// atomic: after a crash a property has its old value or the new one. Every function may be called
+// from any thread and from several processes at once.
 #ifndef PLATFORM_PROPERTIES_H_
 #define PLATFORM_PROPERTIES_H_
 
@@ -12,12 +12,13 @@ extern "C" {
 
 #define PROPERTY_VALUE_MAX 92  // with the terminating zero; Android's own number
 
-// Copies the value, or `default_value` (null: the empty text) when there is none, to `value`, which
-// has room for PROPERTY_VALUE_MAX. Returns the length copied.
+// Copies the property's value to `value`, which has room for PROPERTY_VALUE_MAX octets; copies
+// `default_value` when there is none, or the empty string when that is null too. Returns the length
+// copied, without the terminating zero.
 int property_get(const char* key, char* value, const char* default_value);
-// 0, or -1 for a name or value that a property cannot have, or storage that cannot be written.
+// 0; -1 when the name or the value is not valid for a property, or cannot be stored.
 int property_set(const char* key, const char* value);
-// The value's length; 0, and the empty text, when there is none.
+// As property_get with an empty default.
 int __system_property_get(const char* name, char* value);
 
 #ifdef __cplusplus

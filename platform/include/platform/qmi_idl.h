@@ -1,12 +1,13 @@
-// IDL service objects: what one QMI service's messages look like.
+// IDL service objects: the description of one QMI service's messages.
 //
-// An object is immutable, lives as long as the process, and may be shared by any number of
-// clients and threads. It is obtained from its service's getter (platform/idl/*.h), which gives
-// NULL for a version triple that it does not describe.
+// An object is immutable, valid until the process ends, and may be shared by clients and threads.
+// Its service's getter (platform/idl/*.h) returns it, or NULL for another version of the service.
 #ifndef PLATFORM_QMI_IDL_H_
 #define PLATFORM_QMI_IDL_H_
 
 #include <stdint.h>
+
+#include "platform/nodiscard.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -24,10 +25,10 @@ typedef enum {
 // The standard result that a response of a standard service begins with.
 typedef struct {
   uint32_t result;  // 0 success, 1 failure
-  uint32_t error;   // of enum qmi_error when result is 1, or another that a modem knows
+  uint32_t error;   // when result is 1: of enum qmi_error, or another number of the modem's
 } qmi_standard_result;
 
-// QMI error codes, those that are given or looked at here.
+// QMI error codes: those that the tool or the simulated phone uses.
 enum qmi_error {
   QMI_ERROR_NONE = 0,
   QMI_ERROR_MALFORMED_MESSAGE = 1,
@@ -52,11 +53,12 @@ enum qmi_error {
   QMI_ERROR_NO_SIM = 102,
 };
 
-// The size in bytes of the decoded C structure of one message, written to *length.
+// The size in octets of the decoded C structure of one message, written to *length.
 // 0 on success; -1 when the service has no such message or an argument is null (then *length is
 // left as it was).
-int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type service, qmi_idl_message_type type,
-                                     uint32_t message_id, uint32_t* length);
+PLATFORM_NODISCARD int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type service,
+                                                        qmi_idl_message_type type,
+                                                        uint32_t message_id, uint32_t* length);
 
 #ifdef __cplusplus
 }

@@ -1,14 +1,18 @@
 // The maker's one-shot timers.
 //
-// Callbacks run one after another, in the order of their expiry, on a thread of the timer facility
-// that is none of the caller's. Starting and stopping is allowed from a callback and never waits
-// for one, so no lock that the caller holds can deadlock with a callback: a timer that is stopped
-// while its callback runs is simply too late, and the callback finds out by its own state.
+// Threads. Callbacks run one at a time, in the order of their expiry, on a dedicated timer thread.
+// Both functions may be called from any thread and from a callback, and never wait for a callback,
+// so a lock that the caller holds cannot deadlock with one. It follows that a timer may be stopped
+// too late, while its callback runs: the callback has to recognise that from its own state.
+//
+// Units. Seconds.
 #ifndef PLATFORM_TIMER_H_
 #define PLATFORM_TIMER_H_
 
 #include <signal.h>
 #include <stdint.h>
+
+#include "platform/nodiscard.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -17,10 +21,12 @@ extern "C" {
 // value.sival_int: the timer's id.
 typedef void (*kelvor_timer_callback)(union sigval value);
 
-// Calls back once after timeout_s seconds (0: at once, still on the timer's thread). The id, never
-// 0; 0 when the timer cannot be started.
-uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long timeout_s);
-// 0 when the timer was still to expire and now never will; -1 when it had expired, or never was.
+// Starts a timer that calls back once, after timeout_s seconds; with 0 at once, still on the timer
+// thread. Returns its id, or 0 when the callback is null or the timer cannot be started.
+PLATFORM_NODISCARD uint32_t kelvor_timer_start(kelvor_timer_callback callback,
+                                               unsigned long timeout_s);
+// Returns 0 when the timer will not call back any more; -1 when it has expired, or there is no such
+// timer.
 int32_t kelvor_timer_stop(uint32_t timer_id);
 
 #ifdef __cplusplus

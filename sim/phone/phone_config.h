@@ -1,0 +1,19 @@
+// Reads the configuration in a phone's directory.
+#ifndef SIM_PHONE_PHONE_CONFIG_H_
+#define SIM_PHONE_PHONE_CONFIG_H_
+
+#include <string>
+
+#include "sim/config/config.h"
+#include "sim/phone/phone.h"
+
+namespace sim {
+
+// Reads the phone's phone.toml. False, and why, when it cannot be read or has a mistake.
+[[nodiscard]] bool load_phone_config(const Phone& phone, PhoneConfig* config, std::string* why);
+// The same, the phone's directory prepared before.
+[[nodiscard]] bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why);
+
+}  // namespace sim
+
+#endif  // SIM_PHONE_PHONE_CONFIG_H_

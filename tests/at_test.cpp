@@ -90,7 +90,7 @@ TEST_F(At, TheFirstWordReachesTheChannelWithACarriageReturn) {
   }
 }
 
-TEST_F(At, ALineThatFailsIsTold) {
+TEST_F(At, ALineThatFailsIsNoted) {
   clock_.run_by_itself();
   const auto ends = [](const std::string& output, const std::string& status) {
     const Texts texts = said(output);
@@ -104,24 +104,6 @@ TEST_F(At, ALineThatFailsIsTold) {
   ends(at("AT"), std::to_string(std::system((": > " + none + " 2>&1").c_str())));
   g_channel.clear();
   ends(at("AT"), "-1");
-}
-
-TEST_F(At, WrongWordsGetTheirNoteAndTheSectionAndNoShell) {
-  kelvor_hal_set_shell_print_mask(1 | 8);  // errors and usage
-  const std::string section = desk::output_of([] { kelvor_test_at_cmd_show_help(8); });
-  const std::pair<Texts, const char*> rows[] = {
-      {{"8"}, "note: The number of inputs should be 2, Pls refer to the following cmd:"},
-      {{"8", "AT", "Z"}, "note: The number of inputs should be 2, Pls refer to the following cmd:"},
-      {{"7", "AT"}, "note: the first parameters should be 8, Pls refer to the following cmd:"},
-      {{"8", std::string(101, 'A')},
-       "note: the second parameters length should <= 100, Pls refer to the following cmd:"},
-  };
-  for (const auto& [words, note] : rows) {
-    const std::string output = desk::run_command(kelvor_test_at_cmd_do, words);
-    EXPECT_EQ(said(output), Texts{note});
-    EXPECT_EQ(output.substr(output.find('\n') + 1), section);
-  }
-  EXPECT_TRUE(g_lines.empty());
 }
 
 // ---- with a channel that somebody has opened
@@ -156,27 +138,6 @@ TEST_F(At, AReplyIsReadOnceAndTheChannelClosed) {
                 (Texts{kStarted, "Receive the AT reponse: len(" + length + ")", row.shown}));
     }
   }
-}
-
-TEST_F(At, AReplyIsWaitedForSecondBySecond) {
-  int ends[2];
-  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-  g_at_serial_fd = ends[0];
-  std::thread modem([&] {
-    for (int i = 0; i < 3; ++i) {
-      clock_.await_waiter(1s);
-      clock_.advance(1s);
-    }
-    EXPECT_EQ(::write(ends[1], "OK", 2), 2);
-    clock_.run_by_itself();
-  });
-  Texts received;
-  said(at("AT"), &received);
-  modem.join();
-  EXPECT_EQ(received, (Texts{kStarted, "Receive the AT reponse: len(2)", "OK"}));
-  EXPECT_GE(clock_.passed(), 3s);
-  EXPECT_EQ(clock_.passed() % 1s, 0s);
-  ::close(ends[1]);
 }
 
 }  // namespace

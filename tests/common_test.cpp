@@ -1,7 +1,6 @@
-// Common requests, the SAR state and NAS requests, against the simulated modem.
+// Common requests and NAS requests, against the simulated modem.
 
 #include "platform/idl/nas.h"
-#include "platform/idl/sar.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_cmn.h"
@@ -112,30 +111,6 @@ TEST_F(Common, ARestartTakesEveryServiceAwayAndBringsItBack) {
   EXPECT_EQ(static_cast<int>(kelvor_send_common_qmi_msg(35, 0, nullptr, rsp_)), -3);
 }
 
-TEST_F(Common, TheSarStateIsReturnedWhetherValidOrNot) {
-  start_modem(
-      "[[fault]]\nservice = \"sar\"\naction = \"change\"\nnth = 2\nat = 14\noctets = [0x7F]\n"
-      "[[fault]]\nservice = \"sar\"\naction = \"qmi-error\"\nnth = 3\nerror = 71\n"
-      "[[fault]]\nservice = \"sar\"\naction = \"drop\"\nnth = 4\n");
-  std::string output = output_of([] { EXPECT_EQ(kelvor_get_sar_dsi(), 0); });
-  EXPECT_TRUE(said(output, "dsi vailid = 1 , dsi value = 0"));
-  output = output_of([] { EXPECT_EQ(kelvor_get_sar_dsi(), 0); });
-  EXPECT_TRUE(said(output, "dsi vailid = 0 , dsi value = 0"));
-  EXPECT_EQ(kelvor_get_sar_dsi(), 0) << "the standard result is not looked at";
-  clock_.run_by_itself();
-  output = output_of([] { EXPECT_EQ(kelvor_get_sar_dsi(), -1); });
-  EXPECT_TRUE(said(output, "qmi_client_send_msg_sync failed, qmi_client_error = -3"));
-  EXPECT_EQ(clock_.passed(), 30000ms);
-}
-
-TEST_F(Common, ASarServiceThatIsNotThereIsHardlyWaitedFor) {
-  start_modem().take_down(SAR_SERVICE_ID);
-  clock_.run_by_itself();
-  const std::string output = output_of([] { EXPECT_EQ(kelvor_get_sar_dsi(), -1); });
-  EXPECT_TRUE(said(output, "qmi_client_init_instance failed, qmi_client_error = -3"));
-  EXPECT_EQ(clock_.passed(), 4ms);
-}
-
 TEST_F(Common, ANasRequestReleasesItsClientAndKeepsTheStaleHandle) {
   start_modem();
   static nas_network_scan_req scan;
@@ -159,47 +134,8 @@ TEST_F(Common, ANasRequestReleasesItsClientAndKeepsTheStaleHandle) {
   });
   EXPECT_TRUE(said(output, "qmi_client_release failed"));
   EXPECT_EQ(requests(), 1u);
-}
-
-TEST_F(Common, ANasRequestWaitsAsLongAsItsCallerSays) {
-  start_modem("[[fault]]\nservice = \"nas\"\naction = \"drop\"\n");
-  clock_.run_by_itself();
-  static nas_network_scan_req scan;
-  static nas_network_scan_resp found;
-  const std::string output = output_of([] {
-    EXPECT_EQ(kelvor_send_nas_qmi_req_msg(NAS_NETWORK_SCAN, &scan, sizeof scan, &found,
-                                          sizeof found, 1234),
-              QMI_CLIENT_TIMED_OUT);
-  });
-  EXPECT_TRUE(said(output, "qmi_client_send_msg_sync fail, qmi_client_error = -3"));
-  EXPECT_EQ(clock_.passed(), 1234ms);
-}
-
-TEST_F(Common, TheLossOfNasIsOnlyTraced) {
-  start_modem("[[fault]]\nservice = \"nas\"\naction = \"restart\"\n");
-  static nas_network_scan_req scan;
-  static nas_network_scan_resp found;
-  const std::string output = output_of([] {
-    EXPECT_EQ(kelvor_send_nas_qmi_req_msg(NAS_NETWORK_SCAN, &scan, sizeof scan, &found,
-                                          sizeof found, 1234),
-              QMI_CLIENT_SERVICE_GONE);
-    kelvor_qmi_client_error_cb(nullptr, -2, nullptr);
-  });
+  output = output_of([] { kelvor_qmi_client_error_cb(nullptr, -2, nullptr); });
   EXPECT_TRUE(said(output, "QMI error callback -2"));
-}
-
-TEST_F(Common, ANasServiceThatIsNotThereIsWaitedForFiveSeconds) {
-  start_modem().take_down(NAS_SERVICE_ID);
-  clock_.run_by_itself();
-  static nas_network_scan_req scan;
-  static nas_network_scan_resp found;
-  const std::string output = output_of([] {
-    EXPECT_EQ(kelvor_send_nas_qmi_req_msg(NAS_NETWORK_SCAN, &scan, sizeof scan, &found,
-                                          sizeof found, 10000),
-              -1);
-  });
-  EXPECT_TRUE(said(output, "kelvor_qmi_client_init instance failed, qmi_client_error = -3"));
-  EXPECT_EQ(clock_.passed(), 5000ms);
 }
 
 TEST(ResultMap, FoldsTheClientsErrorsAndNothingElse) {

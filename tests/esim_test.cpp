@@ -47,19 +47,10 @@ struct Esim : desk::Desk {
     return start(line, anew, faults);
   }
 
-  // What the UIM service got: "id: TLVs" each; "efs: octets" for a write to the modem's files.
-  std::vector<std::string> got() {
-    std::vector<std::string> lines;
-    for (const desk::Message& message : passed(FaultKind::kRequest)) {
-      char id[8];
-      std::snprintf(id, sizeof id, "%02X: ", message.id());
-      // The operation, and what a write carries: 24 and 24 + 88 octets into the message.
-      if (message.service == "uim") lines.push_back(id + message.tlvs());
-      if (message.service == "vendor" && message.octets[24] == 5) {
-        lines.push_back("efs: " + hex(std::span(message.octets).subspan(24 + 88, 4)));
-      }
-    }
-    return lines;
+  size_t asked_of_uim() {
+    const auto all = passed(FaultKind::kRequest);
+    return static_cast<size_t>(std::count_if(
+        all.begin(), all.end(), [](const auto& message) { return message.service == "uim"; }));
   }
 };
 
@@ -86,11 +77,6 @@ constexpr char kSucceed[] = "value=SUCCEED\n";
 
 const OutcomeRow kOutcomes[] = {
     {"SwitchesToTheEsim", false, "", "", "1 0", eid_line(kEid), 300ms},
-    {"SwitchesToTheEsimFromIt", true, "", "", "1 0", eid_line(kEid), 300ms},
-    {"AnEidThatFailsTheCheck", false, kEidKey, "eid = \"89044099123456789012345678901221\"", "1 0",
-     "value=FAILED - 89044099123456789012345678901221\n", 300ms},
-    {"AnEidWithAZeroFirstWasNotReceived", false, kEidKey,
-     "eid = \"00044099123456789012345678901220\"", "1 0", kFailed, 3000ms},
     {"NoEid", false, kEidKey, "eid = \"\"", "1 0", kFailed, 3000ms},
     {"AnEuiccThatTakesTheLastAttempt", false, "ready_ms = 250", "ready_ms = 2950", "1 0",
      eid_line(kEid), 3000ms},
@@ -111,7 +97,6 @@ const OutcomeRow kOutcomes[] = {
      "4 0", "card_status, [3, 3]\nUNKNOWN,UNKNOWN\n", 0ms},
     {"ResetDeletes", true, "", "", "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n", 0ms},
     {"ResetOfACardEndsWithoutAWord", false, "", "", "5 0", "", 0ms},
-    {"OtherActionsAreSkipped", false, "", "", "9 0", "", 0ms},
     {"ActionZeroIsSkipped", false, "", "", "0 0", "", 0ms},
     {"NegativeActionsAreSkipped", false, "", "", "-1 0", "", 0ms},
     {"AWordThatIsNoNumberIsZero", false, "", "", "4 off", "card_status, [1, 1]\nPRESENT,PRESENT\n",
@@ -132,79 +117,6 @@ TEST_P(Outcome, IsAllThatStandardOutputGetsWithoutDebug) {
 
 INSTANTIATE_TEST_SUITE_P(Esim, Outcome, testing::ValuesIn(kOutcomes),
                          [](const auto& row) { return row.param.rule; });
-
-TEST_F(Esim, WithDebugTheLinesBetweenAreTraced) {
-  start();
-  const std::string output = vex("5 10 1 1");
-  size_t at = 0;
-  for (const char* text :
-       {"kelvor_cmn_esim_test: switch to eSIM\n", ": POWER_DOWN_UIM2 res = 0\n",
-        ": POWER_UP_UIM2 res = 0\n", ": try get eid loop = 0\n", ": try get eid loop = 2\n",
-        "is_eid_valid: check whether eid valid\n", "is_eid_valid: eid validate pass\n",
-        "save_eid_to_efs: efs read failed and try save it. error_code : -2\n",
-        ": save eid efs result = 0\n", ": save eid successfully, set IS_EID_SAVE TRUE\n",
-        "\neID=89044099123456789012345678901220\n"}) {
-    const size_t found = output.find(text, at);
-    ASSERT_NE(found, std::string::npos) << text << "\n" << output;
-    at = found + 1;
-  }
-  EXPECT_EQ(output.find("loop = 3"), std::string::npos);
-  EXPECT_TRUE(said(vex("5 10 2 1"), "SIM2 Power Up successfully"));
-  const std::string status = vex("5 10 4 1");
-  EXPECT_TRUE(said(status, "try get simcard status"));
-  EXPECT_NE(status.find("card_status, [1, 0]\nRIL["), std::string::npos) << "not ready yet";
-  EXPECT_NE(status.find("map_sim_state: map_sim_state ...\nPRESENT,ABSENT\n"), std::string::npos);
-  const std::string none = vex("5 10 3 1");
-  EXPECT_TRUE(said(none, "kelvor get eid"));
-  EXPECT_TRUE(said(none, "try get eid loop = 1"));
-  EXPECT_FALSE(said(none, "try get eid loop = 2"));
-  EXPECT_TRUE(said(vex("5 10 9 1"), "invalid input skip"));
-  EXPECT_TRUE(said(vex("5 10 1"), "invalid input"));
-  EXPECT_TRUE(said(vex("5 10"), "invalid input"));
-}
-
-// ---- what the modem gets
-
-TEST_F(Esim, EachSwitchWritesTheFileAndPowersSlotTwoDownAndUp) {
-  start();
-  vex("5 10 1 1");
-  const std::vector<std::string> to_esim = {
-      "efs: 00 00 00 00", "30: 01 01 00 02", "efs: 01 00 00 00",
-      "31: 01 01 00 02 10 01 00 01 11 01 00 00", "65: 01 01 00 02"};
-  std::vector<std::string> all = got();
-  ASSERT_GT(all.size(), to_esim.size());
-  EXPECT_EQ((std::vector(all.begin(), all.begin() + 5)), to_esim);
-  EXPECT_EQ(all.back(), "efs: 89 04 40 99") << "the EID";
-  const size_t before = all.size();
-  vex("5 10 2 1");
-  all = got();
-  const std::vector<std::string> to_card = {"efs: 01 00 00 00", "30: 01 01 00 02",
-                                            "efs: 00 00 00 00",
-                                            "31: 01 01 00 02 10 01 00 00 11 01 00 00"};
-  EXPECT_EQ((std::vector(all.begin() + static_cast<ptrdiff_t>(before), all.end())), to_card);
-}
-
-TEST_F(Esim, ResetIsOneApduOnItsOwnChannelWhichIsClosed) {
-  start_with_euicc();
-  std::string output = vex("5 10 5 1");
-  EXPECT_TRUE(said(output, "Start eUICC Reset"));
-  EXPECT_TRUE(said(output, "kelvor_uim_open_channel res = 0, channel_id = 1"));
-  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu res = 0"));
-  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu, delete profile successfully."));
-  EXPECT_TRUE(said(output, "kelvor_uim_close_channel res = 0"));
-  EXPECT_EQ(got(),
-            (std::vector<std::string>{
-                "42: 01 01 00 02 10 11 00 10 A0 00 00 05 59 10 10 FF FF FF FF 89 00 00 01 00 11 01 "
-                "00 01",
-                "3B: 01 01 00 02 02 0F 00 0D 00 80 E2 91 00 07 BF 34 04 82 02 05 E0 00 10 01 00 01 "
-                "11 01 00 01",
-                "3F: 01 01 00 02 11 01 00 01 13 01 00 00"}));
-  output = vex("5 10 5 1");
-  EXPECT_TRUE(said(output, "kelvor_uim_open_channel res = 0, channel_id = 1")) << "it was closed";
-  EXPECT_TRUE(said(output, "kelvor_uim_send_apdu, nothing to delete."));
-  EXPECT_NE(output.find("\napdu=08bf34038001019000\n"), std::string::npos);
-  EXPECT_NE(output.find("\nvalue=SUCCEED\n"), std::string::npos);
-}
 
 // ---- a reset that the card or the modem does not do
 
@@ -239,7 +151,7 @@ TEST_P(Reset, EndsAtItsStepAndClosesNoChannelBefore) {
   const ResetRow& row = GetParam();
   start_with_euicc("", "", "[[fault]]\nservice = \"uim\"\n" + std::string(row.fault) + "\n");
   EXPECT_EQ(vex("5 10 5 0"), row.output);
-  EXPECT_EQ(got().size(), row.requests);
+  EXPECT_EQ(asked_of_uim(), row.requests);
 }
 
 INSTANTIATE_TEST_SUITE_P(Esim, Reset, testing::ValuesIn(kResets),
@@ -278,7 +190,7 @@ const RestartRow kRestarts[] = {
     {"5", "uim", 3, "apdu=08bf34038001009000\nvalue=SUCCEED\n"},
 };
 
-struct Restarts : Esim, testing::WithParamInterface<std::tuple<RestartRow, const char*>> {};
+struct Restarts : Esim, testing::WithParamInterface<std::tuple<RestartRow, std::string>> {};
 
 TEST_P(Restarts, EndInOneOutcomeAndTheNextTestSucceeds) {
   const auto& [row, kind] = GetParam();
@@ -287,8 +199,8 @@ TEST_P(Restarts, EndInOneOutcomeAndTheNextTestSucceeds) {
                        "\"\nkind = \"" + kind + "\"\nnth = " + std::to_string(row.nth) + "\n");
   EXPECT_EQ(vex("5 10 " + std::string(row.words) + " 0"), row.output);
   // What was written before the answer was lost is there.
-  const bool written = std::string_view(kind) == "response" && row.nth == 4 &&
-                       std::string_view(row.service) == "vendor";
+  const bool written =
+      kind == "response" && row.nth == 4 && std::string_view(row.service) == "vendor";
   EXPECT_EQ(directory_.has(kEidFile), written);
   clock_.advance(5s);
   // A client that died unused is used once more by the first status.
@@ -296,105 +208,27 @@ TEST_P(Restarts, EndInOneOutcomeAndTheNextTestSucceeds) {
   EXPECT_EQ(vex("5 10 4 0").substr(0, 11), "card_status") << "the modem is back";
 }
 
-std::string name_of(const testing::TestParamInfo<Restarts::ParamType>& row) {
-  const auto& [restart, kind] = row.param;
-  return "Action" + std::string(restart.words) + "_" + restart.service + "_" + kind + "_" +
-         std::to_string(restart.nth);
-}
-
 INSTANTIATE_TEST_SUITE_P(Esim, Restarts,
                          testing::Combine(testing::ValuesIn(kRestarts),
-                                          testing::Values("request", "response")),
-                         name_of);
-
-// The modem restarts, and the library has noticed, where the test traces a line: between two
-// requests, of which it loses none.
-struct PlaceRow {
-  const char* words;
-  const char* place;
-  std::string output;
-  friend void PrintTo(const PlaceRow& row, std::ostream* out) {
-    *out << row.words << " " << row.place;
-  }
-};
-
-const PlaceRow kPlaces[] = {
-    {"1", "POWER_DOWN_UIM2 res = 0", kFailed},
-    {"1", "POWER_UP_UIM2 res = 0", eid_line(kEid)},
-    {"1", "try get eid loop = 1", eid_line(kEid)},
-    {"1", "check whether eid valid", eid_line(kEid)},
-    {"1", "efs read failed", eid_line(kEid)},
-    {"2", "POWER_DOWN_UIM2 res = 0", kFailed},
-    {"5", "kelvor_uim_open_channel res = 0", kFailed},
-    {"5", "delete profile successfully", "apdu=08bf34038001009000\nvalue=SUCCEED\n"},
-};
-
-struct RestartsBetween : Esim, testing::WithParamInterface<PlaceRow> {
-  // Standard output: its result lines are kept.
-  static ssize_t write(void* self, const char* text, size_t size) {
-    auto& test = *static_cast<RestartsBetween*>(self);
-    const std::string_view line(text, size);
-    if (!line.starts_with("RIL[")) test.results_ += line;
-    if (!test.restarted_ && line.find(GetParam().place) != line.npos) {
-      test.restarted_ = true;
-      test.modem_->restart();
-      while (desk::instances(kUim) != 0) std::this_thread::yield();  // which keeps the time
-      while (desk::instances(kUim) != 1) std::this_thread::sleep_for(1ms);
-    }
-    return static_cast<ssize_t>(size);
-  }
-
-  sim::Modem* modem_ = nullptr;
-  std::string results_;
-  bool restarted_ = false;
-};
-
-TEST_P(RestartsBetween, EndInOneOutcomeToo) {
-  modem_ = &start_with_euicc();
-  kelvor_hal_set_shell_print_mask(kTraceInfo);  // and the library's thread does not write there
-  FILE* const own =
-      std::exchange(stdout, ::fopencookie(this, "w", {nullptr, write, nullptr, nullptr}));
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-  vex("5 10 " + std::string(GetParam().words) + " 1");
-  std::fclose(std::exchange(stdout, own));
-  EXPECT_TRUE(restarted_);
-  EXPECT_EQ(results_, GetParam().output);
-}
-
-INSTANTIATE_TEST_SUITE_P(Esim, RestartsBetween, testing::ValuesIn(kPlaces));
+                                          testing::Values(std::string("request"),
+                                                          std::string("response"))),
+                         [](const auto& all) {
+                           const RestartRow& row = std::get<0>(all.param);
+                           return "Action" + std::string(row.words) + "_" + row.service + "_" +
+                                  std::get<1>(all.param) + "_" + std::to_string(row.nth);
+                         });
 
 // ---- the EID
 
 TEST_F(Esim, TheEidIsSavedOnceAndAnExistingFileIsKept) {
   start();
-  const auto writes = [this] {
-    const auto all = got();
-    return std::count(all.begin(), all.end(), "efs: 89 04 40 99");
-  };
   vex("5 10 1 1");
   EXPECT_EQ(directory_.file(kEidFile),
             std::string("\x89\x04\x40\x99\x12\x34\x56\x78\x90\x12\x34\x56\x78\x90\x12\x20"));
   ASSERT_EQ(directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid"), 0);
   EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip")) << "in one run: at most once";
-  EXPECT_EQ(writes(), 1);
   EXPECT_FALSE(directory_.has(kEidFile));
 }
-
-struct KeptEid : Esim, testing::WithParamInterface<size_t> {};
-
-TEST_P(KeptEid, IsKeptWhateverItIs) {
-  const std::string another(GetParam(), 'x');
-  directory_.write(kEidFile, another);
-  start();
-  const std::string output = vex("5 10 1 1");
-  EXPECT_TRUE(said(output, "EID already exists, set IS_EID_SAVE TRUE"));
-  EXPECT_NE(output.find(eid_line(kEid)), std::string::npos);
-  EXPECT_EQ(directory_.file(kEidFile), another);
-  EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip"));
-}
-
-INSTANTIATE_TEST_SUITE_P(OfOctets, KeptEid, testing::Values(0, 7, 16, 17, 500),
-                         testing::PrintToStringParamName());
 
 TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
   // Requests to the vendor service: two files, the read, the write that is lost.

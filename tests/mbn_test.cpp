@@ -33,51 +33,49 @@ TEST_F(PdcList, AListOfFiveHundredComesWholeAndInOrder) {
   EXPECT_TRUE(nothing_leaked());
 }
 
-TEST_F(PdcList, AListThatBreaksOffIsNoListAndLeaksNothing) {
-  const struct {
-    const char* rule;
-    std::string fault;
-    size_t asked;
-    const char* said;
-  } rows[] = {
-      {"an error in the third frame",
-       fault("indication", PDC_LIST_CONFIGS, "nth = 3\naction = \"qmi-error\"\nerror = 3"), 3,
-       "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
-      {"a frame that is lost", fault("indication", PDC_LIST_CONFIGS, "nth = 3\naction = \"drop\""),
-       3, "pdc_list is waiting, will stop it."},
-      {"a service that goes", fault("request", PDC_LIST_CONFIGS, "nth = 3\naction = \"restart\""),
-       3, "qmi send mssage error for list_configs, errno: -2 0"},
-      {"a frame of nothing that promises more",
-       fault("indication", PDC_LIST_CONFIGS,
-             "nth = 1\naction = \"change\"\nat = 12\n"
-             "octets = [0x12, 1, 0, 1, 0x30, 0xDE, 0]"),
-       1, "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
-  };
-  for (const auto& row : rows) {
-    // Each in a process of its own, as the client library's state is one a process.
-    EXPECT_EXIT(
-        {
-          connect(many(100) + row.fault);
-          clock_.run_by_itself();
-          std::vector<pdc_config_info*> list(200);
-          unsigned int count = 200;
-          int result = 0;
-          const std::string output =
-              desk::output_of([&] { result = pdc_list_configs(kSoftware, list.data(), &count); });
-          bool good = result == -1 && count == 0 && nothing_leaked() &&
-                      asked().size() == row.asked && said(output, row.said);
-          // Once the modem has forgotten how far it was, the list is whole again.
-          clock_.advance(5s);
-          kelvor_mbn_init(1);
-          count = 200;
-          good = good && pdc_list_configs(kSoftware, list.data(), &count) == 0 && count == 102;
-          if (!good) std::fprintf(stderr, "%s\n", output.c_str());
-          std::_Exit(good ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "")
-        << row.rule;
-  }
+struct BreakRow {
+  const char* name;
+  const char* kind;
+  const char* fault;
+  size_t asked;
+  const char* message;
+  friend void PrintTo(const BreakRow& row, std::ostream* out) { *out << row.name; }
+};
+struct Break : PdcDesk, testing::WithParamInterface<BreakRow> {};
+
+TEST_P(Break, OffMakesNoListAndLeaksNothing) {
+  const BreakRow& row = GetParam();
+  connect(many(100) + fault(row.kind, PDC_LIST_CONFIGS, row.fault));
+  clock_.run_by_itself();
+  std::vector<pdc_config_info*> list(200);
+  unsigned int count = 200;
+  const std::string output =
+      desk::output_of([&] { EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), -1); });
+  EXPECT_EQ(count, 0u);
+  EXPECT_TRUE(nothing_leaked());
+  EXPECT_EQ(asked().size(), row.asked);
+  EXPECT_TRUE(said(output, row.message)) << output;
+  // Once the modem has forgotten how far it was, the list is whole again.
+  clock_.advance(5s);
+  kelvor_mbn_init(1);
+  count = 200;
+  EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);
+  EXPECT_EQ(count, 102u);
 }
+
+const BreakRow kBreaks[] = {
+    {"AnErrorInTheThirdFrame", "indication", "nth = 3\naction = \"qmi-error\"\nerror = 3", 3,
+     "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
+    {"AFrameThatIsLost", "indication", "nth = 3\naction = \"drop\"", 3,
+     "pdc_list is waiting, will stop it."},
+    {"AServiceThatGoes", "request", "nth = 3\naction = \"restart\"", 3,
+     "qmi send mssage error for list_configs, errno: -2 0"},
+    {"AFrameOfNothingThatPromisesMore", "indication",
+     "nth = 1\naction = \"change\"\nat = 12\noctets = [0x12, 1, 0, 1, 0x30, 0xDE, 0]", 1,
+     "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
+};
+INSTANTIATE_TEST_SUITE_P(Lists, Break, testing::ValuesIn(kBreaks),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(PdcList, AFrameThatComesTwiceCountsOnce) {
   connect(many(98) + fault("indication", PDC_LIST_CONFIGS, "action = \"duplicate\""));
@@ -114,144 +112,89 @@ TEST_F(PdcList, APhoneWithoutConfigurationsSendsNoList) {
   EXPECT_EQ(clock_.passed(), 5s);
 }
 
-struct Mbn : PdcDesk {
-  // The operation's result, and what was asked of the modem.
-  static constexpr int (*kRefresh)(unsigned int, unsigned int) = kelvor_refresh_mbn;
-  static constexpr int (*kReactivate)(unsigned int, unsigned int) = kelvor_reactivate_mbn;
-};
+struct Mbn : PdcDesk {};
 
-TEST_F(Mbn, EveryMaskAndTypeDoesWhatItNames) {
-  const Sequence turn_0{kGet0, kDeactivate0, "sync", kSet0, kRegular0};
-  const Sequence turn_1{kGet1, kDeactivate1, "sync", kSet1, kRegular1};
-  Sequence both = turn_0;
-  both.insert(both.end(), turn_1.begin(), turn_1.end());
-  const char* const kRange = "sub_mask is out of range";
-  const char* const kType = "config_type is invalid";
-  const struct {
+TEST_F(Mbn, MasksAndTypesOutOfRangeAreRefusedAndThePlatformHasNoSub) {
+  static const struct {
     int (*operation)(unsigned int, unsigned int);
     unsigned int mask, type;
     int result;
-    Sequence asked;
-    const char* said;
-  } rows[] = {
-      {kRefresh, 0, 1, -1, {}, kRange},
-      {kRefresh, 1, 1, 0, {kSoft0}, "SUB_0 pdc_activate_config_ex ret 0"},
-      {kRefresh, 2, 1, 0, {kSoft1}, "SUB_1 pdc_activate_config_ex ret 0"},
-      {kRefresh, 3, 1, 0, {kSoft0, kSoft1}, "SUB_1 pdc_activate_config_ex ret 0"},
-      {kRefresh, 4, 1, -1, {}, kRange},
-      {kRefresh, 1, 2, -1, {}, kType},
-      {kRefresh,
-       2,
-       0,
-       0,
-       {"activate 01 04 00 00 00 00 00 11 04 00 01 00 00 00 13 04 00 01 00 00 00"},
-       "mbn_type 0"},
-      {kReactivate,
-       2,
-       0,
-       0,
-       {"get 01 04 00 00 00 00 00", "deactivate 01 04 00 00 00 00 00", "sync",
-        "set 01 06 00 00 00 00 00 01 50",
-        "activate 01 04 00 00 00 00 00 11 04 00 00 00 00 00 13 04 00 01 00 00 00"},
-       "SUB_1 pdc_activate_config ret_val 0"},
-      {kReactivate, 0, 1, -1, {}, kRange},
-      {kReactivate, 1, 1, 0, turn_0, "SUB_0 pdc_activate_config ret_val 0"},
-      {kReactivate, 2, 1, 0, turn_1, "SUB_1 pdc_select_config ret_val 0"},
-      {kReactivate, 3, 1, 0, both, "SUB_1 pdc_activate_config ret_val 0"},
-      {kReactivate, 4, 1, -1, {}, kRange},
-      {kReactivate, 3, 2, -1, {}, kType},
+    const char* message;
+  } kRows[] = {
+      {kelvor_refresh_mbn, 0, 1, -1, "sub_mask is out of range"},
+      {kelvor_refresh_mbn, 4, 1, -1, "sub_mask is out of range"},
+      {kelvor_refresh_mbn, 1, 2, -1, "config_type is invalid"},
+      {kelvor_reactivate_mbn, 0, 1, -1, "sub_mask is out of range"},
+      {kelvor_reactivate_mbn, 4, 1, -1, "sub_mask is out of range"},
+      {kelvor_reactivate_mbn, 3, 2, -1, "config_type is invalid"},
+      {kelvor_refresh_mbn, 2, 0, 0, "mbn_type 0"},
+      {kelvor_reactivate_mbn, 2, 0, 0, "SUB_1 pdc_activate_config ret_val 0"},
   };
   start();
-  size_t before = 0;
-  for (const auto& row : rows) {
+  for (const auto& row : kRows) {
     const std::string output =
         desk::output_of([&] { EXPECT_EQ(row.operation(row.mask, row.type), row.result); });
-    EXPECT_TRUE(said(output, row.said)) << output;
-    const Sequence all = asked();
-    EXPECT_EQ(Sequence(all.begin() + static_cast<ptrdiff_t>(before), all.end()), row.asked);
-    before = all.size();
-    EXPECT_EQ(said(output, "pdc init have been done, do nothing"),
-              row.operation == kRefresh && &row != rows)
-        << output;
+    EXPECT_TRUE(said(output, row.message)) << output;
   }
-  EXPECT_EQ(directory_.file("pdc/software/0"), "active AA00\n");
-  EXPECT_EQ(directory_.file("pdc/software/1"), "active BB00\n");
+  EXPECT_EQ(asked(),
+            (Sequence{"activate 01 04 00 00 00 00 00 11 04 00 01 00 00 00 13 04 00 01 00 00 00",
+                      "get 01 04 00 00 00 00 00", "deactivate 01 04 00 00 00 00 00", "sync",
+                      "set 01 06 00 00 00 00 00 01 50",
+                      "activate 01 04 00 00 00 00 00 11 04 00 00 00 00 00 13 04 00 01 00 00 00"}));
 }
 
-TEST_F(Mbn, AStepThatFailsStopsWhatDependsOnItAlone) {
-  const auto refused = [](int message) {
-    return fault("indication", message, "nth = 1\naction = \"qmi-error\"\nerror = 3");
-  };
-  const Sequence turn_0{kGet0, kDeactivate0, "sync", kSet0, kRegular0};
-  const Sequence turn_1{kGet1, kDeactivate1, "sync", kSet1, kRegular1};
-  Sequence both = turn_0;
-  both.insert(both.end(), turn_1.begin(), turn_1.end());
-  const struct {
-    const char* rule;
-    int (*operation)(unsigned int, unsigned int);
-    std::string fault;
-    int result;
-    Sequence asked;
-    const char* said;
-  } rows[] = {
-      {"a refused refresh goes on",
-       kRefresh,
-       refused(PDC_ACTIVATE_CONFIG),
-       0,
-       {kSoft0, kSoft1},
-       "SUB_0 pdc_activate_config_ex ret -1"},
-      {"the last refresh counts",
-       kRefresh,
-       fault("indication", PDC_ACTIVATE_CONFIG, "nth = 2\naction = \"qmi-error\"\nerror = 3"),
-       -1,
-       {kSoft0, kSoft1},
-       "SUB_1 pdc_activate_config_ex ret -1"},
-      {"no current configuration, no turn",
-       kReactivate,
-       refused(PDC_GET_SELECTED_CONFIG),
-       -1,
-       {kGet0},
-       "SUB_0 pdc_get_current_config fail"},
-      {"SUB_1's is its own",
-       kReactivate,
-       fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 2\naction = \"drop\""),
-       -1,
-       {kGet0, kDeactivate0, "sync", kSet0, kRegular0, kGet1},
-       "SUB_1 pdc_get_current_config fail"},
-      {"deactivation", kReactivate, refused(PDC_DEACTIVATE_CONFIG), 0, both,
-       "pdc_deactivate_config, ret_pdc: -1, ret_sync: 0, sub: 0, config_type: 1"},
-      {"a sync that fails", kReactivate,
-       "[[fault]]\nservice = \"vendor\"\nnth = 1\naction = \"vendor-error\"\nresult = 5\n", 0, both,
-       "SUB_1 pdc_activate_config ret_val 0"},
-      {"no service, nothing",
-       kReactivate,
-       "[modem]\nabsent = [\"pdc\"]\n",
-       -1,
-       {},
-       "pdc init failed, do nothing"},
-      {"selection", kReactivate, refused(PDC_SET_SELECTED_CONFIG), 0, both,
-       "SUB_0 pdc_select_config ret_val -1"},
-      {"activation", kReactivate, refused(PDC_ACTIVATE_CONFIG), 0, both,
-       "SUB_0 pdc_activate_config ret_val -1"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EXIT(
-        {
-          start(row.fault);
-          clock_.run_by_itself();
-          int result = 0;
-          const std::string output = desk::output_of([&] { result = row.operation(3, kSoftware); });
-          const bool good = result == row.result && asked() == row.asked && said(output, row.said);
-          if (!good) {
-            std::fprintf(stderr, "%d\n%s\n", result, output.c_str());
-            for (const std::string& one : asked()) std::fprintf(stderr, "%s\n", one.c_str());
-          }
-          std::_Exit(good ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "")
-        << row.rule;
-  }
+struct StepRow {
+  const char* name;
+  int (*operation)(unsigned int, unsigned int);
+  std::string fault;
+  int result;
+  const char* asked;  // the first words, and the sub at their end
+  const char* message;
+  friend void PrintTo(const StepRow& row, std::ostream* out) { *out << row.name; }
+};
+struct Step : PdcDesk, testing::WithParamInterface<StepRow> {};
+
+TEST_P(Step, ThatFailsStopsWhatDependsOnItAlone) {
+  const StepRow& row = GetParam();
+  start(row.fault);
+  clock_.run_by_itself();
+  const std::string output =
+      desk::output_of([&] { EXPECT_EQ(row.operation(3, kSoftware), row.result); });
+  std::string words;
+  for (const std::string& one : asked()) words += one.substr(0, one.find(' ')) + " ";
+  EXPECT_EQ(words, row.asked);
+  EXPECT_TRUE(said(output, row.message)) << output;
 }
+
+std::string refused(int message, const char* nth = "1") {
+  return fault("indication", message,
+               ("nth = " + std::string(nth) + "\naction = \"qmi-error\"\nerror = 3").c_str());
+}
+constexpr char kBoth[] = "get deactivate sync set activate get deactivate sync set activate ";
+const StepRow kSteps[] = {
+    {"ARefusedRefreshGoesOn", kelvor_refresh_mbn, refused(PDC_ACTIVATE_CONFIG), 0,
+     "activate activate ", "SUB_0 pdc_activate_config_ex ret -1"},
+    {"TheLastRefreshCounts", kelvor_refresh_mbn, refused(PDC_ACTIVATE_CONFIG, "2"), -1,
+     "activate activate ", "SUB_1 pdc_activate_config_ex ret -1"},
+    {"NoCurrentConfigurationNoTurn", kelvor_reactivate_mbn, refused(PDC_GET_SELECTED_CONFIG), -1,
+     "get ", "SUB_0 pdc_get_current_config fail"},
+    {"TheSecondsIsItsOwn", kelvor_reactivate_mbn,
+     fault("indication", PDC_GET_SELECTED_CONFIG, "nth = 2\naction = \"drop\""), -1,
+     "get deactivate sync set activate get ", "SUB_1 pdc_get_current_config fail"},
+    {"Deactivation", kelvor_reactivate_mbn, refused(PDC_DEACTIVATE_CONFIG), 0, kBoth,
+     "pdc_deactivate_config, ret_pdc: -1, ret_sync: 0, sub: 0, config_type: 1"},
+    {"ASync", kelvor_reactivate_mbn,
+     "[[fault]]\nservice = \"vendor\"\nnth = 1\naction = \"vendor-error\"\nresult = 5\n", 0, kBoth,
+     "SUB_1 pdc_activate_config ret_val 0"},
+    {"NoServiceNothing", kelvor_reactivate_mbn, "[modem]\nabsent = [\"pdc\"]\n", -1, "",
+     "pdc init failed, do nothing"},
+    {"Selection", kelvor_reactivate_mbn, refused(PDC_SET_SELECTED_CONFIG), 0, kBoth,
+     "SUB_0 pdc_select_config ret_val -1"},
+    {"Activation", kelvor_reactivate_mbn, refused(PDC_ACTIVATE_CONFIG), 0, kBoth,
+     "SUB_0 pdc_activate_config ret_val -1"},
+};
+INSTANTIATE_TEST_SUITE_P(Turns, Step, testing::ValuesIn(kSteps),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Mbn, ADeactivationNamesWhatItRefuses) {
   const std::string output = desk::output_of([] {

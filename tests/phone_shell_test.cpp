@@ -237,7 +237,7 @@ TEST_F(PhoneShell, ACommandThatIsInterruptedInterruptsItsCaller) {
   EXPECT_EQ(person.shown().find("not"), std::string::npos);
 }
 
-TEST_F(PhoneShell, AKernelThatRefusesNamespacesIsTold) {
+TEST_F(PhoneShell, AKernelThatRefusesNamespacesIsNoted) {
   const std::string refused = "echo 0 >/proc/sys/user/max_mnt_namespaces && ";
   const Ran ran = run("unshare -Ur sh -c '" + refused + "$BIN/vex-phone shell vex 11 2'");
   EXPECT_EQ(ran.status, 125) << ran.output;
@@ -249,7 +249,7 @@ TEST_F(PhoneShell, AKernelThatRefusesNamespacesIsTold) {
   EXPECT_FALSE(directory_.has("log/system.log")) << "the command did not run";
 }
 
-TEST(PhoneShellAnywhere, WhatItLacksIsTold) {
+TEST(PhoneShellAnywhere, WhatItLacksIsNoted) {
   const desk::PhoneDirectory directory;
   const std::tuple<const char*, const char*, std::string> rows[] = {
       {"", "PATH=/none ",

@@ -90,6 +90,17 @@ size_t threads() {
   return n;
 }
 
+// Connects a member with a status callback.
+#define CONNECT(member)                                         \
+  [] {                                                          \
+    member##_init();                                            \
+    member##_client_set_operational_status_callback(on_status); \
+    return member##_client_init(ignore_event);                  \
+  }
+constexpr int (*connect_nas_0)() = CONNECT(nas_0);
+constexpr int (*connect_nas_1)() = CONNECT(nas_1);
+constexpr int (*connect_vs)() = CONNECT(vs);
+
 struct ServiceClients : desk::Desk {
   // A modem whose services stay away for a tenth of a second.
   sim::Modem& start() {
@@ -97,16 +108,6 @@ struct ServiceClients : desk::Desk {
     sim::Modem& modem = start_written_modem();
     clock_.run_by_itself();
     return modem;
-  }
-  static int connect_nas_0() {
-    nas_0_init();
-    nas_0_client_set_operational_status_callback(on_status);
-    return nas_0_client_init(ignore_event);
-  }
-  static int connect_nas_1() {
-    nas_1_init();
-    nas_1_client_set_operational_status_callback(on_status);
-    return nas_1_client_init(ignore_event);
   }
   static int bind(int (*send)(uint32_t, const void*, uint32_t, void*, uint32_t)) {
     const nas_bind_subscription_req request{0};
@@ -134,46 +135,26 @@ TEST_F(ServiceClients, ConnectBindsAndRegistersInThatOrder) {
   EXPECT_EQ(nas_1_client_release(), 1);
   EXPECT_EQ(reported(kModemApiNas1), (Statuses{1, 3, 0}));
   EXPECT_EQ(bind(nas_1_client_send_msg_sync), QMI_CLIENT_PORT_NOT_OPEN);
-  ASSERT_EQ(connect_nas_1(), 1) << "and again";
+  nas_1_init();
+  ASSERT_EQ(nas_1_client_init(ignore_event), 1) << "and again, without what the first one had";
+  EXPECT_EQ(reported(kModemApiNas1), (Statuses{1, 3, 0}));
 }
 
 TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {
   static const struct {
     ModemApiClientType type;
     uint32_t service;
-    qmi_idl_service_object_type (*init)();
-    void (*set_status)(modem_api_operational_cb);
-    int (*client_init)(modem_api_indication_cb);
+    int (*connect)();
     Statuses statuses;
-  } kRows[] = {
-      {kModemApiNas0,
-       NAS_SERVICE_ID,
-       nas_0_init,
-       nas_0_client_set_operational_status_callback,
-       nas_0_client_init,
-       {1, 2}},
-      {kModemApiNas1,
-       NAS_SERVICE_ID,
-       nas_1_init,
-       nas_1_client_set_operational_status_callback,
-       nas_1_client_init,
-       {1, 2}},
-      {kModemApiSar,
-       SAR_SERVICE_ID,
-       sar_init,
-       sar_client_set_operational_status_callback,
-       sar_client_init,
-       {1, 2}},
-      {kModemApiVs, 0xFFE5, vs_init, vs_client_set_operational_status_callback, vs_client_init, {}},
-  };
+  } kRows[] = {{kModemApiNas0, NAS_SERVICE_ID, connect_nas_0, {1, 2}},
+               {kModemApiNas1, NAS_SERVICE_ID, connect_nas_1, {1, 2}},
+               {kModemApiSar, SAR_SERVICE_ID, CONNECT(sar), {1, 2}},
+               {kModemApiVs, 0xFFE5, connect_vs, {}}};
   sim::Modem& modem = start();
   for (const auto& row : kRows) {
     modem.take_down(row.service);
-    row.init();
-    row.set_status(on_status);
     const auto before = clock_.passed();
-    const std::string output =
-        desk::output_of([&] { EXPECT_EQ(row.client_init(ignore_event), 0); });
+    const std::string output = desk::output_of([&] { EXPECT_EQ(row.connect(), 0); });
     EXPECT_EQ(clock_.passed() - before, 9s + 10 * 4ms) << row.type;
     EXPECT_EQ(reported(row.type), row.statuses) << row.type;
     for (const char* line : {"Trying qmi_client_init_instance() try # 0 port[65535]",
@@ -223,7 +204,8 @@ TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
   nas_1_client_release();
 }
 
-// While it lives, no thread can be started: each would ask for more stack than there are addresses.
+// While one exists, no thread can be started: each would ask for more stack than there are
+// addresses.
 class NoMoreThreads {
  public:
   NoMoreThreads() {
@@ -285,9 +267,7 @@ TEST_F(ServiceClients, WithoutAThreadToResumeOnTheNextReturnIsHeeded) {
 
 TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
   sim::Modem& modem = start();
-  vs_init();
-  vs_client_set_operational_status_callback(on_status);
-  ASSERT_EQ(vs_client_init(ignore_event), 1);
+  ASSERT_EQ(connect_vs(), 1);
   const vs_feature_status_req request{2, 1, 1, 1};
   vs_plain_resp response;
   const auto send = [&] {
@@ -300,8 +280,7 @@ TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
   modem.bring_up(0xFFE5);
   EXPECT_EQ(send(), QMI_CLIENT_SERVICE_GONE);
   vs_client_release();
-  vs_init();
-  ASSERT_EQ(vs_client_init(ignore_event), 1);
+  ASSERT_EQ(connect_vs(), 1);
   EXPECT_EQ(send(), 0);
   EXPECT_EQ(reported(kModemApiVs), (Statuses{0}));
 }
@@ -330,35 +309,54 @@ TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
   EXPECT_TRUE(output.starts_with("RIL[vs_client.cpp:")) << "the function's own source: " << output;
 }
 
+TEST_F(ServiceClients, ReleaseWaitsForACallbackThatRuns) {
+  sim::Modem& modem = start();
+  static std::atomic<bool> inside{false};
+  static std::atomic<bool> released{false};
+  static std::atomic<bool> late{false};
+  nas_0_init();
+  nas_0_client_set_operational_status_callback([](uint32_t, uint64_t status) {
+    if (status != OP_STATUS_SUSPENDING) return;
+    inside = true;
+    for (int i = 0; i < 20 && !released; ++i) std::this_thread::sleep_for(1ms);
+    late = released.load();
+  });
+  ASSERT_EQ(nas_0_client_init(ignore_event), 1);
+  modem.take_down(NAS_SERVICE_ID);
+  while (!inside) std::this_thread::yield();
+  nas_0_client_release();
+  released = true;
+  EXPECT_FALSE(late);
+}
+
 // Loss and release at any moment of connecting, suspending and resuming.
-TEST_F(ServiceClients, ReleaseAtAnyMomentEndsTheLifeAndEveryCallbackOfIt) {
+TEST_F(ServiceClients, NoCallbackComesAfterTheRelease) {
   sim::Modem& modem = start();
   std::mt19937 random(7);
   const size_t before = threads() + 1;  // the client library's
-  for (int i = 0; i < 60; ++i) {
+  std::atomic<bool> stop{false};
+  std::thread restarting([&] {
+    std::mt19937 own(8);
+    while (!stop) {
+      modem.take_down(NAS_SERVICE_ID);
+      std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+      modem.bring_up(NAS_SERVICE_ID);
+      std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+    }
+  });
+  for (int i = 0; i < 30; ++i) {
     g_released = false;
-    std::atomic<bool> stop{false};
-    std::thread restarting([&, seed = random()] {
-      std::mt19937 own(seed);
-      while (!stop) {
-        modem.take_down(NAS_SERVICE_ID);
-        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
-        modem.bring_up(NAS_SERVICE_ID);
-        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
-      }
-    });
     nas_0_init();
     nas_0_client_set_operational_status_callback(on_status);
     std::thread connecting([] { nas_0_client_init(ignore_event); });
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
     nas_0_client_release();
     g_released = true;
-    std::this_thread::sleep_for(2ms);
-    EXPECT_EQ(g_late, 0);
-    stop = true;
-    restarting.join();
     connecting.join();
+    EXPECT_EQ(g_late, 0);
   }
+  stop = true;
+  restarting.join();
   while (threads() > before) std::this_thread::sleep_for(1ms);
 }
 

@@ -9,9 +9,7 @@
 #include "platform/kelvor_utils.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
-#include "support/desk.h"
-#include "support/process_link.h"
-#include "vex/commands.h"
+#include "support/command.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
 
 namespace {
@@ -21,58 +19,12 @@ using desk::trace_messages;
 using Lines = std::vector<std::string>;
 using Octets = std::vector<uint8_t>;
 
-// What `vex` with these words writes to the shell, and the messages of it.
-std::string output_of_vex(Lines words) {
-  words.insert(words.begin(), "vex");
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  return output_of([&] { kelvor_test_modem_stats_do(static_cast<int>(argv.size()), argv.data()); });
-}
-Lines run_vex(Lines words) { return trace_messages(output_of_vex(std::move(words))); }
-
 Lines lines_of(const std::function<void()>& call) { return trace_messages(output_of(call)); }
-
-const char* const kSampleSummary[] = {
-    "version = 196609, mcc = 29440, mnc_num 128, mnc 704, tac 497189504, cgi 2028284490176, pci "
-    "51666",
-    "freq_band_ind = 64, dl_earfcn = 27450241, dl_bw 1280, ul_earfcn 24836608, ul_bw 1280, "
-    "allow_access 128, scs 0"};
-
-TEST(Sample, ShowsItsSummaryAloneOrBehindEveryStep) {
-  EXPECT_EQ(run_vex({"7", "0", "0"}),
-            (Lines{"length = 48, print_flag = 0", kSampleSummary[0], kSampleSummary[1]}));
-
-  const Lines shown = run_vex({"7", "0", "1"});
-  const Lines begin = {
-      "length = 48, print_flag = 1",
-      "    UNPK_I, name: version, val: 196609(0x010003), val_size: 4, unpk_cnt: 4, data_base: 0, "
-      "base_bit: 0",
-      "BASE_WITH_BIT, g_unpk_data_base_bit(32), g_unpk_data_base(4), g_unpk_data_cnt(0), bit(32), "
-      "id(0x123)",
-      "UNPK_SET_BIT, g_unpk_data_base_bit(32), g_unpk_data_base(4), g_unpk_data_cnt(31), bit(250), "
-      "id(0x123)",
-      "PRINT_CNT, base_bit: 32, base_byte: 4, data_cnt: 31, low: 3, high: 18, param: 250, name: "
-      "mcc",
-      "    UNPK_I, name: mcc_tmp1, val: 721138937611013120(0x00CC01020B00020A), val_size: 8, "
-      "unpk_cnt: 39, data_base: 4, base_bit: 32",
-      "    UNPK_I, name: mcc_tmp2, val: 16807562(0x8A760001), val_size: 8, unpk_cnt: 47, "
-      "data_base: 4, base_bit: 32",
-      "UNPK_HIGH, old_val: 9403656771257529088, new_val: 29440, bit_num: 126, name: mcc, id(0x123)",
-      "UNPK_LOW, old_val: 29440, new_val: 29440, bit_num: 16, mask_max(0xffff), old_size(2), name: "
-      "mcc, id(0x123)",
-      "UNPK_MID, old_val: 9403656771257529088, new_val: 29440, low: 3, high: 18, name: mcc, "
-      "id(0x123)",
-      "    UNPK_AT, name: mcc, val: 29440(0x0073), low: 3, high: 18, bit_start: 250, bit_num: 16"};
-  constexpr size_t kStepsOfAField = 8;
-  ASSERT_EQ(shown.size(), begin.size() + 11 * kStepsOfAField + 2);
-  EXPECT_EQ(Lines(shown.begin(), shown.begin() + static_cast<ptrdiff_t>(begin.size())), begin);
-  EXPECT_EQ(Lines(shown.end() - 2, shown.end()), (Lines{kSampleSummary[0], kSampleSummary[1]}));
-}
 
 // ---- records
 
-// A record of one version with fields where that version has them, noise around, and not an octet
-// more than the decoder may read.
+// A record of one version with fields where that version has them on a ground of one octet, and not
+// an octet more than the decoder may read.
 struct Layout {
   uint32_t version;
   size_t mcc, mnc_num, mnc, tac, cgi, pci, band, dl_earfcn, dl_bw, ul_earfcn, ul_bw, access;
@@ -91,9 +43,9 @@ void put(Octets* octets, size_t bit, size_t width, uint64_t value) {
   }
 }
 
-Octets record(const Layout& at) {
+Octets record(const Layout& at, uint8_t ground = 0xA5) {
   constexpr size_t kVersion = 32;
-  Octets octets((kVersion + at.band) / 8 + 16, 0xA5);
+  Octets octets((kVersion + at.band) / 8 + 16, ground);
   put(&octets, 0, 32, at.version);
   const auto field = [&](size_t bit, size_t width, uint64_t value) {
     put(&octets, kVersion + bit, width, value);
@@ -121,10 +73,10 @@ Lines decode(const Octets& octets, uint8_t print) {
 TEST(Record, OfEveryVersionIsDecodedWholeWhetherStepsAreShownOrNot) {
   for (const Layout& layout : kLayouts) {
     SCOPED_TRACE(layout.version);
-    const Octets octets = record(layout);
-    for (const uint8_t print : {0, 1}) {
+    for (const auto& [print, ground] : {std::pair{0, 0x00}, {0, 0xFF}, {1, 0xA5}}) {
+      const Octets octets = record(layout, static_cast<uint8_t>(ground));
       g_modem_stats_record = {};
-      const Lines shown = decode(octets, print);
+      const Lines shown = decode(octets, static_cast<uint8_t>(print));
       ASSERT_EQ(shown.size(), print == 0 ? 2u : 2u + 12 * 8 + 2u);
       EXPECT_EQ(
           shown[shown.size() - 2],
@@ -295,24 +247,6 @@ TEST_F(Cursor, BitBasesAddUpAndNeedNotBeginAnOctet) {
   EXPECT_EQ(value, 0xABCu);
 }
 
-TEST_F(Cursor, HexTextIsTheOctetsAsTheyLieWithoutZerosAtTheEnd) {
-  g_unpk.print = 1;
-  const std::pair<uint64_t, const char*> rows[] = {
-      {0, "val: 0(0x),"},
-      {1, "val: 1(0x01),"},
-      {0x0100, "val: 256(0x0001),"},
-      {0x100000000000000, "val: 72057594037927936(0x0000000000000001),"},
-      {~uint64_t{0}, "val: 18446744073709551615(0xFFFFFFFFFFFFFFFF),"},
-  };
-  for (const auto& [value, text] : rows) {
-    g_unpk_data_cnt = 0;
-    g_unpk_data_ptr = reinterpret_cast<const unsigned char*>(&value);
-    uint64_t read = 0;
-    const std::string shown = output_of([&] { unpack::unpk_i("f", 8, &read); });
-    EXPECT_NE(shown.find(text), std::string::npos) << shown;
-  }
-}
-
 // ---- counters
 
 TEST(Counters, HaveTheFieldsOfTheirVersion) {
@@ -439,65 +373,10 @@ TEST_F(Command7, TheVerdictIsWhatTheModemSaysOfItsFeature) {
     SCOPED_TRACE(row.rule);
     Lines expected = {"Get the debug info of modem_stats, mask = 0x0"};
     expected.insert(expected.end(), row.lines.begin(), row.lines.end());
-    const std::string output = output_of_vex({"7", "1", "0"});
+    const std::string output = desk::run_command(kelvor_test_modem_stats_do, "7 1 0");
     EXPECT_EQ(trace_messages(output), expected);
     EXPECT_EQ(output.find("rsp_not_support") != std::string::npos,
               output.find("] kelvor_modem_stats_support_status_check: ") != std::string::npos);
-  }
-}
-
-TEST_F(Command7, BlocksFollowOneAnotherAsTheirVersionHasThem) {
-  start("[statistics]\nenabled = true\noutdated_logs = [1, 2, 3]\ncmd_ok_count = 258\n" +
-        fault(2, "\"change\"\nat = 32\noctets = [0]"));
-  const struct {
-    const char *mask, *shown_mask, *version;
-    int ends[4];
-    size_t counters;
-  } rows[] = {
-      {"5", "0x5", "4", {58, 153, 211, 221}, 10 + 22 + 16 + 4},
-      {"-1", "0xffffffff", "0", {26, 69, 127, 137}, 4 + 11 + 16 + 4},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.version);
-    const Lines shown = run_vex({"7", "1", row.mask});
-    ASSERT_EQ(shown.size(), 2 + 8 + row.counters);
-    EXPECT_EQ(shown[0], std::string("Get the debug info of modem_stats, mask = ") + row.shown_mask);
-    EXPECT_EQ(shown[1], std::string("UNPK[size:1], version = ") + row.version);
-    EXPECT_EQ(shown[4], "UNPK[size:8], g_unpk_version_not_support_num = 3");
-    EXPECT_EQ(shown[5], "UNPK[size:8], g_modem_stats_cmd_ok_count = 258");
-    Lines frames;
-    std::copy_if(shown.begin(), shown.end(), std::back_inserter(frames),
-                 [](const std::string& line) { return line.starts_with("-------- "); });
-    Lines expected;
-    for (size_t i = 0; i < 4; ++i) {
-      const std::string name =
-          std::string("-------- stats ") + std::array{"main", "diag", "cm", "uim"}[i];
-      expected.push_back(name + " info start --------");
-      expected.push_back(name + " info end, cnt(" + std::to_string(row.ends[i]) + ") --------");
-    }
-    EXPECT_EQ(frames, expected);
-  }
-}
-
-TEST_F(Command7, BadArgumentsAreNotedAboveTheHelp) {
-  const std::string few = "note: Too few parameters, Pls refer to the following cmd:";
-  const std::pair<Lines, Lines> rows[] = {
-      {{"7"}, {few}},
-      {{"7", "0"}, {few, "kelvor_test_modem_stats_parsing_process FAIL"}},
-      {{"7", "1"}, {few, "kelvor_test_modem_stats_get_debug_info FAIL"}},
-      {{"7", "2", "x"}, {"invalid type = 2"}},
-      {{"8", "0", "0"},
-       {"note: the first parameters should be 7, Pls refer to the following cmd:"}},
-  };
-  for (const auto& [words, notes] : rows) {
-    Lines expected = notes;
-    for (const char* row : {"7: kelvor modem stats test",
-                            "   vex 7 0 print                 /* modem stats diag-parsed test */",
-                            "   vex 7 1 type                  /* get the debug info of modem "
-                            "stats */"}) {
-      expected.insert(expected.end(), {row, ""});
-    }
-    EXPECT_EQ(run_vex(words), expected);
   }
 }
 

@@ -24,163 +24,8 @@ using desk::run;
 using desk::said;
 
 struct Tool : testing::Test {
-  // vex without its debug lines.
-  static std::string vex(const std::string& words) {
-    const Ran ran = run("VEX_SHELL_LEVELS=11 $BIN/vex " + words);
-    EXPECT_EQ(ran.status, 0) << words << "\n" << ran.output;
-    return ran.output;
-  }
-  // The dump of a read: its octets as " %02X" lines.
-  static std::string dumped(const std::string& words) {
-    std::string octets;
-    for (const std::string& message : desk::trace_messages(vex(words))) {
-      if (message.size() == 3 && message[0] == ' ') octets += message;
-    }
-    return octets;
-  }
   desk::PhoneDirectory directory_;
 };
-
-TEST_F(Tool, PrintsTheWholeUsageForWhatIsNoCommand) {
-  std::ifstream in(VEX_TEST_DATA "/usage.txt");
-  const std::string usage{std::istreambuf_iterator<char>(in), {}};
-  ASSERT_GT(usage.size(), 6000u);
-  for (const char* words : {"", "0", "13", "-1", "abc", "99999999999"}) {
-    EXPECT_EQ(vex(words), usage) << words;
-  }
-}
-
-TEST_F(Tool, ReservedCommandsSayNotSupport) {
-  for (const char* words : {"1", "2 0", " 1x"}) {
-    const std::string output = vex(words);
-    EXPECT_TRUE(output.starts_with("RIL[kelvor_vex_test_main.cpp:")) << output;
-    EXPECT_TRUE(output.ends_with("] main: Not support\n")) << output;
-  }
-}
-
-TEST_F(Tool, ReadsAndWritesItemsAndFiles) {
-  EXPECT_EQ(dumped("4 1 0 550"), " 08 1A 32 54 76 98 10 32 74");
-  EXPECT_EQ(dumped("4x 1 0 550"), " 08 1A 32 54 76 98 10 32 74");
-  const std::string output = vex("4 1 0 550");
-  EXPECT_NE(output.find(": data len(9)\ndata: \n\nRIL["), std::string::npos) << output;
-  EXPECT_TRUE(output.ends_with("kelvor_nvefs_test_nv_read: \n")) << output;
-
-  EXPECT_EQ(vex("4 2 0 10 1 2 3 300 -1 x"), "");
-  EXPECT_EQ(dumped("4 1 0 10"), " 01 02 03 2C FF 00");
-  EXPECT_EQ(vex("4 3 0 10"), "");
-  EXPECT_TRUE(said(vex("4 1 0 10"), "note: Error happen! error_code(-2)"));
-  EXPECT_EQ(vex("4 5 0 /nv/item_files/x 9 8 7"), "");
-  EXPECT_EQ(directory_.file("efs/0/nv/item_files/x"), "\x09\x08\x07");
-  EXPECT_EQ(dumped("4 4 0 /nv/item_files/x"), " 09 08 07");
-  EXPECT_EQ(vex("4 6 0 /nv/item_files/x"), "");
-  EXPECT_FALSE(directory_.has("efs/0/nv/item_files/x"));
-}
-
-TEST_F(Tool, WrongWordsGetTheirNoteAndTheSectionOnly) {
-  const std::string section = [] {
-    const std::string all = vex("0");
-    const size_t at = all.find("4: nvefs option cmd: \n");
-    return all.substr(at, all.find("5: cmn option cmd: ") - at);
-  }();
-  ASSERT_FALSE(section.empty());
-  const std::string many = [] {
-    std::string words;
-    for (int i = 0; i < 366; ++i) words += " 1";
-    return words;
-  }();
-  const std::pair<std::string, const char*> rows[] = {
-      {"4", "note: Too few parameters, Pls refer to the following cmd:"},
-      {"4 7 0 1", "note: the second parameters is invalid, Pls refer to the following cmd:"},
-      {"4 0", "note: the second parameters is invalid, Pls refer to the following cmd:"},
-      {"4 1 0", "note: need 5 inputs, Pls refer to the following cmd:"},
-      {"4 1 0 550 1", "note: need 5 inputs, Pls refer to the following cmd:"},
-      {"4 6 0", "note: need 5 inputs, Pls refer to the following cmd:"},
-      {"4 2 0 10", "note: Too few inputs, Pls refer to the following cmd:"},
-      {"4 5 0", "note: Too few inputs, Pls refer to the following cmd:"},
-      {"4 2 0 10" + many,
-       "note: Too many inputs, at most 365 data, Pls refer to the following cmd:"},
-  };
-  for (const auto& [words, note] : rows) {
-    const std::string output = vex(words);
-    EXPECT_TRUE(said(output, note)) << output;
-    EXPECT_EQ(output.substr(output.find('\n') + 1), section) << words;
-  }
-  const std::string log = directory_.file("log/system.log");
-  EXPECT_EQ(log.find("kelvor_test_nvefs_do:    vex"), std::string::npos) << "the printer's rows";
-  EXPECT_EQ(log.find("[usage.cpp:"), std::string::npos) << "and its source";
-  EXPECT_FALSE(directory_.has("nv/0/10"));
-  EXPECT_TRUE(said(vex("4 1 0 7233"), "nv_id is out range(7232)"));
-  EXPECT_TRUE(said(vex("4 1 -1 5"), "sub invalid"));
-  EXPECT_EQ(vex("4 2 0 10" + many.substr(2)), "") << "365 are taken";
-  EXPECT_EQ(directory_.file("nv/0/10").size(), 365u);
-}
-
-TEST_F(Tool, RefreshesAndReactivatesCarrierConfigurations) {
-  const std::pair<const char*, const char*> refused[] = {
-      {"10", "note: Too few parameters, Pls refer to the following cmd:"},
-      {"10 0", "note: Too few parameters, Pls refer to the following cmd:"},
-      {"10 0 0", "note: sub_mask(0) is invalid:"},
-      {"10 0 4", "note: sub_mask(4) is invalid:"},
-      {"10 1 -1", "note: sub_mask(-1) is invalid:"},
-      {"10 2 1", "invalid mbn_i = 2"},
-  };
-  for (const auto& [words, note] : refused) {
-    const std::string output = vex(words);
-    EXPECT_TRUE(said(output, note)) << output;
-    EXPECT_EQ(output.substr(output.find('\n') + 1, 22), "10: kelvor mbn test\n\n ") << output;
-  }
-  const std::string active = directory_.file("pdc/software/0");
-  EXPECT_EQ(vex("10 0 3"), "");
-  EXPECT_EQ(vex("10 1 3"), "");
-  EXPECT_EQ(directory_.file("pdc/software/0"), active);
-  const std::string log = directory_.file("log/system.log");
-  EXPECT_NE(log.find("SUB_1 pdc_activate_config ret_val 0"), std::string::npos);
-  EXPECT_EQ(run("ulimit -f 1; $BIN/vex 10 1 1").status, 0) << "with a log that may not grow";
-  run("($BIN/vex 10 1 1; echo $? >$VEX_PHONE/status) | true");
-  EXPECT_EQ(directory_.file("status"), "0\n") << "with nobody who reads";
-  EXPECT_EQ(directory_.file("pdc/software/0"), active);
-  directory_.write("pdc/software/0", "");
-  EXPECT_TRUE(said(vex("10 1 3"), "SUB_0 pdc_get_current_config fail"));
-}
-
-TEST_F(Tool, WithoutAModemTheFailureIsToldAndTheStatusIsZero) {
-  const std::pair<const char*, const char*> kModems[] = {
-      {"unix:/nowhere", "vex: no modem: nobody serves one at /nowhere"},
-      {"qmi", "vex: no modem: VEX_MODEM is \"qmi\", not embedded, unix:PATH or qrtr"}};
-  for (const auto& [modem, why] : kModems) {
-    const Ran ran = run("VEX_MODEM=" + std::string(modem) + " $BIN/vex 4 1 0 550");
-    EXPECT_TRUE(said(ran.output, why)) << ran.output;
-    EXPECT_EQ(ran.status, 0);
-    EXPECT_TRUE(said(ran.output, "-2 QMI client init failed")) << ran.output;
-    EXPECT_TRUE(said(ran.output, "note: Error happen! error_code(-102)")) << ran.output;
-  }
-  directory_.write("phone.toml", "[sar]\nstate = 1\nbad = 1\n");
-  const Ran ran = run("$BIN/vex 4 1 0 550");
-  EXPECT_NE(ran.output.find("vex: no modem: " + directory_.root() +
-                            "/phone.toml:3: sar: unknown key \"bad\"\n"),
-            std::string::npos)
-      << ran.output;
-}
-
-TEST_F(Tool, AVariableThatIsNoNumberOfItsRangeIsToldOnceAndHasItsDefault) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"VEX_SHELL_LEVELS=abc",
-       "VEX_SHELL_LEVELS is \"abc\", not a number from 0 to 15; using all levels"},
-      {"VEX_LOG_LEVELS=1x",
-       "VEX_LOG_LEVELS is \"1x\", not a number from 0 to 15; using all levels"},
-      {"VEX_LOG_LEVELS=16",
-       "VEX_LOG_LEVELS is \"16\", not a number from 0 to 15; using all levels"},
-      {"VEX_PROCESS_INSTANCE=-1",
-       "VEX_PROCESS_INSTANCE is \"-1\", not a number from 0 to 1; using none"},
-      {"VEX_PROCESS_INSTANCE= VEX_SHELL_LEVELS=0xF", nullptr}};
-  const std::string usual = run("$BIN/vex").output;
-  for (const auto& [setting, why] : rows) {
-    const std::string line = why == nullptr ? "" : "vex: " + std::string(why) + "\n";
-    EXPECT_EQ(run(std::string(setting) + " $BIN/vex 2>&1 >$VEX_PHONE/out").output, line);
-    EXPECT_EQ(directory_.file("out"), usual) << setting;
-  }
-  EXPECT_EQ(directory_.file("log/system.log").find("SUB["), std::string::npos);
-}
 
 TEST_F(Tool, NoCommandWaitsForAModemThatCannotCome) {
   desk::TestClock& clock = desk::TestClock::install();
@@ -241,26 +86,6 @@ TEST_F(Tool, TwoHundredWritersAtOnceLoseNothing) {
     EXPECT_EQ(directory_.file("nv/0/" + std::to_string(i + 1000)),
               (std::string{static_cast<char>(i), static_cast<char>(i / 2)}))
         << i;
-  }
-}
-
-TEST_F(Tool, AWriterThatIsKilledLeavesTheOldItemOrTheNew) {
-  const std::string ones(300, '\1');
-  const std::string twos(300, '\2');
-  std::string words[2];
-  for (int i = 0; i < 300; ++i) {
-    words[0] += " 1";
-    words[1] += " 2";
-  }
-  run("$BIN/vex 4 2 0 7" + words[0]);
-  ASSERT_EQ(directory_.file("nv/0/7"), ones);
-  for (int i = 0; i < 60; ++i) {
-    char delay[16];
-    std::snprintf(delay, sizeof delay, "0.%04d", i * 2);
-    run("$BIN/vex 4 2 0 7" + words[i % 2] + " >/dev/null & p=$!; sleep " + delay +
-        "; kill -9 $p; wait $p");
-    const std::string item = directory_.file("nv/0/7");
-    ASSERT_TRUE(item == ones || item == twos) << desk::hex(item);
   }
 }
 
@@ -333,18 +158,6 @@ TEST_F(Tool, DiagReachesAServedModemAndAnEmbeddedOneAlike) {
   EXPECT_FALSE(said(ran.output, " 01")) << ran.output;
 }
 
-TEST_F(Tool, TheEsimTestLeavesResultLinesAloneOnBothStreams) {
-  const char* const rows[] = {"4 0", "card_status, [1, 1]\nPRESENT,PRESENT\n",
-                              "1 0", "eID=89044099123456789012345678901220\n",
-                              "3 0", "eID=89044099123456789012345678901220\n",
-                              "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n",
-                              "5 0", "apdu=08bf34038001019000\nvalue=SUCCEED\n",
-                              "2 0", "value=SUCCEED\n"};
-  for (size_t i = 0; i < std::size(rows); i += 2) {
-    EXPECT_EQ(run("$BIN/vex 5 10 " + std::string(rows[i])).output, rows[i + 1]) << rows[i];
-  }
-}
-
 TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {
   run("$BIN/vex-phone init");
   std::ofstream(directory_.root() + "/phone.toml", std::ios::app)
@@ -402,60 +215,10 @@ TEST_F(Tool, ThePhonesPathMayBeLongerThanASocketsAddress) {
   EXPECT_NE(ran.output.find("rsp.data_len_all = 9"), std::string::npos) << ran.output;
 }
 
-TEST_F(Tool, VexPhoneTellsFailuresFromBadWordsAndSaysWhy) {
-  const std::string lost = "standard output: No space left on device\n";
-  const std::string help = " (vex-phone --help lists what there is)\n";
-  const struct {
-    const char* words;
-    int status;
-    std::string output;
-  } rows[] = {
-      {"show --phone /none", 1, "/none: no phone here (vex-phone init makes one)\n"},
-      {"", 2, "no sub-command" + help},
-      {"sow", 2, "unknown: sow" + help},
-      {"init --trace", 2, "The following argument was not expected: --trace" + help},
-      {"--phone", 2, "--phone: 1 required TEXT missing" + help},
-      {"--version >/dev/full", 1, lost},
-      {"init >/dev/full", 1, lost},
-      {"show >/dev/full", 1, lost},
-      {"serve >/dev/full", 1, lost},
-      {"shell vex-phone sow", 2, "unknown: sow" + help},
-      {"shell vex-phone show >/dev/full", 1, lost},
-  };
-  for (const auto& row : rows) {
-    const Ran ran = run("$BIN/vex-phone " + std::string(row.words));
-    EXPECT_EQ(ran.output, "vex-phone: " + row.output) << row.words;
-    EXPECT_EQ(ran.status, row.status) << row.words;
-  }
-  EXPECT_TRUE(run("$BIN/vex-phone --version").output.starts_with("vex-phone 0."));
-}
-
-TEST_F(Tool, VexPhoneSaysWhatThePhoneHolds) {
-  EXPECT_EQ(run("$BIN/vex-phone init --phone $VEX_PHONE").output, directory_.root() + "\n");
-  run("$BIN/vex 4 5 1 /nv/x 171");
-  const std::string shown = run("$BIN/vex-phone show").output;
-  EXPECT_NE(shown.find("0/550"), std::string::npos) << shown;
-  EXPECT_NE(shown.find("999-70 gsm, available, roaming, forbidden \"Test Roam\""),
-            std::string::npos)
-      << shown;
-  EXPECT_NE(shown.find("08 1A 32 54 76 98 10 32 74"), std::string::npos) << shown;
-  EXPECT_NE(shown.find("1/nv/x                                   AB"), std::string::npos) << shown;
-  const Ran traced =
-      run("$BIN/vex-phone serve --trace >$VEX_PHONE/out & server=$!; "
-          "until grep -q listening $VEX_PHONE/out; do sleep 0.02; done; "
-          "$BIN/vex 4 1 0 550 >/dev/null; kill $server; wait $server; "
-          "cat $VEX_PHONE/out");
-  EXPECT_TRUE(std::regex_search(
-      traced.output,
-      std::regex("vendor 0x0002 generic request (\\d+): id=2 data_len=512 data=\\[01 00 26 02 .*\n"
-                 ".* vendor 0x0002 generic response \\1: id=0 data_len=29 data=\\[09 00 ")))
-      << traced.output;
-}
-
 TEST_F(Tool, ABuildFolderThatWasCopiedIsConfiguredAnew) {
   const Ran ran =
-      run("cd $VEX_PHONE; mkdir -p tools bin build/dev; cp " VEX_TEST_DATA
-          "/../../tools/build tools; "
+      run("cd $VEX_PHONE; mkdir -p tools bin build/dev; cp " VEX_TOOLS
+          "/build tools; "
           "printf '#!/bin/sh\necho $1 >&2\n' >bin/cmake; chmod +x bin/cmake; PATH=$PWD/bin:$PATH; "
           "ln -s /bin/true tools/install; touch CMakePresets.json build/dev/.configured; "
           "for place in $(pwd -P) /elsewhere; do "

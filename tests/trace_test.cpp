@@ -147,7 +147,7 @@ TEST(Text, NumbersKeepTheirOddLimits) {
   EXPECT_EQ(kelvor_hex_string_to_int((fifty + "123").c_str()), 7);
 }
 
-TEST_F(Trace, NullNumbersAreToldAndZero) {
+TEST_F(Trace, NullNumbersAreNotedAndZero) {
   int32_t number = 1;
   const std::string output = output_of([&] { number = kelvor_string_to_int(nullptr); });
   EXPECT_EQ(number, 0);

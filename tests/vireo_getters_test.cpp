@@ -1,14 +1,12 @@
-// The measurements of the statistics framework and command 9, against the simulated modem.
+// The measurements of the statistics framework, against the simulated modem.
 
 #include <malloc.h>
 
 #include <cmath>
-#include <sstream>
 
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "support/vireo_desk.h"
-#include "vex/commands.h"
 #include "vireo/modem_api/modem_api.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
@@ -37,65 +35,91 @@ std::string got(uint32_t sub) {
 #define GOT(name) got<modem_vireo_##name, modem_vireo_##name##_get>
 #define GOT_FOR(name, carrier) got<modem_vireo_##name, modem_vireo_##name##_get_for_##carrier>
 
+constexpr const char* kLteValues =
+    "earfcn = 66486\npci = 503\nrx_valid = 0x8001\nrsrp = [-1, -2.5, 0, 4]\nrsrq = [8, 16, 32, "
+    "64]\nrssi = [-128, 0.5, 0.25, -inf]\nsnr = [1e3, 3, 5, 7]";
 constexpr const char* kLte =
     "B6 03 01 00 F7 01 01 80 00 00 80 BF 00 00 00 41 00 00 00 C3 00 00 7A 44 00 00 20 C0 00 00 80 "
     "41 00 00 00 3F 00 00 40 40 00 00 00 00 00 00 00 42 00 00 80 3E 00 00 A0 40 00 00 80 40 00 00 "
     "80 42 00 00 80 FF 00 00 E0 40";
+constexpr const char* kNrValues = "rsrp = [-1, 2, -4, 8]\nrsrq = 0.5";
 constexpr const char* kNr = "00 00 80 BF 00 00 00 40 00 00 80 C0 00 00 00 41 00 00 00 3F";
-constexpr const char* kFour = "09 00 00 00 00 00 80 3F 00 00 00 40 00 00 80 40 00 00 00 41";
-constexpr const char* kTwo = "09 00 00 00 00 00 80 3F 00 00 00 40";
+constexpr const char* kFour = "00 00 00 00 00 00 80 3F 00 00 00 40 00 00 80 40 00 00 00 41";
+constexpr const char* kTwo = "00 00 00 00 00 00 80 BF 00 00 00 40";
+constexpr const char* kAntennas =
+    "rx_old = [1, 3, 5, 7]\nrx_new = [2, 4, 6, -8]\ntx_old = [9, 11]\ntx_new = [10, 12]";
 constexpr const char* kTwelve =
     "01 00 00 00 02 00 00 00 03 00 00 00 04 00 00 00 05 00 00 00 06 00 00 00 07 00 00 00 F8 FF FF "
     "FF 09 00 00 00 0A 00 00 00 0B 00 00 00 0C 00 00 00";
+
+struct Row {
+  const char* table;  // of [measurements.subN]
+  const char* values;
+  uint32_t id;
+  std::string (*get)(uint32_t sub);
+  std::string version;    // what stands before the structure's octets
+  std::string octets;     // of the record
+  const char* structure;  // null: as the record
+  int left;               // of a record that lacks one octet
+  const char* missing;
+};
 
 std::string sys_mode(uint32_t sub) {
   const int32_t technology = modem_sys_mode_get(sub);
   return technology < 0 ? "failed" : std::to_string(technology);
 }
 
-TEST_F(Vireo, EveryGetterReadsItsRecordToTheLastOctet) {
-  static const struct {
-    uint32_t id;
-    std::string (*get)(uint32_t sub);
-    std::string version;    // what stands before the structure's octets
-    std::string octets;     // of the record
-    const char* structure;  // null: as the record
-    int left;               // of a record that lacks one octet
-    const char* missing;
-  } kRows[] = {
-      {0x52, GOT_FOR(lte_srv_meas_info, pcc), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x67, GOT_FOR(lte_srv_meas_info, scc1), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x68, GOT_FOR(lte_srv_meas_info, scc2), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x69, GOT_FOR(lte_srv_meas_info, scc3), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x6A, GOT_FOR(lte_srv_meas_info, scc4), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x6B, GOT_FOR(lte_srv_meas_info, scc5), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x6C, GOT_FOR(lte_srv_meas_info, scc6), "01 ", kLte, nullptr, 3, "snr_rx3"},
-      {0x87, GOT_FOR(nr5g_srv_meas_info, pcc), "01 ", kNr, nullptr, 3, "rsrq"},
-      {0x06, GOT_FOR(nr5g_srv_meas_info, scc1), "01 ", kNr, nullptr, 3, "rsrq"},
-      {0x07, GOT_FOR(nr5g_srv_meas_info, scc2), "01 ", kNr, nullptr, 3, "rsrq"},
-      {0x5A, GOT(nr5g_mac_ul_phy_ch_power_info), "01 ", "09 00 00 00 00 00 4E 41", nullptr, 3,
-       "tx_power"},
-      {0x5E, GOT(nr5g_ll1_fw_rx_control_agc), "01 ", kFour, nullptr, 3, "rssi_rx3"},
-      {0x62, GOT(lte_pusch_power_info), "", "01 FE FF C8 17 00 00 80",
-       "01 00 FE FF C8 00 17 00 00 80", 1, "pusch_ex_tx_power"},
-      {0x64, GOT(mcs_trm_asdiv), "", "01 02 03 04 05 06", nullptr, 0, "new_config"},
-      {0x6E, GOT(wcdma_pn_search_edition2), "01 ", kTwo, nullptr, 3, "rx_agc_1"},
-      {0x6F, GOT(gsm_l1_rx_diversity_metrics), "01 ", kTwo, nullptr, 3, "rx_drx"},
-      {0x70, GOT(nr5g_ll1_fw_serving_ftl), "01 ", kFour, nullptr, 3, "snr_rx3"},
-      {0x71, GOT(nr5g_ml1_antenna_switch_diversity), "01 ", kTwelve, nullptr, 3, "ant_tx_1_new"},
-      {0x2C, sys_mode, "", "02 05 01 00 00", "261", 3, "rat"},
+// Records as phone.toml names them, as they lie in the modem, and as the getters give them.
+TEST_F(Vireo, EveryRecordIsPackedAndReadToTheLastOctet) {
+  const auto lte = [](const char* table, uint32_t id, auto get) {
+    return Row{table, kLteValues, id, get, "01 ", kLte, nullptr, 3, "snr_rx3"};
   };
-  std::string full = "[measurements.sub0.raw]\n";
+  const auto nr = [](const char* table, uint32_t id, auto get) {
+    return Row{table, kNrValues, id, get, "01 ", kNr, nullptr, 3, "rsrq"};
+  };
+  const Row rows[] = {
+      lte("lte_pcc", 0x52, GOT_FOR(lte_srv_meas_info, pcc)),
+      lte("lte_scc1", 0x67, GOT_FOR(lte_srv_meas_info, scc1)),
+      lte("lte_scc2", 0x68, GOT_FOR(lte_srv_meas_info, scc2)),
+      lte("lte_scc3", 0x69, GOT_FOR(lte_srv_meas_info, scc3)),
+      lte("lte_scc4", 0x6A, GOT_FOR(lte_srv_meas_info, scc4)),
+      lte("lte_scc5", 0x6B, GOT_FOR(lte_srv_meas_info, scc5)),
+      lte("lte_scc6", 0x6C, GOT_FOR(lte_srv_meas_info, scc6)),
+      nr("nr_pcc", 0x87, GOT_FOR(nr5g_srv_meas_info, pcc)),
+      nr("nr_scc1", 0x06, GOT_FOR(nr5g_srv_meas_info, scc1)),
+      nr("nr_scc2", 0x07, GOT_FOR(nr5g_srv_meas_info, scc2)),
+      {"nr_power", "tx_power = 12.9", 0x5A, GOT(nr5g_mac_ul_phy_ch_power_info), "01 ",
+       "00 00 00 00 66 66 4E 41", nullptr, 3, "tx_power"},
+      {"nr_agc", "rssi = [1, 2, 4, 8]", 0x5E, GOT(nr5g_ll1_fw_rx_control_agc), "01 ", kFour,
+       nullptr, 3, "rssi_rx3"},
+      {"lte_power",
+       "pusch_tx_power = -2\ndl_path_loss = 200\nmax_power = 23\npusch_ex_tx_power = -32768", 0x62,
+       GOT(lte_pusch_power_info), "", "01 FE FF C8 17 00 00 80", "01 00 FE FF C8 00 17 00 00 80", 1,
+       "pusch_ex_tx_power"},
+      {"antenna", "ant_num = 1\nant_path = 2\nsig_path = 3\nold_config = 4\nnew_config = 255", 0x64,
+       GOT(mcs_trm_asdiv), "", "01 01 02 03 04 FF", nullptr, 0, "new_config"},
+      {"wcdma", "rx_agc = [-1, 2]", 0x6E, GOT(wcdma_pn_search_edition2), "01 ", kTwo, nullptr, 3,
+       "rx_agc_1"},
+      {"gsm", "prx = -1\ndrx = 2", 0x6F, GOT(gsm_l1_rx_diversity_metrics), "01 ", kTwo, nullptr, 3,
+       "rx_drx"},
+      {"nr_ftl", "snr = [1, 2, 4, 8]", 0x70, GOT(nr5g_ll1_fw_serving_ftl), "01 ", kFour, nullptr, 3,
+       "snr_rx3"},
+      {"nr_antenna", kAntennas, 0x71, GOT(nr5g_ml1_antenna_switch_diversity), "01 ", kTwelve,
+       nullptr, 3, "ant_tx_1_new"},
+      {"raw", "\"0x2C\" = \"0205010000\"", 0x2C, sys_mode, "", "02 05 01 00 00", "261", 3, "rat"},
+  };
+  std::string toml;
   std::string cut = "[measurements.sub1.raw]\n";
-  for (const auto& row : kRows) {
+  for (const Row& row : rows) {
+    toml += "[measurements.sub0." + std::string(row.table) + "]\n" + row.values + "\n";
     const std::string record = row.version + row.octets;
-    full += raw(row.id, record + " EE");  // what follows is not read
     cut += raw(row.id, record.substr(0, record.size() - 3));
   }
-  start_modem(full + cut);
-  for (const auto& row : kRows) {
-    EXPECT_EQ(row.get(0), row.structure != nullptr ? row.structure : row.octets) << row.id;
-    EXPECT_EQ(g_vireo_data.length, 1) << row.id;
+  directory_.write("phone.toml", toml + cut);
+  start_written_modem();
+  for (const Row& row : rows) {
+    EXPECT_EQ(row.get(0), row.structure != nullptr ? row.structure : row.octets) << row.table;
+    EXPECT_EQ(g_vireo_data.length, 0) << row.table;
     char missing[96];
     std::snprintf(missing, sizeof missing, "g_vireo_data_left(%d) is not enough for %s, id(0x%x)",
                   row.left, row.missing, row.id);
@@ -117,10 +141,9 @@ TEST_F(Vireo, AStructureThatLiesOverTheStoreEndsTheDecodingWhenItsOffsetIsNegati
 
 struct PowerRow {
   const char* name;
-  std::string sub[2];
+  std::string sub_0, sub_1;
   const char* default_sub;  // the property
-  int32_t power[2];
-  int32_t dds, max;
+  int32_t power_0, power_1, dds, max;
   const char* message;
   friend void PrintTo(const PowerRow& row, std::ostream* out) { *out << row.name; }
 };
@@ -140,92 +163,39 @@ constexpr int32_t kNone = 65535;
 struct Power : Vireo, testing::WithParamInterface<PowerRow> {};
 TEST_P(Power, IsOfASubOfTheDefaultOneAndOfTheStronger) {
   const PowerRow& row = GetParam();
-  start_modem("[measurements.sub0.raw]\n" + row.sub[0] + "[measurements.sub1.raw]\n" + row.sub[1]);
+  start_modem("[measurements.sub0.raw]\n" + row.sub_0 + "[measurements.sub1.raw]\n" + row.sub_1);
   if (row.default_sub != nullptr) {
     property_set("persist.vendor.radio.default_data_sub", row.default_sub);
   }
   const std::string output = output_of([&] {
-    EXPECT_EQ(modem_tx_power_get_by_sub(0), row.power[0]);
-    EXPECT_EQ(modem_tx_power_get_by_sub(1), row.power[1]);
+    EXPECT_EQ(modem_tx_power_get_by_sub(0), row.power_0);
+    EXPECT_EQ(modem_tx_power_get_by_sub(1), row.power_1);
     EXPECT_EQ(modem_tx_power_get_for_dds_sub(), row.dds);
     EXPECT_EQ(modem_tx_power_get_for_max_sub(), row.max);
   });
   EXPECT_TRUE(said(output, row.message)) << row.message << "\n" << output;
 }
-INSTANTIATE_TEST_SUITE_P(
-    Rules, Power,
-    testing::Values(
-        PowerRow{"ATie",
-                 {nr(23), lte(23)},
-                 "1",
-                 {23, 23},
-                 23,
-                 23,
-                 "function exit, tx_power0 = 23, tx_power1 = 23, tx_power = 23 <-------------"},
-        PowerRow{"TowardZero",
-                 {nr(12.9F), nr(-3.7F)},
-                 "1",
-                 {12, -3},
-                 -3,
-                 12,
-                 "function exit, dds_sub = 1, tx_power = -3 <-------------"},
-        PowerRow{"AnyInteger",
-                 {nr(40000.5F), nr(-0x1p31F)},
-                 "1",
-                 {40000, INT32_MIN},
-                 INT32_MIN,
-                 40000,
-                 "function exit, tx_power = 40000 <-------------"},
-        PowerRow{"TheSecondIsStronger",
-                 {lte(-20), lte(-5)},
-                 "0",
-                 {-20, -5},
-                 -20,
-                 -5,
-                 "sub = 1, rat = 9"},
-        PowerRow{"MissingNeverWins",
-                 {rat(5), lte(-5)},
-                 nullptr,
-                 {kNone, -5},
-                 kNone,
-                 -5,
-                 "rat(5) is invalid"},
-        PowerRow{"MissingSecond",
-                 {lte(-32768), raw(0x2C, "00")},
-                 "1",
-                 {-32768, kNone},
-                 kNone,
-                 -32768,
-                 "rat(-1) is invalid"},
-        PowerRow{"NoRecords",
-                 {rat(12) + raw(0x5A, ""), rat(9) + raw(0x62, "01")},
-                 "7",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "modem_vireo_lte_pusch_power_info_get faile"},
-        PowerRow{"NotANumber",
-                 {nr(NAN), nr(0x1p31F)},
-                 "1",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "function exit, tx_power = 65535 <-------------"},
-        PowerRow{"Endless",
-                 {nr(-INFINITY), nr(INFINITY)},
-                 "0",
-                 {kNone, kNone},
-                 kNone,
-                 kNone,
-                 "sub = 0, rat = 12"},
-        PowerRow{"NoNrRecord",
-                 {rat(12) + raw(0x5A, "0100000000"), nr(-0.9F)},
-                 "1",
-                 {kNone, 0},
-                 0,
-                 0,
-                 "modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile"}),
-    [](const auto& row) { return row.param.name; });
+const PowerRow kPowers[] = {
+    {"ATie", nr(23), lte(23), "1", 23, 23, 23, 23,
+     "function exit, tx_power0 = 23, tx_power1 = 23, tx_power = 23 <-------------"},
+    {"TowardZero", nr(12.9F), nr(-3.7F), "1", 12, -3, -3, 12,
+     "function exit, dds_sub = 1, tx_power = -3 <-------------"},
+    {"AnyInteger", nr(40000.5F), nr(-0x1p31F), "1", 40000, INT32_MIN, INT32_MIN, 40000,
+     "function exit, tx_power = 40000 <-------------"},
+    {"TheSecondIsStronger", lte(-20), lte(-5), "0", -20, -5, -20, -5, "sub = 1, rat = 9"},
+    {"MissingNeverWins", rat(5), lte(-5), nullptr, kNone, -5, kNone, -5, "rat(5) is invalid"},
+    {"MissingSecond", lte(-32768), raw(0x2C, "00"), "1", -32768, kNone, kNone, -32768,
+     "rat(-1) is invalid"},
+    {"NoRecords", rat(12) + raw(0x5A, ""), rat(9) + raw(0x62, "01"), "7", kNone, kNone, kNone,
+     kNone, "modem_vireo_lte_pusch_power_info_get faile"},
+    {"NotANumber", nr(NAN), nr(0x1p31F), "1", kNone, kNone, kNone, kNone,
+     "function exit, tx_power = 65535 <-------------"},
+    {"Endless", nr(-INFINITY), nr(INFINITY), "0", kNone, kNone, kNone, kNone, "sub = 0, rat = 12"},
+    {"NoNrRecord", rat(12) + raw(0x5A, "0100000000"), nr(-0.9F), "1", kNone, 0, 0, 0,
+     "modem_vireo_nr5g_mac_ul_phy_ch_power_info_get faile"},
+};
+INSTANTIATE_TEST_SUITE_P(Rules, Power, testing::ValuesIn(kPowers),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Vireo, FetchesDoNotGrowTheProcess) {
   property_set("persist.vireo.mem_trace", "true");
@@ -244,118 +214,6 @@ TEST_F(Vireo, FetchesDoNotGrowTheProcess) {
   EXPECT_LE(::mallinfo2().uordblks, used + 4096);
   modem_vireo_api_deinit();
   EXPECT_EQ(vireo_mem_traced(), 0u);
-}
-
-// ---- command 9
-
-std::string command(std::string line) {
-  std::vector<std::string> words;
-  std::istringstream in(line);
-  while (in >> line) words.push_back(line);
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  return output_of(
-      [&] { kelvor_test_qmi_modem_stats_do(static_cast<int>(argv.size()), argv.data()); });
-}
-
-TEST_F(Vireo, CommandsPrintOneLine) {
-  std::string carriers;
-  for (const char n : {'1', '2', '3', '4', '5', '6'}) {
-    carriers += std::string("[measurements.sub1.lte_scc") + n + "]\nearfcn = 100" + n +
-                "\npci = 50" + n + "\nsnr = [0, 0, 0, -" + n + ".125]\n";
-  }
-  start_modem(carriers +
-              "[measurements.sub0.nr_scc1]\nrsrp = [-1, -2, -3, -4]\nrsrq = 5.126\n"
-              "[measurements.sub0.nr_scc2]\nrsrp = [-6, -7, -8, -9]\nrsrq = -10\n");
-  const auto scc = [](const std::string& n) {
-    std::string line = "ASDIV DATA: earfcn: 100" + n + ", pci: 50" + n + ", rx_valid: 0";
-    for (const char* rx : {"0", "1", "2", "3"}) {
-      for (const char* what : {"rsrp_rx", "rsrq_rx", "rssi_rx", "snr_rx"}) {
-        line += std::string(", ") + what + rx + ": 0.00";
-      }
-    }
-    return line.substr(0, line.size() - 4) + "-" + n + ".12";
-  };
-  const auto missing = [](int sub, int id, const std::string& what) {
-    return Lines{"Fail to get data, empty, number = N, sub = " + std::to_string(sub) +
-                     ", ret id_num = 0, id = " + std::to_string(id),
-                 "modem_vireo_data_get failed", what};
-  };
-  const std::string kAnt =
-      "ANT INFO: ant_num: 4, ant_path: 1, sig_path: 2, old_config: 0, new_config: 1";
-  const struct {
-    const char* words;
-    Lines lines;
-  } rows[] = {
-      {"0 0",
-       {"ASDIV DATA: earfcn: 1300, pci: 101, rx_valid: 15, rsrp_rx0: -91.50, rsrq_rx0: -10.00, "
-        "rssi_rx0: -62.50, snr_rx0: 18.50, rsrp_rx1: -93.00, rsrq_rx1: -10.50, rssi_rx1: -64.00, "
-        "snr_rx1: 17.00, rsrp_rx2: -96.25, rsrq_rx2: -11.00, rssi_rx2: -67.00, snr_rx2: 14.50, "
-        "rsrp_rx3: -97.00, rsrq_rx3: -11.50, rssi_rx3: -68.00, snr_rx3: 14.00"}},
-      {"1 0", missing(0, 0x67, "get vireo data failed")},
-      {"1 1", {scc("1")}},
-      {"2 1", {scc("2")}},
-      {"3 1", {scc("3")}},
-      {"4 1", {scc("4")}},
-      {"5 1", {scc("5")}},
-      {"6 1", {scc("6")}},
-      {"7 0",
-       {"ASDIV DATA: rssi_rx0: -55.00, rssi_rx1: -56.50, rssi_rx2: -59.00, rssi_rx3: -60.00"}},
-      {"7 1", missing(1, 0x5E, "modem_vireo_nr5g_ll1_fw_rx_control_agc_get failed")},
-      {"8 0", {"ASDIV DATA: snr_rx0: 24.50, snr_rx1: 23.00, snr_rx2: 20.50, snr_rx3: 19.00"}},
-      {"8 1", missing(1, 0x70, "modem_vireo_nr5g_ll1_fw_serving_ftl_get failed")},
-      {"9 0",
-       {"ASDIV DATA: ant_rx_0_old = 0, ant_rx_0_new = 0, ant_rx_1_old = 1, ant_rx_1_new = 1, "
-        "ant_rx_2_old = 2, ant_rx_2_new = 2, ant_rx_3_old = 3, ant_rx_3_new = 3, ant_tx_0_old = 0, "
-        "ant_tx_0_new = 1, ant_tx_1_old = 1, ant_tx_1_new = 0"}},
-      {"9 1", missing(1, 0x71, "modem_vireo_nr5g_ml1_antenna_switch_diversity_get failed")},
-      {"10 0",
-       {"ASDIV DATA: rsrp_rx0: -84.00, rsrp_rx1: -85.50, rsrp_rx2: -88.00, rsrp_rx3: -89.50, rsrq: "
-        "-10.50"}},
-      {"10 1", missing(1, 0x87, "get vireo data failed")},
-      {"11 0",
-       {"ASDIV DATA: rsrp_rx0: -1.00, rsrp_rx1: -2.00, rsrp_rx2: -3.00, rsrp_rx3: -4.00, rsrq: "
-        "5.13"}},
-      {"12 0",
-       {"ASDIV DATA: rsrp_rx0: -6.00, rsrp_rx1: -7.00, rsrp_rx2: -8.00, rsrp_rx3: -9.00, rsrq: "
-        "-10.00"}},
-      {"20 1", {"ASDIV DATA: rx_agc_0: -92.00, rx_agc_1: -94.50"}},
-      {"21 0", {"ASDIV DATA: rx_prx: -75.00, rx_drx: -77.50"}},
-      {"21 2",
-       {"modem_api_get_stats_parameter, sub(2) is invalid", "modem_vireo_data_get failed",
-        "modem_vireo_gsm_l1_rx_diversity_metrics_get failed"}},
-      {"30 1", {kAnt}},
-      {"30 9", {kAnt}},
-      {"31 0", {"TX INFO: tx_power = 12"}},
-      {"31 1", {"TX INFO: tx_power = 23"}},
-      {"31 2", {"TX INFO: tx_power = 12"}},
-      {"31 5", {"TX INFO: tx_power = 23"}},
-      {"31 -1", {"TX INFO: tx_power = 23"}},
-      {"13 0", {"kelvor_test_qmi_modem_stats_hdl: Unknown opt(13), sub(0)"}},
-      {"-1 0", {"kelvor_test_qmi_modem_stats_hdl: Unknown opt(-1), sub(0)"}},
-  };
-  for (const auto& row : rows) {
-    Lines lines = desk::trace_messages(command(std::string("vex 9 ") + row.words));
-    for (std::string& line : lines) {
-      const size_t number = line.find("number = ");
-      if (number != std::string::npos)
-        line.replace(number + 9, line.find(',', number) - number - 9, "N");
-    }
-    ASSERT_FALSE(lines.empty());
-    EXPECT_TRUE(lines[0].starts_with("opt = ")) << lines[0];
-    lines.erase(lines.begin());
-    EXPECT_EQ(lines, row.lines) << row.words;
-    EXPECT_FALSE(modem_vireo_api_is_inited());
-  }
-  const size_t before = requests();
-  for (const char* words : {"vex", "vex 9", "vex 9 0"}) {
-    EXPECT_TRUE(said(command(words), "note: Too few parameters, Pls refer to the following cmd:"));
-  }
-  const std::string output = command("vex 8 0 0");
-  EXPECT_TRUE(
-      said(output, "note: the first parameters should be 9, Pls refer to the following cmd:"));
-  EXPECT_TRUE(said(output, "9: kelvor modem stats qmi test"));
-  EXPECT_EQ(requests(), before);
 }
 
 }  // namespace

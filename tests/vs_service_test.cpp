@@ -84,67 +84,6 @@ sim::Measurements measured(const std::string& toml) {
   return config.measurements;
 }
 
-constexpr const char* kLteCell =
-    "earfcn = 66486\npci = 503\nrx_valid = 0x8001\nrsrp = [-1, -2.5, 0, 4]\nrsrq = [8, 16, 32, "
-    "64]\n"
-    "rssi = [-128, 0.5, 0.25, -inf]\nsnr = [1e3, 3, 5, 7]\n";
-constexpr const char* kLteOctets =
-    "01 B6 03 01 00 F7 01 01 80 "
-    "00 00 80 BF 00 00 00 41 00 00 00 C3 00 00 7A 44 "
-    "00 00 20 C0 00 00 80 41 00 00 00 3F 00 00 40 40 "
-    "00 00 00 00 00 00 00 42 00 00 80 3E 00 00 A0 40 "
-    "00 00 80 40 00 00 80 42 00 00 80 FF 00 00 E0 40";
-constexpr const char* kNrCell = "rsrp = [-1, 2, -4, 8]\nrsrq = 0.5\n";
-constexpr const char* kNrOctets = "01 00 00 80 BF 00 00 00 40 00 00 80 C0 00 00 00 41 00 00 00 3F";
-constexpr const char* kFourOctets =
-    "01 00 00 00 00 00 00 80 3F 00 00 00 40 00 00 80 40 00 00 00 41";
-
-TEST(VsConfig, RecordsArePackedFromReadableValues) {
-  static const struct {
-    const char* name;
-    uint32_t id;
-    const char* values;
-    const char* octets;
-  } kRows[] = {
-      {"lte_pcc", 0x52, kLteCell, kLteOctets},
-      {"lte_scc1", 0x67, kLteCell, kLteOctets},
-      {"lte_scc2", 0x68, kLteCell, kLteOctets},
-      {"lte_scc3", 0x69, kLteCell, kLteOctets},
-      {"lte_scc4", 0x6A, kLteCell, kLteOctets},
-      {"lte_scc5", 0x6B, kLteCell, kLteOctets},
-      {"lte_scc6", 0x6C, kLteCell, kLteOctets},
-      {"nr_pcc", 0x87, kNrCell, kNrOctets},
-      {"nr_scc1", 0x06, kNrCell, kNrOctets},
-      {"nr_scc2", 0x07, kNrCell, kNrOctets},
-      {"nr_agc", 0x5E, "rssi = [1, 2, 4, 8]", kFourOctets},
-      {"nr_ftl", 0x70, "snr = [1, 2, 4, 8]", kFourOctets},
-      {"nr_antenna", 0x71,
-       "rx_old = [1, 3, 5, 7]\nrx_new = [2, 4, 6, -8]\ntx_old = [9, 11]\ntx_new = [10, 12]",
-       "01 01 00 00 00 02 00 00 00 03 00 00 00 04 00 00 00 05 00 00 00 06 00 00 00 07 00 00 00 "
-       "F8 FF FF FF 09 00 00 00 0A 00 00 00 0B 00 00 00 0C 00 00 00"},
-      {"nr_power", 0x5A, "tx_power = 12.9", "01 00 00 00 00 66 66 4E 41"},
-      {"lte_power", 0x62,
-       "pusch_tx_power = -2\ndl_path_loss = 200\nmax_power = 23\npusch_ex_tx_power = -32768",
-       "01 FE FF C8 17 00 00 80"},
-      {"wcdma", 0x6E, "rx_agc = [-1, 2]", "01 00 00 00 00 00 00 80 BF 00 00 00 40"},
-      {"gsm", 0x6F, "prx = -1\ndrx = 2", "01 00 00 00 00 00 00 80 BF 00 00 00 40"},
-      {"gsm", 0x6F, "drx = 2", "01 00 00 00 00 00 00 00 00 00 00 00 40"},
-      {"antenna", 0x64, "ant_num = 1\nant_path = 2\nsig_path = 3\nold_config = 4\nnew_config = 255",
-       "01 01 02 03 04 FF"},
-      {"nr_antenna", 0x71, "tx_new = [1, 2]",
-       "01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
-       "00 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00 02 00 00 00"},
-  };
-  for (const auto& row : kRows) {
-    const sim::Measurements measurements =
-        measured("[measurements.sub1." + std::string(row.name) + "]\n" + row.values + "\n");
-    EXPECT_TRUE(measurements[0].empty());
-    ASSERT_EQ(measurements[1].size(), 1u) << row.name;
-    EXPECT_EQ(measurements[1].begin()->first, row.id) << row.name;
-    EXPECT_EQ(desk::hex(measurements[1].begin()->second), row.octets) << row.name;
-  }
-}
-
 TEST(VsConfig, TheTechnologyIsANameOrANumber) {
   static const struct {
     const char* rat;
@@ -228,15 +167,15 @@ TEST_F(Vs, ServicesCanBeAbsentUntilTheyAreBroughtUp) {
 
 // ---- indications on demand
 
-// The messages that one client was told.
-struct Told {
+// The messages that one client received.
+struct Heard {
   std::mutex mutex;
   std::vector<uint32_t> messages;
 
   static void callback(qmi_client_type, uint32_t message, const void*, uint32_t, void* data) {
-    auto& told = *static_cast<Told*>(data);
-    const std::lock_guard lock(told.mutex);
-    told.messages.push_back(message);
+    auto& heard = *static_cast<Heard*>(data);
+    const std::lock_guard lock(heard.mutex);
+    heard.messages.push_back(message);
   }
   // Once there are so many.
   std::vector<uint32_t> after(size_t n) {
@@ -248,12 +187,12 @@ struct Told {
 };
 
 TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
-  static Told asked, quiet, other, gone;
-  desk::Modem& modem = start_modem();
-  const qmi_client_type first = open(kVs, Told::callback, &asked);
-  const qmi_client_type second = open(kVs, Told::callback, &quiet);
-  const qmi_client_type third = open(kNas, Told::callback, &other);
-  const qmi_client_type fourth = open(kVs, Told::callback, &gone);
+  static Heard asked, quiet, other, gone;
+  sim::Modem& modem = start_modem();
+  const qmi_client_type first = open(kVs, Heard::callback, &asked);
+  const qmi_client_type second = open(kVs, Heard::callback, &quiet);
+  const qmi_client_type third = open(kNas, Heard::callback, &other);
+  const qmi_client_type fourth = open(kVs, Heard::callback, &gone);
   EXPECT_EQ(feature(first), 0);
   EXPECT_EQ(get(first, 5, {}), "error 48") << "refused, it has asked all the same";
   EXPECT_EQ(feature(fourth), 0);

@@ -3,31 +3,42 @@
 //   usage: transcripts [--accept] FILE...
 //
 // A transcript has lines "$ COMMAND", each followed by what it prints; "[status N]" ends it when
-// the status is not 0. Before a command there may be a block of tables for phone.toml: a line
-// "phone.toml:" and indented lines, which replace those of an earlier block. Lines that begin with
-// "#" are comments. "[VEX_NAME=VALUE] vex WORDS" runs in a process forked from this one, on a clock
-// that goes to the next deadline whenever every thread waits; anything else is a line for sh, with
-// vex-phone on the PATH and $VEX_PHONE as the phone, which each transcript begins anew. Debug lines
-// are left out unless VEX_SHELL_LEVELS=15 asks for them.
+// the status is not 0. Before a command there may be a block for phone.toml: a line "phone.toml:"
+// with text behind it or in the lines that follow, which stands before the default phone's text and
+// replaces an earlier block. Lines that begin with "#" are comments.
 //
-// Source lines, times, process ids and the phone's path are shown as N, TIME, PID and $VEX_PHONE.
+// "[NAME=VALUE] vex WORDS [| FILTER]" runs in a process forked from this one, on a clock that goes
+// to the next deadline whenever every thread waits; "[after N ms]" says how far it went. BUS=1
+// shows the requests that the modem gets and its indications: service, message and TLVs. Anything
+// else is a line for sh, with the programs on the PATH and $VEX_PHONE as the phone, which each
+// transcript begins anew. Debug lines are left out unless VEX_SHELL_LEVELS=15 asks for them.
+//
+// Source lines, times, process ids, handles and the phone's path are shown as N, TIME, PID, HANDLE
+// and $VEX_PHONE. Lines of a number each, from one place, are shown as one line, and more than
+// eight times the same octet as "00 * 9".
 // --accept writes what was printed into the file, to be reviewed there.
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "qcci/client/core.h"
 #include "sim/phone/default_phone.h"
+#include "sim/services/make_modem.h"
+#include "sim/serving/embedded_link.h"
 #include "support/desk.h"
 #include "vex/commands.h"
 
@@ -43,6 +54,8 @@ struct Step {
   std::string expected;
 };
 
+constexpr std::string_view kBlock = "phone.toml:";
+
 bool read_steps(std::istream& in, std::vector<Step>* steps) {
   Step step;
   const auto finish = [&] {
@@ -54,12 +67,13 @@ bool read_steps(std::istream& in, std::vector<Step>* steps) {
       finish();
       step.command = line.substr(2);
       in_block = false;
-    } else if (line.starts_with("#") || line == "phone.toml:" || in_block) {
+    } else if (line.starts_with("#") || line.starts_with(kBlock) || in_block) {
       finish();
       step.before.push_back(line);
-      in_block = in_block || line == "phone.toml:";
-      if (line == "phone.toml:") step.has_toml = true;
-      if (line.starts_with("  ")) step.toml += line.substr(2) + "\n";
+      const bool begins = line.starts_with(kBlock);
+      if (begins) in_block = step.has_toml = true;
+      if (in_block && !line.starts_with("#"))
+        step.toml += line.substr(begins ? kBlock.size() : 0) + "\n";
     } else if (!step.command.empty()) {
       step.expected += line + "\n";
     } else {
@@ -74,12 +88,14 @@ bool read_steps(std::istream& in, std::vector<Step>* steps) {
 std::string output_of(const std::function<int()>& body) {
   int ends[2];
   if (::pipe(ends) != 0) std::abort();
+  std::cout.flush();
   const pid_t child = ::fork();
   if (child == 0) {
     ::dup2(ends[1], STDOUT_FILENO);
     ::dup2(ends[1], STDERR_FILENO);
     ::close(ends[0]);
     ::close(ends[1]);
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) std::signal(number, SIG_DFL);
     std::exit(body());
   }
   ::close(ends[1]);
@@ -97,7 +113,20 @@ std::string output_of(const std::function<int()>& body) {
   return output;
 }
 
-int run_vex(const std::string& command) {
+void show_bus(const std::string& root) {
+  std::string why;
+  std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
+  if (modem == nullptr) return;
+  modem->set_tap([](const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
+                    std::span<const uint8_t> octets) {
+    if (kind == sim::FaultKind::kResponse) return;
+    std::printf("%s %s %02X%02X %s\n", kind == sim::FaultKind::kRequest ? ">" : "<", service.name,
+                octets[4], octets[3], desk::hex(octets.subspan(7)).c_str());
+  });
+  qcci::Core::use_link(sim::make_embedded_link(std::move(modem)));
+}
+
+int run_vex(const std::string& command, const std::string& root) {
   std::istringstream words(command);
   std::vector<std::string> all;
   for (std::string word; words >> word;) {
@@ -110,24 +139,73 @@ int run_vex(const std::string& command) {
   }
   std::vector<char*> argv;
   for (std::string& word : all) argv.push_back(word.data());
-  desk::TestClock::install().run_by_itself();
-  return vex::run(static_cast<int>(argv.size()), argv.data());
+  argv.push_back(nullptr);
+  program_invocation_short_name = argv[0];
+  desk::TestClock& clock = desk::TestClock::install();
+  clock.run_by_itself();
+  if (std::getenv("BUS") != nullptr) show_bus(root);
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  const int status = vex::run(static_cast<int>(all.size()), argv.data());
+  const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(clock.passed());
+  if (passed.count() != 0) std::printf("[after %ld ms]\n", static_cast<long>(passed.count()));
+  return status;
 }
 
-std::string run(const Step& step) {
-  static const std::regex kVex("(VEX_[A-Z_]+=[^ ]* )*vex( [^|<>;&'\"$]*)?");
-  if (std::regex_match(step.command, kVex)) return output_of([&] { return run_vex(step.command); });
+std::string run(const Step& step, const std::string& root) {
+  static const std::regex kVex("((?:[A-Z_]+=[^ ]* )*vex(?: [^|<>;&'\"$]*)?)(?:\\|(.*))?");
+  std::smatch parts;
+  if (std::regex_match(step.command, parts, kVex)) {
+    return output_of([&] {
+      FILE* const filter = parts[2].matched ? ::popen(parts[2].str().c_str(), "w") : nullptr;
+      if (filter != nullptr) ::dup2(::fileno(filter), STDOUT_FILENO);
+      const int status = run_vex(parts[1], root);
+      std::fclose(stdout);
+      return filter != nullptr ? ::pclose(filter) : status;
+    });
+  }
   return output_of([&] {
     ::execl("/bin/sh", "sh", "-c", step.command.c_str(), nullptr);
     return 127;
   });
 }
 
+// More than eight times the same octet, as one and their number.
+std::string shortened(const std::string& text) {
+  std::string all;
+  for (size_t at = 0; at < text.size();) {
+    const size_t width = text.compare(at, 3, " 0x") == 0 ? 5 : 3;
+    size_t n = 1;
+    const bool octet = text[at] == ' ' && std::isxdigit(text[at + 1]) != 0;
+    while (octet && text.compare(at + width * n, width, text, at, width) == 0) ++n;
+    all += n > 8 ? text.substr(at, width) + " * " + std::to_string(n) : text.substr(at, 1);
+    at += n > 8 ? width * n : 1;
+  }
+  return all;
+}
+
+// Lines of one number each, from the same place, joined.
+std::string joined(const std::string& text) {
+  static const std::regex kNumber("(RIL\\[.*\\] [a-z_0-9]+: )( -?[0-9A-Fx]{1,4}|0x[0-9A-F]{2} )");
+  std::istringstream in(text);
+  std::string all, from;
+  std::smatch parts;
+  for (std::string line; std::getline(in, line);) {
+    const bool number = std::regex_match(line, parts, kNumber);
+    const bool more = number && parts[1] == from;
+    if (!more && !all.empty()) all += "\n";
+    all += more ? parts[2].str() : line;
+    from = number ? parts[1].str() : "";
+  }
+  return all.empty() ? all : all + "\n";
+}
+
 std::string masked(std::string text, const std::string& root) {
   static const std::regex kSource("(\\[[a-z_0-9]+\\.(?:cpp|h)):[0-9]+\\]");
   static const std::regex kTime("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\\.[0-9]{3} +[0-9]+ ");
+  static const std::regex kHandle("0x[0-9a-f]{9,16}\\b");
+  text = std::regex_replace(shortened(joined(text)), kTime, "TIME PID ");
+  text = std::regex_replace(text, kHandle, "HANDLE");
   text = std::regex_replace(text, kSource, "$1:N]");
-  text = std::regex_replace(text, kTime, "TIME PID ");
   for (size_t at = 0; (at = text.find(root, at)) != std::string::npos;) {
     text.replace(at, root.size(), "$VEX_PHONE");
   }
@@ -161,8 +239,10 @@ bool run_file(const std::string& file, bool accept) {
   bool same = true;
   std::string accepted;
   for (const Step& step : steps) {
-    if (step.has_toml) directory.write("phone.toml", sim::default_phone_toml() + step.toml);
-    const std::string got = masked(run(step), directory.root());
+    if (step.has_toml) {
+      directory.write("phone.toml", step.toml + std::string(sim::kDefaultPhoneToml));
+    }
+    const std::string got = masked(run(step, directory.root()), directory.root());
     if (got != step.expected) {
       if (!accept) show_difference(file, step, got);
       same = false;

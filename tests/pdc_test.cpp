@@ -112,7 +112,7 @@ TEST_F(Pdc, ABusyKindIsRefusedAndNothingIsSent) {
 }
 
 TEST_F(Pdc, WhatCannotBeSentFreesTheKind) {
-  sim::Modem& modem = connect();
+  desk::Modem& modem = connect();
   pdc_config_pdc_info id{};
   id.id_len = 125;
   EXPECT_EQ(pdc_select_config(&id, kSoftware, 0), -4);
@@ -230,7 +230,7 @@ TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
 }
 
 TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
-  sim::Modem& modem = connect();
+  desk::Modem& modem = connect();
   pdc_activate_config(kSoftware, 0);  // the modem knows its client by it
   pdc_get_default_config_info_ind ind{};
   ind.description_valid = ind.version_valid = 1;

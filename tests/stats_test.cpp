@@ -10,6 +10,7 @@
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/command.h"
+#include "support/process_link.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
 
 namespace {

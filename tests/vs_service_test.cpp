@@ -188,7 +188,7 @@ struct Heard {
 
 TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
   static Heard asked, quiet, other, gone;
-  sim::Modem& modem = start_modem();
+  desk::Modem& modem = start_modem();
   const qmi_client_type first = open(kVs, Heard::callback, &asked);
   const qmi_client_type second = open(kVs, Heard::callback, &quiet);
   const qmi_client_type third = open(kNas, Heard::callback, &other);

@@ -14,10 +14,10 @@
 #include <utility>
 
 #include "common/trace.h"
-#include "qcci/client/core.h"
 #include "sim/phone/default_phone.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
+#include "support/process_link.h"
 #include "sweep/quick_clock.h"
 #include "sweep/sweep.h"
 #include "vex/commands.h"
@@ -173,7 +173,7 @@ void run(const Line& line, const Fault& fault, const Run& clean, const std::stri
   const std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
   if (modem == nullptr) std::abort();
   modem->set_tap(std::ref(record));
-  qcci::Core::use_link(std::make_unique<CutLink>(sim::make_embedded_link(modem), fault));
+  desk::use_link(std::make_unique<CutLink>(sim::make_embedded_link(modem), fault));
 
   const platform::Time began = clock.now();
   run_words(line.words, folder + "/output");

@@ -35,11 +35,11 @@
 #include <utility>
 #include <vector>
 
-#include "qcci/client/core.h"
 #include "sim/phone/default_phone.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/desk.h"
+#include "support/process_link.h"
 #include "vex/commands.h"
 
 namespace {
@@ -123,7 +123,7 @@ void show_bus(const std::string& root) {
     std::printf("%s %s %02X%02X %s\n", kind == sim::FaultKind::kRequest ? ">" : "<", service.name,
                 octets[4], octets[3], desk::hex(octets.subspan(7)).c_str());
   });
-  qcci::Core::use_link(sim::make_embedded_link(std::move(modem)));
+  desk::use_link(sim::make_embedded_link(std::move(modem)));
 }
 
 int run_vex(const std::string& command, const std::string& root) {
@@ -240,7 +240,7 @@ bool run_file(const std::string& file, bool accept) {
   std::string accepted;
   for (const Step& step : steps) {
     if (step.has_toml) {
-      directory.write("phone.toml", step.toml + std::string(sim::kDefaultPhoneToml));
+      directory.write("phone.toml", step.toml + sim::default_phone_toml());
     }
     const std::string got = masked(run(step, directory.root()), directory.root());
     if (got != step.expected) {

@@ -13,7 +13,8 @@ void serve_modem(Modem& modem, std::span<Listener* const> listeners, int stop) {
       listener->poll_for(&polled);
     }
     begins.push_back(polled.size());
-    platform::clock().poll_until(polled.data(), polled.size(), modem.next_due());
+    // When it fails, no descriptor has an event.
+    (void)platform::clock().poll_until(polled.data(), polled.size(), modem.next_due());
     if (polled[0].revents != 0) return;
     modem.run_due();
     for (size_t i = 0; i < listeners.size(); ++i) {

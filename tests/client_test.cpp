@@ -179,8 +179,10 @@ TEST_F(HostileBus, ControlPacketsCountOnlyFromTheOwnNodesControlPort) {
   sar_rf_get_state_resp resp;
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_OK);
   uint32_t services = 0;
-  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
+  uint32_t entries = 9;
+  EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, &entries, &services), QMI_CLIENT_OK);
   EXPECT_EQ(services, 1u);
+  EXPECT_EQ(entries, 0u) << "there is no list to enter any";
 
   link_->control(ScriptedLink::kControl, {Control::kBye, 1, 0, 0, 0});
   link_->settle();

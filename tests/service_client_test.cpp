@@ -103,9 +103,9 @@ constexpr int (*connect_vs)() = CONNECT(vs);
 
 struct ServiceClients : desk::Desk {
   // A modem whose services stay away for a tenth of a second.
-  sim::Modem& start() {
+  desk::Modem& start() {
     directory_.write("phone.toml", "[modem]\nrestart_ms = 100\n");
-    sim::Modem& modem = start_written_modem();
+    desk::Modem& modem = start_written_modem();
     clock_.run_by_itself();
     return modem;
   }
@@ -150,7 +150,7 @@ TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {
                {kModemApiNas1, NAS_SERVICE_ID, connect_nas_1, {1, 2}},
                {kModemApiSar, SAR_SERVICE_ID, CONNECT(sar), {1, 2}},
                {kModemApiVs, 0xFFE5, connect_vs, {}}};
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   for (const auto& row : kRows) {
     modem.take_down(row.service);
     const auto before = clock_.passed();
@@ -168,7 +168,7 @@ TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {
 }
 
 TEST_F(ServiceClients, AServiceThatComesBetweenTwoAttemptsIsConnectedTo) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   modem.take_down(NAS_SERVICE_ID);
   std::thread later([&] {
     while (clock_.passed() < 3s) std::this_thread::sleep_for(1ms);
@@ -181,7 +181,7 @@ TEST_F(ServiceClients, AServiceThatComesBetweenTwoAttemptsIsConnectedTo) {
 }
 
 TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   ASSERT_EQ(connect_nas_0(), 1);
   ASSERT_EQ(connect_nas_1(), 1);
   const size_t before = threads();
@@ -231,7 +231,7 @@ class NoMoreThreads {
 };
 
 TEST_F(ServiceClients, WithoutAThreadToSuspendOnTheClientIsReleased) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   ASSERT_EQ(connect_nas_0(), 1);
   {
     const NoMoreThreads none;
@@ -247,7 +247,7 @@ TEST_F(ServiceClients, WithoutAThreadToSuspendOnTheClientIsReleased) {
 }
 
 TEST_F(ServiceClients, WithoutAThreadToResumeOnTheNextReturnIsHeeded) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   ASSERT_EQ(connect_nas_0(), 1);
   modem.take_down(NAS_SERVICE_ID);
   await(kModemApiNas0, 4);
@@ -266,7 +266,7 @@ TEST_F(ServiceClients, WithoutAThreadToResumeOnTheNextReturnIsHeeded) {
 }
 
 TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   ASSERT_EQ(connect_vs(), 1);
   const vs_feature_status_req request{2, 1, 1, 1};
   vs_plain_resp response;
@@ -310,13 +310,13 @@ TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
 }
 
 TEST_F(ServiceClients, ReleaseWaitsForACallbackThatRuns) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   static std::atomic<bool> inside{false};
   static std::atomic<bool> released{false};
   static std::atomic<bool> late{false};
   nas_0_init();
   nas_0_client_set_operational_status_callback([](uint32_t, uint64_t status) {
-    if (status != OP_STATUS_SUSPENDING) return;
+    if (status != OP_STATUS_SUSPENDED) return;  // of a thread of the client
     inside = true;
     for (int i = 0; i < 20 && !released; ++i) std::this_thread::sleep_for(1ms);
     late = released.load();
@@ -331,32 +331,33 @@ TEST_F(ServiceClients, ReleaseWaitsForACallbackThatRuns) {
 
 // Loss and release at any moment of connecting, suspending and resuming.
 TEST_F(ServiceClients, NoCallbackComesAfterTheRelease) {
-  sim::Modem& modem = start();
+  desk::Modem& modem = start();
   std::mt19937 random(7);
   const size_t before = threads() + 1;  // the client library's
-  std::atomic<bool> stop{false};
-  std::thread restarting([&] {
-    std::mt19937 own(8);
-    while (!stop) {
-      modem.take_down(NAS_SERVICE_ID);
-      std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
-      modem.bring_up(NAS_SERVICE_ID);
-      std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
-    }
-  });
   for (int i = 0; i < 30; ++i) {
     g_released = false;
+    std::atomic<bool> stop{false};
+    std::thread restarting([&, seed = random()] {
+      std::mt19937 own(seed);
+      while (!stop) {
+        modem.take_down(NAS_SERVICE_ID);
+        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+        modem.bring_up(NAS_SERVICE_ID);
+        std::this_thread::sleep_for(std::chrono::microseconds(own() % 3000));
+      }
+    });
     nas_0_init();
     nas_0_client_set_operational_status_callback(on_status);
     std::thread connecting([] { nas_0_client_init(ignore_event); });
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
     nas_0_client_release();
     g_released = true;
-    connecting.join();
+    std::this_thread::sleep_for(2ms);
     EXPECT_EQ(g_late, 0);
+    stop = true;
+    restarting.join();
+    connecting.join();
   }
-  stop = true;
-  restarting.join();
   while (threads() > before) std::this_thread::sleep_for(1ms);
 }
 

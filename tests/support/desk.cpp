@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -27,6 +28,7 @@ namespace {
        {"VEX_MODEM", "VEX_SHELL_LEVELS", "VEX_LOG_LEVELS", "VEX_PROCESS_INSTANCE"}) {
     ::unsetenv(variable);
   }
+  for (const int number : {SIGINT, SIGQUIT}) std::signal(number, SIG_DFL);  // a script ignores them
   return true;
 }();
 

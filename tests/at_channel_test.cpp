@@ -186,6 +186,10 @@ TEST_F(Terminal, CarriesOctetsAsTheyAreAndEchoesNothing) {
     EXPECT_EQ(read(user(), csq.size()), csq);
   }
   const sim::Descriptor both = user();
+  write(both, "AT+CSQ\rAT");
+  EXPECT_EQ(read(both, csq.size()), csq);
+  write(both, "\r");  // an octet of its own
+  EXPECT_EQ(read(both, sizeof kOk - 1), kOk);
   write(both, "AT\x03\x04\x11\x13\r");
   EXPECT_EQ(read(both, sizeof kError - 1), kError);
   end();

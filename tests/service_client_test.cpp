@@ -314,18 +314,21 @@ TEST_F(ServiceClients, ReleaseWaitsForACallbackThatRuns) {
   static std::atomic<bool> inside{false};
   static std::atomic<bool> released{false};
   static std::atomic<bool> late{false};
+  static std::atomic<bool> over{false};
   nas_0_init();
   nas_0_client_set_operational_status_callback([](uint32_t, uint64_t status) {
     if (status != OP_STATUS_SUSPENDED) return;  // of a thread of the client
     inside = true;
     for (int i = 0; i < 20 && !released; ++i) std::this_thread::sleep_for(1ms);
     late = released.load();
+    over = true;
   });
   ASSERT_EQ(nas_0_client_init(ignore_event), 1);
   modem.take_down(NAS_SERVICE_ID);
   while (!inside) std::this_thread::yield();
   nas_0_client_release();
   released = true;
+  while (!over) std::this_thread::yield();
   EXPECT_FALSE(late);
 }
 

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "support/desk.h"
@@ -64,9 +65,16 @@ struct Unsynced : testing::TestWithParam<Row> {
   }
 };
 
-TEST_P(Unsynced, IsWhatTheRowSays) {
+size_t open_files() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+TEST_P(Unsynced, IsWhatTheRowSaysAndLeavesNoFileOpen) {
   EXPECT_EQ(after(true), GetParam().lost);
+  const size_t before = open_files();
   EXPECT_EQ(after(false), GetParam().survives);
+  EXPECT_EQ(open_files(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, Unsynced, testing::ValuesIn(kRows),

@@ -48,7 +48,7 @@ bool succeeded(const RequestKind& kind, const void* ind, unsigned int len) {
     return false;
   }
   // Every indication begins with it.
-  uint16_t error;
+  uint16_t error = 0;
   std::memcpy(&error, ind, sizeof error);
   if (error != 0) TRACE_ERROR("QMI error, error code: %d", error);
   return error == 0;
@@ -81,7 +81,7 @@ void handle_outcome(TraceSite handler, int req_type, const void* ind, unsigned i
 
 extern "C" void qmi_pdc_unsol_ind_cb(qmi_client_type client, uint32_t msg_id, const void* buffer,
                                      uint32_t length, void* /*data*/) {
-  qmi_idl_service_object_type service;
+  qmi_idl_service_object_type service = nullptr;
   {
     const base::Lock lock(pdc::info().mutex);
     service = pdc::info().service;

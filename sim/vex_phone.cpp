@@ -165,7 +165,8 @@ int run(int argc, char** argv) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+// Only a lack of memory throws, and ends the program.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   if (argc > 3 && std::strcmp(argv[1], sim::kEnterPhoneShell) == 0) {
     return sim::enter_phone_shell(argv + 2);
   }

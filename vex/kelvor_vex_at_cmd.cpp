@@ -73,7 +73,7 @@ void* kelvor_test_at_cmd_receive(void* /*arg*/) {
 // Sends the text and waits for the receive thread; false when there can be none.
 bool exchange(const char* text) {
   TRACE_INFO("Will create a thread to receive data from serial");
-  pthread_t thread;
+  pthread_t thread{};
   if (::pthread_create(&thread, nullptr, kelvor_test_at_cmd_receive, nullptr) != 0) {
     TRACE_ERROR("Fail to create a thread");
     return false;

@@ -12,7 +12,7 @@ namespace sim {
 // them the answer is undefined (its TOML_UNREACHABLE), which a build without checks gets through
 // with whatever comes. So the parser is given ASCII only: characters of comments are replaced here,
 // texts spell theirs as escapes. Returns the line of the first that stands elsewhere.
-std::optional<size_t> line_not_ascii(std::string& toml);
+std::optional<size_t> line_not_ascii(std::string& text);
 
 }  // namespace sim
 

@@ -61,7 +61,8 @@ struct PhoneConfig {
 };
 
 // False, and one line that names the place, for a text that is not a phone.
-[[nodiscard]] bool parse_phone_config(std::string_view toml, PhoneConfig* config, std::string* why);
+[[nodiscard]] bool parse_phone_config(std::string_view written, PhoneConfig* config,
+                                      std::string* why);
 
 // Every table that a phone.toml may have, in the order of the default file.
 std::vector<Section> sections();

@@ -83,7 +83,7 @@ std::vector<int64_t> read_list(const Table& table, const Key& key) {
     if (std::cmp_less(octets.size(), key.range.least)) table.fail(key.name, key.check.refusal);
     return {octets.begin(), octets.end()};
   }
-  const auto all = table.numbers(key.name, key.range.least, key.range.most);
+  auto all = table.numbers(key.name, key.range.least, key.range.most);
   if (key.items.most != 0 && std::cmp_greater(all.size(), key.items.most)) {
     table.fail(key.name, "has room for " + std::to_string(key.items.most));
   }
@@ -92,7 +92,7 @@ std::vector<int64_t> read_list(const Table& table, const Key& key) {
 
 std::string read_text(const Table& table, const Key& key) {
   std::string text = table.text(key.name, static_cast<size_t>(key.range.most));
-  if (key.check.sound != nullptr && !key.check.sound(text)) {
+  if (!key.check.sound(text)) {
     table.fail(key.name, key.check.refusal);
   }
   return text;

@@ -25,7 +25,7 @@ constexpr Range kLevel{INT16_MIN, INT16_MAX, "dBm"};
 constexpr Range kLoss{0, UINT8_MAX, "dB"};
 
 std::string zeros(const Key& key) {
-  const std::string zero = key.type == KeyType::kDecimal ? "0.0" : "0";
+  std::string zero = key.type == KeyType::kDecimal ? "0.0" : "0";
   if (!key.list) return zero;
   std::string all = "[" + zero;
   for (int64_t i = 1; i < key.items.most; ++i) all += ", " + zero;
@@ -215,7 +215,7 @@ std::optional<uint32_t> id_of(std::string_view key) {
   return id;
 }
 
-void read_raw(Table raw, Records& records) {
+void read_raw(const Table& raw, Records& records) {
   for (const std::string_view key : raw.keys()) {
     const auto id = id_of(key);
     if (!id) raw.fail(key, "is not the id of a record");

@@ -66,8 +66,8 @@ std::string names_beside(const std::vector<Section>& all, const Section& section
         one.path.compare(0, parent, section.path, 0, parent) != 0) {
       continue;
     }
-    names +=
-        (names.empty() ? "" : ", ") + open + one.path.substr(open.empty() ? parent : 0) + close;
+    names.append(names.empty() ? "" : ", ").append(open);
+    names.append(one.path, open.empty() ? parent : 0).append(close);
   }
   return names;
 }

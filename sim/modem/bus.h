@@ -44,7 +44,7 @@ class Bus {
   // Gives the service a new address and reports it to those that look it up. Addresses are not
   // used again.
   Address publish(uint32_t service, uint32_t version, uint32_t instance);
-  void withdraw(Address server);
+  void withdraw(Address address);
   std::optional<uint32_t> service_at(Address server) const;
   // Drops what is for a client that is not attached.
   void deliver(Address from, Address to, std::span<const uint8_t> octets);
@@ -55,7 +55,7 @@ class Bus {
     uint32_t instance;  // version and instance in one field, as control packets have them
   };
   void report(Address client, const qcci::ControlPacket& packet);
-  void report_to_watchers(qcci::Control command, Address server, const Server& what);
+  void report_to_watchers(qcci::Control command, Address address, const Server& server);
 
   uint32_t last_client_ = 0x4000;  // where the kernel's bus, too, begins to number clients
   uint32_t last_server_ = 0;

@@ -272,7 +272,7 @@ void Modem::log(const std::string& line) {
 std::vector<std::string> Modem::unused_fault_rules() {
   const Lock lock(mutex_);
   std::vector<std::string> lines = faults_.unmet();
-  for (std::string& line : lines) line = "fault rule met no message: " + line;
+  for (std::string& line : lines) line.insert(0, "fault rule met no message: ");
   return lines;
 }
 

@@ -53,8 +53,8 @@ class Modem : private ModemContext {
   // are dropped at once, the rest happens in run_due.
   void restart() EXCLUDES(mutex_);
   // One service by its id. Nothing changes for one that is down or up already, or unknown.
-  void take_down(uint32_t service) EXCLUDES(mutex_);
-  void bring_up(uint32_t service) EXCLUDES(mutex_);
+  void take_down(uint32_t id) EXCLUDES(mutex_);
+  void bring_up(uint32_t id) EXCLUDES(mutex_);
 
   void set_tap(Tap tap) EXCLUDES(mutex_);
   void set_log(Log log) EXCLUDES(mutex_);
@@ -65,8 +65,8 @@ class Modem : private ModemContext {
   base::Mutex mutex_;
 
   Service* find(uint32_t id) REQUIRES(mutex_);
-  void indicate(const qmi_idl_service_object& service, Address client, uint16_t message,
-                const void* c, size_t size) override REQUIRES(mutex_);
+  void indicate(const qmi_idl_service_object& idl, Address client, uint16_t message, const void* c,
+                size_t size) override REQUIRES(mutex_);
 
  private:
   struct Held {

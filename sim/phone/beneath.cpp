@@ -28,7 +28,7 @@ int open_component(int folder, const std::string& name, int flags, mode_t mode,
 
 int open_by_steps(int folder, std::string_view path, int flags, mode_t mode, Descriptor* opened) {
   Descriptor at;
-  for (size_t slash; (slash = path.find('/')) != std::string_view::npos;
+  for (size_t slash = 0; (slash = path.find('/')) != std::string_view::npos;
        path.remove_prefix(slash + 1)) {
     Descriptor next;
     const std::string name(path.substr(0, slash));

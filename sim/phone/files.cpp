@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t kMaxName = 255;  // NAME_MAX of Linux's file systems
 // The largest file that the modem writes has 1 MiB; a person may have put any other there.
-constexpr off_t kLargestFile = 16 * 1024 * 1024;
+constexpr off_t kLargestFile = off_t{16} << 20;
 // Folders within folders that are listed, so that the stack has an end. The modem's own paths have
 // 71 octets at most.
 constexpr int kDeepest = 128;

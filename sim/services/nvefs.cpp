@@ -13,7 +13,7 @@ constexpr uint32_t kFileMax = 1024 * 1024;  // octets; assumed, the tool writes 
 // Unfinished transfers of one client, so that a hostile one cannot fill the memory. The tool has
 // one at a time.
 constexpr size_t kTransfersMax = 8;
-constexpr size_t kTransferOctetsMax = 32 * 1024 * 1024;
+constexpr size_t kTransferOctetsMax = size_t{32} << 20;
 
 std::string nv_path(const kelvor_nvefs_req& request) {
   return nv_item_path(request.sub, request.nv_id);

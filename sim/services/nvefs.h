@@ -28,7 +28,7 @@ class NvEfs {
 
   // Handles one request and fills the whole reply, whose `result` is 0 or a negated errno number.
   // Returns how many of its octets are meaningful.
-  size_t handle(Address client, const uint8_t (&request)[512], kelvor_nvefs_rsp* reply);
+  size_t handle(Address client, const uint8_t (&octets)[512], kelvor_nvefs_rsp* reply);
   // Drop the transfers of one client, and all.
   void client_gone(Address client) { transfers_.erase(client); }
   void forget_all() { transfers_.clear(); }

@@ -18,7 +18,7 @@ namespace {
 
 // Octets that may wait for one client to read them; a client with more is cut off, so that it
 // cannot fill the memory.
-constexpr size_t kBacklogOctets = 4 * 1024 * 1024;
+constexpr size_t kBacklogOctets = size_t{4} << 20;
 // Datagrams taken from one client before the others are served, so that none starves another.
 constexpr int kTurn = 32;
 // Descriptors kept from clients: the modem needs a few for its files, and one for each service that

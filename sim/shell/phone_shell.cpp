@@ -117,7 +117,7 @@ int options_file(const Words& options) {
 
 // The process number, outside of the namespace, of the process that has entered; 0: none so far.
 pid_t entered_process(int socket) {
-  char octet;
+  char octet = 0;
   iovec data{&octet, sizeof octet};
   alignas(cmsghdr) char room[CMSG_SPACE(sizeof(ucred))];
   msghdr message{};
@@ -166,7 +166,7 @@ Ended wait_for(pid_t bubblewrap, int signals, int greeting) {
       continue;
     }
     int status = 0;
-    pid_t child;
+    pid_t child = 0;
     while ((child = ::waitpid(-1, &status, WNOHANG)) > 0) {
       if (child != bubblewrap) continue;
       ended.status = status;

@@ -29,7 +29,7 @@ inline constexpr int kNoSuchCommand = 127;
 // Runs the command, or $SHELL when it is empty, and returns its exit status, 128 + n when signal n
 // killed it. Signals sent to this process are passed to the command. Call it once in a process,
 // before any thread is started: it changes the signal mask and waits for every child.
-[[nodiscard]] int run_phone_shell(const Phone& phone, const std::vector<std::string>& command);
+[[nodiscard]] int run_phone_shell(const Phone& any, const std::vector<std::string>& command);
 
 // Inside, this program is started again, with this as its first argument, and replaces itself by
 // the command. `arguments`: those that follow, ended by a null pointer. Returns an exit status when

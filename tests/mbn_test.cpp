@@ -1,5 +1,6 @@
 // Lists of carrier configurations, and their refresh and reactivation.
 
+#include "common/qcril_mem.h"
 #include "mbn/kelvor_mbn_utils.h"
 #include "support/pdc_desk.h"
 
@@ -61,6 +62,7 @@ TEST_P(Break, OffMakesNoListAndLeaksNothing) {
   count = 200;
   EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);
   EXPECT_EQ(count, 102u);
+  for (unsigned int i = 0; i < count; ++i) qcril_free_adv(list[i], __func__, __LINE__);
 }
 
 const BreakRow kBreaks[] = {

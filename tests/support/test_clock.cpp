@@ -29,7 +29,9 @@ bool another_runs() {
     std::string stat{std::istreambuf_iterator<char>(in), {}};
     // "number (name) state ...", and a name may hold anything.
     const size_t at = stat.rfind(')');
-    if (at != std::string::npos && at + 2 < stat.size() && stat[at + 2] == 'R') return true;
+    if (at == std::string::npos || at + 2 >= stat.size()) continue;
+    // One that waits for a disk (D) is as busy as one that runs.
+    if (stat[at + 2] == 'R' || stat[at + 2] == 'D') return true;
   }
   return false;
 }

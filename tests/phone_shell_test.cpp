@@ -63,7 +63,7 @@ TEST_F(PhoneShell, TheSharedMemoryIsWhatAnotherProcessLeftThere) {
   const Ran ran =
       run("export VEX_SHELL_LEVELS=15; $BIN/vex-phone shell sh -c 'vex 11 7; echo again; "
           "printf \"\\1\\2\\3\\4\\377\" >$VEX_PHONE/data/vendor/modem/share_memory; vex 11 7; "
-          "rm -r $VEX_PHONE/data/vendor/modem' && $BIN/vex-phone shell vex 11 7");
+          "rm -r ${VEX_PHONE:?}/data/vendor/modem' && $BIN/vex-phone shell vex 11 7");
   const size_t again = ran.output.find("again");
   EXPECT_TRUE(said(ran.output.substr(0, again), "data_ptr[4]: 0")) << ran.output;
   EXPECT_TRUE(said(ran.output.substr(again), "data_ptr[0]: 1")) << ran.output;

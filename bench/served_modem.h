@@ -10,6 +10,7 @@
 
 #include "sim/phone/phone.h"
 #include "sim/services/make_modem.h"
+#include "sim/serving/serve_modem.h"
 #include "sim/serving/server.h"
 
 namespace bench {
@@ -21,12 +22,9 @@ class ServedModem {
     std::string why;
     modem_ = sim::make_modem(phone_, &why);
     if (modem_ == nullptr) return;
-    server_ = std::make_unique<sim::Server>(*modem_);
+    server_ = std::make_unique<sim::Server>(*modem_, poller_);
     if (!server_->listen(phone_, &why)) return;
-    serving_ = std::thread([this] {
-      sim::Listener* const listeners[] = {server_.get()};
-      sim::serve_modem(*modem_, listeners, stop_.get());
-    });
+    serving_ = std::thread([this] { sim::serve_modem(*modem_, poller_, stop_.get()); });
   }
   ~ServedModem() {
     if (!good()) return;
@@ -43,6 +41,7 @@ class ServedModem {
   const sim::Phone phone_;
   const sim::Descriptor stop_;
   std::shared_ptr<sim::Modem> modem_;
+  sim::Poller poller_;
   std::unique_ptr<sim::Server> server_;
   std::thread serving_;
 };

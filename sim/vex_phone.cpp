@@ -19,6 +19,7 @@
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/qrtr_server.h"
+#include "sim/serving/serve_modem.h"
 #include "sim/serving/server.h"
 #include "sim/shell/phone_shell.h"
 
@@ -94,18 +95,15 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (modem == nullptr) return fail(why);
   modem->set_log(sim::report);
   if (trace) modem->set_tap(print_message);
-  sim::Server server(*modem);
+  sim::Poller poller;
+  sim::Server server(*modem, poller);
   if (!server.listen(phone, &why)) return fail(why);
-  std::vector<sim::Listener*> listeners{&server};
-  sim::QrtrServer bus(*modem);
-  if (qrtr) {
-    if (!bus.publish(&why)) return fail(why);
-    listeners.push_back(&bus);
-  }
+  sim::QrtrServer bus(*modem, poller);
+  if (qrtr && !bus.publish(&why)) return fail(why);
   std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
   if (qrtr) std::printf("published on the QRTR bus\n");
   if (!flush_output(&why)) return fail(why);
-  sim::serve_modem(*modem, listeners, stop.get());
+  sim::serve_modem(*modem, poller, stop.get());
   for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
   return 0;
 }

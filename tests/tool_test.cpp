@@ -13,6 +13,7 @@
 
 #include "qcci/link/local_socket.h"
 #include "sim/services/make_modem.h"
+#include "sim/serving/serve_modem.h"
 #include "sim/serving/server.h"
 #include "support/command.h"
 #include "support/vireo_desk.h"
@@ -118,14 +119,12 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   std::string why;
   const sim::Phone phone = directory_.phone();
   const auto modem = sim::make_modem(phone, &why);
-  sim::Server server(*modem);
+  sim::Poller poller;
+  sim::Server server(*modem, poller);
   ASSERT_TRUE(server.listen(phone, &why)) << why;
   const std::string path = directory_.root() + "/modem.sock";
   const sim::Descriptor stop(::eventfd(0, EFD_CLOEXEC));
-  std::thread serving([&] {
-    sim::Listener* const listeners[] = {&server};
-    sim::serve_modem(*modem, listeners, stop.get());
-  });
+  std::thread serving([&] { sim::serve_modem(*modem, poller, stop.get()); });
   qcci::LocalSocketLink clients(path);
   qcci::Endpoint last;
   while (clients.open(&last)) {

@@ -12,9 +12,6 @@ namespace {
 using qcci::Control;
 using qcci::ControlPacket;
 
-// Datagrams taken from one socket before the others are served, so that no client starves another.
-constexpr int kTurn = 32;
-
 }  // namespace
 
 struct QrtrServer::Watcher final : Port {
@@ -47,7 +44,32 @@ struct QrtrServer::Client final : Port {
   const Address address;
 };
 
-QrtrServer::QrtrServer(Modem& modem) : modem_(modem) {}
+struct QrtrServer::Service final : Polled {
+  Service(QrtrServer& owner, Address on_bus, uint32_t id, uint32_t version)
+      : server(owner), at(on_bus), service(id), instance(version), socket(qcci::qrtr_socket(&own)) {
+    const ControlPacket packet{Control::kNewServer, service, instance, 0, 0};
+    if (!socket || qcci::qrtr_send(socket.get(), {own.node, qcci::kControlPort}, packet.octets()) !=
+                       qcci::Sent::kSent) {
+      return;
+    }
+    polled = server.poller_.add(socket.get(), EPOLLIN, *this);
+  }
+  ~Service() override { server.poller_.remove(polled); }
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+
+  void ready(uint32_t) override { server.take_one(*this); }
+
+  QrtrServer& server;
+  const Address at;
+  const uint32_t service;
+  const uint32_t instance;  // version and instance in one field, as control packets have them
+  Address own;
+  const Descriptor socket;
+  Poller::Id polled = 0;  // 0: not published, since the kernel did not take the announcement
+};
+
+QrtrServer::QrtrServer(Modem& modem, Poller& poller) : modem_(modem), poller_(poller) {}
 
 QrtrServer::~QrtrServer() = default;
 
@@ -59,7 +81,7 @@ bool QrtrServer::publish(std::string* why) {
   }
   watcher_ = std::make_unique<Watcher>(*this);
   for (const auto& [at, service] : services_) {
-    if (service.published) continue;
+    if (service->polled != 0) continue;
     *why = std::string("the QRTR bus takes no service: ") + std::strerror(errno);
     return false;
   }
@@ -69,13 +91,7 @@ bool QrtrServer::publish(std::string* why) {
 // One socket for each service: the kernel's name service takes the server's port from the sender's
 // address, so two services cannot share one.
 void QrtrServer::announce(Address at, uint32_t service, uint32_t instance) {
-  Address own;
-  Service published{service, instance, Descriptor(qcci::qrtr_socket(&own)), false};
-  const ControlPacket packet{Control::kNewServer, service, instance, 0, 0};
-  published.published =
-      published.socket && qcci::qrtr_send(published.socket.get(), {own.node, qcci::kControlPort},
-                                          packet.octets()) == qcci::Sent::kSent;
-  services_.insert_or_assign(at, std::move(published));
+  services_.insert_or_assign(at, std::make_unique<Service>(*this, at, service, instance));
 }
 
 void QrtrServer::withdraw(Address at) {
@@ -83,30 +99,15 @@ void QrtrServer::withdraw(Address at) {
   withdrawn_ = true;
 }
 
-void QrtrServer::poll_for(std::vector<pollfd>* polled) {
+void QrtrServer::take_one(Service& service) {
   // Not in withdraw, which the modem calls with its mutex held: to detach a client takes it again.
   if (std::exchange(withdrawn_, false)) {
     std::erase_if(clients_, [this](const auto& c) { return !services_.contains(c.first.first); });
   }
-  for (const auto& [at, service] : services_) polled->push_back({service.socket.get(), POLLIN, 0});
-}
-
-void QrtrServer::serve(std::span<const pollfd> polled) {
   Address from;
-  std::vector<uint8_t> octets;
-  for (const pollfd& ready : polled) {
-    for (int i = 0; i < kTurn && ready.revents != 0; ++i) {
-      // The datagram before may have taken the service down, which closed its socket.
-      const auto found = std::ranges::find_if(
-          services_, [&](const auto& entry) { return entry.second.socket.get() == ready.fd; });
-      if (found == services_.end()) break;
-      const int got = qcci::qrtr_read(ready.fd, &from, &octets);
-      const Address at = found->first;
-      if (got < 0) announce(at, found->second.service, found->second.instance);
-      if (got <= 0) break;
-      take(at, from, octets);
-    }
-  }
+  const int got = qcci::qrtr_read(service.socket.get(), &from, &received_);
+  if (got > 0) take(service.at, from, received_);
+  if (got < 0) announce(service.at, service.service, service.instance);
 }
 
 void QrtrServer::take(Address at, Address from, std::span<const uint8_t> octets) {
@@ -133,7 +134,7 @@ Address QrtrServer::address_of(Address at, Address from) {
 // A datagram that the client has no room for is lost, as one from a real modem is.
 void QrtrServer::send(Address at, Address client, std::span<const uint8_t> octets) {
   const auto found = services_.find(at);
-  if (found != services_.end()) qcci::qrtr_send(found->second.socket.get(), client, octets);
+  if (found != services_.end()) qcci::qrtr_send(found->second->socket.get(), client, octets);
 }
 
 }  // namespace sim

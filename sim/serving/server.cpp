@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <deque>
+#include <utility>
 
 #include "qcci/link/local_socket.h"
 
@@ -19,8 +21,6 @@ namespace {
 // Octets that may wait for one client to read them; a client with more is cut off, so that it
 // cannot fill the memory.
 constexpr size_t kBacklogOctets = size_t{4} << 20;
-// Datagrams taken from one client before the others are served, so that none starves another.
-constexpr int kTurn = 32;
 // Descriptors kept from clients: the modem needs a few for its files, and one for each service that
 // is on the kernel's bus.
 constexpr rlim_t kSpareDescriptors = 16;
@@ -37,25 +37,40 @@ bool leaves_enough(int fd) {
 }  // namespace
 
 // One client's connection: a port on the bus.
-class Server::Connection final : public Port {
+class Server::Connection final : public Port, public Polled {
  public:
-  Connection(Modem& modem, Descriptor fd)
-      : modem_(modem), fd_(std::move(fd)), address_(modem.attach(*this)) {
+  Connection(Server& server, Descriptor fd)
+      : server_(server), fd_(std::move(fd)), address_(server.modem_.attach(*this)) {
     const auto hello = qcci::ControlPacket::of_client(qcci::Control::kHello, address_);
     deliver(Bus::kControl, hello.octets());
+    polled_ = server_.poller_.add(fd_.get(), wanted(), *this);
   }
-  ~Connection() override { modem_.detach(address_); }
+  ~Connection() override {
+    server_.poller_.remove(polled_);
+    server_.modem_.detach(address_);
+  }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
+  bool is_served() const { return polled_ != 0; }
+
+  // With the modem's mutex held, so it cannot close the connection: a client that does not read is
+  // shut out, and closed when the poller says so.
   void deliver(Address from, std::span<const uint8_t> octets) override {
     if (backlog_.empty() && write(from, octets)) return;
     backlog_octets_ += octets.size();
+    if (backlog_octets_ > kBacklogOctets) ::shutdown(fd_.get(), SHUT_RDWR);
     backlog_.push_back({from, {octets.begin(), octets.end()}});
+    if (backlog_.size() == 1) server_.poller_.change(polled_, wanted());
   }
 
-  short wanted() const { return static_cast<short>(backlog_.empty() ? POLLIN : POLLIN | POLLOUT); }
-  bool overrun() const { return backlog_octets_ > kBacklogOctets; }
+  void ready(uint32_t events) override {
+    if ((events & EPOLLOUT) != 0) flush();
+    if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 && !take_one()) server_.close(*this);
+  }
+
+ private:
+  uint32_t wanted() const { return backlog_.empty() ? EPOLLIN : EPOLLIN | EPOLLOUT; }
 
   void flush() {
     while (!backlog_.empty()) {
@@ -64,35 +79,33 @@ class Server::Connection final : public Port {
       backlog_octets_ -= octets.size();
       backlog_.pop_front();
     }
+    server_.poller_.change(polled_, wanted());
   }
 
   // False when the client is gone or has sent a malformed frame.
-  [[nodiscard]] bool take_turn() {
+  [[nodiscard]] bool take_one() {
     Address to;
-    std::vector<uint8_t> octets;
-    for (int i = 0; i < kTurn; ++i) {
-      const int got = qcci::local_frame_read(fd_.get(), &to, &octets);
-      if (got <= 0) return got == 0;
-      modem_.send(address_, to, octets);
-    }
-    return true;
+    const int got = qcci::local_frame_read(fd_.get(), &to, &server_.received_);
+    if (got > 0) server_.modem_.send(address_, to, server_.received_);
+    return got >= 0;
   }
 
- private:
   bool write(Address from, std::span<const uint8_t> octets) {
     return qcci::local_frame_write(fd_.get(), from, octets) == qcci::Sent::kSent;
   }
 
-  Modem& modem_;
+  Server& server_;
   Descriptor fd_;
   Address address_;
+  Poller::Id polled_ = 0;
   std::deque<std::pair<Address, std::vector<uint8_t>>> backlog_;
   size_t backlog_octets_ = 0;
 };
 
-Server::Server(Modem& modem) : modem_(modem) {}
+Server::Server(Modem& modem, Poller& poller) : modem_(modem), poller_(poller) {}
 
 Server::~Server() {
+  poller_.remove(accepting_);
   connections_.clear();
   if (phone_ != nullptr) ::unlinkat(phone_->descriptor(), kSocket, 0);
 }
@@ -133,40 +146,25 @@ bool Server::listen(const Phone& phone, std::string* why) {
   ::umask(old);
   if (!bound) return fail(std::strerror(error));
   if (::listen(listening_.get(), SOMAXCONN) != 0) return fail(std::strerror(errno));
+  accepting_ = poller_.add(listening_.get(), EPOLLIN, *this);
+  if (accepting_ == 0) return fail(std::strerror(errno));
   phone_ = std::make_unique<Phone>(phone);
   return true;
 }
 
-void Server::poll_for(std::vector<pollfd>* polled) {
-  polled->push_back({full_ ? -1 : listening_.get(), POLLIN, 0});
-  for (const auto& [fd, connection] : connections_) {
-    polled->push_back({fd, connection->wanted(), 0});
-  }
+void Server::close(Connection& connection) {
+  connections_.erase(&connection);
+  if (std::exchange(full_, false)) poller_.change(accepting_, EPOLLIN);
 }
 
-void Server::serve(std::span<const pollfd> polled) {
-  for (const pollfd& ready : polled.subspan(1)) {
-    const auto found = connections_.find(ready.fd);
-    if (serve_one(*found->second, ready.revents)) continue;
-    connections_.erase(found);
-    full_ = false;
-  }
-  if (polled[0].revents != 0) accept_all();
-}
-
-bool Server::serve_one(Connection& connection, short events) {
-  if ((events & POLLOUT) != 0) connection.flush();
-  const bool readable = (events & (POLLIN | POLLHUP | POLLERR)) != 0;
-  return (!readable || connection.take_turn()) && !connection.overrun();
-}
-
-void Server::accept_all() {
+void Server::ready(uint32_t) {
   for (;;) {
     Descriptor accepted(
         ::accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     const int fd = accepted.get();
     if (fd < 0) {
       full_ = (errno == EMFILE || errno == ENFILE) && !connections_.empty();
+      if (full_) poller_.change(accepting_, 0);
       return;
     }
     if (!qcci::local_peer_trusted(fd)) continue;
@@ -175,7 +173,8 @@ void Server::accept_all() {
       qcci::local_frame_write(fd, Bus::kControl, bye.octets());
       continue;
     }
-    connections_.emplace(fd, std::make_unique<Connection>(modem_, std::move(accepted)));
+    auto connection = std::make_unique<Connection>(*this, std::move(accepted));
+    if (connection->is_served()) connections_.emplace(connection.get(), std::move(connection));
   }
 }
 

@@ -2,24 +2,28 @@
 // framed as qcci/link/local_socket.h says.
 //
 // A client that leaves no descriptor to spare is refused with a BYE packet; one of another user, or
-// one that sends malformed frames or does not read, is cut off.
+// one that sends malformed frames or does not read, is cut off. Clients are served in turn, a
+// datagram each.
+//
+// Threads: the poller's, once that is served.
 #ifndef SIM_SERVING_SERVER_H_
 #define SIM_SERVING_SERVER_H_
 
-#include <deque>
-#include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "sim/modem/modem.h"
 #include "sim/phone/phone.h"
-#include "sim/serving/listener.h"
+#include "sim/serving/poller.h"
 
 namespace sim {
 
-class Server final : public Listener {
+class Server final : private Polled {
  public:
-  explicit Server(Modem& modem);
+  // Both must outlast this.
+  Server(Modem& modem, Poller& poller);
   // Removes the socket.
   ~Server() override;
   Server(const Server&) = delete;
@@ -35,22 +39,22 @@ class Server final : public Listener {
   // Listens at the phone's socket, which only this user may open. A socket that a dead server left
   // is replaced. False, and why, when another process serves the phone or there can be no socket.
   [[nodiscard]] bool listen(const Phone& phone, std::string* why);
-  void poll_for(std::vector<pollfd>* polled) override;
-  void serve(std::span<const pollfd> polled) override;
 
  private:
   class Connection;
 
-  void accept_all();
-  // False when the connection is to be closed.
-  [[nodiscard]] bool serve_one(Connection& connection, short events);
+  void ready(uint32_t events) override;  // somebody connects
+  void close(Connection& connection);
 
   Modem& modem_;
+  Poller& poller_;
+  Poller::Id accepting_ = 0;
   bool full_ = false;             // no descriptor for another connection until one ends
   std::unique_ptr<Phone> phone_;  // whose socket this is, once it listens
   Descriptor lock_;
   Descriptor listening_;
-  std::map<int, std::unique_ptr<Connection>> connections_;
+  std::unordered_map<Connection*, std::unique_ptr<Connection>> connections_;
+  std::vector<uint8_t> received_;  // the datagram that is handled
 };
 
 }  // namespace sim

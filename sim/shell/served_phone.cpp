@@ -6,6 +6,7 @@
 #include "sim/phone/phone_config.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
+#include "sim/serving/serve_modem.h"
 
 namespace sim {
 namespace {
@@ -38,7 +39,7 @@ bool ServedPhone::start(std::string* why) {
       modem_ = make_modem(phone_, config);
       modem_->set_log(log);
     }
-    server_ = std::make_unique<Server>(*modem_);
+    server_ = std::make_unique<Server>(*modem_, poller_);
     if (server_->listen(phone_, why)) return true;
     if (platform::clock().now() >= deadline) return false;
     platform::clock().sleep_until(platform::clock().now() + kTryTime);
@@ -48,10 +49,7 @@ bool ServedPhone::start(std::string* why) {
 void ServedPhone::run() {
   at_thread_ = std::thread([this] { terminal_.run(*channel_, stop_.get()); });
   if (server_ == nullptr) return;
-  server_thread_ = std::thread([this] {
-    Listener* const listeners[] = {server_.get()};
-    serve_modem(*modem_, listeners, stop_.get());
-  });
+  server_thread_ = std::thread([this] { serve_modem(*modem_, poller_, stop_.get()); });
 }
 
 void ServedPhone::stop() {

@@ -38,6 +38,7 @@ class ServedPhone {
   AtTerminal terminal_;
   std::unique_ptr<AtChannel> channel_;
   std::unique_ptr<Modem> modem_;  // null when another process serves one
+  Poller poller_;
   std::unique_ptr<Server> server_;
   std::thread at_thread_, server_thread_;
 };

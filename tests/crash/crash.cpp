@@ -5,7 +5,8 @@
 // thread or call of a kind failing, for every n.
 //
 // Then each file of the phone has its old contents or new ones, a run that did not fail has done
-// what it does, and the same command line, run once more with nothing in its way, ends as it should.
+// what it does, and the same command line, run once more with nothing in its way, ends as it
+// should.
 //
 //   usage: crash [--part N] [--only TEXT]
 //
@@ -193,8 +194,8 @@ class Crash {
  public:
   Crash(std::string folder, size_t part, std::string only)
       : folder_(std::move(folder)), part_(part), only_(std::move(only)) {
-    void* const shared = ::mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE,
-                                MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    void* const shared =
+        ::mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     counts_ = static_cast<Counts*>(shared);
   }
 
@@ -281,8 +282,7 @@ class Crash {
       return "what was done is lost";
     }
     const std::string own = folder_ + "/run";
-    const Run again =
-        wait_for(start(each.line->words, {}, own, counts_), own, *counts_);
+    const Run again = wait_for(start(each.line->words, {}, own, counts_), own, *counts_);
     if (again.status != 0) return "run again: status " + std::to_string(again.status);
     return again.state == clean.state ? "" : "run again: another state";
   }

@@ -141,7 +141,9 @@ int main(int argc, char** argv) {
   const int clients = optind + 1 < argc ? atoi(argv[optind]) : 0;
   const int requests = optind + 1 < argc ? atoi(argv[optind + 1]) : 0;
   if (clients < 1 || clients > kClients || clients + silent > kSockets - 100 || requests < 1) return 2;
-  const struct rlimit many = {kSockets, kSockets};
+  struct rlimit many;
+  getrlimit(RLIMIT_NOFILE, &many);
+  many.rlim_cur = many.rlim_max;
   setrlimit(RLIMIT_NOFILE, &many);
   char own[] = "/tmp/vex-echo-XXXXXX/socket";
   const char* path = argv[optind + 2];

@@ -140,7 +140,8 @@ int main(int argc, char** argv) {
   }
   const int clients = optind + 1 < argc ? atoi(argv[optind]) : 0;
   const int requests = optind + 1 < argc ? atoi(argv[optind + 1]) : 0;
-  if (clients < 1 || clients > kClients || clients + silent > kSockets - 100 || requests < 1) return 2;
+  if (clients < 1 || clients > kClients || clients + silent > kSockets - 100 || requests < 1)
+    return 2;
   struct rlimit many;
   getrlimit(RLIMIT_NOFILE, &many);
   many.rlim_cur = many.rlim_max;

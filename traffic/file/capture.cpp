@@ -54,9 +54,9 @@ std::unique_ptr<Capture> Capture::open(const std::string& path, const std::strin
     return nullptr;
   };
   // O_NONBLOCK: a pipe must not make this wait for its reader.
-  const int fd = ::open(
-      path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
-      0600);
+  const int fd =
+      ::open(path.c_str(),
+             O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
   if (fd < 0) {
     return fail(errno == ELOOP ? "a symbolic link, which is not followed" : std::strerror(errno));
   }

@@ -22,9 +22,9 @@ class Capture {
   // Takes one line without a line end.
   using Report = std::function<void(const std::string& line)>;
 
-  // Appends to the file, or makes it (mode 0600), and begins a section of it that says which program
-  // writes, and in its comment what it does. A file that is there must be a capture, and is not
-  // reached through a symbolic link. Null after a failure, which has been reported.
+  // Appends to the file, or makes it (mode 0600), and begins a section of it that says which
+  // program writes, and in its comment what it does. A file that is there must be a capture, and is
+  // not reached through a symbolic link. Null after a failure, which has been reported.
   [[nodiscard]] static std::unique_ptr<Capture> open(const std::string& path,
                                                      const std::string& program,
                                                      const std::string& comment, Report report);

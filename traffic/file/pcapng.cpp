@@ -212,7 +212,7 @@ void Reader::begin_section(const Block& block) {
 }
 
 void Reader::add_interface(const Block& block) {
-  Interface interface{.link_type = block.number<uint16_t>(0)};
+  Interface interface { .link_type = block.number<uint16_t>(0) };
   block.options(8, [&](uint16_t code, std::span<const uint8_t> value) {
     if (code != kResolution || value.empty()) return;
     const unsigned power = value[0] & 0x7F;

@@ -32,8 +32,7 @@ inline constexpr uint32_t kSectionBlock = 0x0A0D0D0A;
 class Reader {
  public:
   enum class [[nodiscard]] Result{
-      kFrame,
-      kEnd,
+      kFrame, kEnd,
       kTorn,  // the file ends within a block, as when its writer was killed; all before was read
       kBad,   // this and what follows cannot be read; what() says why
   };

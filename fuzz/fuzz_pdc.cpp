@@ -1,18 +1,15 @@
 // Every PDC indication, of any octets, while a request of every kind may wait for it. Input: the
-// caller's room; then, repeated, the message id, two octets for the length, the octets. The rows
-// that decode them are the real ones; the rest of the client library is this file.
+// caller's room; then, repeated, the message id, two octets for the length, the octets.
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <span>
 #include <vector>
 
 #include "common/qcril_mem.h"
+#include "fed.h"
 #include "mbn/pdc_info.h"
 #include "platform/timer.h"
-#include "qcci/idl/codec.h"
-#include "qcci/services/services.h"
 
 namespace {
 
@@ -56,24 +53,13 @@ class Gathering {
 
 }  // namespace
 
+int fed::answer(qmi_client_type, uint32_t, const void*, uint32_t, void*, uint32_t) { return 0; }
+int fed::indication(uint32_t message, std::span<const uint8_t> wire, void* c, uint32_t room) {
+  return decode(qcci::idl::kPdcService, QMI_IDL_INDICATION, message, wire, c, room);
+}
+
 extern "C" {
 
-int qmi_client_init_instance(qmi_idl_service_object_type, uint32_t, qmi_client_ind_cb, void*,
-                             qmi_client_os_params*, uint32_t, qmi_client_type* client) {
-  *client = reinterpret_cast<qmi_client_type>(1);
-  return 0;
-}
-int qmi_client_release(qmi_client_type) { return 0; }
-int qmi_client_send_msg_sync(qmi_client_type, uint32_t, const void*, uint32_t, void*, uint32_t,
-                             uint32_t) {
-  return 0;
-}
-int qmi_client_message_decode(qmi_client_type, qmi_idl_message_type type, uint32_t message,
-                              const void* encoded, uint32_t length, void* c, uint32_t size) {
-  const qcci::idl::Message* row = qcci::idl::kPdcService.find(type, message);
-  const std::span octets(static_cast<const uint8_t*>(encoded), length);
-  return qcci::idl::decode(*row, octets, c, size) == qcci::idl::CodecError::kOk ? 0 : -1;
-}
 uint32_t kelvor_timer_start(kelvor_timer_callback callback, unsigned long) {
   ++g_timers;
   if (callback == qmi_pdc_list_configs_follow_up_request) g_follow_ups.push_back(g_timers);

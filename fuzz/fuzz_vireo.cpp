@@ -1,5 +1,5 @@
-// The getters and the indications of the statistics framework with any responses. This file is the
-// client library below them: it makes every response and every decoded indication of the input.
+// The getters and the indications of the statistics framework with any responses and any decoded
+// indications.
 
 #include <algorithm>
 #include <cstdint>
@@ -7,35 +7,20 @@
 #include <cstring>
 #include <tuple>
 
-#include "platform/idl/nas.h"
-#include "platform/idl/sar.h"
+#include "fed.h"
 #include "platform/idl/vs.h"
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
-#include "platform/qmi_client.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
 #include "vireo/modem_api/vs/vs_client.h"
 
 namespace {
 
-const uint8_t* g_data = nullptr;
-size_t g_size = 0;
+using fed::octet;
+using fed::take;
+
 uint64_t g_sum = 0;
-
-void take(void* to, size_t n) {
-  const size_t have = std::min(n, g_size);
-  std::memset(to, 0, n);
-  if (have > 0) std::memcpy(to, g_data, have);
-  g_data += have;
-  g_size -= have;
-}
-
-uint8_t octet() {
-  uint8_t value = 0;
-  take(&value, 1);
-  return value;
-}
 
 // Mostly the expected value, else any.
 uint32_t about(uint32_t expected) {
@@ -87,60 +72,10 @@ constexpr void (*kGetters[])(uint32_t) = {
 constexpr uint32_t kIndications[] = {VS_IND_FLAGS, VS_IND_RECORDS, VS_IND_VALUES, VS_IND_BYTE,
                                      0x99};
 
-uint32_t size_of(uint32_t message) {
-  switch (message) {
-    case VS_IND_FLAGS:
-      return sizeof(vs_flags_ind);
-    case VS_IND_RECORDS:
-      return sizeof(vs_records_ind);
-    case VS_IND_VALUES:
-      return sizeof(vs_values_ind);
-    case VS_IND_BYTE:
-      return sizeof(vs_byte_ind);
-    default:
-      return 0;
-  }
-}
-
 }  // namespace
 
-extern "C" {
-
-int qmi_client_init_instance(qmi_idl_service_object_type, uint32_t, qmi_client_ind_cb, void*,
-                             qmi_client_os_params*, uint32_t, qmi_client_type* client) {
-  *client = reinterpret_cast<qmi_client_type>(1);
-  return 0;
-}
-int qmi_client_notifier_init(qmi_idl_service_object_type, qmi_client_os_params*, qmi_client_type*) {
-  return -1;
-}
-int qmi_client_register_error_cb(qmi_client_type, qmi_client_error_cb, void*) { return 0; }
-int qmi_client_register_notify_cb(qmi_client_type, qmi_client_notify_cb, void*) { return 0; }
-int qmi_client_release(qmi_client_type) { return 0; }
-int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_type, qmi_idl_message_type,
-                                     uint32_t message, uint32_t* length) {
-  *length = size_of(message);
-  return 0;
-}
-// Counts are in range, as after a decoder; the rest is any octets.
-int qmi_client_message_decode(qmi_client_type, qmi_idl_message_type, uint32_t message, const void*,
-                              uint32_t, void* decoded, uint32_t length) {
-  if (length < size_of(message)) std::abort();
-  take(decoded, length);
-  if (message == VS_IND_VALUES) {
-    auto* values = static_cast<vs_values_ind*>(decoded);
-    values->values_len %= VS_IND_VALUES_MAX + 1;
-  } else if (message == VS_IND_RECORDS) {
-    auto* records = static_cast<vs_records_ind*>(decoded);
-    records->records_len %= VS_IND_RECORDS_MAX + 1;
-    records->blobs_len %= VS_IND_BLOBS_MAX + 1;
-    for (vs_ind_record& record : records->records) record.data_len %= VS_IND_DATA_MAX + 1;
-    for (vs_ind_record& record : records->blobs) record.data_len %= VS_IND_DATA_MAX + 1;
-  }
-  return 0;
-}
-int qmi_client_send_msg_sync(qmi_client_type, uint32_t message, const void* request, uint32_t,
-                             void* response, uint32_t length, uint32_t) {
+int fed::answer(qmi_client_type, uint32_t message, const void* request, uint32_t, void* response,
+                uint32_t length) {
   if (message != VS_GET_PARAMETERS) return 0;
   const auto* asked = static_cast<const vs_get_parameters_req*>(request);
   auto* answer = static_cast<vs_get_parameters_resp*>(response);
@@ -158,15 +93,23 @@ int qmi_client_send_msg_sync(qmi_client_type, uint32_t message, const void* requ
   take(entry.data, std::min<uint32_t>(entry.data_len, VS_DATA_MAX));
   return 0;
 }
-qmi_idl_service_object_type vs_get_service_object_internal_v01(int32_t, int32_t, int32_t) {
-  return nullptr;
+// Counts are in range, as after a decoder; the rest is any octets.
+int fed::indication(uint32_t message, std::span<const uint8_t>, void* decoded, uint32_t room) {
+  take(decoded, room);
+  if (message == VS_IND_VALUES) {
+    static_cast<vs_values_ind*>(decoded)->values_len %= VS_IND_VALUES_MAX + 1;
+  } else if (message == VS_IND_RECORDS) {
+    auto* records = static_cast<vs_records_ind*>(decoded);
+    records->records_len %= VS_IND_RECORDS_MAX + 1;
+    records->blobs_len %= VS_IND_BLOBS_MAX + 1;
+    for (vs_ind_record& record : records->records) record.data_len %= VS_IND_DATA_MAX + 1;
+    for (vs_ind_record& record : records->blobs) record.data_len %= VS_IND_DATA_MAX + 1;
+  }
+  return 0;
 }
-qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t, int32_t, int32_t) {
-  return nullptr;
-}
-qmi_idl_service_object_type sar_get_service_object_internal_v01(int32_t, int32_t, int32_t) {
-  return nullptr;
-}
+
+extern "C" {
+
 int32_t kelvor_get_default_data_sub(void) { return octet() & 1; }
 void kelvor_get_hex_str(char* buffer, size_t, uint64_t) { *buffer = '\0'; }
 int __system_property_get(const char*, char* value) {
@@ -177,9 +120,8 @@ int __system_property_get(const char*, char* value) {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool ready = modem_vireo_api_init_ex(on_event, on_status) == 1;
   if (!ready) std::abort();
-  g_data = data;
-  g_size = size;
-  while (g_size > 0) {
+  fed::g_input = {data, size};
+  while (!fed::g_input.empty()) {
     const uint8_t what = octet();
     if (what % 4 == 3) {
       vs_client_unsol_ind_cb(nullptr, kIndications[what / 4 % std::size(kIndications)], data, 1,

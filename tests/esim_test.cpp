@@ -1,10 +1,6 @@
-// The eSIM test of command 5: what it prints for the script that calls it, what the modem gets, and
-// what a modem that restarts or says anything makes of it.
+// The eSIM test of command 5: what it prints for the script that calls it, and when it saves the
+// EID.
 
-#include <utility>
-
-#include "common/trace.h"
-#include "platform/idl/uim.h"
 #include "platform/kelvor_utils.h"
 #include "sim/phone/default_phone.h"
 #include "support/command.h"
@@ -13,12 +9,9 @@
 
 namespace {
 
-using desk::hex;
 using desk::said;
 using namespace std::chrono_literals;
-using sim::FaultKind;
 
-const auto kUim = uim_get_service_object_internal_v01(1, 109, 6);
 constexpr char kEid[] = "89044099123456789012345678901220";
 constexpr char kEidFile[] = "efs/1/nv/item_files/modem/uim/uimdrv/esim_eid";
 constexpr char kEnableFile[] = "efs/1/nv/item_files/modem/uim/uimdrv/esim_enable";
@@ -41,17 +34,6 @@ struct Esim : desk::Desk {
     clock_.run_by_itself();
     return start_written_modem();
   }
-  sim::Modem& start_with_euicc(std::string_view line = "", std::string_view anew = "",
-                               const std::string& faults = "") {
-    directory_.write(kEnableFile, {kEnabled, sizeof kEnabled});
-    return start(line, anew, faults);
-  }
-
-  size_t asked_of_uim() {
-    const auto all = passed(FaultKind::kRequest);
-    return static_cast<size_t>(std::count_if(
-        all.begin(), all.end(), [](const auto& message) { return message.service == "uim"; }));
-  }
 };
 
 // ---- what standard output gets
@@ -64,6 +46,7 @@ struct OutcomeRow {
   const char* words;
   std::string output;
   std::chrono::milliseconds passed;
+  const char* fault = "";  // of the UIM service
   friend void PrintTo(const OutcomeRow& row, std::ostream* out) { *out << row.rule; }
 };
 
@@ -97,6 +80,16 @@ const OutcomeRow kOutcomes[] = {
      "4 0", "card_status, [3, 3]\nUNKNOWN,UNKNOWN\n", 0ms},
     {"ResetDeletes", true, "", "", "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n", 0ms},
     {"ResetOfACardEndsWithoutAWord", false, "", "", "5 0", "", 0ms},
+    {"ResetWithoutAChannel", true, "", "", "5 0", "", 3000ms, "message = 0x42\naction = \"drop\""},
+    {"ResetRefused", true, "", "", "5 0", kFailed, 0ms,
+     "message = 0x3B\naction = \"qmi-error\"\nerror = 48"},
+    // A response APDU lies 14 octets into its message: type, length, count, 8 octets.
+    {"ResetOfAnotherResult", true, "", "", "5 0", "apdu=08bf340380017f9000\n", 0ms,
+     "message = 0x3B\naction = \"change\"\nat = 24\noctets = [0x7F]"},
+    {"ResetOfAnotherStatusWord", true, "", "", "5 0", "apdu=08bf34038001006a82\n", 0ms,
+     "message = 0x3B\naction = \"change\"\nat = 25\noctets = [0x6A, 0x82]"},
+    {"ResetWhoseChannelStaysOpen", true, "", "", "5 0", "apdu=08bf34038001009000\nvalue=SUCCEED\n",
+     3000ms, "message = 0x3F\naction = \"drop\""},
     {"ActionZeroIsSkipped", false, "", "", "0 0", "", 0ms},
     {"NegativeActionsAreSkipped", false, "", "", "-1 0", "", 0ms},
     {"AWordThatIsNoNumberIsZero", false, "", "", "4 off", "card_status, [1, 1]\nPRESENT,PRESENT\n",
@@ -107,7 +100,9 @@ struct Outcome : Esim, testing::WithParamInterface<OutcomeRow> {};
 
 TEST_P(Outcome, IsAllThatStandardOutputGetsWithoutDebug) {
   const OutcomeRow& row = GetParam();
-  row.euicc ? start_with_euicc(row.line, row.anew) : start(row.line, row.anew);
+  if (row.euicc) directory_.write(kEnableFile, {kEnabled, sizeof kEnabled});
+  const std::string fault = "[[fault]]\nservice = \"uim\"\n" + std::string(row.fault) + "\n";
+  start(row.line, row.anew, *row.fault != '\0' ? fault : "");
   EXPECT_EQ(vex("5 10 " + std::string(row.words)), row.output);
   EXPECT_EQ(directory_.file("log/system.log"), "");
   EXPECT_EQ(clock_.passed(), row.passed);
@@ -118,119 +113,9 @@ TEST_P(Outcome, IsAllThatStandardOutputGetsWithoutDebug) {
 INSTANTIATE_TEST_SUITE_P(Esim, Outcome, testing::ValuesIn(kOutcomes),
                          [](const auto& row) { return row.param.rule; });
 
-// ---- a reset that the card or the modem does not do
-
-struct ResetRow {
-  const char* rule;
-  const char* fault;
-  const char* output;
-  size_t requests;
-  friend void PrintTo(const ResetRow& row, std::ostream* out) { *out << row.rule; }
-};
-
-// A response APDU lies 14 octets into its message, behind the standard result: type, length, count,
-// 8 octets.
-const ResetRow kResets[] = {
-    {"OpenRefused", "message = 0x42\naction = \"qmi-error\"\nerror = 68", "", 1},
-    {"OpenNotAnswered", "message = 0x42\naction = \"drop\"", "", 1},
-    {"ApduRefused", "message = 0x3B\naction = \"qmi-error\"\nerror = 48", "value=FAILED\n", 2},
-    {"ApduNotAnswered", "message = 0x3B\naction = \"drop\"", "value=FAILED\n", 2},
-    {"AnotherResult", "message = 0x3B\naction = \"change\"\nat = 24\noctets = [0x7F]",
-     "apdu=08bf340380017f9000\n", 2},
-    {"AnotherStatusWord", "message = 0x3B\naction = \"change\"\nat = 25\noctets = [0x6A, 0x82]",
-     "apdu=08bf34038001006a82\n", 2},
-    {"CloseRefused", "message = 0x3F\naction = \"qmi-error\"\nerror = 3",
-     "apdu=08bf34038001009000\nvalue=SUCCEED\n", 3},
-    {"CloseNotAnswered", "message = 0x3F\naction = \"drop\"",
-     "apdu=08bf34038001009000\nvalue=SUCCEED\n", 3},
-};
-
-struct Reset : Esim, testing::WithParamInterface<ResetRow> {};
-
-TEST_P(Reset, EndsAtItsStepAndClosesNoChannelBefore) {
-  const ResetRow& row = GetParam();
-  start_with_euicc("", "", "[[fault]]\nservice = \"uim\"\n" + std::string(row.fault) + "\n");
-  EXPECT_EQ(vex("5 10 5 0"), row.output);
-  EXPECT_EQ(asked_of_uim(), row.requests);
-}
-
-INSTANTIATE_TEST_SUITE_P(Esim, Reset, testing::ValuesIn(kResets),
-                         [](const auto& row) { return row.param.rule; });
-
-// ---- a modem that restarts at each place in turn
-
-struct RestartRow {
-  const char* words;
-  const char* service;
-  int nth;
-  std::string output;
-  friend void PrintTo(const RestartRow& row, std::ostream* out) { *out << row.words; }
-};
-
-// The UIM service is found again; the vendor service's client is for life. So an EID that comes
-// after the restart is shown, but no file is written any more.
-const RestartRow kRestarts[] = {
-    {"1", "vendor", 1, ""},
-    {"1", "uim", 1, ""},
-    {"1", "vendor", 2, kFailed},
-    {"1", "uim", 2, kFailed},
-    {"1", "uim", 3, eid_line(kEid)},
-    {"1", "uim", 4, eid_line(kEid)},
-    {"1", "uim", 5, eid_line(kEid)},
-    {"1", "vendor", 3, eid_line(kEid)},
-    {"1", "vendor", 4, eid_line(kEid)},
-    {"2", "vendor", 1, ""},
-    {"2", "uim", 1, ""},
-    {"2", "vendor", 2, kFailed},
-    {"2", "uim", 2, kFailed},
-    {"3", "uim", 1, eid_line(kEid)},
-    {"4", "uim", 1, "UNKNOWN,UNKNOWN\n"},
-    {"5", "uim", 1, ""},
-    {"5", "uim", 2, kFailed},
-    {"5", "uim", 3, "apdu=08bf34038001009000\nvalue=SUCCEED\n"},
-};
-
-struct Restarts : Esim, testing::WithParamInterface<std::tuple<RestartRow, std::string>> {};
-
-TEST_P(Restarts, EndInOneOutcomeAndTheNextTestSucceeds) {
-  const auto& [row, kind] = GetParam();
-  start_with_euicc("", "",
-                   "[[fault]]\naction = \"restart\"\nservice = \"" + std::string(row.service) +
-                       "\"\nkind = \"" + kind + "\"\nnth = " + std::to_string(row.nth) + "\n");
-  EXPECT_EQ(vex("5 10 " + std::string(row.words) + " 0"), row.output);
-  // What was written before the answer was lost is there.
-  const bool written =
-      kind == "response" && row.nth == 4 && std::string_view(row.service) == "vendor";
-  EXPECT_EQ(directory_.has(kEidFile), written);
-  clock_.advance(5s);
-  // A client that died unused is used once more by the first status.
-  vex("5 10 4 0");
-  EXPECT_EQ(vex("5 10 4 0").substr(0, 11), "card_status") << "the modem is back";
-}
-
-INSTANTIATE_TEST_SUITE_P(Esim, Restarts,
-                         testing::Combine(testing::ValuesIn(kRestarts),
-                                          testing::Values(std::string("request"),
-                                                          std::string("response"))),
-                         [](const auto& all) {
-                           const RestartRow& row = std::get<0>(all.param);
-                           return "Action" + std::string(row.words) + "_" + row.service + "_" +
-                                  std::get<1>(all.param) + "_" + std::to_string(row.nth);
-                         });
-
 // ---- the EID
 
-TEST_F(Esim, TheEidIsSavedOnceAndAnExistingFileIsKept) {
-  start();
-  vex("5 10 1 1");
-  EXPECT_EQ(directory_.file(kEidFile),
-            std::string("\x89\x04\x40\x99\x12\x34\x56\x78\x90\x12\x34\x56\x78\x90\x12\x20"));
-  ASSERT_EQ(directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid"), 0);
-  EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip")) << "in one run: at most once";
-  EXPECT_FALSE(directory_.has(kEidFile));
-}
-
-TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
+TEST_F(Esim, TheEidIsSavedWholeOnceInARun) {
   // Requests to the vendor service: two files, the read, the write that is lost.
   start("", "",
         "[[fault]]\nservice = \"vendor\"\nnth = 4\nkind = \"request\"\naction = \"drop\"\n");
@@ -241,6 +126,9 @@ TEST_F(Esim, AnEidThatCouldNotBeSavedIsTriedAgainAndIsWholeOrAbsent) {
   EXPECT_FALSE(directory_.has(kEidFile));
   EXPECT_TRUE(said(vex("5 10 1 1"), "save eid successfully, set IS_EID_SAVE TRUE"));
   EXPECT_EQ(directory_.file(kEidFile).size(), 16u);
+  ASSERT_EQ(directory_.phone().efs().remove("1/nv/item_files/modem/uim/uimdrv/esim_eid"), 0);
+  EXPECT_TRUE(said(vex("5 10 1 1"), "EID already saved, skip"));
+  EXPECT_FALSE(directory_.has(kEidFile));
 }
 
 TEST(Eid, IsValidWhenItsDigitsLeaveOneOf97) {
@@ -264,16 +152,6 @@ TEST(Eid, IsValidWhenItsDigitsLeaveOneOf97) {
                                  : "eid validate failed, result = " + std::to_string(remainder)))
         << output;
   }
-}
-
-// ---- the tray and the slots
-
-TEST_F(Esim, ASimThatIsPulledIsAbsentUntilItIsPushed) {
-  start();
-  vex("5 3 1 1 0");
-  EXPECT_NE(vex("5 10 4 1").find("\nPRESENT,ABSENT\n"), std::string::npos);
-  vex("5 3 1 1 1");
-  EXPECT_NE(vex("5 10 4 1").find("\nPRESENT,PRESENT\n"), std::string::npos);
 }
 
 }  // namespace

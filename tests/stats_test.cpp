@@ -1,16 +1,12 @@
-// The modem's statistics on the tool's side: records decoded bit by bit, the feature's counters,
-// and command 7, which shows both.
+// The modem's statistics on the tool's side: records decoded bit by bit, and the feature's
+// counters.
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstring>
 
-#include "platform/kelvor_utils.h"
-#include "sim/services/make_modem.h"
-#include "sim/serving/embedded_link.h"
-#include "support/command.h"
-#include "support/process_link.h"
+#include "support/desk.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
 
 namespace {
@@ -293,92 +289,6 @@ TEST(Counters, HaveTheFieldsOfTheirVersion) {
   }
   EXPECT_EQ(lines_of([] { kelvor_modem_stats_support_status_check(nullptr); }),
             Lines{"kelvor_modem_stats_support_status_check, ptr is null"});
-}
-
-// ---- command 7 and the modem
-
-struct Command7 : desk::Desk {
-  // The modem of this phone.toml and no other.
-  void start(std::string_view toml) {
-    sim::PhoneConfig config;
-    std::string why;
-    ASSERT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
-    desk::use_link(sim::make_embedded_link(
-        std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)))));
-    kelvor_hal_set_shell_print_mask(1 | 2 | 8);  // without the library's debug lines
-  }
-};
-
-// A response, and what is done to it. From octet 28 on it has the result and the payload; that is
-// for request 20 the version, whether the feature is enabled, and how many logs are too old, and
-// for request 27 how many ids follow.
-std::string fault(int nth, const std::string& what) {
-  return "[[fault]]\nservice = \"vendor\"\nkind = \"response\"\nnth = " + std::to_string(nth) +
-         "\naction = " + what + "\n";
-}
-
-TEST_F(Command7, TheVerdictIsWhatTheModemSaysOfItsFeature) {
-  start(
-      "[statistics]\nenabled = true\noutdated_logs = [0xB0C0, 0x17]\ncmd_ok_count = 7\n"
-      "cmd_fail_count = 2\n" +
-      fault(3, "\"change\"\nat = 33\noctets = [0]") +
-      fault(4, "\"change\"\nat = 34\noctets = [0]") + fault(6, "\"vendor-error\"\nresult = 5") +
-      fault(8, "\"change\"\nat = 28\noctets = [4]") +
-      fault(10, "\"change\"\nat = 32\noctets = [0xFF, 0xFF]") +
-      fault(11, "\"vendor-error\"\nresult = 5") + fault(12, "\"change\"\nat = 28\noctets = [4]"));
-  const std::string rule = "===========================================";
-  const std::string fail = "================= FAIL ====================";
-  const auto status = [](int enabled, int too_old, const Lines& rest) {
-    Lines lines = {
-        "UNPK[size:1], version = 4",
-        "UNPK[size:1], modem_stats_feature_enable_status = " + std::to_string(enabled),
-        "UNPK[size:8], version_not_support_num = " + std::to_string(too_old),
-        "UNPK[size:8], modem_stats_cmd_ok_count = 7",
-        "UNPK[size:8], modem_stats_cmd_fail_count = 2",
-    };
-    lines.insert(lines.end(), rest.begin(), rest.end());
-    return lines;
-  };
-  const std::string framework = "5 QMI service framework error. Check client";
-  // Ids that the answer has no room for cannot be shown.
-  Lines lied = {"UNPK[size:2], log_num = 65535",
-                rule,
-                fail,
-                rule,
-                "Diag logs to be upgraded[num:65535]:",
-                "log_id[0]: 0xB0C0",
-                "log_id[1]: 0x0017"};
-  for (int i = 2; i < 249; ++i) lied.push_back("log_id[" + std::to_string(i) + "]: 0x0000");
-  const struct {
-    const char* rule;
-    Lines lines;
-  } rows[] = {
-      {"logs too old",
-       status(1, 2,
-              {"UNPK[size:2], log_num = 2", rule, fail, rule,
-               "Diag logs to be upgraded[num:2]:", "log_id[0]: 0xB0C0", "log_id[1]: 0x0017"})},
-      {"not enabled, whatever the logs",
-       status(0, 2, {rule, "================ CLOSED ===================", rule})},
-      {"all well", status(1, 0, {rule, "================ SUCCES ===================", rule})},
-      {"no list",
-       status(1, 2,
-              {framework, "kelvor_common_qmi_req fail, result = -3, rsp_not_support.result = 0"})},
-      {"a list refused",
-       status(1, 2, {"qmi response fail, result = 0, rsp_not_support.result = 4"})},
-      {"more logs than an answer holds", status(1, 2, lied)},
-      {"no status",
-       {framework, "kelvor_common_qmi_req fail, REQUEST_ID_COMMON, result = -3, rsp.result = 0"}},
-      {"a status refused", {"qmi response fail, result = 0, rsp.result = 4"}},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.rule);
-    Lines expected = {"Get the debug info of modem_stats, mask = 0x0"};
-    expected.insert(expected.end(), row.lines.begin(), row.lines.end());
-    const std::string output = desk::run_command(kelvor_test_modem_stats_do, "7 1 0");
-    EXPECT_EQ(trace_messages(output), expected);
-    EXPECT_EQ(output.find("rsp_not_support") != std::string::npos,
-              output.find("] kelvor_modem_stats_support_status_check: ") != std::string::npos);
-  }
 }
 
 }  // namespace

@@ -96,21 +96,6 @@ TEST_F(Common, SyncIsZeroOnlyWhenBothResultsAre) {
   EXPECT_EQ(kelvor_nvefs_sync(), -3);
 }
 
-TEST_F(Common, ARestartTakesEveryServiceAwayAndBringsItBack) {
-  start_modem();
-  EXPECT_EQ(kelvor_send_common_qmi_msg(KELVOR_COMMON_ITEM_SSR, 4, value_.data(), rsp_), 0u);
-  EXPECT_EQ(response().result, 0);
-  const auto nas = nas_get_service_object_internal_v01(1, 398, 6);
-  uint32_t services = 1;
-  while (services != 0) qmi_client_get_service_list(nas, nullptr, nullptr, &services);
-  clock_.await_waiter(1500ms);
-  clock_.advance(1500ms);
-  while (services != 1) qmi_client_get_service_list(nas, nullptr, nullptr, &services);
-
-  // The vendor client is for life: it stays with the service that went.
-  EXPECT_EQ(static_cast<int>(kelvor_send_common_qmi_msg(35, 0, nullptr, rsp_)), -3);
-}
-
 TEST_F(Common, ANasRequestReleasesItsClientAndKeepsTheStaleHandle) {
   start_modem();
   static nas_network_scan_req scan;
@@ -136,15 +121,6 @@ TEST_F(Common, ANasRequestReleasesItsClientAndKeepsTheStaleHandle) {
   EXPECT_EQ(requests(), 1u);
   output = output_of([] { kelvor_qmi_client_error_cb(nullptr, -2, nullptr); });
   EXPECT_TRUE(said(output, "QMI error callback -2"));
-}
-
-TEST(ResultMap, FoldsTheClientsErrorsAndNothingElse) {
-  const desk::PhoneDirectory directory;
-  static const int32_t kRows[][2] = {{0, 0},   {-1, -101}, {-2, -102},   {-3, -103},
-                                     {-4, -4}, {-5, -5},   {-108, -108}, {1, 1}};
-  for (const auto& [from, to] : kRows) EXPECT_EQ(kelvor_qmi_result_map(from), to);
-  const std::string output = output_of([] { kelvor_qmi_result_map(-3); });
-  EXPECT_TRUE(said(output, "kelvor_qmi_result_map, old_result -3, new_result -103"));
 }
 
 }  // namespace

@@ -204,16 +204,6 @@ TEST_F(NvEfs, PathsGoUpToTheirLengthOrTheirFirstZero) {
   EXPECT_FALSE(directory_.has("efs/0" + deep));
 }
 
-TEST_F(NvEfs, ARestartBetweenTwoChunksEndsTheTransferAndLeavesTheOldFileWhole) {
-  start_modem(
-      "[[fault]]\nservice = \"vendor\"\nkind = \"request\"\nnth = 3\naction = \"restart\"\n");
-  directory_.write("efs/0/nv/item_files/x", "old");
-  const std::string output = output_of([&] { EXPECT_EQ(write(kPath, pattern(2000)), -103); });
-  EXPECT_TRUE(said(output, "send msg sync failed:-2"));
-  EXPECT_EQ(directory_.file("efs/0/nv/item_files/x"), "old");
-  EXPECT_EQ(requests(), 3u);
-}
-
 TEST_F(NvEfs, AModemThatLiesIsNotBelieved) {
   // Within a response: 24 octets to the payload; in it the chunk's length at 0, the whole length at
   // 4, the result at 16.

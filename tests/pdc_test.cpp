@@ -231,35 +231,6 @@ TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
   EXPECT_TRUE(said(output, "ind_data_len = 288")) << output;
 }
 
-TEST_F(Pdc, TimersAreFoundByKindAndById) {
-  connect();
-  pdc_info_s_type& state = pdc::info();
-  const base::Lock lock(state.mutex);
-  uint32_t* const fallback = qmi_pdc_request_timer_get_ptr_by_req_type(PDC_REQ_DEFAULT_INFO);
-  for (const int other : {0, 11, -1, 1 << 30}) {
-    EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_req_type(other), fallback);
-  }
-  const std::string output = desk::output_of([&] {
-    for (int type = PDC_REQ_LIST; type <= PDC_REQ_DEFAULT_INFO; ++type) {
-      ASSERT_EQ(qmi_pdc_request_timer_start(type), 0);
-      uint32_t* const slot = qmi_pdc_request_timer_get_ptr_by_req_type(type);
-      EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_timer_id(*slot), slot);
-      EXPECT_EQ(qmi_pdc_request_timer_get_req_type_by_timer_id(*slot), type);
-    }
-    const uint32_t old = *fallback;
-    EXPECT_EQ(qmi_pdc_request_timer_start(PDC_REQ_DEFAULT_INFO), 0);
-    EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_timer_id(old), nullptr);
-    EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_timer_id(0), nullptr);
-    for (int type = PDC_REQ_LIST; type <= PDC_REQ_DEFAULT_INFO; ++type) {
-      qmi_pdc_request_timer_stop(type);
-    }
-  });
-  EXPECT_TRUE(said(
-      output, "find the timer is running, will stop it af first, timer_id = 10, req_type = 10"))
-      << output;
-  EXPECT_TRUE(said(output, "not find this timer_id(10)")) << output;
-}
-
 // Four threads, a modem that loses, delays, doubles and refuses at random: every request ends, and
 // when the modem behaves again every kind works.
 TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {

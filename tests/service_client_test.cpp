@@ -167,19 +167,6 @@ TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {
   }
 }
 
-TEST_F(ServiceClients, AServiceThatComesBetweenTwoAttemptsIsConnectedTo) {
-  desk::Modem& modem = start();
-  modem.take_down(NAS_SERVICE_ID);
-  std::thread later([&] {
-    while (clock_.passed() < 3s) std::this_thread::sleep_for(1ms);
-    modem.bring_up(NAS_SERVICE_ID);
-  });
-  EXPECT_EQ(connect_nas_0(), 1);
-  later.join();
-  EXPECT_EQ(reported(kModemApiNas0), (Statuses{1, 3}));
-  EXPECT_LT(clock_.passed(), 9s);
-}
-
 TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
   desk::Modem& modem = start();
   ASSERT_EQ(connect_nas_0(), 1);

@@ -66,30 +66,6 @@ TEST_F(Tool, NoCommandWaitsForAModemThatCannotCome) {
   EXPECT_GE(clock.passed(), std::chrono::seconds(2)) << "what the user asked for";
 }
 
-TEST_F(Tool, EveryLineOfTheLogIsOneMessage) {
-  run("$BIN/vex 4 1 0 550; $BIN/vex 0");
-  std::ifstream log(directory_.root() + "/log/system.log");
-  std::string line;
-  size_t lines = 0;
-  while (std::getline(log, line)) {
-    ++lines;
-    EXPECT_EQ(line.substr(4, 1) + line.substr(10, 1) + line.substr(23, 1), "-  ") << line;
-    EXPECT_NE(line.find(" [vex]["), std::string::npos) << line;
-  }
-  EXPECT_GT(lines, 100u);
-}
-
-TEST_F(Tool, TwoHundredWritersAtOnceLoseNothing) {
-  const Ran ran = run(
-      "for i in $(seq 200); do $BIN/vex 4 2 0 $((i + 1000)) $i $((i / 2)) >/dev/null & done; wait");
-  EXPECT_EQ(ran.status, 0) << ran.output;
-  for (int i = 1; i <= 200; ++i) {
-    EXPECT_EQ(directory_.file("nv/0/" + std::to_string(i + 1000)),
-              (std::string{static_cast<char>(i), static_cast<char>(i / 2)}))
-        << i;
-  }
-}
-
 // ---- a served phone
 
 constexpr const char kServe[] =
@@ -142,19 +118,6 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   EXPECT_TRUE(clients.open(&last)) << "the room of one that has gone";
   ::eventfd_write(stop.get(), 1);
   serving.join();
-}
-
-TEST_F(Tool, DiagReachesAServedModemAndAnEmbeddedOneAlike) {
-  // Three octets echoed, 133 answered.
-  const std::string read = "$BIN/vex 5 0 0 0 1000 0x26 0x26 0x02 | grep -c ' 0x'; ";
-  const Ran ran = run("export VEX_SHELL_LEVELS=11; " + read + kServe + read +
-                      "$BIN/vex 5 0 1 1 0 0x27 0x58 0x02 1 2 3 >/dev/null; "
-                      "$BIN/vex 5 3 0 1 0 >/dev/null; kill $server; wait $server; "
-                      "$BIN/vex 5 2 0 | tail -n 4");
-  EXPECT_TRUE(ran.output.starts_with("136\n136\n")) << ran.output;
-  EXPECT_EQ(directory_.file("nv/0/600"), "\1\2\3");
-  EXPECT_TRUE(said(ran.output, " 00")) << ran.output;
-  EXPECT_FALSE(said(ran.output, " 01")) << ran.output;
 }
 
 TEST_F(Tool, AServerThatDiesInTheMiddleEndsTheRequestAndIsReplaced) {

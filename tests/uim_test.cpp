@@ -239,25 +239,6 @@ TEST_F(Uim, APowerRequestWhoseFileIsNotWrittenSendsNothing) {
   EXPECT_TRUE(uim_requests().empty());
 }
 
-TEST_F(Uim, WithoutAServiceEveryOperationFailsAfterFourSecondsAndTheNextTriesAgain) {
-  sim::Modem& modem = start_modem();
-  modem.take_down(UIM_SERVICE_ID);
-  clock_.run_by_itself();
-  for (const Named& row : kOperations) {
-    const platform::Duration before = clock_.passed();
-    const std::string output = output_of([&] { EXPECT_EQ(row.call(), -1) << row.name; });
-    EXPECT_EQ(clock_.passed() - before, milliseconds(4000)) << row.name;
-    EXPECT_TRUE(said(output, "qmi_client_init UIM instance failed, qmi_client_error = -3"));
-    EXPECT_TRUE(said(output, "init_uim_qmi_client failed")) << row.name;
-    EXPECT_FALSE(said(output, "QMI error, try recovery")) << row.name;
-  }
-  EXPECT_EQ(requests(), 0u) << "not even the enable file's";
-  EXPECT_EQ(g_status.octets(2), "03 03");
-  modem.bring_up(UIM_SERVICE_ID);
-  EXPECT_EQ(card_status(), 0);
-  EXPECT_EQ(g_status.octets(2), "01 01");
-}
-
 TEST_F(Uim, NullBlocksAreRefusedBeforeAnythingIsSent) {
   start_modem();
   const kelvor_uim_eid_in slot{2};

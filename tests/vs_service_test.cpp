@@ -24,16 +24,6 @@ const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
 const auto kNas = nas_get_service_object_internal_v01(1, 398, 6);
 
 struct Vs : desk::Desk {
-  // The modem of this phone.toml and no other.
-  sim::Modem& start(std::string_view toml) {
-    sim::PhoneConfig config;
-    std::string why;
-    EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << why;
-    const auto modem =
-        std::shared_ptr<sim::Modem>(sim::make_modem(directory_.phone(), std::move(config)));
-    desk::use_link(sim::make_embedded_link(modem));
-    return *modem;
-  }
   static qmi_client_type open(qmi_idl_service_object_type service = kVs,
                               qmi_client_ind_cb callback = nullptr, void* data = nullptr) {
     qmi_client_type client = nullptr;
@@ -124,45 +114,6 @@ TEST_F(Vs, RequestsGetWhatThePhoneHasOfThem) {
   const qmi_client_type client = open();
   for (const auto& row : kRows) EXPECT_EQ(get(client, row.sub, row.wanted), row.answer);
   EXPECT_EQ(feature(client), 0);
-}
-
-TEST(VsConfig, CommandCountsStandBehindTheDiagLogs) {
-  sim::PhoneConfig config;
-  std::string why;
-  ASSERT_TRUE(
-      sim::parse_phone_config("[statistics]\nenabled = true\noutdated_logs = [7, 8]\n"
-                              "cmd_ok_count = 0x1122334455667788\ncmd_fail_count = 9\n",
-                              &config, &why))
-      << why;
-  const std::string counters = sim::statistics_counters(config);
-  EXPECT_EQ(desk::hex(counters.substr(0, 30)),
-            "04 01 02 00 00 00 00 00 00 00 88 77 66 55 44 33 22 11 09 00 00 00 00 00 00 00 00 00 "
-            "00 00");
-  EXPECT_EQ(counters.size(), 1u + 57 + 95 + 58 + 10);
-}
-
-TEST_F(Vs, ServicesCanBeAbsentUntilTheyAreBroughtUp) {
-  sim::Modem& modem = start("[modem]\nabsent = [\"nas\", \"vs\"]\n");
-  const auto services = [](qmi_idl_service_object_type service) {
-    uint32_t count = 0;
-    qmi_client_get_service_list(service, nullptr, nullptr, &count);
-    return count;
-  };
-  EXPECT_EQ(services(kSar), 1u);
-  EXPECT_EQ(services(kNas), 0u);
-  EXPECT_EQ(services(kVs), 0u);
-  modem.bring_up(qcci::idl::kVsService.id);
-  while (services(kVs) != 1) std::this_thread::yield();
-  EXPECT_EQ(services(kNas), 0u);
-  EXPECT_EQ(feature(open()), 0);
-
-  modem.restart();
-  while (services(kSar) != 0 || services(kVs) != 0) std::this_thread::yield();
-  clock_.await_waiter(1500ms);
-  clock_.advance(1500ms);
-  while (services(kSar) != 1) std::this_thread::yield();
-  EXPECT_EQ(services(kNas), 0u);
-  EXPECT_EQ(services(kVs), 0u);
 }
 
 // ---- indications on demand

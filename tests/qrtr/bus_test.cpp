@@ -1,7 +1,6 @@
 // The client library and the served phone on the kernel's QRTR bus, among others who are on it too.
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <future>
 #include <thread>
@@ -13,8 +12,6 @@
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
 #include "sim/phone/files.h"
-#include "support/vireo_desk.h"
-#include "vireo/modem_api/modem_api.h"
 
 namespace {
 
@@ -232,53 +229,6 @@ TEST(QrtrPhone, ForgetsAClientWhenTheKernelSaysSoAndNobodyElse) {
   heir.insist(sar, request(3));
   phone.go_on();
   EXPECT_EQ(heir.take(&from).at(1), 3);
-}
-
-// ---- the statistics framework
-
-std::mutex g_mutex;
-std::condition_variable g_told;
-std::vector<uint32_t> g_events;
-
-bool told(size_t events) {
-  std::unique_lock lock(g_mutex);
-  return g_told.wait_for(lock, std::chrono::milliseconds(kPatienceMs),
-                         [&] { return g_events.size() >= events; });
-}
-
-TEST(QrtrStatistics, AClientOutlivesAModemThatIsKilledAndStartedAgain) {
-  ServedPhone phone;
-  ::setenv("VEX_MODEM", "qrtr", 1);
-  desk::call_process("vex");
-  ASSERT_EQ(modem_api_init(), 0u);
-  int32_t id = -1;
-  ASSERT_EQ(modem_api_init_client(
-                2, nullptr,
-                [](uint32_t event, uint32_t) {
-                  const std::lock_guard lock(g_mutex);
-                  g_events.push_back(event);
-                  g_told.notify_all();
-                },
-                &id),
-            0u);
-  for (size_t life = 0; life < 3; ++life) {
-    ASSERT_TRUE(told(2 * life + 1)) << life;
-    // Connecting binds the subscription; the second request is ours.
-    const size_t before = phone.traced("nas 0x0003 indication register request");
-    EXPECT_EQ(modem_api_util_enable_networking_indications(id, 0), 0u) << life;
-    EXPECT_EQ(phone.traced("nas 0x0003 indication register request"), before + 1) << life;
-    EXPECT_EQ(phone.traced("nas 0x0045 bind subscription request"), life + 1);
-    phone.stop(SIGKILL);
-    ASSERT_TRUE(told(2 * life + 2)) << life;
-    phone.start();
-  }
-  ASSERT_TRUE(told(7));
-  const std::vector<uint32_t> in_turn = {MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
-                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
-                                         MODEM_API_EVENT_CONNECTED, MODEM_API_EVENT_SUSPENDING,
-                                         MODEM_API_EVENT_CONNECTED};
-  EXPECT_EQ(g_events, in_turn);
-  EXPECT_EQ(modem_api_free_client(id), 0u);
 }
 
 }  // namespace

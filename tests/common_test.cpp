@@ -16,12 +16,6 @@ using namespace std::chrono_literals;
 struct Common : desk::Desk {
   uint8_t rsp_[KELVOR_COMMON_RSP_SIZE];
   const std::vector<uint8_t> value_ = std::vector<uint8_t>(512, 0xC3);
-
-  kelvor_common_rsp response() const {
-    kelvor_common_rsp rsp;
-    std::memcpy(&rsp, rsp_, sizeof rsp);
-    return rsp;
-  }
 };
 
 TEST_F(Common, ArgumentsAreCheckedAndTheLongestValuesAreSentWhole) {
@@ -68,22 +62,6 @@ TEST_F(Common, ArgumentsAreCheckedAndTheLongestValuesAreSentWhole) {
   EXPECT_EQ(desk::hex(std::span(sent[2].octets).subspan(24, 10)), "23 00 00 00 00 00 00 00 C3 C3");
   EXPECT_EQ(desk::hex(std::span(sent[0].octets).subspan(7, 14)),
             "01 04 00 04 00 00 00 02 04 00 00 02 00 00");
-}
-
-TEST_F(Common, AnswersBeginWithTheCommandAndTheResult) {
-  start_modem("[[fault]]\nservice = \"vendor\"\naction = \"drop\"\nnth = 100\n");
-  std::memset(rsp_, 0xEE, sizeof rsp_);
-  EXPECT_EQ(kelvor_send_common_qmi_msg(12345, 0, nullptr, rsp_), 0u);
-  EXPECT_EQ(response().command, 2u);
-  EXPECT_EQ(response().result, -38) << "an item that the modem does not have";
-  EXPECT_EQ(rsp_[507], 0);
-  std::memset(rsp_, 0xEE, sizeof rsp_);
-  EXPECT_EQ(kelvor_common_qmi_req(KELVOR_COMMON_STATS_DEBUG_INFO, 0, nullptr, rsp_), 0u);
-  EXPECT_EQ(response().result, 0);
-  EXPECT_EQ(desk::hex({response().payload, 3}), "04 01 00");
-  EXPECT_EQ(kelvor_common_qmi_req(KELVOR_COMMON_STATS_LOG_LIST, 0, nullptr, rsp_), 0u);
-  EXPECT_EQ(desk::hex({response().payload, 2}), "00 00");
-  EXPECT_EQ(rsp_[507], 0);
 }
 
 TEST_F(Common, SyncIsZeroOnlyWhenBothResultsAre) {

@@ -170,47 +170,6 @@ TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
   EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
 }
 
-TEST_F(Pdc, EveryKindHasItsHandlerAndItsMessages) {
-  connect();
-  for (const pdc::RequestKind& kind : pdc::kRequestKinds) {
-    SCOPED_TRACE(kind.name);
-    const auto outcome = [&kind] {
-      const base::Lock lock(pdc::info().mutex);
-      const pdc::Context& context = pdc::info().context(kind.req_type);
-      return std::pair(context.done, context.result);
-    };
-    const bool is_list = kind.req_type == PDC_REQ_LIST;
-    const std::pair<uint32_t, int> failed{1, -1};
-    std::vector<uint8_t> ind(kind.indication_size);
-    const std::string output = desk::output_of([&] {
-      kind.handler(nullptr, 0);
-      EXPECT_TRUE(is_list || outcome() == failed);
-      // A current configuration has to have an id.
-      if (kind.req_type == PDC_REQ_GET_SELECTED) {
-        auto* selected = reinterpret_cast<pdc_get_selected_config_ind*>(ind.data());
-        selected->active_valid = 1;
-        selected->active_len = 1;
-      }
-      kind.handler(ind.data(), kind.indication_size);
-      EXPECT_TRUE(is_list || outcome() == (std::pair<uint32_t, int32_t>(1, 0)));
-      ind[0] = 3;
-      kind.handler(ind.data(), kind.indication_size);
-      EXPECT_TRUE(is_list || outcome() == failed);
-    });
-    const bool default_info = kind.req_type == PDC_REQ_DEFAULT_INFO;
-    EXPECT_TRUE(said(output, is_list
-                                 ? "pdc_list_configs_flag, g_pdc_info.is_pdc_list_handling is not "
-                                   "running, do nothing"
-                             : default_info ? "NULL pointer for config_info"
-                                            : "NULL pointer for ind_data_ptr"))
-        << output;
-    if (!is_list) {
-      EXPECT_TRUE(said(output, default_info ? "def_ind->error = 3" : "QMI error, error code: 3"))
-          << output;
-    }
-  }
-}
-
 TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
   desk::Modem& modem = connect();
   pdc_activate_config(kSoftware, 0);  // the modem knows its client by it

@@ -89,27 +89,6 @@ TEST_F(PhoneFiles, AFileOfMoreThanSixteenMebibytesIsNotRead) {
   EXPECT_EQ(directory_.phone().nv().read("0/550", &read), EFBIG);
 }
 
-TEST_F(PhoneFiles, WhatCannotBeReadIsNotWrittenOver) {
-  static const struct {
-    const char *file, *command;
-  } kRows[] = {
-      {"properties", "11 3 1"},
-      {"cards/tray", "5 3 0 1 0"},
-      {"cards/deleted_profiles", "5 10 5 0"},
-      {"nv/0/10", "5 0 0 0 1000 0x27 10 0 1"},  // the item's length is that of the old one
-  };
-  desk::run("\"$BIN\"/vex 5 10 1 0");
-  directory_.write("elsewhere", "kept");
-  std::filesystem::create_directories(directory_.root() + "/cards");
-  for (const auto& row : kRows) {
-    const std::string file = directory_.root() + "/" + row.file;
-    std::filesystem::create_symlink(directory_.root() + "/elsewhere", file);
-    desk::run(std::string("\"$BIN\"/vex ") + row.command);
-    EXPECT_TRUE(std::filesystem::is_symlink(file)) << row.file;
-  }
-  EXPECT_EQ(directory_.file("elsewhere"), "kept");
-}
-
 TEST_F(PhoneFiles, ThePlaceIsTakenFromTheEnvironment) {
   static const struct {
     const char *phone, *state, *home, *root;

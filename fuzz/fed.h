@@ -1,5 +1,5 @@
-// What the targets share that have a client library of their own: the input, and that library, whose
-// every answer is made of the input.
+// What the targets share that have a client library of their own: the input, and that library,
+// whose every answer is made of the input.
 #ifndef FUZZ_FED_H_
 #define FUZZ_FED_H_
 

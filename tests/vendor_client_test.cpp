@@ -72,10 +72,7 @@ TEST_F(Vendor, AnAnswerIsCopiedAsFarAsItGoesAndAsFarAsThereIsRoom) {
       {"and less room", 512, 100, "change\"\nat = 17\noctets = [255, 255, 255, 255]", 0, 100},
       {"nothing", 512, 512, "change\"\nat = 17\noctets = [0, 0, 0, 0]", 0, 0},
       {"no data", 512, 512, "change\"\nat = 21\noctets = [0x7F]", 0, 0},
-      {"cut", 512, 512, "truncate\"\noctets = 100", -3, 0, kTimedOut},
-      {"empty", 512, 512, "truncate\"\noctets = 0", -3, 0, kTimedOut},
       {"refused", 512, 512, "qmi-error\"\nerror = 71", -3, 0, "send msg sync failed:-1"},
-      {"another's", 512, 512, "wrong-transaction\"", -3, 0, kTimedOut},
       {"lost", 512, 512, "drop\"", -3, 0, kTimedOut},
   };
   std::string toml;
@@ -97,7 +94,7 @@ TEST_F(Vendor, AnAnswerIsCopiedAsFarAsItGoesAndAsFarAsThereIsRoom) {
     EXPECT_EQ(response_[row.copied], 0xEE) << row.rule;
     EXPECT_TRUE(row.message.empty() || said(output, row.message)) << output;
   }
-  EXPECT_EQ(clock_.passed(), std::chrono::milliseconds(4 * 3000));
+  EXPECT_EQ(clock_.passed(), std::chrono::milliseconds(3000));
   EXPECT_EQ(sync(), 0) << "and the next one works";
 }
 

@@ -51,9 +51,15 @@ TEST_F(Pdc, ARequestGoesWithWhatItsTypeAsksFor) {
   pdc_deactivate_config(1, kSoftware);
   pdc_get_current_config(&id, kPlatform, 1);
   pdc_activate_config(kPlatform, 1);
-  EXPECT_EQ(asked(), (Sequence{kGet1, kSet0, kSoft1, kDeactivate1, "get 01 04 00 00 00 00 00",
-                               "activate 01 04 00 00 00 00 00 11 04 00 00 00 00 00 "
-                               "13 04 00 01 00 00 00"}));
+  const std::string sub_0 = " 11 04 00 00 00 00 00";
+  const std::string sub_1 = " 11 04 00 01 00 00 00";
+  EXPECT_EQ(
+      asked(),
+      (Sequence{
+          "get 01 04 00 01 00 00 00" + sub_1, "set 01 07 00 01 00 00 00 02 AA 00" + sub_0,
+          "activate 01 04 00 01 00 00 00" + sub_1 + " 12 04 00 01 00 00 00 13 04 00 01 00 00 00",
+          "deactivate 01 04 00 01 00 00 00" + sub_1, "get 01 04 00 00 00 00 00",
+          "activate 01 04 00 00 00 00 00" + sub_0 + " 13 04 00 01 00 00 00"}));
 }
 
 TEST_F(Pdc, AnIndicationIsWaitedForFiveSecondsUnlessItWasThereFirst) {

@@ -89,26 +89,6 @@ TEST_F(PhoneFiles, AFileOfMoreThanSixteenMebibytesIsNotRead) {
   EXPECT_EQ(directory_.phone().nv().read("0/550", &read), EFBIG);
 }
 
-TEST_F(PhoneFiles, ThePlaceIsTakenFromTheEnvironment) {
-  static const struct {
-    const char *phone, *state, *home, *root;
-  } kRows[] = {
-      {"/p/", "/s", "/h", "/p"},
-      {"", "/s", "/h", "/s/vex/phone"},
-      {"", "relative", "/h", "/h/.local/state/vex/phone"},
-      {"", "", "", ""},
-  };
-  for (const auto& row : kRows) {
-    ::setenv("VEX_PHONE", row.phone, 1);
-    ::setenv("XDG_STATE_HOME", row.state, 1);
-    ::setenv("HOME", row.home, 1);
-    EXPECT_EQ(sim::Phone::default_root(), row.root);
-  }
-  std::string why;
-  EXPECT_FALSE(sim::Phone("").prepare(&why));
-  EXPECT_EQ(why, "no place for the phone: VEX_PHONE, XDG_STATE_HOME and HOME are empty");
-}
-
 TEST_F(PhoneFiles, PropertiesOutliveProcessesAndNoneIsLost) {
   EXPECT_EQ(
       in_processes(

@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <map>
 #include <string>
 
 #include "support/desk.h"
@@ -16,47 +15,24 @@ namespace desk {
 
 class ServedPhone {
  public:
-  // The default phone, with `toml` for its phone.toml unless that is empty, and these files.
-  explicit ServedPhone(std::string_view toml = "",
-                       const std::map<std::string, std::string>& files = {}) {
+  // The default phone, with `toml` for its phone.toml unless that is empty.
+  explicit ServedPhone(std::string_view toml = "") {
     std::string why;
     EXPECT_TRUE(directory_.phone().prepare(&why)) << why;
     if (!toml.empty()) directory_.write("phone.toml", toml);
-    for (const auto& [path, contents] : files) directory_.write(path, contents);
     start();
   }
-  ~ServedPhone() { stop(SIGTERM); }
+  ~ServedPhone() {
+    if (process_ <= 0) return;
+    ::kill(process_, SIGTERM);
+    ::waitpid(process_, nullptr, 0);
+  }
   ServedPhone(const ServedPhone&) = delete;
   ServedPhone& operator=(const ServedPhone&) = delete;
 
-  // Returns when the services are on the bus.
-  void start() {
-    ++starts_;
-    process_ = ::fork();
-    if (process_ == 0) {
-      const int out = ::open((root() + "/trace").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-      ::dup2(out, STDOUT_FILENO);
-      ::dup2(out, STDERR_FILENO);
-      ::execlp("vex-phone", "vex-phone", "serve", "--qrtr", "--trace", nullptr);
-      ::_exit(127);
-    }
-    while (traced("published on the QRTR bus\n") < starts_) {
-      if (::waitpid(process_, nullptr, WNOHANG) != 0) {
-        process_ = -1;
-        FAIL() << "no phone is served: " << directory_.file("trace");
-      }
-      ::usleep(5000);
-    }
-  }
   // It takes no notice of anything from then on.
   void pause() const { ::kill(process_, SIGSTOP); }
   void go_on() const { ::kill(process_, SIGCONT); }
-  void stop(int signal) {
-    if (process_ <= 0) return;
-    ::kill(process_, signal);
-    ::waitpid(process_, nullptr, 0);
-    process_ = -1;
-  }
 
   const std::string& root() const { return directory_.root(); }
   const PhoneDirectory& directory() const { return directory_; }
@@ -71,9 +47,26 @@ class ServedPhone {
   }
 
  private:
+  // Returns when the services are on the bus.
+  void start() {
+    process_ = ::fork();
+    if (process_ == 0) {
+      const int out = ::open((root() + "/trace").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+      ::dup2(out, STDOUT_FILENO);
+      ::dup2(out, STDERR_FILENO);
+      ::execlp("vex-phone", "vex-phone", "serve", "--qrtr", "--trace", nullptr);
+      ::_exit(127);
+    }
+    while (traced("published on the QRTR bus\n") == 0) {
+      if (::waitpid(process_, nullptr, WNOHANG) != 0) {
+        process_ = -1;
+        FAIL() << "no phone is served: " << directory_.file("trace");
+      }
+      ::usleep(5000);
+    }
+  }
   PhoneDirectory directory_;
   pid_t process_ = -1;
-  size_t starts_ = 0;
 };
 
 }  // namespace desk

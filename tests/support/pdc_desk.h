@@ -111,21 +111,6 @@ struct PdcDesk : Desk {
   }
 };
 
-inline const char* const kGet0 = "get 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
-inline const char* const kGet1 = "get 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
-inline const char* const kDeactivate0 = "deactivate 01 04 00 01 00 00 00 11 04 00 00 00 00 00";
-inline const char* const kDeactivate1 = "deactivate 01 04 00 01 00 00 00 11 04 00 01 00 00 00";
-inline const char* const kSet0 = "set 01 07 00 01 00 00 00 02 AA 00 11 04 00 00 00 00 00";
-inline const char* const kSet1 = "set 01 07 00 01 00 00 00 02 BB 00 11 04 00 01 00 00 00";
-inline const char* const kSoft0 =
-    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
-inline const char* const kSoft1 =
-    "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
-inline const char* const kRegular0 =
-    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 00 00 00 00 13 04 00 00 00 00 00";
-inline const char* const kRegular1 =
-    "activate 01 04 00 01 00 00 00 11 04 00 00 00 00 00 12 04 00 01 00 00 00 13 04 00 01 00 00 00";
-
 }  // namespace desk
 
 #endif  // TESTS_SUPPORT_PDC_DESK_H_

@@ -176,6 +176,35 @@ TEST_F(Pdc, WhatNobodyAskedForChangesNoLaterRequest) {
   EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
 }
 
+TEST_F(Pdc, AnIndicationThatIsNoneFailsItsRequest) {
+  connect();
+  for (const pdc::RequestKind& kind : pdc::kRequestKinds) {
+    if (kind.req_type == PDC_REQ_LIST) continue;  // whose frames are counted
+    const std::string output = desk::output_of([&] { kind.handler(nullptr, 0); });
+    EXPECT_TRUE(said(output, kind.req_type == PDC_REQ_DEFAULT_INFO
+                                 ? "NULL pointer for config_info"
+                                 : "NULL pointer for ind_data_ptr"))
+        << output;
+    const base::Lock lock(pdc::info().mutex);
+    EXPECT_EQ(pdc::info().context(kind.req_type).result, -1) << kind.name;
+  }
+}
+
+TEST_F(Pdc, ATimerThatRunsIsReplaced) {
+  connect();
+  const base::Lock lock(pdc::info().mutex);
+  const std::string output = desk::output_of([] {
+    EXPECT_EQ(qmi_pdc_request_timer_start(PDC_REQ_ACTIVATE), 0);
+    EXPECT_EQ(qmi_pdc_request_timer_start(PDC_REQ_ACTIVATE), 0);
+    EXPECT_EQ(qmi_pdc_request_timer_get_ptr_by_timer_id(1), nullptr);
+    EXPECT_EQ(qmi_pdc_request_timer_get_req_type_by_timer_id(2), PDC_REQ_ACTIVATE);
+    qmi_pdc_request_timer_stop(PDC_REQ_ACTIVATE);
+  });
+  EXPECT_NE(output.find("find the timer is running, will stop it af first, timer_id = 1, "),
+            std::string::npos)
+      << output;
+}
+
 TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
   desk::Modem& modem = connect();
   pdc_activate_config(kSoftware, 0);  // the modem knows its client by it

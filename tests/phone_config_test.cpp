@@ -151,6 +151,8 @@ TEST(PhoneConfig, EveryKeyTakesWhatItsRowSays) {
         section.kind >= sim::Section::Kind::kList && section.kind != sim::Section::Kind::kRecord;
     const std::string table =
         (list ? "[[" : "[") + section.path + (list ? "]]\n" : "]\n") + section.title + "\n";
+    // A key that no row has.
+    EXPECT_NE(flaw(table + "unheard_of = 1\n"), "") << table;
     for (const sim::Key& key : section.keys) {
       ++keys;
       std::string around = table;

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -45,43 +44,12 @@ Texts probe(const std::string& path, const Texts& says) {
            says),
       {"function exit <-------------"});
 }
-Texts shows(const std::vector<int>& octets) {
-  Texts texts = {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N"};
-  for (size_t i = 0; i < 5; ++i) {
-    texts.push_back("data_ptr[" + std::to_string(i) + "]: " + std::to_string(octets[i]));
-  }
-  return with(texts, {"munmap, ret: 0", "close fd"});
-}
-const Texts kCannotOpen = {"open, fd: -1", "shm_open error"};
-
 size_t open_files() {
   size_t count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     ++count;
   }
   return count;
-}
-
-TEST_F(Smart, TheSharedMemoryIsShownAndNotWritten) {
-  const std::string path = directory_.root() + "/share_memory";
-  std::string why;
-  ASSERT_TRUE(directory_.phone().prepare(&why));  // the log is open from here on
-  desk::output_of([] { kelvor_smart_test_show_help(0); });
-  const size_t before = open_files();
-  ::umask(0);
-  EXPECT_EQ(shared_memory_says(path), probe(path, shows({0, 0, 0, 0, 0}))) << "a new file";
-  EXPECT_EQ(directory_.file("share_memory"), std::string(100, '\0'));
-  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0777));
-  directory_.write("share_memory", "\x01\x7F\x80\xFF\x05\x06" + std::string(94, '\0'));
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(shared_memory_says(path), probe(path, shows({1, 127, 128, 255, 5}))) << i;
-  }
-  directory_.write("share_memory", "AB");
-  EXPECT_EQ(shared_memory_says(path), probe(path, shows({65, 66, 0, 0, 0}))) << "too short";
-  directory_.write("share_memory", std::string(300, 'x'));
-  EXPECT_EQ(shared_memory_says(path), probe(path, shows({120, 120, 120, 120, 120}))) << "too long";
-  EXPECT_EQ(directory_.file("share_memory"), std::string(100, 'x'));
-  EXPECT_EQ(open_files(), before);
 }
 
 TEST_F(Smart, ASharedMemoryThatIsCutWhileItIsReadIsNoted) {
@@ -98,18 +66,17 @@ TEST_F(Smart, ASharedMemoryThatIsCutWhileItIsReadIsNoted) {
   other.join();
 }
 
-TEST_F(Smart, ASharedMemoryThatCannotBeHadIsNotedAtItsStep) {
-  std::string path = directory_.root() + "/none/share_memory";
-  EXPECT_EQ(shared_memory_says(path), probe(path, kCannotOpen)) << "no directory";
-  EXPECT_EQ(
-      shared_memory_says("/dev/null"),
-      probe("/dev/null", {"open, fd: N", "ftruncate, ret: -1", "ftruncate error", "close fd"}));
-  // A file that takes its size but no writer of its octets.
+// A file that takes its size but no writer of its octets.
+TEST_F(Smart, ASharedMemoryThatCannotBeMappedIsNotedAndClosed) {
   const int sealed = ::memfd_create("sealed", MFD_ALLOW_SEALING);
   ASSERT_EQ(::fcntl(sealed, F_ADD_SEALS, F_SEAL_FUTURE_WRITE), 0);
-  path = "/proc/self/fd/" + std::to_string(sealed);
-  EXPECT_EQ(shared_memory_says(path), probe(path, {"open, fd: N", "ftruncate, ret: 0",
-                                                   "mmap, data_ptr: N", "mmap error", "close fd"}));
+  const std::string path = "/proc/self/fd/" + std::to_string(sealed);
+  const Texts says = probe(
+      path, {"open, fd: N", "ftruncate, ret: 0", "mmap, data_ptr: N", "mmap error", "close fd"});
+  EXPECT_EQ(shared_memory_says(path), says);
+  const size_t before = open_files();
+  EXPECT_EQ(shared_memory_says(path), says);
+  EXPECT_EQ(open_files(), before);
 }
 
 // ---- timer

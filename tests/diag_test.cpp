@@ -50,7 +50,6 @@ struct Diag : desk::Desk {
     directory_.write("nv/0/" + std::to_string(id),
                      {reinterpret_cast<const char*>(item.data()), item.size()});
   }
-  std::string item(int id) const { return hex(directory_.file("nv/0/" + std::to_string(id))); }
 };
 
 std::string repeated(const char* octet, size_t n) {
@@ -58,67 +57,6 @@ std::string repeated(const char* octet, size_t n) {
   for (size_t i = 0; i < n; ++i) text += (i > 0 ? " " : "") + std::string(octet);
   return text;
 }
-
-struct CommandRow {
-  const char* rule;
-  const char* before;   // item 600, nothing: it is not there
-  std::string command;  // octets
-  std::string answer;   // what it begins with
-  size_t size;
-  std::string after;
-  friend void PrintTo(const CommandRow& row, std::ostream* out) { *out << row.rule; }
-};
-
-const CommandRow kCommandRows[] = {
-    {"ReadGivesTheItemAndZeros", "01 02 03", "26 58 02", "26 58 02 01 02 03 00", 133, "01 02 03"},
-    {"ReadMayBeTheWholePacket", "01", "26 58 02 " + repeated("AA", 130), "26 58 02 01 00", 133,
-     "01"},
-    {"ReadOfOneOctetTooMany", "01", "26 58 02 " + repeated("AA", 131), "15 26 58 02 AA", 135, "01"},
-    {"ReadWithoutAnId", "01", "26 58", "15 26 58", 3, "01"},
-    {"WriteGivesTheItemItsLength", "01 02 03", "27 58 02 09 08", "27 58 02 09 08 00", 133, "09 08"},
-    {"WriteMakesAnItem", "", "27 58 02 07", "27 58 02 07 00", 133, "07"},
-    {"WriteWithoutDataIsTooShort", "01", "27 58 02", "15 27 58 02", 4, "01"},
-    {"WholePacketKeepsTheItemsLength", "01 02 03", "27 58 02 " + repeated("05", 130),
-     "27 58 02 05 05 05 05", 133, "05 05 05"},
-    {"WholePacketMakesAnItemOfItsData", "", "27 58 02 " + repeated("05", 128), "27 58 02 05 05",
-     133, repeated("05", 128)},
-    {"WriteOfOneOctetTooMany", "01", "27 58 02 " + repeated("05", 131), "15 27 58 02", 135, "01"},
-    {"UnknownCommandIsRepeated", "01", "7B 01 02", "13 7B 01 02", 4, "01"},
-    {"BadCommandIsNoCommand", "01", "13", "13 13", 2, "01"},
-    {"VersionIsThatOfThePhone", "01", "00",
-     "00 " + hex("Jan 15 202610:30:00Jan 20 202618:00:00SIM.1.0") + " 00 00 00 FF 01 00 00 01 00",
-     55, "01"},
-    {"VersionTakesNoMore", "01", "00 00", "15 00 00", 3, "01"},
-};
-
-struct Commands : Diag, testing::WithParamInterface<CommandRow> {};
-
-TEST_P(Commands, AreAnsweredInBothModesAndDoneWithoutAResult) {
-  const CommandRow& row = GetParam();
-  start_modem();
-  const auto prepare = [&] {
-    (void)directory_.phone().nv().remove("0/600");  // it may have none
-    if (*row.before != '\0') set_item(600, row.before);
-  };
-  const Octets command = unhex(row.command);
-  for (const WithResult send : {kByCallback, kByDci}) {
-    prepare();
-    const auto [result, octets] = ask(send, command);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(octets.size(), row.size);
-    EXPECT_EQ(hex(octets).substr(0, row.answer.size()), row.answer);
-    EXPECT_EQ(item(600), row.after);
-  }
-  for (const WithoutResult send : {&kelvor_diag_cmd_send_without_result_by_callback_mode,
-                                   &kelvor_diag_cmd_send_without_result_by_dci_mode}) {
-    prepare();
-    EXPECT_EQ(send(command.data(), static_cast<uint32_t>(command.size())), 0);
-    EXPECT_EQ(item(600), row.after);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Diag, Commands, testing::ValuesIn(kCommandRows),
-                         [](const auto& row) { return row.param.rule; });
 
 TEST_F(Diag, TheStatusOfAnItemSaysWhatIsWrongWithIt) {
   start_modem();

@@ -483,28 +483,4 @@ TEST_F(Client, HandlesThatAreNoneAndArgumentsThatAreWrongAreRefused) {
   EXPECT_EQ(qmi_client_register_error_cb(client, nullptr, nullptr), QMI_CLIENT_PORT_NOT_OPEN);
 }
 
-TEST_F(Client, ManyThreadsShareOneClientWithoutMixingAnswers) {
-  start_modem("[[fault]]\nservice = \"vendor\"\nnth = 7\naction = \"duplicate\"\n");
-  qmi_client_type client = nullptr;
-  ASSERT_EQ(open(kVendor, 4, &client), QMI_CLIENT_OK);
-  std::atomic<int> wrong{0};
-  std::vector<std::thread> threads;
-  for (uint8_t sub = 0; sub < 3; ++sub) {
-    directory_.write("nv/" + std::to_string(sub) + "/9", std::string(1, static_cast<char>(sub)));
-    threads.emplace_back([&, sub] {
-      for (int i = 0; i < 100; ++i) {
-        kelvor_vendor_msg request{2, 512, 1, {1, sub, 9, 0}};
-        kelvor_vendor_msg response;
-        if (qmi_client_send_msg_sync(client, 2, &request, sizeof request, &response,
-                                     sizeof response, 5000) != 0 ||
-            response.data[20] != sub) {
-          ++wrong;
-        }
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
-}
-
 }  // namespace

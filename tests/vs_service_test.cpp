@@ -1,26 +1,17 @@
-// The simulated statistics service as a client meets it: its records, the mistakes that a
-// phone.toml can make in them, services that are not there, and indications on demand.
+// The simulated statistics service as a client meets it: indications on demand.
 
 #include <mutex>
 #include <thread>
 
 #include "platform/idl/nas.h"
-#include "platform/idl/sar.h"
 #include "platform/idl/vs.h"
 #include "platform/qmi_client.h"
 #include "qcci/services/services.h"
-#include "sim/services/counters.h"
-#include "sim/services/make_modem.h"
-#include "sim/serving/embedded_link.h"
 #include "support/desk.h"
-#include "support/process_link.h"
 
 namespace {
 
-using namespace std::chrono_literals;
-
 const auto kVs = vs_get_service_object_internal_v01(1, 2, 6);
-const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
 const auto kNas = nas_get_service_object_internal_v01(1, 398, 6);
 
 struct Vs : desk::Desk {
@@ -31,32 +22,6 @@ struct Vs : desk::Desk {
                                        &client),
               QMI_CLIENT_OK);
     return client;
-  }
-  // "sub.id octets; ..." of the records that the modem has, "none" for a response without a list,
-  // or "error N".
-  static std::string get(qmi_client_type client, uint16_t sub,
-                         const std::vector<std::pair<uint32_t, uint32_t>>& wanted) {
-    static vs_get_parameters_req request;
-    static vs_get_parameters_resp response;
-    request = {};
-    request.sub = sub;
-    for (const auto& [entry_sub, id] : wanted) {
-      vs_parameter& entry = request.parameters[request.parameters_len++];
-      entry.sub = entry_sub;
-      entry.id = id;
-    }
-    const int result = qmi_client_send_msg_sync(client, VS_GET_PARAMETERS, &request, sizeof request,
-                                                &response, sizeof response, 3000);
-    if (result != 0) return "failed " + std::to_string(result);
-    if (response.resp.result != 0) return "error " + std::to_string(response.resp.error);
-    if (response.parameters_valid == 0) return "none";
-    std::string text;
-    for (uint32_t i = 0; i < response.parameters_len; ++i) {
-      const vs_parameter& record = response.parameters[i];
-      text += (i > 0 ? "; " : "") + std::to_string(record.sub) + "." + std::to_string(record.id) +
-              " " + desk::hex({record.data, record.data_len});
-    }
-    return text;
   }
   static int feature(qmi_client_type client) {
     const vs_feature_status_req request{5, 1, 0, 1};
@@ -90,32 +55,6 @@ TEST(VsConfig, TheTechnologyIsANameOrANumber) {
   }
 }
 
-TEST_F(Vs, RequestsGetWhatThePhoneHasOfThem) {
-  start_modem(
-      "[measurements.sub0.raw]\n\"0x64\" = \"FF\"\n\"0x123\" = \"00a0 Bb\"\n\"7\" = \"\"\n"
-      "[measurements.sub1.raw]\n\"0xFFFFFFFF\" = \"" +
-      std::string(1400, '5') + "\"\n");
-  static const struct {
-    uint16_t sub;
-    std::vector<std::pair<uint32_t, uint32_t>> wanted;
-    std::string answer;
-  } kRows[] = {
-      {0, {}, ""},
-      {0, {{0, 0x55}}, ""},
-      {1, {{1, 0x87}}, ""},  // no NR there
-      {0, {{0, 0x64}}, "0.100 FF"},
-      {0, {{0, 0x123}, {0, 7}}, "0.291 00 A0 BB; 0.7 "},
-      {0, {{1, 0x2C}, {1, 0x71}, {0, 0x2C}}, "1.44 01 09 00 00 00; 0.44 01 0C 00 00 00"},
-      {1, {{1, 0xFFFFFFFF}}, "1.4294967295 " + desk::hex(std::vector<uint8_t>(700, 0x55))},
-      {2, {{0, 0x2C}}, "error 48"},
-      {0, {{0, 0x2C}, {2, 0x2C}}, "error 48"},
-      {0, {{0xFFFFFFFF, 0x2C}}, "error 48"},
-  };
-  const qmi_client_type client = open();
-  for (const auto& row : kRows) EXPECT_EQ(get(client, row.sub, row.wanted), row.answer);
-  EXPECT_EQ(feature(client), 0);
-}
-
 // ---- indications on demand
 
 // The messages that one client received.
@@ -145,7 +84,6 @@ TEST_F(Vs, IndicationsReachThoseThatAskedAndNobodyElse) {
   const qmi_client_type third = open(kNas, Heard::callback, &other);
   const qmi_client_type fourth = open(kVs, Heard::callback, &gone);
   EXPECT_EQ(feature(first), 0);
-  EXPECT_EQ(get(first, 5, {}), "error 48") << "refused, it has asked all the same";
   EXPECT_EQ(feature(fourth), 0);
   const nas_bind_subscription_req bind{0};
   nas_plain_resp resp;

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/kelvor_utils.h"
 #include "platform/shell.h"
 #include "support/command.h"
 #include "vex/kelvor_vex_at_cmd.h"

@@ -1,7 +1,6 @@
 // Common requests and NAS requests, against the simulated modem.
 
 #include "platform/idl/nas.h"
-#include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_cmn.h"
 #include "qmi/kelvor_extend_nvefs.h"

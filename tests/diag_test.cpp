@@ -2,8 +2,6 @@
 
 #include "platform/diag.h"
 
-#include <cstring>
-
 #include "qcci/services/assumed.h"
 #include "support/desk.h"
 #include "support/process_link.h"

@@ -1,7 +1,6 @@
 // The eSIM test of command 5: what it prints for the script that calls it, and when it saves the
 // EID.
 
-#include "platform/kelvor_utils.h"
 #include "sim/phone/default_phone.h"
 #include "support/command.h"
 #include "support/desk.h"

@@ -5,10 +5,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <thread>
 
 #include "platform/idl/vendor_payload.h"
-#include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_nvefs.h"
 #include "support/desk.h"
 

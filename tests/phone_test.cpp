@@ -11,7 +11,6 @@
 #include <tuple>
 
 #include "platform/idl/nas.h"
-#include "platform/idl/sar.h"
 #include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "platform/qmi_client.h"

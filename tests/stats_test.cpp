@@ -1,8 +1,6 @@
 // The modem's statistics on the tool's side: records decoded bit by bit, and the feature's
 // counters.
 
-#include <algorithm>
-#include <array>
 #include <climits>
 #include <cstring>
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <thread>

@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "common/qcril_mem.h"
-#include "platform/idl/vendor.h"
 #include "platform/qmi_client.h"
 #include "qcci/wire/packet.h"
 #include "qmi/kelvor_extend_api_uim.h"

@@ -7,7 +7,6 @@
 #include <mutex>
 #include <thread>
 
-#include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "qcci/services/services.h"
 #include "support/process_link.h"

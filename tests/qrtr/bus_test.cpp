@@ -5,7 +5,6 @@
 #include <future>
 #include <thread>
 
-#include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
 #include "qcci/link/qrtr.h"

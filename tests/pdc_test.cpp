@@ -244,34 +244,30 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   connect(faults, 1);
   kelvor_hal_set_shell_print_mask(0);
   clock_.run_by_itself();
+  static const std::function<int(uint32_t sub)> kKinds[] = {
+      [](uint32_t sub) {
+        pdc_config_pdc_info id = id_of({0xAA, 0x00});
+        return pdc_select_config(&id, kSoftware, sub);
+      },
+      [](uint32_t sub) { return pdc_activate_config(kSoftware, sub); },
+      [](uint32_t sub) {
+        pdc_config_pdc_info id{};
+        return pdc_get_current_config(&id, kSoftware, sub);
+      },
+      [](uint32_t sub) { return pdc_deactivate_config(sub, kSoftware); },
+      [](uint32_t) {
+        pdc_config_info* list[8];
+        unsigned int count = 8;
+        const int result = pdc_list_configs(kSoftware, list, &count);
+        for (unsigned int i = 0; result == 0 && i < count; ++i) qcril_free(list[i]);
+        return result;
+      },
+  };
   std::atomic<int> left{kRequests};
   std::atomic<int> results[5] = {};  // by -result
   const auto work = [&](uint32_t seed) {
     std::mt19937 choice(seed);
-    pdc_config_info* list[8];
-    while (left-- > 0) {
-      pdc_config_pdc_info id = id_of({0xAA, 0x00});
-      unsigned int count = 8;
-      int result = 0;
-      switch (choice() % 5) {
-        case 0:
-          result = pdc_get_current_config(&id, kSoftware, choice() % 2);
-          break;
-        case 1:
-          result = pdc_select_config(&id, kSoftware, choice() % 2);
-          break;
-        case 2:
-          result = pdc_activate_config(kSoftware, choice() % 2);
-          break;
-        case 3:
-          result = pdc_deactivate_config(choice() % 2, kSoftware);
-          break;
-        default:
-          result = pdc_list_configs(kSoftware, list, &count);
-          for (unsigned int i = 0; result == 0 && i < count; ++i) qcril_free(list[i]);
-      }
-      ++results[-result];
-    }
+    while (left-- > 0) ++results[-kKinds[choice() % 5](choice() % 2)];
   };
   {
     std::vector<std::jthread> threads;
@@ -283,10 +279,8 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   EXPECT_TRUE(nothing_leaked());
   EXPECT_EQ(kelvor_mbn_init(1), 0);
   // What is left of the faults runs out.
-  pdc_config_pdc_info id = id_of({0xBB, 0x00});
-  const auto every_kind_works = [&] {
-    return (pdc_select_config(&id, kSoftware, 0) | pdc_activate_config(kSoftware, 0) |
-            pdc_get_current_config(&id, kSoftware, 0) | pdc_deactivate_config(0, kSoftware)) == 0;
+  const auto every_kind_works = [] {
+    return std::ranges::all_of(kKinds, [](const auto& kind) { return kind(0) == 0; });
   };
   int tries = 0;
   while (!every_kind_works() && tries < 300) ++tries;

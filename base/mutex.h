@@ -10,8 +10,7 @@
 //
 // A lock passes for a std::unique_lock<std::mutex>, so that a std::condition_variable waits with
 // it. The analysis does not see into lambdas: wait in a loop, not with a predicate.
-#ifndef BASE_MUTEX_H_
-#define BASE_MUTEX_H_
+#pragma once
 
 #include <mutex>
 
@@ -102,5 +101,3 @@ class BASE_THREAD_ANNOTATION(scoped_lockable) Unlock {
 };
 
 }  // namespace base
-
-#endif  // BASE_MUTEX_H_

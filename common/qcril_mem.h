@@ -2,17 +2,15 @@
 // error trace with the place that asked for it.
 //
 // May be called from any thread.
-#ifndef COMMON_QCRIL_MEM_H_
-#define COMMON_QCRIL_MEM_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // `size` zeroed octets, or null.
 PLATFORM_NODISCARD void* qcril_malloc_adv(size_t size, const char* function, int line);
@@ -25,9 +23,9 @@ void qcril_free_adv(void* block, const char* function, int line);
 // Blocks that are out now.
 uint32_t qcril_mem_blocks(void);
 
-#ifdef __cplusplus
-}
+__END_DECLS
 
+#ifdef __cplusplus
 #include <memory>
 
 // Owns a message structure of the heap above.
@@ -37,5 +35,3 @@ struct QcrilFree {
 template <class T>
 using QcrilPtr = std::unique_ptr<T, QcrilFree>;
 #endif
-
-#endif  // COMMON_QCRIL_MEM_H_

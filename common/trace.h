@@ -7,8 +7,7 @@
 //
 // May be called from any thread; a line is written by one call. Results for calling scripts and the
 // decoding of statistics are printed without it.
-#ifndef COMMON_TRACE_H_
-#define COMMON_TRACE_H_
+#pragma once
 
 #include <cstdint>
 
@@ -86,5 +85,3 @@ auto traced(TraceSite site, Body body) {
   TRACE_DEBUG("function exit, ret = %d <-------------", result);
   return result;
 }
-
-#endif  // COMMON_TRACE_H_

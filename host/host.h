@@ -1,7 +1,6 @@
 // The contract's implementation on a host: a computer without a modem of its own. What its sources
 // share.
-#ifndef HOST_HOST_H_
-#define HOST_HOST_H_
+#pragma once
 
 #include <memory>
 
@@ -24,5 +23,3 @@ const sim::Phone& phone();
 [[nodiscard]] std::unique_ptr<qcci::Link> make_link();
 
 }  // namespace host
-
-#endif  // HOST_HOST_H_

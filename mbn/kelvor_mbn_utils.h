@@ -5,14 +5,13 @@
 // The PDC client is made by the first operation that needs it and is kept until the process ends.
 // Results: 0, a PDC code (mbn/pdc_utils.h), or -1 for bad arguments. Not for
 // several threads at once, since a reactivation replaces the client under the others.
-#ifndef MBN_KELVOR_MBN_UTILS_H_
-#define MBN_KELVOR_MBN_UTILS_H_
+#pragma once
+
+#include <sys/cdefs.h>
 
 #include "mbn/pdc_utils.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // Connects to PDC, anew if force_init is not 0, else unless that is done already.
 PLATFORM_NODISCARD int kelvor_mbn_init(unsigned char force_init);
@@ -32,8 +31,4 @@ PLATFORM_NODISCARD int kelvor_reactivate_sw_mbn(unsigned int sub_mask);
 PLATFORM_NODISCARD int kelvor_mbn_deactivate_config(unsigned int sub,
                                                     pdc_config_type_enum_v01 type);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // MBN_KELVOR_MBN_UTILS_H_
+__END_DECLS

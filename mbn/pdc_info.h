@@ -1,6 +1,5 @@
 // The state of the PDC client, and what the module's parts do to it. For mbn/ alone.
-#ifndef MBN_PDC_INFO_H_
-#define MBN_PDC_INFO_H_
+#pragma once
 
 #include <array>
 #include <condition_variable>
@@ -106,5 +105,3 @@ void qmi_pdc_request_timer_stop(int req_type) REQUIRES(pdc::info().mutex);
 void qmi_pdc_request_timer_timeout_proc(union sigval value);
 
 }  // extern "C"
-
-#endif  // MBN_PDC_INFO_H_

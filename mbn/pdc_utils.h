@@ -22,19 +22,17 @@
 //
 // An indication that arrives before its caller waits is kept for it. What was left over from an
 // earlier request of the kind (a late or a second indication) is dropped when the next one begins.
-#ifndef MBN_PDC_UTILS_H_
-#define MBN_PDC_UTILS_H_
+#pragma once
 
 #include <signal.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/idl/pdc.h"
 #include "platform/nodiscard.h"
 #include "platform/qmi_client.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   PDC_OK = 0,
@@ -116,8 +114,4 @@ void qmi_pdc_activate_config_ind_hdlr(void* ind, unsigned int len);
 void qmi_pdc_set_feature_ind_hdlr(void* ind, unsigned int len);
 void kelvor_mbn_get_default_config_info_ind_hdlr(void* ind, unsigned int len);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // MBN_PDC_UTILS_H_
+__END_DECLS

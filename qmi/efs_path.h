@@ -1,6 +1,5 @@
 // The path of a file in the modem's EFS, and the operations on such a file.
-#ifndef QMI_EFS_PATH_H_
-#define QMI_EFS_PATH_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -57,5 +56,3 @@ class EfsPath {
 [[nodiscard]] inline int32_t kelvor_efs_delete(uint32_t sub, qmi::EfsPath path) {
   return kelvor_efs_delete(sub, path.text(), path.length());
 }
-
-#endif  // QMI_EFS_PATH_H_

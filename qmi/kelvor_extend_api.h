@@ -4,17 +4,15 @@
 // requests are serialised, one at a time, and each blocks its caller for at most 3000 ms; the first
 // may wait up to 50 x 20 ms more for the service to appear. Other locks of the caller's are taken
 // before this client's.
-#ifndef QMI_KELVOR_EXTEND_API_H_
-#define QMI_KELVOR_EXTEND_API_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 #include "platform/qmi_client.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   KELVOR_EXTEND_OK = 0,
@@ -55,8 +53,4 @@ void kelvor_extend_set_shared_handler(kelvor_extend_shared_handler handler);
 // 0: send_sync and open write no trace lines of their own. Initially 1.
 void kelvor_extend_set_trace(int32_t on);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // QMI_KELVOR_EXTEND_API_H_
+__END_DECLS

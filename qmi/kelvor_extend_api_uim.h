@@ -15,16 +15,14 @@
 // Results: 0 for a request that was sent and answered; KELVOR_UIM_FAILED; or the client library's
 // error of the failed request (platform/qmi_client.h). A refusal by the card is 0 too, without
 // any output, but for the two operations that document another result.
-#ifndef QMI_KELVOR_EXTEND_API_UIM_H_
-#define QMI_KELVOR_EXTEND_API_UIM_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   KELVOR_UIM_OK = 0,
@@ -120,8 +118,4 @@ PLATFORM_NODISCARD int32_t kelvor_uim_close_channel(const kelvor_uim_close_chann
 PLATFORM_NODISCARD int32_t kelvor_uim_send_apdu(const kelvor_uim_send_apdu_in* in,
                                                 kelvor_uim_send_apdu_out* out);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // QMI_KELVOR_EXTEND_API_UIM_H_
+__END_DECLS

@@ -1,15 +1,13 @@
 // Requests that need no client of the caller's: common vendor requests, the SAR state, NAS.
-#ifndef QMI_KELVOR_EXTEND_CMN_H_
-#define QMI_KELVOR_EXTEND_CMN_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 #include "platform/qmi_client.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // What the two common requests return for a null rsp, a null value with a length, or a length above
 // the maximum; nothing is sent then.
@@ -52,8 +50,4 @@ void kelvor_qmi_client_error_cb(qmi_client_type client, int error, void* cb_data
 void kelvor_qmi_client_common_empty_unsol_ind_cb(qmi_client_type client, uint32_t msg_id,
                                                  const void* buf, uint32_t len, void* cb_data);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // QMI_KELVOR_EXTEND_CMN_H_
+__END_DECLS

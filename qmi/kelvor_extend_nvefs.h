@@ -5,16 +5,14 @@
 //
 // Results: 0, one of the codes below, a mapped error of the sending (kelvor_qmi_result_map), or the
 // modem's own result, any other number.
-#ifndef QMI_KELVOR_EXTEND_NVEFS_H_
-#define QMI_KELVOR_EXTEND_NVEFS_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   KELVOR_NVEFS_OK = 0,
@@ -58,8 +56,4 @@ PLATFORM_NODISCARD int32_t kelvor_nvefs_sync(void);
 // The client library's -1, -2 and -3 become -101, -102 and -103; every other value stays.
 PLATFORM_NODISCARD int32_t kelvor_qmi_result_map(int32_t result);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // QMI_KELVOR_EXTEND_NVEFS_H_
+__END_DECLS

@@ -1,6 +1,5 @@
 // What `vex-phone show` prints.
-#ifndef SIM_SHOW_H_
-#define SIM_SHOW_H_
+#pragma once
 
 #include <string>
 
@@ -13,5 +12,3 @@ namespace sim {
 bool show(const Phone& phone, std::string* why);
 
 }  // namespace sim
-
-#endif  // SIM_SHOW_H_

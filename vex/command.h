@@ -2,8 +2,7 @@
 //
 // VEX_COMMAND writes a table's two functions, the handler and the section printer that the list in
 // commands.h names.
-#ifndef VEX_COMMAND_H_
-#define VEX_COMMAND_H_
+#pragma once
 
 #include <climits>
 #include <cstdlib>
@@ -79,5 +78,3 @@ int show(TraceSite printer, const Command& command, int selector);
     return vex::dispatch(__func__, command, argc, argv); \
   }                                                      \
   VEX_SECTION_PRINTER(section_printer, command)
-
-#endif  // VEX_COMMAND_H_

@@ -3,8 +3,7 @@
 // A handler gets the tool's whole argument vector: argv[1] is the command number, its own words
 // begin at argv[2]. It reports by trace lines alone; its result is ignored. A section printer
 // prints its rows when the selector is 0 or its own command.
-#ifndef VEX_COMMANDS_H_
-#define VEX_COMMANDS_H_
+#pragma once
 
 // In the order of their numbers, which is that of the usage text. The two statistics commands'
 // printers bear each other's names: command 7's is the one named qmi, command 9's the other.
@@ -38,5 +37,3 @@ namespace vex {
 int run(int argc, char** argv);
 
 }  // namespace vex
-
-#endif  // VEX_COMMANDS_H_

@@ -2,8 +2,7 @@
 //
 // Its outcome goes to standard output, for the script that calls it: "value=...", "eID=...",
 // "card_status, ...", "apdu=...", a line each. Everything else is trace.
-#ifndef VEX_KELVOR_VEX_ESIM_TEST_H_
-#define VEX_KELVOR_VEX_ESIM_TEST_H_
+#pragma once
 
 #include <cstdint>
 
@@ -21,5 +20,3 @@ bool is_eid_valid(const char* eid);
 void save_eid_to_efs(const uint8_t* eid);
 
 }  // extern "C"
-
-#endif  // VEX_KELVOR_VEX_ESIM_TEST_H_

@@ -2,8 +2,7 @@
 //
 // Everything here prints to standard output as it goes, and keeps its state process-wide: one
 // decode at a time, from one thread.
-#ifndef VEX_KELVOR_VEX_VIREO_UNPACK_H_
-#define VEX_KELVOR_VEX_VIREO_UNPACK_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -89,5 +88,3 @@ struct ModemStatsRecord {
   int32_t length;
 };
 extern ModemStatsRecord g_modem_stats_record;
-
-#endif  // VEX_KELVOR_VEX_VIREO_UNPACK_H_

@@ -1,6 +1,5 @@
 // Numbers and hex text of command words. The limits are part of the commands' behaviour.
-#ifndef VEX_TEXT_H_
-#define VEX_TEXT_H_
+#pragma once
 
 #include <cstdint>
 
@@ -20,5 +19,3 @@ int32_t kelvor_hex_string_to_int(const char* text);
 void kelvor_byte_to_hex(const uint8_t* bytes, int32_t count, char* out);
 
 }  // extern "C"
-
-#endif  // VEX_TEXT_H_

@@ -3,8 +3,7 @@
 // A row's text is passed to the trace operation as it stands; a row whose text ends in a line end
 // is therefore followed by an empty line. Its first %d is the section's command, its second the
 // row's own number.
-#ifndef VEX_USAGE_H_
-#define VEX_USAGE_H_
+#pragma once
 
 namespace vex {
 
@@ -32,5 +31,3 @@ struct UsageRow {
 void print(const UsageRow& row, int command);
 
 }  // namespace vex
-
-#endif  // VEX_USAGE_H_

@@ -3,8 +3,7 @@
 // It knows no service. It keeps no state, so every function may be called from any thread; only
 // describe() allocates. Lengths are in octets; `wire` is the TLVs without the QMI header; `c` is
 // the message's C structure and c_size its size.
-#ifndef QCCI_IDL_CODEC_H_
-#define QCCI_IDL_CODEC_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -49,5 +48,3 @@ CodecError decode(const Message& message, std::span<const uint8_t> wire, void* c
 std::string describe(const Message& message, const void* c, size_t octets = 32);
 
 }  // namespace qcci::idl
-
-#endif  // QCCI_IDL_CODEC_H_

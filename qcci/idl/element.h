@@ -10,8 +10,7 @@
 //     return message<S>(mandatory(0x01, value(QCCI_MEMBER(S, id))),
 //                       optional(0x10, QCCI_MEMBER(S, data_valid), value(QCCI_MEMBER(S, data))));
 //   }();
-#ifndef QCCI_IDL_ELEMENT_H_
-#define QCCI_IDL_ELEMENT_H_
+#pragma once
 
 #include <bit>
 #include <cstddef>
@@ -299,5 +298,3 @@ constexpr auto message(Rows... rows) {
 }
 
 }  // namespace qcci::idl
-
-#endif  // QCCI_IDL_ELEMENT_H_

@@ -1,6 +1,5 @@
 // A service's table: its numbers, and a row for each message.
-#ifndef QCCI_IDL_SERVICE_H_
-#define QCCI_IDL_SERVICE_H_
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -96,5 +95,3 @@ inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& serv
   extern "C" qmi_idl_service_object_type getter(int32_t major, int32_t minor, int32_t tool) { \
     return qcci::idl::if_version(qcci::idl::service, major, minor, tool);                     \
   }
-
-#endif  // QCCI_IDL_SERVICE_H_

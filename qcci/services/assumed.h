@@ -2,8 +2,7 @@
 //
 // They fit the known sizes of the structures and of the encoded messages. When a real modem refuses
 // a message, check these first.
-#ifndef QCCI_SERVICES_ASSUMED_H_
-#define QCCI_SERVICES_ASSUMED_H_
+#pragma once
 
 #include <cstdint>
 
@@ -55,5 +54,3 @@ inline constexpr uint8_t kAnswerPacket = 0x11;  // of a response
 }  // namespace diag
 
 }  // namespace qcci::assumed
-
-#endif  // QCCI_SERVICES_ASSUMED_H_

@@ -3,8 +3,7 @@
 // On a phone diag has its own channel. On a host it is a QMI service like the others, so that it
 // comes and goes with the modem, is served to other processes and is subject to the same fault
 // rules. The message id is the mode; the contents of the packets are not looked at here.
-#ifndef QCCI_SERVICES_DIAG_H_
-#define QCCI_SERVICES_DIAG_H_
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -39,5 +38,3 @@ struct DiagResponse {
 static_assert(sizeof(DiagResponse) == 10264 && offsetof(DiagResponse, packet) == 24);
 
 }  // namespace qcci
-
-#endif  // QCCI_SERVICES_DIAG_H_

@@ -1,6 +1,5 @@
 // The service objects, for code below the contract. Code above it calls their getters.
-#ifndef QCCI_SERVICES_SERVICES_H_
-#define QCCI_SERVICES_SERVICES_H_
+#pragma once
 
 #include "qcci/idl/service.h"
 
@@ -18,5 +17,3 @@ extern const qmi_idl_service_object kUimService;
 std::span<const qmi_idl_service_object_type> all_services();
 
 }  // namespace qcci::idl
-
-#endif  // QCCI_SERVICES_SERVICES_H_

@@ -1,6 +1,5 @@
 // The row of the standard result, which every response of a standard service begins with.
-#ifndef QCCI_SERVICES_STANDARD_RESULT_H_
-#define QCCI_SERVICES_STANDARD_RESULT_H_
+#pragma once
 
 #include "platform/qmi_idl.h"
 #include "qcci/idl/element.h"
@@ -24,5 +23,3 @@ constexpr auto plain_response() {
 }
 
 }  // namespace qcci::idl
-
-#endif  // QCCI_SERVICES_STANDARD_RESULT_H_

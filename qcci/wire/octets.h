@@ -1,6 +1,5 @@
 // Octets as hexadecimal text, and back. No function here keeps state.
-#ifndef QCCI_WIRE_OCTETS_H_
-#define QCCI_WIRE_OCTETS_H_
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -32,5 +31,3 @@ inline std::span<const uint8_t> as_octets(std::string_view contents) {
 }
 
 }  // namespace qcci
-
-#endif  // QCCI_WIRE_OCTETS_H_

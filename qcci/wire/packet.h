@@ -2,8 +2,7 @@
 //
 // The control packets' layout and numbers are those of the kernel's linux/qrtr.h; the QMI header is
 // that of its QMI helpers. All numbers are little-endian, as is every machine that this runs on.
-#ifndef QCCI_WIRE_PACKET_H_
-#define QCCI_WIRE_PACKET_H_
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -94,5 +93,3 @@ struct QmiHeader {
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_WIRE_PACKET_H_

@@ -1,6 +1,5 @@
 // The characters that the TOML parser is given.
-#ifndef SIM_CONFIG_ASCII_H_
-#define SIM_CONFIG_ASCII_H_
+#pragma once
 
 #include <cstddef>
 #include <optional>
@@ -15,5 +14,3 @@ namespace sim {
 std::optional<size_t> line_not_ascii(std::string& text);
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_ASCII_H_

@@ -1,6 +1,5 @@
 // The cards of phone.toml.
-#ifndef SIM_CONFIG_CARDS_CONFIG_H_
-#define SIM_CONFIG_CARDS_CONFIG_H_
+#pragma once
 
 #include <array>
 #include <chrono>
@@ -52,5 +51,3 @@ const char* card_state_name(uim_card_state state);
 const char* profile_class_name(ProfileClass profile_class);
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_CARDS_CONFIG_H_

@@ -1,7 +1,6 @@
 // The carrier configurations of phone.toml. Which of them are in use is state of the phone's
 // directory (sim/phone/selection.h).
-#ifndef SIM_CONFIG_CARRIER_CONFIGS_H_
-#define SIM_CONFIG_CARRIER_CONFIGS_H_
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -42,5 +41,3 @@ std::vector<Section> pdc_sections();
 const char* config_type_name(uint32_t type);
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_CARRIER_CONFIGS_H_

@@ -2,8 +2,7 @@
 //
 // A member's initialiser is what a missing key means. To add a key: a member, and a row that names
 // it in the source of its table (config.cpp for most; see key.h).
-#ifndef SIM_CONFIG_CONFIG_H_
-#define SIM_CONFIG_CONFIG_H_
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -68,5 +67,3 @@ struct PhoneConfig {
 std::vector<Section> sections();
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_CONFIG_H_

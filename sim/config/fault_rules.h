@@ -1,6 +1,5 @@
 // The fault rules of phone.toml.
-#ifndef SIM_CONFIG_FAULT_RULES_H_
-#define SIM_CONFIG_FAULT_RULES_H_
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -47,5 +46,3 @@ std::vector<FaultRule> read_faults(Table& top);
 std::vector<Section> fault_sections();
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_FAULT_RULES_H_

@@ -1,8 +1,7 @@
 // The keys of phone.toml, one row each. A row says what a key takes and which member of the
 // configuration it sets; the reader, the default file and the table of docs/phone-keys.md all come
 // from it. What a missing key means is the member's initialiser, and is written nowhere else.
-#ifndef SIM_CONFIG_KEY_H_
-#define SIM_CONFIG_KEY_H_
+#pragma once
 
 #include <algorithm>
 #include <chrono>
@@ -307,5 +306,3 @@ struct TableRow {
 };
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_KEY_H_

@@ -1,6 +1,5 @@
 // The statistics records that the phone has, from readable values to the modem's packed octets.
-#ifndef SIM_CONFIG_MEASUREMENTS_H_
-#define SIM_CONFIG_MEASUREMENTS_H_
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -32,5 +31,3 @@ std::optional<float> received_level(const Records& records);
 const char* record_name(uint32_t id);
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_MEASUREMENTS_H_

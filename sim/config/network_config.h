@@ -1,6 +1,5 @@
 // The networks of phone.toml.
-#ifndef SIM_CONFIG_NETWORK_CONFIG_H_
-#define SIM_CONFIG_NETWORK_CONFIG_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -37,5 +36,3 @@ std::vector<NetworkConfig> read_networks(Table& top);
 std::vector<Section> network_sections();
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_NETWORK_CONFIG_H_

@@ -1,6 +1,5 @@
 // Texts that are made from the rows of the keys.
-#ifndef SIM_CONFIG_PHONE_TOML_H_
-#define SIM_CONFIG_PHONE_TOML_H_
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -14,5 +13,3 @@ std::string phone_toml(std::string_view values);
 std::string keys_page();
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_PHONE_TOML_H_

@@ -1,6 +1,5 @@
 // Reading of TOML tables, in which every key is known and every mistake has a line.
-#ifndef SIM_CONFIG_TOML_TABLE_H_
-#define SIM_CONFIG_TOML_TABLE_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -72,5 +71,3 @@ class Table {
 };
 
 }  // namespace sim
-
-#endif  // SIM_CONFIG_TOML_TABLE_H_

@@ -1,6 +1,5 @@
 // Responses that the modem or a fault rule writes in place of the service, octet by octet.
-#ifndef SIM_MODEM_ANSWER_H_
-#define SIM_MODEM_ANSWER_H_
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -30,5 +29,3 @@ inline std::vector<uint8_t> answer_error(const qcci::QmiHeader& header, uint16_t
 }
 
 }  // namespace sim
-
-#endif  // SIM_MODEM_ANSWER_H_

@@ -3,8 +3,7 @@
 //
 // It carries datagrams and looks into control packets only. Not thread-safe: the modem's mutex
 // guards it.
-#ifndef SIM_MODEM_BUS_H_
-#define SIM_MODEM_BUS_H_
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -65,5 +64,3 @@ class Bus {
 };
 
 }  // namespace sim
-
-#endif  // SIM_MODEM_BUS_H_

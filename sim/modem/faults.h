@@ -2,8 +2,7 @@
 //
 // A rule sees octets, never a service's state: what it does to a message could as well have
 // happened on the way. No lock of its own: the modem's guards it.
-#ifndef SIM_MODEM_FAULTS_H_
-#define SIM_MODEM_FAULTS_H_
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -43,5 +42,3 @@ class Faults {
 };
 
 }  // namespace sim
-
-#endif  // SIM_MODEM_FAULTS_H_

@@ -6,8 +6,7 @@
 //
 // Time: nothing happens by itself. Whoever carries the modem's datagrams calls run_due at the time
 // that next_due gives.
-#ifndef SIM_MODEM_MODEM_H_
-#define SIM_MODEM_MODEM_H_
+#pragma once
 
 #include <functional>
 #include <map>
@@ -114,5 +113,3 @@ class Modem : private ModemContext {
 };
 
 }  // namespace sim
-
-#endif  // SIM_MODEM_MODEM_H_

@@ -4,8 +4,7 @@
 //
 // Threads: the modem calls handlers and every other function of a service with its mutex held, so
 // they run one at a time and need no lock of their own.
-#ifndef SIM_MODEM_SERVICE_H_
-#define SIM_MODEM_SERVICE_H_
+#pragma once
 
 #include <functional>
 #include <map>
@@ -120,5 +119,3 @@ class Service {
 using ServiceMaker = std::unique_ptr<Service> (*)(ModemContext& modem);
 
 }  // namespace sim
-
-#endif  // SIM_MODEM_SERVICE_H_

@@ -9,8 +9,7 @@
 //   ELOOP    a symbolic link, on the way or at the end
 //   ENXIO    at the end something that is neither a regular file nor a directory
 //   EISDIR   at the end a directory, where a file was asked for
-#ifndef SIM_PHONE_BENEATH_H_
-#define SIM_PHONE_BENEATH_H_
+#pragma once
 
 #include <sys/types.h>
 
@@ -59,5 +58,3 @@ class Descriptor {
 std::string reason(int error);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_BENEATH_H_

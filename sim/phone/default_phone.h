@@ -1,6 +1,5 @@
 // The phone that a new directory gets.
-#ifndef SIM_PHONE_DEFAULT_PHONE_H_
-#define SIM_PHONE_DEFAULT_PHONE_H_
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -21,5 +20,3 @@ std::string default_phone_toml();
 std::string imei_item(std::string_view digits);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_DEFAULT_PHONE_H_

@@ -1,7 +1,6 @@
 // A lock between processes and between the threads of one: flock(2), on a descriptor of its own for
 // each holder. The kernel releases it when its holder is destroyed or its process ends.
-#ifndef SIM_PHONE_FILE_LOCK_H_
-#define SIM_PHONE_FILE_LOCK_H_
+#pragma once
 
 #include <string>
 
@@ -24,5 +23,3 @@ class FileLock {
 };
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_FILE_LOCK_H_

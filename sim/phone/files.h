@@ -10,8 +10,7 @@
 // also reported on standard error, with the path and the reason.
 //
 // Threads: any; nothing but the root's descriptor is kept between calls.
-#ifndef SIM_PHONE_FILES_H_
-#define SIM_PHONE_FILES_H_
+#pragma once
 
 #include <functional>
 #include <memory>
@@ -70,5 +69,3 @@ class Folder {
 [[nodiscard]] int read_file(const std::string& path, std::string* contents);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_FILES_H_

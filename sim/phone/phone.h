@@ -14,8 +14,7 @@
 //   .lock                locked during a change that reads before it writes
 //
 // Any number of threads and processes may use it at once: every file is replaced as a whole.
-#ifndef SIM_PHONE_PHONE_H_
-#define SIM_PHONE_PHONE_H_
+#pragma once
 
 #include <memory>
 #include <string>
@@ -62,5 +61,3 @@ class Phone {
 };
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_PHONE_H_

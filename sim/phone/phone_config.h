@@ -1,6 +1,5 @@
 // Reads the configuration in a phone's directory.
-#ifndef SIM_PHONE_PHONE_CONFIG_H_
-#define SIM_PHONE_PHONE_CONFIG_H_
+#pragma once
 
 #include <string>
 
@@ -15,5 +14,3 @@ namespace sim {
 [[nodiscard]] bool read_phone(const Phone& phone, PhoneConfig* config, std::string* why);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_PHONE_CONFIG_H_

@@ -6,8 +6,7 @@
 // below it is followed.
 //
 // Threads: any.
-#ifndef SIM_PHONE_PHONE_ROOT_H_
-#define SIM_PHONE_PHONE_ROOT_H_
+#pragma once
 
 #include <string>
 
@@ -46,5 +45,3 @@ class PhoneRoot {
 };
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_PHONE_ROOT_H_

@@ -1,6 +1,5 @@
 // Lines on standard error, each behind the program's name and a colon, as other tools print them.
-#ifndef SIM_PHONE_REPORT_H_
-#define SIM_PHONE_REPORT_H_
+#pragma once
 
 #include <cerrno>
 #include <cstdio>
@@ -14,5 +13,3 @@ inline void report(const std::string& line) {
 }
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_REPORT_H_

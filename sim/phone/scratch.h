@@ -2,8 +2,7 @@
 // file system as the phone's files, so that rename(2) can put them into place.
 //
 // Results are 0 or an errno number.
-#ifndef SIM_PHONE_SCRATCH_H_
-#define SIM_PHONE_SCRATCH_H_
+#pragma once
 
 #include <string>
 
@@ -39,5 +38,3 @@ class ScratchFile {
 void clear_scratch(int root);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_SCRATCH_H_

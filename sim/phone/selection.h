@@ -1,8 +1,7 @@
 // Which carrier configurations are selected: a file of the phone's directory for platform and one
 // for software on each subscription, with the lines "active <id>" and "pending <id>", either of
 // which may be missing.
-#ifndef SIM_PHONE_SELECTION_H_
-#define SIM_PHONE_SELECTION_H_
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -26,5 +25,3 @@ std::string selection_path(uint32_t type, uint32_t sub);
                                   const Selection& selection);
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_SELECTION_H_

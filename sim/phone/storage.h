@@ -6,8 +6,7 @@
 //
 // Results are 0 or an errno number; ENOLCK: the phone's lock could not be taken. Any number of
 // threads and processes may use the storage at once.
-#ifndef SIM_PHONE_STORAGE_H_
-#define SIM_PHONE_STORAGE_H_
+#pragma once
 
 #include <functional>
 #include <string>
@@ -62,5 +61,3 @@ struct Storage {
 };
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_STORAGE_H_

@@ -2,8 +2,7 @@
 //
 // Results of the card are status words (sim/services/status_words.h). Not thread-safe: it belongs
 // to one service.
-#ifndef SIM_SERVICES_CARD_SLOT_H_
-#define SIM_SERVICES_CARD_SLOT_H_
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -72,5 +71,3 @@ class CardSlot {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_CARD_SLOT_H_

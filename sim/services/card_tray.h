@@ -6,8 +6,7 @@
 //
 // Results are 0 or an errno number: EINVAL for a value of the wrong length or range, EIO when the
 // phone's lock could not be taken, else the file's. Threads: any.
-#ifndef SIM_SERVICES_CARD_TRAY_H_
-#define SIM_SERVICES_CARD_TRAY_H_
+#pragma once
 
 #include <string>
 
@@ -71,5 +70,3 @@ class CardTray {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_CARD_TRAY_H_

@@ -1,6 +1,5 @@
 // The statistics feature's health counters, as the modem packs them.
-#ifndef SIM_SERVICES_COUNTERS_H_
-#define SIM_SERVICES_COUNTERS_H_
+#pragma once
 
 #include <string>
 
@@ -13,5 +12,3 @@ namespace sim {
 std::string statistics_counters(const PhoneConfig& config);
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_COUNTERS_H_

@@ -4,8 +4,7 @@
 // are in a file of the phone, so that they stay deleted after restarts.
 //
 // Threads: any.
-#ifndef SIM_SERVICES_EUICC_H_
-#define SIM_SERVICES_EUICC_H_
+#pragma once
 
 #include <span>
 #include <vector>
@@ -42,5 +41,3 @@ class Euicc {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_EUICC_H_

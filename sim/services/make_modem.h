@@ -1,6 +1,5 @@
 // Makes the phone's modem with all of its services.
-#ifndef SIM_SERVICES_MAKE_MODEM_H_
-#define SIM_SERVICES_MAKE_MODEM_H_
+#pragma once
 
 #include <memory>
 #include <span>
@@ -20,5 +19,3 @@ namespace sim {
 std::span<const ServiceMaker> all_services();
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_MAKE_MODEM_H_

@@ -6,8 +6,7 @@
 // transfers at a time: one more ends its oldest, whose next chunk is refused with EINVAL.
 //
 // Not thread-safe: it belongs to one service.
-#ifndef SIM_SERVICES_NVEFS_H_
-#define SIM_SERVICES_NVEFS_H_
+#pragma once
 
 #include <list>
 #include <map>
@@ -62,5 +61,3 @@ class NvEfs {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_NVEFS_H_

@@ -1,6 +1,5 @@
 // The RF and GPIO test configurations, which common requests set and which are files of the modem.
-#ifndef SIM_SERVICES_RF_CONFIGURATION_H_
-#define SIM_SERVICES_RF_CONFIGURATION_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -15,5 +14,3 @@ namespace sim {
 [[nodiscard]] int store_rf_configuration(const Storage& storage, std::span<const uint8_t> octets);
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_RF_CONFIGURATION_H_

@@ -1,6 +1,5 @@
 // Makers of the simulated modem's services; `modem` must outlast the service.
-#ifndef SIM_SERVICES_SERVICES_H_
-#define SIM_SERVICES_SERVICES_H_
+#pragma once
 
 #include <memory>
 
@@ -17,5 +16,3 @@ std::unique_ptr<Service> make_uim_service(ModemContext& modem);
 std::unique_ptr<Service> make_pdc_service(ModemContext& modem);
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_SERVICES_H_

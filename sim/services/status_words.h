@@ -1,6 +1,5 @@
 // Status words of ISO/IEC 7816-4, which end every response of a card.
-#ifndef SIM_SERVICES_STATUS_WORDS_H_
-#define SIM_SERVICES_STATUS_WORDS_H_
+#pragma once
 
 #include <cstdint>
 #include <utility>
@@ -28,5 +27,3 @@ inline std::vector<uint8_t> with_status(std::vector<uint8_t> response, uint16_t 
 inline std::vector<uint8_t> status_only(uint16_t status) { return with_status({}, status); }
 
 }  // namespace sim
-
-#endif  // SIM_SERVICES_STATUS_WORDS_H_

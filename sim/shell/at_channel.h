@@ -6,8 +6,7 @@
 // phone.toml with which the channel was made.
 //
 // Threads: one at a time.
-#ifndef SIM_SHELL_AT_CHANNEL_H_
-#define SIM_SHELL_AT_CHANNEL_H_
+#pragma once
 
 #include <functional>
 #include <string>
@@ -53,5 +52,3 @@ class AtChannel {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SHELL_AT_CHANNEL_H_

@@ -2,8 +2,7 @@
 //
 // It is raw: octets pass unchanged, and nothing is echoed. Unread replies stay in the terminal
 // until there is no room for another one, which then replaces them.
-#ifndef SIM_SHELL_AT_TERMINAL_H_
-#define SIM_SHELL_AT_TERMINAL_H_
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -33,5 +32,3 @@ class AtTerminal {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SHELL_AT_TERMINAL_H_

@@ -1,6 +1,5 @@
 // What the file system looks like in the phone's shell, as bubblewrap's arguments.
-#ifndef SIM_SHELL_PHONE_MOUNTS_H_
-#define SIM_SHELL_PHONE_MOUNTS_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -12,5 +11,3 @@ namespace sim {
 std::vector<std::string> phone_mounts(const std::string& terminal, const std::string& vendor);
 
 }  // namespace sim
-
-#endif  // SIM_SHELL_PHONE_MOUNTS_H_

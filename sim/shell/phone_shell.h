@@ -11,8 +11,7 @@
 //
 // It needs bubblewrap, and a kernel that lets users make mount and process namespaces. Lines of the
 // modem and the AT channel go to log/modem.log.
-#ifndef SIM_SHELL_PHONE_SHELL_H_
-#define SIM_SHELL_PHONE_SHELL_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -38,5 +37,3 @@ inline constexpr char kEnterPhoneShell[] = "--enter-phone-shell";
 [[nodiscard]] int enter_phone_shell(char** arguments);
 
 }  // namespace sim
-
-#endif  // SIM_SHELL_PHONE_SHELL_H_

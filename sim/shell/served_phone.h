@@ -1,8 +1,7 @@
 // The modem of a phone and its AT channel, served while a shell runs.
 //
 // Threads: start, run and stop are called once each, in this order, on one thread.
-#ifndef SIM_SHELL_SERVED_PHONE_H_
-#define SIM_SHELL_SERVED_PHONE_H_
+#pragma once
 
 #include <memory>
 #include <string>
@@ -44,5 +43,3 @@ class ServedPhone {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SHELL_SERVED_PHONE_H_

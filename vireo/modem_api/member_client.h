@@ -1,6 +1,5 @@
 // Declares and defines a member's prefixed operations: forwards to its ServiceClient.
-#ifndef VIREO_MODEM_API_MEMBER_CLIENT_H_
-#define VIREO_MODEM_API_MEMBER_CLIENT_H_
+#pragma once
 
 #include "vireo/modem_api/service_client.h"
 
@@ -59,5 +58,3 @@
     .on_service_down = prefix##_client_service_down_event,                                  \
     .on_service_up = prefix##_client_service_up_event, .names = VIREO_MEMBER_NAMES(#prefix) \
   }
-
-#endif  // VIREO_MODEM_API_MEMBER_CLIENT_H_

@@ -7,8 +7,7 @@
 // library's thread and on the threads that suspend and resume; they may call back in here. Once
 // modem_api_free_client has returned, no callback of that client is running or will run, unless it
 // is the one that called it.
-#ifndef VIREO_MODEM_API_MODEM_API_H_
-#define VIREO_MODEM_API_MODEM_API_H_
+#pragma once
 
 #include <stdint.h>
 
@@ -91,5 +90,3 @@ void modem_api_process_response(uint32_t message_id, void* response, uint32_t re
 [[nodiscard]] bool modem_api_check_white_list(void);
 
 }  // extern "C"
-
-#endif  // VIREO_MODEM_API_MODEM_API_H_

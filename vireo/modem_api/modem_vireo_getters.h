@@ -3,8 +3,7 @@
 // A getter zeroes the caller's structure and fills it; false, and a structure of no use, when there
 // is no such record or it is too short. Getters may be called from any thread and take turns.
 // Powers and levels are in dBm, qualities and ratios in dB.
-#ifndef VIREO_MODEM_API_MODEM_VIREO_GETTERS_H_
-#define VIREO_MODEM_API_MODEM_VIREO_GETTERS_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
@@ -131,5 +130,3 @@ int32_t modem_tx_power_get_for_dds_sub(void);
 int32_t modem_tx_power_get_for_max_sub(void);
 
 }  // extern "C"
-
-#endif  // VIREO_MODEM_API_MODEM_VIREO_GETTERS_H_

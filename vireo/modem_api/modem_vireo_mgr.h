@@ -2,8 +2,7 @@
 //
 // Everything is synchronous. The store, the request counter and the client are process-wide; the
 // getters serialise among themselves, the other operations are for one thread at a time.
-#ifndef VIREO_MODEM_API_MODEM_VIREO_MGR_H_
-#define VIREO_MODEM_API_MODEM_VIREO_MGR_H_
+#pragma once
 
 #include <stdint.h>
 
@@ -49,5 +48,3 @@ extern struct modem_vireo_data_store g_vireo_data;
 [[nodiscard]] uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id);
 
 }  // extern "C"
-
-#endif  // VIREO_MODEM_API_MODEM_VIREO_MGR_H_

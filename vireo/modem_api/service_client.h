@@ -11,8 +11,7 @@
 // begins the next one, after which an old thread changes nothing, reports nothing and releases what
 // it holds. Once release has returned, no callback of that generation is running or will run (but
 // for the one that called release).
-#ifndef VIREO_MODEM_API_SERVICE_CLIENT_H_
-#define VIREO_MODEM_API_SERVICE_CLIENT_H_
+#pragma once
 
 #include <condition_variable>
 #include <cstdint>
@@ -164,5 +163,3 @@ class ServiceClient {
 };
 
 }  // namespace vireo
-
-#endif  // VIREO_MODEM_API_SERVICE_CLIENT_H_

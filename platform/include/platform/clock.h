@@ -1,14 +1,12 @@
 // Waiting: in real time, except in a test, which may replace the clock.
 //
 // Units: milliseconds. Both functions may be called from any thread, and neither fails.
-#ifndef PLATFORM_CLOCK_H_
-#define PLATFORM_CLOCK_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // Returns after at least that time. Signals do not shorten it.
 void platform_sleep_ms(uint32_t milliseconds);
@@ -16,8 +14,4 @@ void platform_sleep_ms(uint32_t milliseconds);
 // when no modem can appear in this process (see "No modem" in qmi_client.h).
 void platform_wait_for_modem_ms(uint32_t milliseconds);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_CLOCK_H_
+__END_DECLS

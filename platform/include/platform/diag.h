@@ -11,16 +11,14 @@
 // there is a modem, and then for at most its time-out.
 //
 // Ownership. Buffers belong to the caller and are not kept beyond the call.
-#ifndef PLATFORM_DIAG_H_
-#define PLATFORM_DIAG_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   KELVOR_DIAG_CMD_MAX = 4096,   // octets of the longest command
@@ -51,8 +49,4 @@ PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_without_result_by_callback_mode(
 PLATFORM_NODISCARD int32_t kelvor_diag_cmd_send_without_result_by_dci_mode(const uint8_t* cmd,
                                                                            uint32_t len);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_DIAG_H_
+__END_DECLS

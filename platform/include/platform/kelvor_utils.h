@@ -2,16 +2,14 @@
 //
 // Every function may be called from any thread. Returned strings belong to the library and are
 // valid until the process ends.
-#ifndef PLATFORM_KELVOR_UTILS_H_
-#define PLATFORM_KELVOR_UTILS_H_
+#pragma once
 
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // The instance id of a process that is not bound to a subscription.
 #define KELVOR_NO_PROCESS_INSTANCE 255
@@ -48,8 +46,4 @@ int32_t kelvor_get_property_value_from_int(const char* name, int32_t* value, int
 // octets that fit; always terminated when size is at least 1.
 void kelvor_get_hex_str(char* buffer, size_t size, uint64_t value);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_KELVOR_UTILS_H_
+__END_DECLS

@@ -1,12 +1,9 @@
 // PLATFORM_NODISCARD: of functions whose result says whether they did their work, in C and C++. To
 // ignore it is a warning. Functions without it may be called for their effect alone.
-#ifndef PLATFORM_NODISCARD_H_
-#define PLATFORM_NODISCARD_H_
+#pragma once
 
 #ifdef __cplusplus
 #define PLATFORM_NODISCARD [[nodiscard]]
 #else
 #define PLATFORM_NODISCARD __attribute__((warn_unused_result))
 #endif
-
-#endif  // PLATFORM_NODISCARD_H_

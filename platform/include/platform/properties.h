@@ -3,12 +3,11 @@
 // A value has at most PROPERTY_VALUE_MAX - 1 octets. Properties outlive the process. A set is
 // atomic: after a crash a property has its old value or the new one. Every function may be called
 // from any thread and from several processes at once.
-#ifndef PLATFORM_PROPERTIES_H_
-#define PLATFORM_PROPERTIES_H_
+#pragma once
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+#include <sys/cdefs.h>
+
+__BEGIN_DECLS
 
 #define PROPERTY_VALUE_MAX 92  // with the terminating zero; Android's own number
 
@@ -21,8 +20,4 @@ int property_set(const char* key, const char* value);
 // As property_get with an empty default.
 int __system_property_get(const char* name, char* value);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_PROPERTIES_H_
+__END_DECLS

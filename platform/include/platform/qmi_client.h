@@ -19,17 +19,15 @@
 // because the simulated phone is misconfigured. Then qmi_client_init_instance and
 // qmi_cci_os_signal_wait return at once, with their results for a time-out. A modem that has gone,
 // or has not started yet, is waited for.
-#ifndef PLATFORM_QMI_CLIENT_H_
-#define PLATFORM_QMI_CLIENT_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 typedef struct qmi_client_handle* qmi_client_type;
 
@@ -131,8 +129,4 @@ PLATFORM_NODISCARD int qmi_client_message_decode(qmi_client_type client, qmi_idl
 // may be ignored: it is an error only for a handle that is not open.
 int qmi_client_release(qmi_client_type client);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_QMI_CLIENT_H_
+__END_DECLS

@@ -2,16 +2,14 @@
 //
 // An object is immutable, valid until the process ends, and may be shared by clients and threads.
 // Its service's getter (platform/idl/*.h) returns it, or NULL for another version of the service.
-#ifndef PLATFORM_QMI_IDL_H_
-#define PLATFORM_QMI_IDL_H_
+#pragma once
 
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 typedef const struct qmi_idl_service_object* qmi_idl_service_object_type;
 
@@ -60,8 +58,4 @@ PLATFORM_NODISCARD int qmi_idl_get_message_c_struct_len(qmi_idl_service_object_t
                                                         qmi_idl_message_type type,
                                                         uint32_t message_id, uint32_t* length);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_QMI_IDL_H_
+__END_DECLS

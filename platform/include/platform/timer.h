@@ -6,17 +6,15 @@
 // too late, while its callback runs: the callback has to recognise that from its own state.
 //
 // Units. Seconds.
-#ifndef PLATFORM_TIMER_H_
-#define PLATFORM_TIMER_H_
+#pragma once
 
 #include <signal.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/nodiscard.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // value.sival_int: the timer's id.
 typedef void (*kelvor_timer_callback)(union sigval value);
@@ -29,8 +27,4 @@ PLATFORM_NODISCARD uint32_t kelvor_timer_start(kelvor_timer_callback callback,
 // timer.
 int32_t kelvor_timer_stop(uint32_t timer_id);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_TIMER_H_
+__END_DECLS

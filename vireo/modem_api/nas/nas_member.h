@@ -1,6 +1,5 @@
 // The row of a NAS member.
-#ifndef VIREO_MODEM_API_NAS_NAS_MEMBER_H_
-#define VIREO_MODEM_API_NAS_NAS_MEMBER_H_
+#pragma once
 
 #include "platform/idl/nas.h"
 #include "vireo/modem_api/service_client.h"
@@ -18,5 +17,3 @@ constexpr Member nas_member(ModemApiClientType type, int subscription, const Mem
 }
 
 }  // namespace vireo
-
-#endif  // VIREO_MODEM_API_NAS_NAS_MEMBER_H_

@@ -2,8 +2,7 @@
 //
 // It reports no status and does not reconnect: after a service loss it is to be released and
 // initialised again.
-#ifndef VIREO_MODEM_API_VS_VS_CLIENT_H_
-#define VIREO_MODEM_API_VS_VS_CLIENT_H_
+#pragma once
 
 #include "platform/idl/vs.h"
 #include "vireo/modem_api/member_client.h"
@@ -60,5 +59,3 @@ static_assert(sizeof(ModemApiVsFlags) == 8);
 static_assert(sizeof(ModemApiVsRecords) == 10696);
 static_assert(sizeof(ModemApiVsValues) == 412);
 static_assert(sizeof(ModemApiVsByte) == 1);
-
-#endif  // VIREO_MODEM_API_VS_VS_CLIENT_H_

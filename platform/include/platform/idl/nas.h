@@ -1,15 +1,13 @@
 // NAS, the Network Access Service (0x03): the messages that the tool sends.
-#ifndef PLATFORM_IDL_NAS_H_
-#define PLATFORM_IDL_NAS_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   NAS_SERVICE_ID = 0x03,
@@ -150,8 +148,4 @@ static_assert(sizeof(nas_incremental_network_scan_req) == 576, "incremental scan
 qmi_idl_service_object_type nas_get_service_object_internal_v01(int32_t major, int32_t minor,
                                                                 int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_NAS_H_
+__END_DECLS

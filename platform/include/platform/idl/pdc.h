@@ -2,17 +2,15 @@
 // modem uses.
 //
 // A request is acknowledged at once; its outcome follows as an indication of the same message id.
-#ifndef PLATFORM_IDL_PDC_H_
-#define PLATFORM_IDL_PDC_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   PDC_SERVICE_ID = 0x24,
@@ -225,8 +223,4 @@ static_assert(sizeof(pdc_get_default_config_info_ind) == 288, "default info");
 qmi_idl_service_object_type pdc_get_service_object_internal_v01(int32_t major, int32_t minor,
                                                                 int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_PDC_H_
+__END_DECLS

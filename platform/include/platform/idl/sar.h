@@ -1,15 +1,13 @@
 // SAR, the Specific Absorption Rate service (0x11): the query of the device state index.
-#ifndef PLATFORM_IDL_SAR_H_
-#define PLATFORM_IDL_SAR_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   SAR_SERVICE_ID = 0x11,
@@ -42,8 +40,4 @@ static_assert(offsetof(sar_rf_get_state_resp, state) == 12, "state");
 qmi_idl_service_object_type sar_get_service_object_internal_v01(int32_t major, int32_t minor,
                                                                 int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_SAR_H_
+__END_DECLS

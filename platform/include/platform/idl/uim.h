@@ -2,17 +2,15 @@
 //
 // Slots count from 1. Members without a source in public descriptions of the service keep their
 // room and have no TLV; what is sent as an enumeration has one octet on the wire and four here.
-#ifndef PLATFORM_IDL_UIM_H_
-#define PLATFORM_IDL_UIM_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   UIM_SERVICE_ID = 0x0B,
@@ -303,8 +301,4 @@ static_assert(offsetof(uim_get_eid_resp, eid) == 16, "EID octets");
 qmi_idl_service_object_type uim_get_service_object_internal_v01(int32_t major, int32_t minor,
                                                                 int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_UIM_H_
+__END_DECLS

@@ -2,17 +2,15 @@
 //
 // The 512 data octets are a fixed array and always travel whole. Responses carry no standard
 // result: their first element is the vendor function's own.
-#ifndef PLATFORM_IDL_VENDOR_H_
-#define PLATFORM_IDL_VENDOR_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   KELVOR_VENDOR_SERVICE_ID = 0xFFE4,
@@ -110,8 +108,4 @@ qmi_idl_service_object_type kelvor_extend_get_service_object_internal_v01(int32_
                                                                           int32_t minor,
                                                                           int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_VENDOR_H_
+__END_DECLS

@@ -1,15 +1,13 @@
 // What the vendor service's 512 opaque octets hold, per family of functions.
 //
 // Little-endian throughout. Unused octets are zero.
-#ifndef PLATFORM_IDL_VENDOR_PAYLOAD_H_
-#define PLATFORM_IDL_VENDOR_PAYLOAD_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 // ---- REQUEST_ID_EFS: NV items and EFS files
 
@@ -196,8 +194,4 @@ static_assert(sizeof(kelvor_common_rsp) == 508, "common response");
 static_assert(offsetof(kelvor_common_rsp, result) == 4, "common response");
 #endif
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_VENDOR_PAYLOAD_H_
+__END_DECLS

@@ -1,15 +1,13 @@
 // `vs`, the vendor statistics service: feature switch, statistics records, statistics events.
-#ifndef PLATFORM_IDL_VS_H_
-#define PLATFORM_IDL_VS_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/cdefs.h>
 
 #include "platform/qmi_idl.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+__BEGIN_DECLS
 
 enum {
   VS_IDL_MAJOR = 1,
@@ -127,8 +125,4 @@ static_assert(sizeof(vs_get_parameters_resp) == 7136, "get parameters response")
 qmi_idl_service_object_type vs_get_service_object_internal_v01(int32_t major, int32_t minor,
                                                                int32_t tool);
 
-#ifdef __cplusplus
-}
-#endif
-
-#endif  // PLATFORM_IDL_VS_H_
+__END_DECLS

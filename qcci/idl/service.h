@@ -69,6 +69,11 @@ struct qmi_idl_service_object {
     const qcci::idl::MessageRow* row = row_of(message_id);
     return row == nullptr ? "?" : row->name;
   }
+  // The object, when the triple is exactly its own, else null.
+  qmi_idl_service_object_type if_version(int32_t its_major, int32_t its_minor,
+                                         int32_t its_tool) const {
+    return its_major == major && its_minor == minor && its_tool == tool ? this : nullptr;
+  }
 
  private:
   const qcci::idl::MessageRow* row_of(uint32_t message_id) const {
@@ -78,20 +83,3 @@ struct qmi_idl_service_object {
     return nullptr;
   }
 };
-
-namespace qcci::idl {
-
-// The object, when the triple is exactly its own.
-inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& service, int32_t major,
-                                              int32_t minor, int32_t tool) {
-  const bool same = service.major == major && service.minor == minor && service.tool == tool;
-  return same ? &service : nullptr;
-}
-
-}  // namespace qcci::idl
-
-// The getter of a service, by the name that its contract header declares.
-#define QCCI_SERVICE_GETTER(getter, service)                                                  \
-  extern "C" qmi_idl_service_object_type getter(int32_t major, int32_t minor, int32_t tool) { \
-    return qcci::idl::if_version(qcci::idl::service, major, minor, tool);                     \
-  }

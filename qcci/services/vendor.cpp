@@ -2,26 +2,19 @@
 
 #include "platform/idl/vendor.h"
 
-#include "qcci/idl/service.h"
-#include "qcci/services/assumed.h"
-#include "qcci/services/services.h"
+#include "qcci/services/rows.h"
 
 namespace qcci::idl {
 namespace {
-
-#define M(member) QCCI_MEMBER(S, member)
 
 using assumed::kVendorBlock;
 using assumed::kVendorData;
 using assumed::kVendorFirst;
 using assumed::kVendorSecond;
 
-constexpr auto kGeneric = [] {
-  using S = kelvor_vendor_msg;
-  return message<S>(mandatory(kVendorFirst, value(M(id))),
-                    mandatory(kVendorSecond, value(M(data_len))),
-                    optional(kVendorData, M(data_valid), value(M(data))));
-}();
+MESSAGE(kGeneric, kelvor_vendor_msg, mandatory(kVendorFirst, value(M(id))),
+        mandatory(kVendorSecond, value(M(data_len))),
+        optional(kVendorData, M(data_valid), value(M(data))));
 
 // Two words and a fixed block.
 template <class S>
@@ -34,40 +27,35 @@ constexpr auto kInd5 = block_table<kelvor_vendor_ind_5>();
 constexpr auto kInd9 = block_table<kelvor_vendor_ind_9>();
 constexpr auto kLargeBlockReq = block_table<kelvor_vendor_large_block_req>();
 
-constexpr auto kPair = [] {
-  using S = kelvor_vendor_pair;
-  return message<S>(mandatory(kVendorFirst, value(M(a))), mandatory(kVendorSecond, value(M(b))));
-}();
+MESSAGE(kPair, kelvor_vendor_pair, mandatory(kVendorFirst, value(M(a))),
+        mandatory(kVendorSecond, value(M(b))));
 
-constexpr auto kRecord = [] {
-  using S = kelvor_vendor_record;
-  return record(value(M(words)), value(M(half)));
-}();
+RECORD(kRecord, kelvor_vendor_record, value(M(words)), value(M(half)));
 
-constexpr auto kInd6 = [] {
-  using S = kelvor_vendor_ind_6;
-  return message<S>(mandatory(kVendorFirst, value(M(a))),
-                    mandatory(kVendorSecond, counted(M(records_len), M(records), kRecord)));
-}();
+MESSAGE(kInd6, kelvor_vendor_ind_6, mandatory(kVendorFirst, value(M(a))),
+        mandatory(kVendorSecond, counted(M(records_len), M(records), kRecord)));
 
-constexpr auto kInd8 = [] {
-  using S = kelvor_vendor_ind_8;
-  return message<S>(mandatory(kVendorFirst, value(M(a))), mandatory(kVendorSecond, value(M(b))),
-                    optional(kVendorData, M(data_valid), counted(M(data_len), M(data))));
-}();
-
-#undef M
+MESSAGE(kInd8, kelvor_vendor_ind_8, mandatory(kVendorFirst, value(M(a))),
+        mandatory(kVendorSecond, value(M(b))),
+        optional(kVendorData, M(data_valid), counted(M(data_len), M(data))));
 
 constexpr MessageRow kRows[] = {
-    {KELVOR_VENDOR_GENERIC, "generic", kGeneric, kGeneric},
-    {KELVOR_VENDOR_SUB_ID, "sub-id", kGeneric, kGeneric, kGeneric},
-    {KELVOR_VENDOR_BLOCK, "block", kBlockReq, kPair},
-    {KELVOR_VENDOR_IND_5, "indication 5", {}, {}, kInd5},
-    {KELVOR_VENDOR_IND_6, "indication 6", {}, {}, kInd6},
-    {KELVOR_VENDOR_IND_7, "indication 7", {}, {}, kPair},
-    {KELVOR_VENDOR_IND_8, "indication 8", {}, {}, kInd8},
-    {KELVOR_VENDOR_IND_9, "indication 9", {}, {}, kInd9},
-    {KELVOR_VENDOR_LARGE_BLOCK, "large block", kLargeBlockReq, kPair},
+    {.id = KELVOR_VENDOR_GENERIC, .name = "generic", .request = kGeneric, .response = kGeneric},
+    {.id = KELVOR_VENDOR_SUB_ID,
+     .name = "sub-id",
+     .request = kGeneric,
+     .response = kGeneric,
+     .indication = kGeneric},
+    {.id = KELVOR_VENDOR_BLOCK, .name = "block", .request = kBlockReq, .response = kPair},
+    {.id = KELVOR_VENDOR_IND_5, .name = "indication 5", .indication = kInd5},
+    {.id = KELVOR_VENDOR_IND_6, .name = "indication 6", .indication = kInd6},
+    {.id = KELVOR_VENDOR_IND_7, .name = "indication 7", .indication = kPair},
+    {.id = KELVOR_VENDOR_IND_8, .name = "indication 8", .indication = kInd8},
+    {.id = KELVOR_VENDOR_IND_9, .name = "indication 9", .indication = kInd9},
+    {.id = KELVOR_VENDOR_LARGE_BLOCK,
+     .name = "large block",
+     .request = kLargeBlockReq,
+     .response = kPair},
 };
 
 // The longest encoded form of each, as the modem side gives them.
@@ -81,14 +69,7 @@ static_assert(kInd9.max_encoded == 417);
 static_assert(kLargeBlockReq.max_encoded == 1553);
 
 }  // namespace
-
-constinit const qmi_idl_service_object kVendorService{.name = "vendor",
-                                                      .id = KELVOR_VENDOR_SERVICE_ID,
-                                                      .major = KELVOR_VENDOR_IDL_MAJOR,
-                                                      .minor = KELVOR_VENDOR_IDL_MINOR,
-                                                      .tool = KELVOR_VENDOR_IDL_TOOL,
-                                                      .rows = kRows};
-
 }  // namespace qcci::idl
 
-QCCI_SERVICE_GETTER(kelvor_extend_get_service_object_internal_v01, kVendorService)
+SERVICE(kVendorService, "vendor", KELVOR_VENDOR_SERVICE_ID, KELVOR_VENDOR_IDL,
+        kelvor_extend_get_service_object_internal_v01)

@@ -16,6 +16,11 @@ uint64_t load(const uint8_t* from, size_t width) {
   return v;
 }
 
+int64_t load_signed(const uint8_t* from, size_t width) {
+  const size_t above = 64 - 8 * width;
+  return static_cast<int64_t>(load(from, width) << above) >> above;
+}
+
 void store(uint8_t* to, uint64_t v, size_t width) { std::memcpy(to, &v, width); }
 
 // Appends to a span; refuses what does not fit.
@@ -143,7 +148,8 @@ void describe_items(const Element& e, const uint8_t* c, size_t octets, std::stri
       describe_elements(e.record, e.record_count, item, octets, out);
       out += '}';
     } else {
-      out += std::to_string(load(item, e.stride));
+      out += e.is_signed ? std::to_string(load_signed(item, e.stride))
+                         : std::to_string(load(item, e.stride));
     }
   }
   if (shown < items) out += " ... " + std::to_string(items) + " in all";
@@ -162,33 +168,25 @@ void describe_elements(const Element* elements, size_t count, const uint8_t* c, 
 }  // namespace
 
 const char* codec_error_text(CodecError error) {
-  switch (error) {
-    case CodecError::kOk:
-      return "ok";
-    case CodecError::kWrongStructSize:
-      return "wrong structure size";
-    case CodecError::kNoRoom:
-      return "no room";
-    case CodecError::kCountTooLarge:
-      return "count too large";
-    case CodecError::kValueTooLarge:
-      return "value too large for its wire width";
-    case CodecError::kCutHeader:
-      return "cut TLV header";
-    case CodecError::kBeyondMessage:
-      return "TLV beyond the message";
-    case CodecError::kTooShort:
-      return "TLV too short";
-    case CodecError::kTooLong:
-      return "TLV too long";
-    case CodecError::kDuplicate:
-      return "duplicate TLV";
-    case CodecError::kMissingMandatory:
-      return "mandatory TLV missing";
-    case CodecError::kUnknownMandatory:
-      return "unknown mandatory TLV";
-  }
-  return "?";
+  static constexpr struct {
+    CodecError error;
+    const char* text;
+  } kTexts[] = {
+      {CodecError::kOk, "ok"},
+      {CodecError::kWrongStructSize, "wrong structure size"},
+      {CodecError::kNoRoom, "no room"},
+      {CodecError::kCountTooLarge, "count too large"},
+      {CodecError::kValueTooLarge, "value too large for its wire width"},
+      {CodecError::kCutHeader, "cut TLV header"},
+      {CodecError::kBeyondMessage, "TLV beyond the message"},
+      {CodecError::kTooShort, "TLV too short"},
+      {CodecError::kTooLong, "TLV too long"},
+      {CodecError::kDuplicate, "duplicate TLV"},
+      {CodecError::kMissingMandatory, "mandatory TLV missing"},
+      {CodecError::kUnknownMandatory, "unknown mandatory TLV"},
+  };
+  const auto* const row = std::ranges::find(kTexts, error, [](const auto& r) { return r.error; });
+  return row != std::end(kTexts) ? row->text : "?";
 }
 
 Encoded encode(const Message& message, const void* c, size_t c_size, std::span<uint8_t> out) {

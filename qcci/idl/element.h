@@ -41,6 +41,7 @@ struct Element {
   const Element* record = nullptr;  // the elements of an item that is a record
   uint32_t record_count = 0;        // 0: the item is a number
   bool truncating = false;  // decoding keeps the first `max` items; the count is the sender's
+  bool is_signed = false;   // a number in two's complement, for describing it
 };
 
 // A record's elements, and the type they describe.
@@ -138,15 +139,13 @@ constexpr Element counted_items(Member<S, uint32_t> count, Member<S, T[N]> items
   constexpr size_t kWidth = CountWidth != 0 ? CountWidth : smallest_count(N);
   static_assert(N < uint64_t{1} << 8 * kWidth, "a count of that width cannot hold the maximum");
   if (!is_called(count.name, items.name, "_len")) bad_table("the count is another array's");
-  Element e;
-  e.name = items.name;
-  e.shape = Shape::kCounted;
-  e.offset = items.offset;
-  e.count_offset = count.offset;
-  e.count_width = kWidth;
-  e.max = N;
-  e.stride = sizeof(T);
-  return e;
+  return {.name = items.name,
+          .shape = Shape::kCounted,
+          .count_width = kWidth,
+          .offset = items.offset,
+          .count_offset = count.offset,
+          .max = N,
+          .stride = sizeof(T)};
 }
 }  // namespace detail
 
@@ -154,20 +153,20 @@ constexpr Element counted_items(Member<S, uint32_t> count, Member<S, T[N]> items
 template <class S, class T>
 constexpr Of<S> value(Member<S, T> m) {
   using Item = std::remove_all_extents_t<T>;
-  static_assert(std::is_unsigned_v<Item>, "wire numbers are unsigned");
-  Element e;
-  e.name = m.name;
-  e.offset = m.offset;
-  e.wire_width = sizeof(Item);
-  e.stride = sizeof(Item);
-  e.max = sizeof(T) / e.stride;
-  return {e};
+  static_assert(std::is_integral_v<Item>, "neither a number nor an array of numbers");
+  return {{.name = m.name,
+           .wire_width = sizeof(Item),
+           .offset = m.offset,
+           .max = sizeof(T) / sizeof(Item),
+           .stride = sizeof(Item),
+           .is_signed = std::is_signed_v<Item>}};
 }
 
-// A number that is narrower on the wire than in C.
+// A number that is narrower on the wire than in C. Signed ones keep their width.
 template <size_t WireWidth, class S, class T>
 constexpr Of<S> narrow(Member<S, T> m) {
-  static_assert(WireWidth < sizeof(std::remove_all_extents_t<T>), "not narrower");
+  using Item = std::remove_all_extents_t<T>;
+  static_assert(std::is_unsigned_v<Item> && WireWidth < sizeof(Item), "signed, or not narrower");
   Of<S> of = value(m);
   of.element.wire_width = WireWidth;
   return of;
@@ -176,8 +175,9 @@ constexpr Of<S> narrow(Member<S, T> m) {
 // The same for the items of an array.
 template <size_t WireWidth, class S>
 constexpr Of<S> narrow(Of<S> of) {
-  if (of.element.record_count != 0 || WireWidth >= of.element.stride) {
-    detail::bad_table("not numbers, or not narrower");
+  const Element& e = of.element;
+  if (e.record_count != 0 || e.is_signed || WireWidth >= e.stride) {
+    detail::bad_table("not numbers, signed, or not narrower");
   }
   of.element.wire_width = WireWidth;
   return of;
@@ -186,9 +186,10 @@ constexpr Of<S> narrow(Of<S> of) {
 // A counted array of numbers, of the array's own capacity. CountWidth 0: as the capacity asks.
 template <size_t CountWidth = 0, class S, class T, size_t N>
 constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items) {
-  static_assert(std::is_unsigned_v<T>, "wire numbers are unsigned");
+  static_assert(std::is_integral_v<T>, "not an array of numbers");
   Element e = detail::counted_items<CountWidth>(count, items);
   e.wire_width = sizeof(T);
+  e.is_signed = std::is_signed_v<T>;
   return {e};
 }
 
@@ -214,27 +215,23 @@ constexpr Of<S> counted(Member<S, uint32_t> count, Member<S, T[N]> items,
 // One nested record.
 template <class S, class T, size_t R>
 constexpr Of<S> nested(Member<S, T> m, const Record<T, R>& record) {
-  Element e;
-  e.name = m.name;
-  e.offset = m.offset;
-  e.stride = sizeof(T);
-  e.record = record.elements;
-  e.record_count = R;
-  return {e};
+  return {{.name = m.name,
+           .offset = m.offset,
+           .stride = sizeof(T),
+           .record = record.elements,
+           .record_count = R}};
 }
 
 // A text with its length before it.
 template <class S, size_t N>
 constexpr Of<S> text(Member<S, char[N]> m) {
-  Element e;
-  e.name = m.name;
-  e.shape = Shape::kText;
-  e.wire_width = 1;
-  e.offset = m.offset;
-  e.max = N - 1;
-  e.count_width = detail::smallest_count(N - 1);
-  e.stride = 1;
-  return {e};
+  return {{.name = m.name,
+           .shape = Shape::kText,
+           .wire_width = 1,
+           .count_width = detail::smallest_count(N - 1),
+           .offset = m.offset,
+           .max = N - 1,
+           .stride = 1}};
 }
 
 template <class S, class... Rest>

@@ -29,6 +29,10 @@ __attribute__((format(printf, 5, 6))) void trace_write(TraceLevel level, const c
 #define TRACE_DEBUG(...) TRACE_AT(kTraceDebug, __VA_ARGS__)
 #define TRACE_USAGE(...) TRACE_AT(kTraceUsage, __VA_ARGS__)
 
+// A failure's message, and then its result: if (size > kMost) return TRACED_ERROR(-1, "too long");
+#define TRACED_ERROR(result, ...) (TRACE_ERROR(__VA_ARGS__), (result))
+#define TRACED_DEBUG(result, ...) (TRACE_DEBUG(__VA_ARGS__), (result))
+
 // A function that messages are to name, and where it stands: by default, where its name is given.
 struct TraceSite {
   TraceSite(const char* name, const char* source = __builtin_FILE(),  // NOLINT: reads as the name

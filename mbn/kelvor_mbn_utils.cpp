@@ -18,19 +18,12 @@ std::atomic<int> g_kelvor_pdc_init_status{-1};
 // Connects and checks the arguments of a refresh or a reactivation.
 int prepare(unsigned char force_init, unsigned int sub_mask, unsigned int mbn_type) {
   if (const int status = kelvor_mbn_init(force_init); status != 0) {
-    TRACE_ERROR("pdc init failed, do nothing");
-    return status;
+    return TRACED_ERROR(status, "pdc init failed, do nothing");
   }
   TRACE_DEBUG("mbn_type %d", mbn_type);
-  if (mbn_type >= kTypes) {
-    TRACE_ERROR("config_type is invalid");
-    return kBadArgument;
-  }
+  if (mbn_type >= kTypes) return TRACED_ERROR(kBadArgument, "config_type is invalid");
   TRACE_DEBUG("sub_mask %d", sub_mask);
-  if (sub_mask == 0 || sub_mask > 3) {
-    TRACE_ERROR("sub_mask is out of range");
-    return kBadArgument;
-  }
+  if (sub_mask == 0 || sub_mask > 3) return TRACED_ERROR(kBadArgument, "sub_mask is out of range");
   return 0;
 }
 
@@ -42,10 +35,7 @@ bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
   pdc_config_pdc_info id{};
   *result = pdc_get_current_config(&id, type, sub);
   TRACE_DEBUG("SUB_%u pdc_get_current_config ret_val %d", sub, *result);
-  if (*result != 0) {
-    TRACE_ERROR("SUB_%u pdc_get_current_config fail", sub);
-    return false;
-  }
+  if (*result != 0) return TRACED_ERROR(false, "SUB_%u pdc_get_current_config fail", sub);
   // Its failure is traced; the configuration is selected and activated all the same.
   std::ignore = kelvor_mbn_deactivate_config(sub, type);
   *result = pdc_select_config(&id, type, sub);
@@ -60,8 +50,7 @@ bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
 extern "C" int kelvor_mbn_init(unsigned char force_init) {
   const TraceScope scope(__func__);
   if (force_init == 0 && g_kelvor_pdc_init_status == 0) {
-    TRACE_DEBUG("pdc init have been done, do nothing");
-    return 0;
+    return TRACED_DEBUG(0, "pdc init have been done, do nothing");
   }
   pdc_clean();
   TRACE_DEBUG("start kelvor pdc init, g_kelvor_pdc_init_status = %d, force_init = %d",
@@ -109,12 +98,10 @@ extern "C" int kelvor_reactivate_sw_mbn(unsigned int sub_mask) {
 extern "C" int kelvor_mbn_deactivate_config(unsigned int sub, pdc_config_type_enum_v01 type) {
   const TraceScope scope(__func__);
   if (sub >= KELVOR_SUBSCRIPTIONS) {
-    TRACE_ERROR("sub is invalid, sub: %d", sub);
-    return kBadArgument;
+    return TRACED_ERROR(kBadArgument, "sub is invalid, sub: %d", sub);
   }
   if (static_cast<unsigned int>(type) >= kTypes) {
-    TRACE_ERROR("config_type is invalid, config_type: %d", type);
-    return kBadArgument;
+    return TRACED_ERROR(kBadArgument, "config_type is invalid, config_type: %d", type);
   }
   const int pdc = pdc_deactivate_config(sub, type);
   const int32_t sync = kelvor_nvefs_sync();

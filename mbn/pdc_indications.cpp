@@ -44,8 +44,7 @@ static_assert(in_order(), "a kind's number is its place");
 
 bool succeeded(const RequestKind& kind, const void* ind, unsigned int len) {
   if (ind == nullptr || len != kind.indication_size) {
-    TRACE_ERROR("NULL pointer for ind_data_ptr");
-    return false;
+    return TRACED_ERROR(false, "NULL pointer for ind_data_ptr");
   }
   // Every indication begins with it.
   uint16_t error = 0;
@@ -106,27 +105,19 @@ extern "C" void qmi_pdc_unsol_ind_cb(qmi_client_type client, uint32_t msg_id, co
   }
 }
 
-extern "C" void qmi_pdc_load_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_LOAD, ind, len);
-}
-extern "C" void qmi_pdc_get_config_info_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_INFO, ind, len);
-}
-extern "C" void qmi_pdc_deactivate_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_DEACTIVATE, ind, len);
-}
-extern "C" void qmi_pdc_delete_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_DELETE, ind, len);
-}
-extern "C" void qmi_pdc_select_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_SELECT, ind, len);
-}
-extern "C" void qmi_pdc_activate_config_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_ACTIVATE, ind, len);
-}
-extern "C" void qmi_pdc_set_feature_ind_hdlr(void* ind, unsigned int len) {
-  pdc::handle_outcome(__func__, PDC_REQ_SET_FEATURE, ind, len);
-}
+// The handler of a kind whose outcome is all there is.
+#define OUTCOME_HANDLER(name, req_type)                \
+  extern "C" void name(void* ind, unsigned int len) {  \
+    pdc::handle_outcome(__func__, req_type, ind, len); \
+  }
+OUTCOME_HANDLER(qmi_pdc_load_config_ind_hdlr, PDC_REQ_LOAD)
+OUTCOME_HANDLER(qmi_pdc_get_config_info_ind_hdlr, PDC_REQ_INFO)
+OUTCOME_HANDLER(qmi_pdc_deactivate_config_ind_hdlr, PDC_REQ_DEACTIVATE)
+OUTCOME_HANDLER(qmi_pdc_delete_config_ind_hdlr, PDC_REQ_DELETE)
+OUTCOME_HANDLER(qmi_pdc_select_config_ind_hdlr, PDC_REQ_SELECT)
+OUTCOME_HANDLER(qmi_pdc_activate_config_ind_hdlr, PDC_REQ_ACTIVATE)
+OUTCOME_HANDLER(qmi_pdc_set_feature_ind_hdlr, PDC_REQ_SET_FEATURE)
+#undef OUTCOME_HANDLER
 
 extern "C" void qmi_pdc_get_selected_config_ind_hdlr(void* ind, unsigned int len) {
   const Operation operation(__func__);

@@ -32,13 +32,11 @@ bool append(const pdc_list_configs_ind& ind) REQUIRES(info().mutex) {
   TRACE_DEBUG(FLAG "config_list_len %d, old num_of_configs %d", reported, *info().num_of_configs);
   for (uint32_t i = 0; i < reported; ++i) {
     if (*info().num_of_configs == info().list_room) {
-      TRACE_ERROR(FLAG "more configs than there is room for: %u", info().list_room);
-      return false;
+      return TRACED_ERROR(false, FLAG "more configs than there is room for: %u", info().list_room);
     }
     auto* element = static_cast<pdc_config_info*>(qcril_malloc(sizeof(pdc_config_info)));
     if (element == nullptr) {
-      TRACE_ERROR(FLAG "Unable to allocate memory for the list element: %d", i);
-      return false;
+      return TRACED_ERROR(false, FLAG "Unable to allocate memory for the list element: %d", i);
     }
     element->config = ind.configs[i];
     info().config_list_holder[(*info().num_of_configs)++] = element;

@@ -54,8 +54,7 @@ class Request {
   // The request has been sent, with this result.
   int32_t wait_unless(const char* name, int error, pdc_config_pdc_info* current = nullptr) {
     if (error != 0) {
-      TRACE_ERROR("qmi send message error for %s, errno: %d", name, error);
-      return PDC_FAILED;
+      return TRACED_ERROR(PDC_FAILED, "qmi send message error for %s, errno: %d", name, error);
     }
     base::Lock lock(info().mutex);
     if (context().done == 0) {

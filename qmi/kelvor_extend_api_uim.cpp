@@ -47,8 +47,7 @@ bool init_uim_qmi_client() {
                                              kelvor_qmi_client_common_empty_unsol_ind_cb, nullptr,
                                              &g_os_params, kInitTimeoutMs, &client);
   if (error != 0) {
-    TRACE_DEBUG("qmi_client_init UIM instance failed, qmi_client_error = %d", error);
-    return false;
+    return TRACED_DEBUG(false, "qmi_client_init UIM instance failed, qmi_client_error = %d", error);
   }
   g_client = client;
   TRACE_DEBUG("init_uim_qmi_client %p", static_cast<void*>(g_client));
@@ -121,10 +120,7 @@ QcrilPtr<T> allocate() {
 
 bool have_client(const char* name) {
   if (g_client == nullptr) {
-    if (!init_uim_qmi_client()) {
-      TRACE_DEBUG("init_uim_qmi_client failed");
-      return false;
-    }
+    if (!init_uim_qmi_client()) return TRACED_DEBUG(false, "init_uim_qmi_client failed");
     TRACE_DEBUG("%s try init_uim_qmi_client %p", name, static_cast<void*>(g_client));
   }
   TRACE_DEBUG("%s uim_qmi_client %p", name, static_cast<void*>(g_client));

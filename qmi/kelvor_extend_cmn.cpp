@@ -21,14 +21,8 @@ static_assert(sizeof(kelvor_common_rsp) == KELVOR_COMMON_RSP_SIZE);
 template <class Request>
 uint32_t send_common(Request& request, uint8_t* value, uint32_t most, uint32_t l, const uint8_t* v,
                      uint8_t* rsp) {
-  if (l > most) {
-    TRACE_DEBUG("l is out of range");
-    return KELVOR_COMMON_BAD_ARGUMENT;
-  }
-  if (l != 0 && v == nullptr) {
-    TRACE_DEBUG("v is null");
-    return KELVOR_COMMON_BAD_ARGUMENT;
-  }
+  if (l > most) return TRACED_DEBUG(KELVOR_COMMON_BAD_ARGUMENT, "l is out of range");
+  if (l != 0 && v == nullptr) return TRACED_DEBUG(KELVOR_COMMON_BAD_ARGUMENT, "v is null");
   if (l != 0) std::memcpy(value, v, l);
   uint32_t rsp_len = KELVOR_COMMON_RSP_SIZE;
   return static_cast<uint32_t>(
@@ -37,10 +31,7 @@ uint32_t send_common(Request& request, uint8_t* value, uint32_t most, uint32_t l
 
 // Zeroes the caller's room; false when there is none.
 bool clear_response(uint8_t* rsp) {
-  if (rsp == nullptr) {
-    TRACE_DEBUG("rsp is NULL");
-    return false;
-  }
+  if (rsp == nullptr) return TRACED_DEBUG(false, "rsp is NULL");
   std::memset(rsp, 0, KELVOR_COMMON_RSP_SIZE);
   return true;
 }
@@ -83,19 +74,10 @@ void kelvor_qmi_client_recovery() {
 
 int32_t send_nas(uint32_t msg_id, const void* req, uint32_t req_len, void* rsp, uint32_t rsp_len,
                  uint32_t time_out_ms) {
-  if (req == nullptr) {
-    TRACE_DEBUG("qmi_request is NULL");
-    return -1;
-  }
-  if (rsp == nullptr) {
-    TRACE_DEBUG("qmi_response is NULL");
-    return -1;
-  }
+  if (req == nullptr) return TRACED_DEBUG(-1, "qmi_request is NULL");
+  if (rsp == nullptr) return TRACED_DEBUG(-1, "qmi_response is NULL");
   if (g_nas_client == nullptr) kelvor_qmi_client_init();
-  if (g_nas_client == nullptr) {
-    TRACE_DEBUG("qmi_client_ptr is NULL");
-    return -1;
-  }
+  if (g_nas_client == nullptr) return TRACED_DEBUG(-1, "qmi_client_ptr is NULL");
   const int error =
       qmi_client_send_msg_sync(g_nas_client, msg_id, req, req_len, rsp, rsp_len, time_out_ms);
   if (error != 0) TRACE_DEBUG("qmi_client_send_msg_sync fail, qmi_client_error = %d", error);
@@ -136,15 +118,13 @@ int32_t kelvor_get_sar_dsi(void) {
                                        kelvor_qmi_client_common_empty_unsol_ind_cb, nullptr,
                                        &os_params, kSarInitTimeoutMs, &client);
   if (error != 0) {
-    TRACE_DEBUG("qmi_client_init_instance failed, qmi_client_error = %d", error);
-    return -1;
+    return TRACED_DEBUG(-1, "qmi_client_init_instance failed, qmi_client_error = %d", error);
   }
   sar_rf_get_state_resp rsp{};
   error = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &rsp, sizeof rsp,
                                    kSarSendTimeoutMs);
   if (error != 0) {
-    TRACE_DEBUG("qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
-    return -1;
+    return TRACED_DEBUG(-1, "qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
   }
   TRACE_DEBUG("dsi vailid = %d , dsi value = %d", rsp.state_valid, rsp.state);
   return static_cast<int32_t>(rsp.state);

@@ -51,14 +51,8 @@ template <class Request>
 int32_t exchange_checked(const Request& request, Reply* reply) {
   const int32_t result = exchange(request, reply);
   TRACE_DEBUG("result = %d, rsp.result = %d", result, reply->rsp.result);
-  if (result != 0) {
-    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
-    return result;
-  }
-  if (reply->rsp.result != 0) {
-    TRACE_ERROR("qmi response fail");
-    return reply->rsp.result;
-  }
+  if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
+  if (reply->rsp.result != 0) return TRACED_ERROR(reply->rsp.result, "qmi response fail");
   return KELVOR_NVEFS_OK;
 }
 
@@ -77,14 +71,8 @@ int32_t check_sub(uint32_t sub) {
 
 int32_t check_file(uint32_t sub, const char* efs_path, uint32_t path_len, uint32_t most) {
   if (const int32_t wrong = check_sub(sub); wrong != 0) return wrong;
-  if (efs_path == nullptr) {
-    TRACE_ERROR("efs_path is null");
-    return KELVOR_NVEFS_NULL;
-  }
-  if (path_len == 0 || path_len > most) {
-    TRACE_ERROR("len invalid");
-    return KELVOR_NVEFS_BAD_LENGTH;
-  }
+  if (efs_path == nullptr) return TRACED_ERROR(KELVOR_NVEFS_NULL, "efs_path is null");
+  if (path_len == 0 || path_len > most) return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "len invalid");
   return KELVOR_NVEFS_OK;
 }
 
@@ -119,10 +107,7 @@ bool efs_read_chunk(kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len, u
   Reply reply;
   request.data_done = *recv;
   *result = exchange(request, &reply);
-  if (*result != 0) {
-    TRACE_ERROR("kelvor_extend_qmi_send_sync fail, ABORT");
-    return false;
-  }
+  if (*result != 0) return TRACED_ERROR(false, "kelvor_extend_qmi_send_sync fail, ABORT");
   const int32_t chunk = reply.rsp.data_len_send;
   TRACE_DEBUG(
       "data_len_all = %d, data_len_send = %d, data_len_recv = %d, read_count = %d, "
@@ -136,23 +121,16 @@ bool efs_read_chunk(kelvor_nvefs_req& request, uint8_t* buf, uint32_t buf_len, u
     if (*result == 0 && !empty_file) *result = KELVOR_NVEFS_BAD_LENGTH;
     return false;
   }
-  if (*result != 0) {
-    TRACE_ERROR("qmi response fail");
-    return false;
-  }
+  if (*result != 0) return TRACED_ERROR(false, "qmi response fail");
   *result = KELVOR_NVEFS_BAD_LENGTH;
-  if (buf_len <= *recv) {
-    TRACE_ERROR("abort, buf_len <= data_len_recv");
-    return false;
-  }
+  if (buf_len <= *recv) return TRACED_ERROR(false, "abort, buf_len <= data_len_recv");
   const auto octets = static_cast<uint32_t>(chunk);
   if (octets > reply.data_octets()) {
     TRACE_ERROR("abort, data_len_send(%d) > data received(%d)", chunk, reply.data_octets());
     return false;
   }
   if (octets > buf_len - *recv) {
-    TRACE_ERROR("errro, abort, buf_len <= req.data_len_cur");
-    return false;
+    return TRACED_ERROR(false, "errro, abort, buf_len <= req.data_len_cur");
   }
   std::memcpy(buf + *recv, reply.rsp.data, octets);
   *recv += octets;
@@ -183,18 +161,9 @@ int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_b
       return result;
     }
     if ((result = check_nv_id(nv_id)) != 0) return result;
-    if (buf == nullptr) {
-      TRACE_ERROR("buf is null");
-      return KELVOR_NVEFS_NULL;
-    }
-    if (p_buf_len == nullptr) {
-      TRACE_ERROR("p_buf_len is null");
-      return KELVOR_NVEFS_NULL;
-    }
-    if (*p_buf_len == 0) {
-      TRACE_ERROR("buf_len is invalid");
-      return KELVOR_NVEFS_BAD_LENGTH;
-    }
+    if (buf == nullptr) return TRACED_ERROR(KELVOR_NVEFS_NULL, "buf is null");
+    if (p_buf_len == nullptr) return TRACED_ERROR(KELVOR_NVEFS_NULL, "p_buf_len is null");
+    if (*p_buf_len == 0) return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "buf_len is invalid");
     TRACE_DEBUG("buf_len: %d", *p_buf_len);
 
     Reply reply;
@@ -204,8 +173,7 @@ int32_t kelvor_nv_read(uint32_t sub, uint32_t nv_id, uint8_t* buf, uint32_t* p_b
     // What the modem did not send is not copied, whatever it says of the length.
     const uint32_t count = std::min(reply.rsp.data_len_all, *p_buf_len);
     if (count == 0 || count > reply.data_octets()) {
-      TRACE_ERROR("rsp.data_len_all is invalid");
-      return KELVOR_NVEFS_BAD_LENGTH;
+      return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "rsp.data_len_all is invalid");
     }
     *p_buf_len = count;
     std::memcpy(buf, reply.rsp.data, count);
@@ -219,13 +187,9 @@ int32_t kelvor_nv_write_ex(uint32_t sub, uint32_t nv_id, const uint8_t* buf, uin
     int32_t result = check_sub(sub);
     if (result == 0) result = check_nv_id(nv_id);
     if (result != 0) return result;
-    if (buf == nullptr) {
-      TRACE_ERROR("buf is null");
-      return KELVOR_NVEFS_NULL;
-    }
+    if (buf == nullptr) return TRACED_ERROR(KELVOR_NVEFS_NULL, "buf is null");
     if (buf_len == 0 || buf_len > KELVOR_NVEFS_CHUNK_MAX) {
-      TRACE_ERROR("buf_len is invalid");
-      return KELVOR_NVEFS_BAD_LENGTH;
+      return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "buf_len is invalid");
     }
     kelvor_nvefs_req request = nv_request(KELVOR_NVEFS_NV_WRITE, sub, nv_id);
     request.data_len = buf_len;
@@ -253,8 +217,7 @@ int32_t kelvor_efs_read(uint32_t sub, const char* efs_path, uint32_t path_len, u
     int32_t result = check_file(sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
     if (result != 0) return result;
     if (buf == nullptr || p_buf_len == nullptr) {
-      TRACE_ERROR("len invalid");
-      return KELVOR_NVEFS_BAD_LENGTH;
+      return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "len invalid");
     }
     TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
     auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_READ, sub, efs_path, path_len);
@@ -276,10 +239,7 @@ int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, 
     TRACE_DEBUG("kelvor_efs_write, sub_id %d, path_len: %d, buf_len: %d", sub, path_len, buf_len);
     const int32_t wrong = check_file(sub, efs_path, path_len, KELVOR_NVEFS_TRANSFER_PATH_MAX);
     if (wrong != 0) return wrong;
-    if (buf == nullptr) {
-      TRACE_ERROR("len invalid");
-      return KELVOR_NVEFS_BAD_LENGTH;
-    }
+    if (buf == nullptr) return TRACED_ERROR(KELVOR_NVEFS_BAD_LENGTH, "len invalid");
     TRACE_DEBUG("path_value: %.*s", static_cast<int>(path_len), efs_path);
     auto request = efs_request<kelvor_nvefs_req>(KELVOR_NVEFS_EFS_WRITE, sub, efs_path, path_len);
     request.data_len = buf_len;
@@ -299,14 +259,8 @@ int32_t kelvor_efs_write(uint32_t sub, const char* efs_path, uint32_t path_len, 
           "data_len_all = %d, data_len_send = %d, data_len_recv = %d, send_count = %d, "
           "data_len_cur = %d",
           buf_len, request.data_done, reply.rsp.data_len_recv, request.exchange, send);
-      if (result != 0) {
-        TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
-        return result;
-      }
-      if (reply.rsp.result < 0) {
-        TRACE_ERROR("qmi response fail");
-        return reply.rsp.result;
-      }
+      if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
+      if (reply.rsp.result < 0) return TRACED_ERROR(reply.rsp.result, "qmi response fail");
       request.data_done += send;
     }
     return KELVOR_NVEFS_OK;

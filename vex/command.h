@@ -1,5 +1,8 @@
 // A command: its usage and its handlers in one table, and what all commands do with theirs.
 //
+// A handler speaks to the user by trace lines alone. Its result is 0 or an error's number, which
+// the trace may show and nothing else depends on. One command runs at a time, on one thread.
+//
 // VEX_COMMAND writes a table's two functions, the handler and the section printer that the list in
 // commands.h names.
 #pragma once

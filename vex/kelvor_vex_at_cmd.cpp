@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "common/trace.h"
@@ -75,8 +74,7 @@ bool exchange(const char* text) {
   TRACE_INFO("Will create a thread to receive data from serial");
   pthread_t thread{};
   if (::pthread_create(&thread, nullptr, kelvor_test_at_cmd_receive, nullptr) != 0) {
-    TRACE_ERROR("Fail to create a thread");
-    return false;
+    return TRACED_ERROR(false, "Fail to create a thread");
   }
   ::pthread_detach(thread);
   kelvor_test_at_cmd_send(text);

@@ -198,18 +198,14 @@ constexpr int (*kActions[])() = {switch_to_esim, switch_to_card, read_eid, card_
 
 extern "C" int kelvor_cmn_esim_test(int argc, char** argv) {
   const Operation operation(__func__);
-  if (argc <= kWordDebugOn) {
-    TRACE_ERROR("invalid input");
-    return 0;
-  }
+  if (argc <= kWordDebugOn) return TRACED_ERROR(0, "invalid input");
   if (std::atoi(argv[kWordDebugOn]) == 0) {
     kelvor_hal_close_print();
     kelvor_extend_set_trace(0);
   }
   const int esim_on = std::atoi(argv[kWordEsimOn]);
   if (esim_on < 1 || esim_on > static_cast<int>(std::size(kActions))) {
-    TRACE_ERROR("invalid input skip");
-    return 0;
+    return TRACED_ERROR(0, "invalid input skip");
   }
   return kActions[esim_on - 1]();
 }
@@ -219,10 +215,7 @@ extern "C" bool is_eid_valid(const char* eid) {
   TRACE_INFO("check whether eid valid");
   int result = 0;
   for (; *eid != '\0'; ++eid) result = (result * 10 + (*eid - '0')) % 97;
-  if (result != 1) {
-    TRACE_ERROR("eid validate failed, result = %d", result);
-    return false;
-  }
+  if (result != 1) return TRACED_ERROR(false, "eid validate failed, result = %d", result);
   TRACE_INFO("eid validate pass");
   return true;
 }

@@ -18,13 +18,9 @@ unsigned int sub_mask_of(const Call& call) {
 bool admit(const Call& call) {
   const unsigned int sub_mask = sub_mask_of(call);
   if (sub_mask < 1 || sub_mask > 3) {
-    TRACE_ERROR("note: sub_mask(%d) is invalid:", sub_mask);
-    return false;
+    return TRACED_ERROR(false, "note: sub_mask(%d) is invalid:", sub_mask);
   }
-  if (kelvor_mbn_init(0) != 0) {
-    TRACE_ERROR("pdc init failed, do nothing");
-    return false;
-  }
+  if (kelvor_mbn_init(0) != 0) return TRACED_ERROR(false, "pdc init failed, do nothing");
   return true;
 }
 

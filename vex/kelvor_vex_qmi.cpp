@@ -24,8 +24,7 @@ int scan(TraceSite sender, uint32_t message, int scan_scope) {
   const int result = kelvor_send_nas_qmi_req_msg(message, &request, sizeof request, &response,
                                                  sizeof response, kTimeoutMs);
   if (result != 0) {
-    TRACE_ERROR("qmi_client_send_msg_sync fail, qmi_client_error = %d", result);
-    return result;
+    return TRACED_ERROR(result, "qmi_client_send_msg_sync fail, qmi_client_error = %d", result);
   }
   TRACE_DEBUG("function exit <-------------");
   return 0;

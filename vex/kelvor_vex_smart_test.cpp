@@ -81,10 +81,7 @@ uint32_t kelvor_smart_test_read_ssr_update_flag() {
       kelvor_efs_read(0, kUpdateCount, reinterpret_cast<uint8_t*>(&value), &length);
   TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT read ret: %d, old update_cnt: %d, len: %d", result,
               value, length);
-  if (result != 0) {
-    TRACE_ERROR("kelvor_efs_read failed, maybe empty");
-    return 0;
-  }
+  if (result != 0) return TRACED_ERROR(0, "kelvor_efs_read failed, maybe empty");
   return value;
 }
 
@@ -132,10 +129,7 @@ int kelvor_smart_test_full_dump() {
     property_set(kRestartLevel, kAllDisable);
     kelvor_smart_test_save_ssr_update_flag();
     const int wait_s = kelvor_smart_test_ssr_wait_s(0);
-    if (wait_s < 0) {
-      TRACE_DEBUG("wait_s < 0, ssr is stoped");
-      return wait_s;
-    }
+    if (wait_s < 0) return TRACED_DEBUG(wait_s, "wait_s < 0, ssr is stoped");
   }
   return send(KELVOR_COMMON_ITEM_FULL_DUMP, &kWord);
 }
@@ -214,16 +208,10 @@ bool take_octets(const void* mapped, uint8_t (&octets)[kShown]) {
 int show_share_memory(int fd) {
   const int truncated = ::ftruncate(fd, kShareMemorySize);
   TRACE_DEBUG("ftruncate, ret: %d", truncated);
-  if (truncated == -1) {
-    TRACE_ERROR("ftruncate error");
-    return -1;
-  }
+  if (truncated == -1) return TRACED_ERROR(-1, "ftruncate error");
   void* const mapped = ::mmap(nullptr, kShareMemorySize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   TRACE_DEBUG("mmap, data_ptr: 0x%08x", static_cast<unsigned>(reinterpret_cast<uintptr_t>(mapped)));
-  if (mapped == MAP_FAILED) {
-    TRACE_ERROR("mmap error");
-    return -1;
-  }
+  if (mapped == MAP_FAILED) return TRACED_ERROR(-1, "mmap error");
   uint8_t data_ptr[kShown];
   const bool taken = take_octets(mapped, data_ptr);
   for (int i = 0; taken && i < kShown; ++i) {
@@ -241,10 +229,7 @@ int kelvor_smart_test_sh_test_read() {
   TRACE_DEBUG("g_share_memory_file_path: %s", g_share_memory_file_path);
   const int fd = ::open(g_share_memory_file_path, O_RDWR | O_CREAT, 0777);
   TRACE_DEBUG("open, fd: %d", fd);
-  if (fd == -1) {
-    TRACE_ERROR("shm_open error");
-    return -1;
-  }
+  if (fd == -1) return TRACED_ERROR(-1, "shm_open error");
   const int result = show_share_memory(fd);
   TRACE_DEBUG("close fd");
   ::close(fd);
@@ -274,10 +259,7 @@ int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
   // Before the timer is there: it may expire at once.
   g_timer_running = true;
   const uint32_t timer_id = kelvor_timer_start(kelvor_vex_delay_timer_cb, timeout_s);
-  if (timer_id == 0) {
-    TRACE_ERROR("kelvor_timer_start failed");
-    return -1;
-  }
+  if (timer_id == 0) return TRACED_ERROR(-1, "kelvor_timer_start failed");
   TRACE_DEBUG("Start one timer(timer_id %d), will pause until this timer is expired ...", timer_id);
   for (int n = 1; g_timer_running; ++n) {
     sleep_s(1);

@@ -1,7 +1,6 @@
 // Command 5: common commands. Command 6: raw vendor requests.
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <vector>
@@ -103,14 +102,8 @@ int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v,
   const int result =
       kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, &rsp, &rsp_len);
   TRACE_INFO("result = %d, rsp.result = %d", result, rsp.result);
-  if (result != 0) {
-    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
-    return result;
-  }
-  if (rsp.result != 0) {
-    TRACE_ERROR("rsp.result fail");
-    return rsp.result;
-  }
+  if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
+  if (rsp.result != 0) return TRACED_ERROR(rsp.result, "rsp.result fail");
   constexpr uint32_t kHead = offsetof(kelvor_common_rsp, payload);
   show(std::span(rsp.payload, rsp_len > kHead ? rsp_len - kHead : 0));
   return 0;
@@ -244,10 +237,7 @@ int send_octets(const Call& call) {
   const int result = kelvor_extend_qmi_send_sync(request_id, request, static_cast<uint32_t>(count),
                                                  response, &length);
   TRACE_INFO("qmi_id = %d, result = %d", qmi_id, result);
-  if (result != 0) {
-    TRACE_ERROR("kelvor_extend_qmi_send_sync fail");
-    return result;
-  }
+  if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
   TRACE_INFO("mi_qmi rsp data(qmi_id: %d, len: %d[max: %d]):", qmi_id, length, kSendMax);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", response[i]);
   TRACE_INFO("%s", "");

@@ -1,7 +1,5 @@
 // Command 4: NV items and EFS files.
 
-#include <cstdlib>
-
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/efs_path.h"
@@ -30,13 +28,17 @@ int report(int result) {
   return result;
 }
 
-template <class Read>
-int read_and_dump(TraceSite handler, const Call& call, Read read) {
+// The handlers of what the two kinds of targets share: `target_of` makes the call's target, an NV
+// id or a path, for the operation.
+
+template <class Target>
+int read_and_dump(TraceSite handler, const Call& call, Target (*target_of)(const Call& call),
+                  int32_t (*read)(uint32_t sub, Target target, uint8_t* data, uint32_t* length)) {
   const Operation operation(handler);
   if (!call.has_exactly(kTargetWords)) return call.refuse();
   uint8_t data[kDataMax] = {};
   uint32_t length = sizeof data;
-  const int result = read(data, &length);
+  const int result = read(sub_of(call), target_of(call), data, &length);
   if (result != 0) return report(result);
   TRACE_INFO("data len(%d)\ndata: \n", length);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", data[i]);
@@ -44,8 +46,10 @@ int read_and_dump(TraceSite handler, const Call& call, Read read) {
   return 0;
 }
 
-template <class Write>
-int write_words(TraceSite handler, const Call& call, Write write) {
+template <class Target>
+int write_words(TraceSite handler, const Call& call, Target (*target_of)(const Call& call),
+                int32_t (*write)(uint32_t sub, Target target, const uint8_t* data,
+                                 uint32_t length)) {
   const Operation operation(handler);
   if (call.argc <= kWordData) {
     TRACE_ERROR("note: Too few inputs, Pls refer to the following cmd:");
@@ -62,48 +66,39 @@ int write_words(TraceSite handler, const Call& call, Write write) {
   for (uint32_t i = 0; i < count; ++i) {
     data[i] = static_cast<uint8_t>(call.number(kWordData + static_cast<int>(i)));
   }
-  return report(write(data, count));
+  return report(write(sub_of(call), target_of(call), data, count));
 }
 
-template <class Delete>
-int delete_target(TraceSite handler, const Call& call, Delete remove) {
+template <class Target>
+int delete_target(TraceSite handler, const Call& call, Target (*target_of)(const Call& call),
+                  int32_t (*remove)(uint32_t sub, Target target)) {
   const Operation operation(handler);
   if (!call.has_exactly(kTargetWords)) return call.refuse();
-  return report(remove());
+  return report(remove(sub_of(call), target_of(call)));
 }
 
 int kelvor_nvefs_test_nv_read(const Call& call) {
-  return read_and_dump(__func__, call, [&call](uint8_t* data, uint32_t* length) {
-    return kelvor_nv_read(sub_of(call), nv_id_of(call), data, length);
-  });
+  return read_and_dump(__func__, call, nv_id_of, kelvor_nv_read);
 }
 
 int kelvor_nvefs_test_nv_write(const Call& call) {
-  return write_words(__func__, call, [&call](const uint8_t* data, uint32_t length) {
-    return kelvor_nv_write_ex(sub_of(call), nv_id_of(call), data, length);
-  });
+  return write_words(__func__, call, nv_id_of, kelvor_nv_write_ex);
 }
 
 int kelvor_nvefs_test_nv_delete(const Call& call) {
-  return delete_target(__func__, call,
-                       [&call] { return kelvor_nv_delete(sub_of(call), nv_id_of(call)); });
+  return delete_target(__func__, call, nv_id_of, kelvor_nv_delete);
 }
 
 int kelvor_nvefs_test_efs_read(const Call& call) {
-  return read_and_dump(__func__, call, [&call](uint8_t* data, uint32_t* length) {
-    return kelvor_efs_read(sub_of(call), path_of(call), data, length);
-  });
+  return read_and_dump(__func__, call, path_of, kelvor_efs_read);
 }
 
 int kelvor_nvefs_test_efs_write(const Call& call) {
-  return write_words(__func__, call, [&call](const uint8_t* data, uint32_t length) {
-    return kelvor_efs_write(sub_of(call), path_of(call), data, length);
-  });
+  return write_words(__func__, call, path_of, kelvor_efs_write);
 }
 
 int kelvor_nvefs_test_efs_delete(const Call& call) {
-  return delete_target(__func__, call,
-                       [&call] { return kelvor_efs_delete(sub_of(call), path_of(call)); });
+  return delete_target(__func__, call, path_of, kelvor_efs_delete);
 }
 
 // In the order of their numbers, which are also the modem's.

@@ -28,20 +28,14 @@ int32_t term(int32_t digit, size_t power) {
 
 extern "C" int32_t kelvor_string_to_int(const char* text) {
   const Operation operation(__func__);
-  if (text == nullptr) {
-    TRACE_ERROR("\ninput is null\n");
-    return 0;
-  }
+  if (text == nullptr) return TRACED_ERROR(0, "\ninput is null\n");
   if (text[0] == '0' && (text[1] | 0x20) == 'x') return kelvor_hex_string_to_int(text + 2);
   return std::atoi(text);
 }
 
 extern "C" int32_t kelvor_hex_string_to_int(const char* text) {
   const Operation operation(__func__);
-  if (text == nullptr) {
-    TRACE_ERROR("\ninput is null\n");
-    return 0;
-  }
+  if (text == nullptr) return TRACED_ERROR(0, "\ninput is null\n");
   const size_t digits = strnlen(text, kDigitsMax);
   uint32_t sum = 0;
   for (size_t i = 0; i < digits; ++i) {

@@ -102,8 +102,7 @@ uint32_t insert(ClientRecord* record) {
   }
   const auto slot = std::find(std::begin(g_clients), std::end(g_clients), nullptr);
   if (slot == std::end(g_clients)) {
-    TRACE_ERROR("no more client can be added");
-    return MODEM_API_NO_FREE_SLOT;
+    return TRACED_ERROR(MODEM_API_NO_FREE_SLOT, "no more client can be added");
   }
   record->client_id = static_cast<int32_t>(slot - std::begin(g_clients));
   *slot = record;
@@ -113,15 +112,11 @@ uint32_t insert(ClientRecord* record) {
 uint32_t init_client(uint32_t client_type, modem_api_indication_cb on_indication,
                      modem_api_status_cb on_status, int32_t* client_id) {
   if (!modem_api_check_white_list()) {
-    TRACE_ERROR("check fail, do nothing");
-    return MODEM_API_NOT_PERMITTED;
+    return TRACED_ERROR(MODEM_API_NOT_PERMITTED, "check fail, do nothing");
   }
   auto* record = static_cast<ClientRecord*>(
       vireo_malloc_adv(sizeof(ClientRecord), Operation::name(__func__), __LINE__));
-  if (record == nullptr) {
-    TRACE_ERROR("could not allocate memory");
-    return MODEM_API_NO_MEMORY;
-  }
+  if (record == nullptr) return TRACED_ERROR(MODEM_API_NO_MEMORY, "could not allocate memory");
   if (client_type >= kModemApiClientTypes) {
     TRACE_ERROR("modem api client type %d not supported", client_type);
     free_record(record);
@@ -195,8 +190,7 @@ extern "C" {
 uint32_t modem_api_init(void) {
   return traced(__func__, []() -> uint32_t {
     if (!modem_api_check_white_list()) {
-      TRACE_ERROR("check fail, do nothing");
-      return MODEM_API_NOT_PERMITTED;
+      return TRACED_ERROR(MODEM_API_NOT_PERMITTED, "check fail, do nothing");
     }
     {
       const base::Lock lock(g_static_mutex);
@@ -234,16 +228,14 @@ uint32_t modem_api_free_client(int32_t client_id) {
   return traced(__func__, [&]() -> uint32_t {
     TRACE_DEBUG("client_id %d", client_id);
     if (client_id < 0 || client_id >= MODEM_API_CLIENTS_MAX) {
-      TRACE_ERROR("invalid client_id %d", client_id);
-      return MODEM_API_INVALID_CLIENT;
+      return TRACED_ERROR(MODEM_API_INVALID_CLIENT, "invalid client_id %d", client_id);
     }
     ClientRecord* record = nullptr;
     {
       const base::RecursiveLock lock(g_table_mutex);
       record = g_clients[client_id];
       if (record == nullptr || record->freeing) {
-        TRACE_DEBUG("client already freed");
-        return MODEM_API_SUCCESS;
+        return TRACED_DEBUG(MODEM_API_SUCCESS, "client already freed");
       }
       record->freeing = true;
     }
@@ -317,12 +309,10 @@ uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t
     TRACE_DEBUG("client_id = %d, sub = %d, slot = %d", client_id, sub, slot);
     if (!is_connected(client_id, kModemApiVs)) return unexpected();
     if (parameters == nullptr || count == nullptr) {
-      TRACE_ERROR("stats_para_data is null");
-      return MODEM_API_INVALID_ARG;
+      return TRACED_ERROR(MODEM_API_INVALID_ARG, "stats_para_data is null");
     }
     if (*count < 1 || *count > VS_PARAMETERS_MAX) {
-      TRACE_ERROR("para_num(%d) is invalid", *count);
-      return MODEM_API_INVALID_ARG;
+      return TRACED_ERROR(MODEM_API_INVALID_ARG, "para_num(%d) is invalid", *count);
     }
     static constexpr size_t kHexRoom = 30;
     vs_get_parameters_req request{};

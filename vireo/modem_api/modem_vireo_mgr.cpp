@@ -1,5 +1,6 @@
 #include "vireo/modem_api/modem_vireo_mgr.h"
 
+#include <cstdio>
 #include <cstring>
 #include <tuple>
 
@@ -27,38 +28,23 @@ bool inited() {
 // Whether the answer is the one record that was asked for.
 bool check_answer(const modem_vireo_entry_block& block, uint32_t sub, uint32_t record_id) {
   const vs_parameter& entry = block.entries[0];
+  char wrong[64] = "";
   if (block.count == 0) {
-    TRACE_ERROR("Fail to get data, empty, number = %d, sub = %d, ret id_num = %d, id = %d",
-                g_requests, sub, block.count, record_id);
-    return false;
+    std::snprintf(wrong, sizeof wrong, "empty");
+  } else if (block.count != 1) {
+    std::snprintf(wrong, sizeof wrong, "id num error");
+  } else if (entry.id != record_id) {
+    std::snprintf(wrong, sizeof wrong, "ret_id(%d) is invalid", entry.id);
+  } else if (entry.sub != sub) {
+    std::snprintf(wrong, sizeof wrong, "ret_sub(%d) is invalid", entry.sub);
+  } else if (entry.data_len == 0 || entry.data_len > VS_DATA_MAX) {
+    std::snprintf(wrong, sizeof wrong, "data_len(%d) is invalid, should be in (0, %d]",
+                  entry.data_len, VS_DATA_MAX);
   }
-  if (block.count != 1) {
-    TRACE_ERROR("Fail to get data, id num error, number = %d, sub = %d, ret id_num = %d, id = %d",
-                g_requests, sub, block.count, record_id);
-    return false;
-  }
-  if (entry.id != record_id) {
-    TRACE_ERROR(
-        "Fail to get data, ret_id(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
-        "id = %d",
-        entry.id, g_requests, sub, block.count, record_id);
-    return false;
-  }
-  if (entry.sub != sub) {
-    TRACE_ERROR(
-        "Fail to get data, ret_sub(%d) is invalid, number = %d, sub = %d, ret id_num = %d, "
-        "id = %d",
-        entry.sub, g_requests, sub, block.count, record_id);
-    return false;
-  }
-  if (entry.data_len == 0 || entry.data_len > VS_DATA_MAX) {
-    TRACE_ERROR(
-        "Fail to get data, data_len(%d) is invalid, should be in (0, %d], number = %d, "
-        "sub = %d, ret id_num = %d, id = %d",
-        entry.data_len, VS_DATA_MAX, g_requests, sub, block.count, record_id);
-    return false;
-  }
-  return true;
+  if (wrong[0] == '\0') return true;
+  TRACE_ERROR("Fail to get data, %s, number = %d, sub = %d, ret id_num = %d, id = %d", wrong,
+              g_requests, sub, block.count, record_id);
+  return false;
 }
 
 }  // namespace
@@ -147,13 +133,11 @@ uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
     if (!modem_vireo_api_is_inited()) {
       TRACE_DEBUG("The vireo is not inited, will init it");
       if (modem_vireo_api_init() == 0) {
-        TRACE_ERROR("The vireo init failed, will do nothing");
-        return kNotFetched;
+        return TRACED_ERROR(kNotFetched, "The vireo init failed, will do nothing");
       }
     }
     if (sub >= KELVOR_SUBSCRIPTIONS) {
-      TRACE_ERROR("modem_api_get_stats_parameter, sub(%d) is invalid", sub);
-      return kNotFetched;
+      return TRACED_ERROR(kNotFetched, "modem_api_get_stats_parameter, sub(%d) is invalid", sub);
     }
     modem_vireo_entry_block block{};
     block.count = 1;

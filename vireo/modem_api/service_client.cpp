@@ -99,8 +99,7 @@ bool ServiceClient::connect(Generation generation) {
     }
     TRACE_DEBUG("qmi_client_init_instance returned (%d)", error);
     if (error != 0) {
-      TRACE_ERROR("qmi_client_init_instance returned failure(%d)", error);
-      return false;
+      return TRACED_ERROR(false, "qmi_client_init_instance returned failure(%d)", error);
     }
     if (member_.subscription != kNoSubscription) std::ignore = register_indications(client);
     {
@@ -139,24 +138,17 @@ int ServiceClient::register_indications(qmi_client_type client) {
   });
 }
 
-int ServiceClient::set_networking_indications() {
-  qmi_client_type client = nullptr;
-  {
-    const base::Lock lock(mutex_);
-    client = context_.client;
-  }
-  return register_indications(client);
+qmi_client_type ServiceClient::client() {
+  const base::Lock lock(mutex_);
+  return context_.client;
 }
+
+int ServiceClient::set_networking_indications() { return register_indications(client()); }
 
 int ServiceClient::send(uint32_t message_id, const void* request, uint32_t request_len,
                         void* response, uint32_t response_len) {
   return traced(site(names().send), [&] {
-    qmi_client_type client = nullptr;
-    {
-      const base::Lock lock(mutex_);
-      client = context_.client;
-    }
-    return qmi_client_send_msg_sync(client, message_id, request, request_len, response,
+    return qmi_client_send_msg_sync(client(), message_id, request, request_len, response,
                                     response_len, kSendTimeoutMs);
   });
 }

@@ -135,6 +135,8 @@ class ServiceClient {
   // The member's function of that name.
   TraceSite site(const char* name) const { return {name, names().file, names().line}; }
 
+  // The connected client, or null.
+  [[nodiscard]] qmi_client_type client() EXCLUDES(mutex_);
   [[nodiscard]] bool connect(Generation generation) EXCLUDES(mutex_);
   void announce(Generation generation, bool connected, ModemApiOperationalStatus failure)
       EXCLUDES(mutex_);

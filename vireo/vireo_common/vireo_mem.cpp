@@ -86,10 +86,7 @@ void* vireo_malloc_adv(size_t size, const char* tag, int /*line*/) {
   const Operation operation(__func__);
   std::call_once(g_decided, vireo_mem_init);
   void* pointer = std::calloc(1, size);
-  if (pointer == nullptr) {
-    TRACE_ERROR("Fail to allocate memory");
-    return nullptr;
-  }
+  if (pointer == nullptr) return TRACED_ERROR(nullptr, "Fail to allocate memory");
   if (g_tracing) append(pointer, size, tag);
   return pointer;
 }

@@ -6,15 +6,10 @@ namespace {
 
 constexpr vireo::Member kNas = vireo::nas_member(kModemApiNas0, 0, VIREO_MEMBER_FUNCTIONS(nas_0));
 
-vireo::ServiceClient& client() {
-  static auto* const instance = new vireo::ServiceClient(kNas);
-  return *instance;
-}
-
 }  // namespace
 
-VIREO_DEFINE_MEMBER(nas_0, client())
+VIREO_DEFINE_MEMBER(nas_0, kNas)
 
 extern "C" int nas_0_client_set_networking_indications(void) {
-  return client().set_networking_indications();
+  return service_client().set_networking_indications();
 }

@@ -10,11 +10,7 @@ constexpr vireo::Member kSar{.type = kModemApiSar,
                              .minor = SAR_IDL_MINOR,
                              .tool = SAR_IDL_TOOL,
                              .own = VIREO_MEMBER_FUNCTIONS(sar)};
-vireo::ServiceClient& client() {
-  static auto* const instance = new vireo::ServiceClient(kSar);
-  return *instance;
-}
 
 }  // namespace
 
-VIREO_DEFINE_MEMBER(sar, client())
+VIREO_DEFINE_MEMBER(sar, kSar)

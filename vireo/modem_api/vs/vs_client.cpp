@@ -90,11 +90,7 @@ constexpr vireo::Member kVs{.type = kModemApiVs,
                             .no_memory = "decoded_payload is NULL",
                             .handle = handle,
                             .own = VIREO_MEMBER_FUNCTIONS(vs)};
-vireo::ServiceClient& client() {
-  static auto* const instance = new vireo::ServiceClient(kVs);
-  return *instance;
-}
 
 }  // namespace
 
-VIREO_DEFINE_MEMBER(vs, client())
+VIREO_DEFINE_MEMBER(vs, kVs)

@@ -45,9 +45,6 @@ void measure(uint32_t sub) {
   std::ignore = get(sub, &record);
   if (g_vireo_data.length < 0 || g_vireo_data.length > VS_DATA_MAX) std::abort();
 }
-#define MEASURE(name) measure<modem_vireo_##name, modem_vireo_##name##_get>
-#define CARRIER(name, carrier) measure<modem_vireo_##name, modem_vireo_##name##_get_for_##carrier>
-
 void power(uint32_t sub) {
   const int32_t value = sub == 0   ? modem_tx_power_get_for_max_sub()
                         : sub == 1 ? modem_tx_power_get_by_sub(1)
@@ -55,19 +52,11 @@ void power(uint32_t sub) {
   if (value != MODEM_TX_POWER_NONE && (value < -32768 || value > 32767)) std::abort();
 }
 
-constexpr void (*kGetters[])(uint32_t) = {
-    CARRIER(lte_srv_meas_info, pcc),
-    CARRIER(nr5g_srv_meas_info, scc2),
-    MEASURE(nr5g_mac_ul_phy_ch_power_info),
-    MEASURE(nr5g_ll1_fw_rx_control_agc),
-    MEASURE(lte_pusch_power_info),
-    MEASURE(mcs_trm_asdiv),
-    MEASURE(wcdma_pn_search_edition2),
-    MEASURE(gsm_l1_rx_diversity_metrics),
-    MEASURE(nr5g_ll1_fw_serving_ftl),
-    MEASURE(nr5g_ml1_antenna_switch_diversity),
-    power,
-};
+#define MEASURE(name, record_id) measure<modem_vireo_##name, modem_vireo_##name##_get>,
+#define MEASURE_CARRIER(name, carrier, record_id) \
+  measure<modem_vireo_##name, modem_vireo_##name##_get_for_##carrier>,
+constexpr void (*kGetters[])(uint32_t) = {MODEM_VIREO_MEASUREMENTS(MEASURE)
+                                              MODEM_VIREO_CARRIERS(MEASURE_CARRIER) power};
 
 constexpr uint32_t kIndications[] = {VS_IND_FLAGS, VS_IND_RECORDS, VS_IND_VALUES, VS_IND_BYTE,
                                      0x99};

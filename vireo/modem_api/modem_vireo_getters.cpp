@@ -31,6 +31,9 @@ struct Field {
   }
 #define ITEM_AT(S, array, i, name) \
   { name, sizeof(S::array[0]), offsetof(S, array) + (i) * sizeof(S::array[0]) }
+#define FOUR_ITEMS(S, array, name)                                                                \
+  ITEM_AT(S, array, 0, name "0"), ITEM_AT(S, array, 1, name "1"), ITEM_AT(S, array, 2, name "2"), \
+      ITEM_AT(S, array, 3, name "3")
 constexpr Field kVersion{"version", 1, kDropped};
 
 // Reads the next octets of the store.
@@ -67,14 +70,10 @@ bool fetch_and_decode(uint32_t sub, uint32_t record_id, std::span<const Field> f
                       size_t size) {
   TRACE_DEBUG("sub = %d, ptr_vireo_data = 0x%x", sub,
               static_cast<unsigned>(reinterpret_cast<uintptr_t>(out)));
-  if (out == nullptr) {
-    TRACE_ERROR("ptr_vireo_data is NULL");
-    return false;
-  }
+  if (out == nullptr) return TRACED_ERROR(false, "ptr_vireo_data is NULL");
   const base::Lock lock(g_getter_mutex);
   if (modem_vireo_data_get(sub, record_id) != 0) {
-    TRACE_ERROR("modem_vireo_data_get failed");
-    return false;
+    return TRACED_ERROR(false, "modem_vireo_data_get failed");
   }
   std::memset(out, 0, size);
   return decode(fields, out);
@@ -85,9 +84,9 @@ bool get(TraceSite site, uint32_t sub, uint32_t record_id, std::span<const Field
   return traced(site, [&] { return fetch_and_decode(sub, record_id, fields, out, sizeof *out); });
 }
 
-// ---- the records: field by field, as they are packed
+// ---- the records: field by field, as they are packed, each in a namespace of its name
 
-namespace lte {
+namespace lte_srv_meas_info {
 using S = modem_vireo_lte_srv_meas_info;
 #define CHAIN(i)                                                                  \
   FIELD_AT(S, rx, i, rsrp, "rsrp_rx" #i), FIELD_AT(S, rx, i, rsrq, "rsrq_rx" #i), \
@@ -101,39 +100,25 @@ constexpr Field kFields[] = {kVersion,
                              CHAIN(2),
                              CHAIN(3)};
 #undef CHAIN
-}  // namespace lte
+}  // namespace lte_srv_meas_info
 
-namespace nr {
+namespace nr5g_srv_meas_info {
 using S = modem_vireo_nr5g_srv_meas_info;
-constexpr Field kFields[] = {kVersion,
-                             ITEM_AT(S, rsrp, 0, "rsrp_rx0"),
-                             ITEM_AT(S, rsrp, 1, "rsrp_rx1"),
-                             ITEM_AT(S, rsrp, 2, "rsrp_rx2"),
-                             ITEM_AT(S, rsrp, 3, "rsrp_rx3"),
-                             FIELD(S, rsrq, "rsrq")};
-}  // namespace nr
+constexpr Field kFields[] = {kVersion, FOUR_ITEMS(S, rsrp, "rsrp_rx"), FIELD(S, rsrq, "rsrq")};
+}  // namespace nr5g_srv_meas_info
 
-namespace agc {
+namespace nr5g_ll1_fw_rx_control_agc {
 using S = modem_vireo_nr5g_ll1_fw_rx_control_agc;
-constexpr Field kFields[] = {kVersion,
-                             FIELD(S, leading, "leading"),
-                             ITEM_AT(S, rssi, 0, "rssi_rx0"),
-                             ITEM_AT(S, rssi, 1, "rssi_rx1"),
-                             ITEM_AT(S, rssi, 2, "rssi_rx2"),
-                             ITEM_AT(S, rssi, 3, "rssi_rx3")};
-}  // namespace agc
+constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
+                             FOUR_ITEMS(S, rssi, "rssi_rx")};
+}  // namespace nr5g_ll1_fw_rx_control_agc
 
-namespace ftl {
+namespace nr5g_ll1_fw_serving_ftl {
 using S = modem_vireo_nr5g_ll1_fw_serving_ftl;
-constexpr Field kFields[] = {kVersion,
-                             FIELD(S, leading, "leading"),
-                             ITEM_AT(S, snr, 0, "snr_rx0"),
-                             ITEM_AT(S, snr, 1, "snr_rx1"),
-                             ITEM_AT(S, snr, 2, "snr_rx2"),
-                             ITEM_AT(S, snr, 3, "snr_rx3")};
-}  // namespace ftl
+constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FOUR_ITEMS(S, snr, "snr_rx")};
+}  // namespace nr5g_ll1_fw_serving_ftl
 
-namespace diversity {
+namespace nr5g_ml1_antenna_switch_diversity {
 using S = modem_vireo_nr5g_ml1_antenna_switch_diversity;
 #define CHANGE(array, i)                                           \
   FIELD_AT(S, array, i, old_antenna, "ant_" #array "_" #i "_old"), \
@@ -141,41 +126,41 @@ using S = modem_vireo_nr5g_ml1_antenna_switch_diversity;
 constexpr Field kFields[] = {kVersion,      CHANGE(rx, 0), CHANGE(rx, 1), CHANGE(rx, 2),
                              CHANGE(rx, 3), CHANGE(tx, 0), CHANGE(tx, 1)};
 #undef CHANGE
-}  // namespace diversity
+}  // namespace nr5g_ml1_antenna_switch_diversity
 
-namespace wcdma {
+namespace wcdma_pn_search_edition2 {
 using S = modem_vireo_wcdma_pn_search_edition2;
 constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
                              ITEM_AT(S, rx_agc, 0, "rx_agc_0"), ITEM_AT(S, rx_agc, 1, "rx_agc_1")};
-}  // namespace wcdma
+}  // namespace wcdma_pn_search_edition2
 
-namespace gsm {
+namespace gsm_l1_rx_diversity_metrics {
 using S = modem_vireo_gsm_l1_rx_diversity_metrics;
 constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FIELD(S, rx_prx, "rx_prx"),
                              FIELD(S, rx_drx, "rx_drx")};
-}  // namespace gsm
+}  // namespace gsm_l1_rx_diversity_metrics
 
-namespace asdiv {
+namespace mcs_trm_asdiv {
 using S = modem_vireo_mcs_trm_asdiv;
 constexpr Field kFields[] = {
     FIELD(S, version, "version"),       FIELD(S, ant_num, "ant_num"),
     FIELD(S, ant_path, "ant_path"),     FIELD(S, sig_path, "sig_path"),
     FIELD(S, old_config, "old_config"), FIELD(S, new_config, "new_config")};
-}  // namespace asdiv
+}  // namespace mcs_trm_asdiv
 
-namespace nr_power {
+namespace nr5g_mac_ul_phy_ch_power_info {
 using S = modem_vireo_nr5g_mac_ul_phy_ch_power_info;
 constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
                              FIELD(S, tx_power, "tx_power")};
-}  // namespace nr_power
+}  // namespace nr5g_mac_ul_phy_ch_power_info
 
-namespace lte_power {
+namespace lte_pusch_power_info {
 using S = modem_vireo_lte_pusch_power_info;
 constexpr Field kFields[] = {
     FIELD(S, version, "version"), FIELD(S, pusch_tx_power, "pusch_tx_power"),
     FIELD(S, dl_path_loss, "dl_path_loss"), FIELD(S, max_power, "max_power"),
     FIELD(S, pusch_ex_tx_power, "pusch_ex_tx_power")};
-}  // namespace lte_power
+}  // namespace lte_pusch_power_info
 
 constexpr uint32_t kSysModeRecord = 0x2C;
 
@@ -185,8 +170,7 @@ int32_t sys_mode(uint32_t sub) {
   uint8_t stack_max = 0;
   int32_t rat = -1;
   if (modem_vireo_data_get(sub, kSysModeRecord) != 0) {
-    TRACE_ERROR("modem_vireo_data_get failed");
-    return -1;
+    return TRACED_ERROR(-1, "modem_vireo_data_get failed");
   }
   if (!read_field("stack_max", sizeof stack_max, &stack_max) || stack_max == 0) return -1;
   return read_field("rat", sizeof rat, &rat) ? rat : -1;
@@ -198,45 +182,26 @@ extern "C" {
 
 bool modem_vireo_lte_srv_meas_info_get(uint32_t sub, modem_vireo_lte_srv_meas_info* out,
                                        uint32_t record_id) {
-  return get(__func__, sub, record_id, lte::kFields, out);
+  return get(__func__, sub, record_id, lte_srv_meas_info::kFields, out);
 }
 
 bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub, modem_vireo_nr5g_srv_meas_info* out,
                                         uint32_t record_id) {
-  return get(__func__, sub, record_id, nr::kFields, out);
+  return get(__func__, sub, record_id, nr5g_srv_meas_info::kFields, out);
 }
 
-// A carrier's getter, by its record.
-#define CARRIER(base, carrier, record_id)                                                   \
-  bool modem_vireo_##base##_get_for_##carrier(uint32_t sub, modem_vireo_##base* out) {      \
-    return traced(__func__, [&] { return modem_vireo_##base##_get(sub, out, record_id); }); \
+#define CARRIER(name, carrier, record_id)                                                   \
+  bool modem_vireo_##name##_get_for_##carrier(uint32_t sub, modem_vireo_##name* out) {      \
+    return traced(__func__, [&] { return modem_vireo_##name##_get(sub, out, record_id); }); \
   }
-CARRIER(lte_srv_meas_info, pcc, 0x52)
-CARRIER(lte_srv_meas_info, scc1, 0x67)
-CARRIER(lte_srv_meas_info, scc2, 0x68)
-CARRIER(lte_srv_meas_info, scc3, 0x69)
-CARRIER(lte_srv_meas_info, scc4, 0x6A)
-CARRIER(lte_srv_meas_info, scc5, 0x6B)
-CARRIER(lte_srv_meas_info, scc6, 0x6C)
-CARRIER(nr5g_srv_meas_info, pcc, 0x87)
-// The secondary carriers' ids lie far from the primary's.
-CARRIER(nr5g_srv_meas_info, scc1, 0x06)
-CARRIER(nr5g_srv_meas_info, scc2, 0x07)
+MODEM_VIREO_CARRIERS(CARRIER)
 #undef CARRIER
 
-// A measurement's getter: its record and the record's fields.
-#define MEASUREMENT(name, record_id, fields)                             \
+#define MEASUREMENT(name, record_id)                                     \
   bool modem_vireo_##name##_get(uint32_t sub, modem_vireo_##name* out) { \
-    return get(__func__, sub, record_id, fields::kFields, out);          \
+    return get(__func__, sub, record_id, name::kFields, out);            \
   }
-MEASUREMENT(nr5g_mac_ul_phy_ch_power_info, 0x5A, nr_power)
-MEASUREMENT(nr5g_ll1_fw_rx_control_agc, 0x5E, agc)
-MEASUREMENT(lte_pusch_power_info, 0x62, lte_power)
-MEASUREMENT(mcs_trm_asdiv, 0x64, asdiv)
-MEASUREMENT(wcdma_pn_search_edition2, 0x6E, wcdma)
-MEASUREMENT(gsm_l1_rx_diversity_metrics, 0x6F, gsm)
-MEASUREMENT(nr5g_ll1_fw_serving_ftl, 0x70, ftl)
-MEASUREMENT(nr5g_ml1_antenna_switch_diversity, 0x71, diversity)
+MODEM_VIREO_MEASUREMENTS(MEASUREMENT)
 #undef MEASUREMENT
 
 int32_t modem_sys_mode_get(uint32_t sub) {

@@ -5,7 +5,6 @@
 // Powers and levels are in dBm, qualities and ratios in dB.
 #pragma once
 
-#include <stddef.h>
 #include <stdint.h>
 
 extern "C" {
@@ -76,48 +75,49 @@ struct modem_vireo_lte_pusch_power_info {
   int16_t pusch_ex_tx_power;
 };
 
+// The getters, modem_vireo_NAME_get, of the structure modem_vireo_NAME: a row each, with the
+// record's id.
+#define MODEM_VIREO_MEASUREMENTS(X)      \
+  X(nr5g_mac_ul_phy_ch_power_info, 0x5A) \
+  X(nr5g_ll1_fw_rx_control_agc, 0x5E)    \
+  X(lte_pusch_power_info, 0x62)          \
+  X(mcs_trm_asdiv, 0x64)                 \
+  X(wcdma_pn_search_edition2, 0x6E)      \
+  X(gsm_l1_rx_diversity_metrics, 0x6F)   \
+  X(nr5g_ll1_fw_serving_ftl, 0x70)       \
+  X(nr5g_ml1_antenna_switch_diversity, 0x71)
+
+// Those of a record that each carrier has: modem_vireo_NAME_get_for_CARRIER. The ids of secondary
+// carriers lie far from the primary's.
+#define MODEM_VIREO_CARRIERS(X)     \
+  X(lte_srv_meas_info, pcc, 0x52)   \
+  X(lte_srv_meas_info, scc1, 0x67)  \
+  X(lte_srv_meas_info, scc2, 0x68)  \
+  X(lte_srv_meas_info, scc3, 0x69)  \
+  X(lte_srv_meas_info, scc4, 0x6A)  \
+  X(lte_srv_meas_info, scc5, 0x6B)  \
+  X(lte_srv_meas_info, scc6, 0x6C)  \
+  X(nr5g_srv_meas_info, pcc, 0x87)  \
+  X(nr5g_srv_meas_info, scc1, 0x06) \
+  X(nr5g_srv_meas_info, scc2, 0x07)
+
+#define MODEM_VIREO_DECLARE(name, record_id) \
+  [[nodiscard]] bool modem_vireo_##name##_get(uint32_t sub, struct modem_vireo_##name* out);
+#define MODEM_VIREO_DECLARE_CARRIER(name, carrier, record_id)             \
+  [[nodiscard]] bool modem_vireo_##name##_get_for_##carrier(uint32_t sub, \
+                                                            struct modem_vireo_##name* out);
+MODEM_VIREO_MEASUREMENTS(MODEM_VIREO_DECLARE)
+MODEM_VIREO_CARRIERS(MODEM_VIREO_DECLARE_CARRIER)
+#undef MODEM_VIREO_DECLARE
+#undef MODEM_VIREO_DECLARE_CARRIER
+
+// Those of any carrier, by its record.
 [[nodiscard]] bool modem_vireo_lte_srv_meas_info_get(uint32_t sub,
                                                      struct modem_vireo_lte_srv_meas_info* out,
                                                      uint32_t record_id);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_pcc(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc1(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc2(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc3(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc4(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc5(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_lte_srv_meas_info_get_for_scc6(
-    uint32_t sub, struct modem_vireo_lte_srv_meas_info* out);
 [[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get(uint32_t sub,
                                                       struct modem_vireo_nr5g_srv_meas_info* out,
                                                       uint32_t record_id);
-[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_pcc(
-    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_scc1(
-    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_nr5g_srv_meas_info_get_for_scc2(
-    uint32_t sub, struct modem_vireo_nr5g_srv_meas_info* out);
-[[nodiscard]] bool modem_vireo_nr5g_mac_ul_phy_ch_power_info_get(
-    uint32_t sub, struct modem_vireo_nr5g_mac_ul_phy_ch_power_info* out);
-[[nodiscard]] bool modem_vireo_nr5g_ll1_fw_rx_control_agc_get(
-    uint32_t sub, struct modem_vireo_nr5g_ll1_fw_rx_control_agc* out);
-[[nodiscard]] bool modem_vireo_lte_pusch_power_info_get(
-    uint32_t sub, struct modem_vireo_lte_pusch_power_info* out);
-[[nodiscard]] bool modem_vireo_mcs_trm_asdiv_get(uint32_t sub,
-                                                 struct modem_vireo_mcs_trm_asdiv* out);
-[[nodiscard]] bool modem_vireo_wcdma_pn_search_edition2_get(
-    uint32_t sub, struct modem_vireo_wcdma_pn_search_edition2* out);
-[[nodiscard]] bool modem_vireo_gsm_l1_rx_diversity_metrics_get(
-    uint32_t sub, struct modem_vireo_gsm_l1_rx_diversity_metrics* out);
-[[nodiscard]] bool modem_vireo_nr5g_ll1_fw_serving_ftl_get(
-    uint32_t sub, struct modem_vireo_nr5g_ll1_fw_serving_ftl* out);
-[[nodiscard]] bool modem_vireo_nr5g_ml1_antenna_switch_diversity_get(
-    uint32_t sub, struct modem_vireo_nr5g_ml1_antenna_switch_diversity* out);
 
 // The radio access technology, of enum vs_rat (platform/idl/vs.h) or another; -1 when none is
 // known.

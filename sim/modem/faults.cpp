@@ -16,9 +16,9 @@ constexpr size_t kMostCopies = 16;  // of one message, however many rules duplic
 
 uint8_t octet(uint32_t v, int n) { return static_cast<uint8_t>(v >> 8 * n); }
 
-// Where an indication has its outcome, when its first TLV is that.
-constexpr uint8_t kOutcomeType = 0x01;
-constexpr size_t kOutcomeAt = qcci::kQmiHeader + 3;
+// Where an indication has its error, when its first TLV is that.
+constexpr uint8_t kErrorType = 0x01;
+constexpr size_t kErrorAt = qcci::kQmiHeader + 3;
 
 // A message on its way, as the rules before have left it.
 struct InTransit {
@@ -26,29 +26,29 @@ struct InTransit {
   QmiHeader header;
   std::vector<uint8_t> octets;
   size_t copies = 1;
-  Fate fate = {};
+  FaultOutcome outcome = {};
 };
 
-void set_outcome(std::vector<uint8_t>& octets, uint32_t error) {
-  const bool has = octets.size() >= kOutcomeAt + 2 && octets[qcci::kQmiHeader] == kOutcomeType &&
+void set_indicated_error(std::vector<uint8_t>& octets, uint32_t error) {
+  const bool has = octets.size() >= kErrorAt + 2 && octets[qcci::kQmiHeader] == kErrorType &&
                    octets[qcci::kQmiHeader + 1] == 2;
   if (!has) return;
-  octets[kOutcomeAt] = octet(error, 0);
-  octets[kOutcomeAt + 1] = octet(error, 1);
+  octets[kErrorAt] = octet(error, 0);
+  octets[kErrorAt + 1] = octet(error, 1);
 }
 
 void drop(const FaultRule&, InTransit& message) { message.copies = 0; }
 
-void delay(const FaultRule& rule, InTransit& message) { message.fate.delay += rule.delay; }
+void delay(const FaultRule& rule, InTransit& message) { message.outcome.delay += rule.delay; }
 
-// Puts the error response in the message's place; an indication gets the error as its outcome.
+// Puts the error response in the message's place; an indication gets the error as its own.
 void fail(InTransit& message, uint32_t code, std::vector<uint8_t> response) {
   if (message.kind == FaultKind::kIndication) {
-    set_outcome(message.octets, code);
+    set_indicated_error(message.octets, code);
     return;
   }
   message.octets = std::move(response);
-  message.fate.answered = message.kind == FaultKind::kRequest;
+  message.outcome.answered = message.kind == FaultKind::kRequest;
 }
 
 void qmi_error(const FaultRule& rule, InTransit& message) {
@@ -83,11 +83,11 @@ void wrong_transaction(const FaultRule&, InTransit& message) {
 }
 
 void after_indication(const FaultRule&, InTransit& message) {
-  message.fate.after_indication = true;
+  message.outcome.after_indication = true;
 }
 
 void restart(const FaultRule&, InTransit& message) {
-  message.fate.restart = true;
+  message.outcome.restart = true;
   message.copies = 0;
 }
 
@@ -113,7 +113,7 @@ Faults::Faults(std::vector<FaultRule> rules) {
   for (FaultRule& rule : rules) rules_.push_back({std::move(rule)});
 }
 
-Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
+FaultOutcome Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
   InTransit message{kind, {}, std::move(octets)};
   std::ignore = QmiHeader::parse(message.octets, &message.header);
   for (Counted& counted : rules_) {
@@ -124,16 +124,16 @@ Fate Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets
     }
     if (++counted.matches != rule.nth && rule.nth != 0) continue;
     counted.acted = true;
-    message.fate.rules.push_back(rule.text);
+    message.outcome.rules.push_back(rule.text);
     std::ranges::find_if(kEffects, [&](const auto& row) {
       return row.action == rule.action;
     })->act(rule, message);
   }
-  message.fate.copies.assign(message.copies, message.octets);
-  return std::move(message.fate);
+  message.outcome.copies.assign(message.copies, message.octets);
+  return std::move(message.outcome);
 }
 
-std::vector<std::string> Faults::unmet() const {
+std::vector<std::string> Faults::unused() const {
   std::vector<std::string> texts;
   for (const Counted& counted : rules_) {
     if (!counted.acted) texts.push_back(counted.rule.text);

@@ -14,13 +14,13 @@
 namespace sim {
 
 // What becomes of one message.
-struct Fate {
+struct FaultOutcome {
   std::vector<std::vector<uint8_t>> copies;  // what goes on, in order; none: it is lost
   std::chrono::milliseconds delay{0};
   bool answered = false;  // the copies of a request are responses, given in the service's place
   bool after_indication = false;   // held back until the client's next indication has gone
   bool restart = false;            // the modem restarts
-  std::vector<std::string> rules;  // that acted on it, each as unmet has it
+  std::vector<std::string> rules;  // that acted on it, each as unused has it
 };
 
 class Faults {
@@ -28,9 +28,9 @@ class Faults {
   explicit Faults(std::vector<FaultRule> rules);
 
   // One whole message, from its QMI header on.
-  Fate apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
+  FaultOutcome apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
   // The rules that never acted, each with its line in phone.toml.
-  std::vector<std::string> unmet() const;
+  std::vector<std::string> unused() const;
 
  private:
   struct Counted {

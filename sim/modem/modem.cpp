@@ -49,11 +49,11 @@ void Modem::detach(Address client) {
   for (const auto& service : services_) service->client_gone(client);
 }
 
-Fate Modem::apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
-  Fate fate = faults_.apply(service, kind, std::move(octets));
-  for (const std::string& rule : fate.rules) log("fault: " + rule);
-  if (fate.restart) schedule_restart();
-  return fate;
+FaultOutcome Modem::apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
+  FaultOutcome outcome = faults_.apply(service, kind, std::move(octets));
+  for (const std::string& rule : outcome.rules) log("fault: " + rule);
+  if (outcome.restart) schedule_restart();
+  return outcome;
 }
 
 void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
@@ -67,9 +67,9 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
   Service& service = *find(*id);
   if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
-  Fate fate = apply_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
-  for (std::vector<uint8_t>& copy : fate.copies) {
-    const auto go_on = [this, &service, to, client, answered = fate.answered,
+  FaultOutcome outcome = apply_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
+  for (std::vector<uint8_t>& copy : outcome.copies) {
+    const auto go_on = [this, &service, to, client, answered = outcome.answered,
                         copy = std::move(copy)]() REQUIRES(mutex_) {
       if (answered) {
         emit(service, to, client, FaultKind::kResponse, copy);
@@ -77,10 +77,10 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
         handle(service, to, client, copy);
       }
     };
-    if (fate.delay.count() == 0) {
+    if (outcome.delay.count() == 0) {
       go_on();
     } else {
-      after(fate.delay, go_on);
+      after(outcome.delay, go_on);
     }
   }
 }
@@ -141,16 +141,16 @@ void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t
 void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
                  std::vector<uint8_t> octets) {
   if (!bus_.attached(client)) return;
-  Fate fate = apply_faults(service.idl().id, kind, std::move(octets));
-  for (std::vector<uint8_t>& copy : fate.copies) {
-    if (fate.after_indication) {
+  FaultOutcome outcome = apply_faults(service.idl().id, kind, std::move(octets));
+  for (std::vector<uint8_t>& copy : outcome.copies) {
+    if (outcome.after_indication) {
       held_.push_back({client, at, std::move(copy)});
-    } else if (fate.delay.count() == 0) {
+    } else if (outcome.delay.count() == 0) {
       deliver(service, at, client, kind, copy);
     } else {
       const auto deliver_late = [this, &service, at, client, kind, copy = std::move(copy)]()
                                     REQUIRES(mutex_) { deliver(service, at, client, kind, copy); };
-      after(fate.delay, deliver_late);
+      after(outcome.delay, deliver_late);
     }
   }
 }
@@ -271,7 +271,7 @@ void Modem::log(const std::string& line) {
 
 std::vector<std::string> Modem::unused_fault_rules() {
   const Lock lock(mutex_);
-  std::vector<std::string> lines = faults_.unmet();
+  std::vector<std::string> lines = faults_.unused();
   for (std::string& line : lines) line.insert(0, "fault rule met no message: ");
   return lines;
 }

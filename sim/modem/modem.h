@@ -86,7 +86,8 @@ class Modem : private ModemContext {
   void publish(const Service& service) REQUIRES(mutex_);
   void withdraw(Service& service) REQUIRES(mutex_);
   // Applies the fault rules to one message and logs those that act.
-  Fate apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) REQUIRES(mutex_);
+  FaultOutcome apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets)
+      REQUIRES(mutex_);
   void handle(Service& service, Address at, Address client, const std::vector<uint8_t>& octets)
       REQUIRES(mutex_);
   std::vector<uint8_t> respond(Service& service, Address client, qcci::QmiHeader header,

@@ -42,7 +42,7 @@ struct ControlPacket {
 
   // BYE and DEL_CLIENT carry their node and port where the others carry service and instance.
   static ControlPacket of_client(Control command, Address client) {
-    return {command, client.node, client.port, 0, 0};
+    return {.command = command, .service = client.node, .instance = client.port};
   }
   Address client() const { return {service, instance}; }
   Address server() const { return {node, port}; }

@@ -26,10 +26,9 @@ void Bus::control(Address client, std::span<const uint8_t> octets) {
   for (const auto& [address, server] : servers_) {
     if (packet.service != 0 && packet.service != server.service) continue;
     if (packet.instance != 0 && packet.instance != server.instance) continue;
-    report(client,
-           {Control::kNewServer, server.service, server.instance, address.node, address.port});
+    report(client, server.packet(Control::kNewServer, address));
   }
-  report(client, {Control::kNewServer, 0, 0, 0, 0});
+  report(client, {.command = Control::kNewServer});
 }
 
 Address Bus::publish(uint32_t service, uint32_t version, uint32_t instance) {
@@ -64,7 +63,7 @@ void Bus::report(Address client, const ControlPacket& packet) {
 }
 
 void Bus::report_to_watchers(Control command, Address address, const Server& server) {
-  const ControlPacket packet{command, server.service, server.instance, address.node, address.port};
+  const ControlPacket packet = server.packet(command, address);
   for (const auto& [client, services] : lookups_) {
     if (services.contains(0) || services.contains(server.service)) report(client, packet);
   }

@@ -52,6 +52,14 @@ class Bus {
   struct Server {
     uint32_t service;
     uint32_t instance;  // version and instance in one field, as control packets have them
+
+    qcci::ControlPacket packet(qcci::Control command, Address at) const {
+      return {.command = command,
+              .service = service,
+              .instance = instance,
+              .node = at.node,
+              .port = at.port};
+    }
   };
   void report(Address client, const qcci::ControlPacket& packet);
   void report_to_watchers(qcci::Control command, Address address, const Server& server);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr char kMarker[] = ".vex-phone";
 constexpr char kPhoneToml[] = "phone.toml";
+// Lines that are not reported again: as many as one damaged phone gives, and an end of memory.
+constexpr size_t kRemembered = 16;
 constexpr char kMarkerText[] = "This directory is a simulated phone of vex.\n";
 
 Descriptor open_directory(const std::string& path) {
@@ -104,8 +107,9 @@ int PhoneRoot::descriptor() const {
 void PhoneRoot::report(const std::string& name, const std::string& what) const {
   const std::string line = path_ + "/" + name + ": " + what;
   const base::Lock lock(mutex_);
-  if (line == reported_) return;
-  reported_ = line;
+  if (std::ranges::find(reported_, line) != reported_.end()) return;
+  if (reported_.size() == kRemembered) reported_.pop_front();
+  reported_.push_back(line);
   sim::report(line);
 }
 

@@ -8,6 +8,7 @@
 // Threads: any.
 #pragma once
 
+#include <deque>
 #include <string>
 
 #include "base/mutex.h"
@@ -34,14 +35,14 @@ class PhoneRoot {
   const std::string& path() const { return path_; }
 
   // Reports `what` on the phone's file `name` on standard error, because the modem's answers have
-  // room for an error number at most. A line that repeats the last one is left out.
+  // room for an error number at most. A line that repeats one of the last 16 is left out.
   void report(const std::string& name, const std::string& what) const;
 
  private:
   const std::string path_;
   mutable base::Mutex mutex_;
   mutable Descriptor directory_ GUARDED_BY(mutex_);
-  mutable std::string reported_ GUARDED_BY(mutex_);  // the last line
+  mutable std::deque<std::string> reported_ GUARDED_BY(mutex_);  // the last lines
 };
 
 }  // namespace sim

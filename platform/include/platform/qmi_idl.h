@@ -2,6 +2,17 @@
 //
 // An object is immutable, valid until the process ends, and may be shared by clients and threads.
 // Its service's getter (platform/idl/*.h) returns it, or NULL for another version of the service.
+//
+// C structures of messages, in platform/idl/. They are the client library's view of a message, not
+// its octets on the bus: numbers may be wider and records are aligned.
+//
+//   x_valid    1 when the optional element x is present; a receiver reads x then only
+//   x_len      how many items of the array x there are; never more than its room, unless it says so
+//   reserved   room for elements that the tool neither sends nor reads
+//
+// A structure belongs to who made it. A request is zeroed before it is filled, so that what is not
+// mentioned is absent; a response or an indication that was decoded is zeroed beyond what came.
+// Sizes and offsets are asserted, because other programs are compiled against the same layout.
 #pragma once
 
 #include <stdint.h>

@@ -1,4 +1,11 @@
 // NAS, the Network Access Service (0x03): the messages that the tool sends.
+//
+// A client is bound to one subscription, the first unless it says otherwise; what it asks and is
+// told is about that one. Every response has the standard result. A scan takes the modem up to
+// minutes; the incremental one is acknowledged at once and reports by indications.
+//
+// Networks are named by their country's and network's codes, mcc and mnc, as numbers: whether an
+// mnc of 1 is "01" or "001" is said beside it.
 #pragma once
 
 #include <stddef.h>
@@ -23,6 +30,7 @@ enum {
   NAS_INCREMENTAL_NETWORK_SCAN = 0x0085,
 };
 
+// Networks in one response or indication, and octets of a network's name.
 enum { NAS_NETWORKS_MAX = 40, NAS_NAME_MAX = 255 };
 
 // Radio technologies of networks; statistics records number theirs otherwise (vs.h).
@@ -43,7 +51,8 @@ enum nas_network_type {
   NAS_NETWORK_TYPE_NR = 16,
 };
 
-// Switches of unsolicited reports; one octet of flag and one of value each.
+// Switches of unsolicited reports, an octet of flag and one of value each: 1 to be told, 0 not to
+// be. The modem reports by indications that the tool ignores.
 typedef struct {
   uint8_t selection_preference_valid, selection_preference;
   uint8_t ddtm_valid, ddtm;
@@ -64,6 +73,7 @@ typedef struct {
   uint8_t reserved[144];  // further switches of the service, never sent
 } nas_indication_register_req;
 
+// Binds the client to a subscription, from this request on.
 typedef struct {
   uint32_t subscription;  // 0 primary, 1 secondary, 2 tertiary
 } nas_bind_subscription_req;
@@ -73,6 +83,8 @@ typedef struct {
   qmi_standard_result resp;
 } nas_plain_resp;
 
+// Which networks to look for; all that the modem can find when nothing is present. Bands are bits,
+// by the service's own numbering of bands.
 typedef struct {
   uint8_t network_type_valid, network_type;  // bits of enum nas_network_type
   uint8_t scan_type_valid;
@@ -86,17 +98,20 @@ typedef struct {
   uint8_t reserved[216];
 } nas_network_scan_req;
 
+// A network that a scan has found. The name is in the modem's alphabet and ends with a zero octet.
 typedef struct {
   uint16_t mcc, mnc;
   uint8_t status;  // in use, roaming, forbidden, preferred: two bits each, from bit 0
   char name[NAS_NAME_MAX + 1];
 } nas_network;
 
+// A property of the network with these codes, in a list beside that of the networks.
 typedef struct {
   uint16_t mcc, mnc;
   uint8_t value;
 } nas_network_attribute;
 
+// What was found: the networks, and in lists of their own the technology and the digits of each.
 typedef struct {
   qmi_standard_result resp;
   uint8_t networks_valid;
@@ -113,17 +128,20 @@ typedef struct {
   uint8_t reserved[7040];
 } nas_network_scan_resp;
 
+// As of the scan above.
 typedef struct {
   uint8_t network_type_valid, network_type;
   uint8_t reserved[574];
 } nas_incremental_network_scan_req;
 
+// A network with its properties: status as in nas_network, rat of enum nas_rat.
 typedef struct {
   uint16_t mcc, mnc;
   uint8_t status, rat, mnc_three_digits;
   char name[NAS_NAME_MAX + 1];
 } nas_incremental_network;
 
+// All networks that were found so far. The last report is the one that is not partial.
 typedef struct {
   uint32_t status;  // 0 complete, 1 partial, 2 aborted
   uint8_t networks_valid;

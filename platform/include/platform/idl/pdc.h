@@ -2,6 +2,13 @@
 // modem uses.
 //
 // A request is acknowledged at once; its outcome follows as an indication of the same message id.
+// The token of a request is the caller's own number, which the indication repeats. A modem that
+// refuses a request in its response sends no indication.
+//
+// A configuration is named by its type and an id of octets, which mean nothing to the host.
+// Software configurations are selected per subscription (0 or 1), the platform's for the whole
+// phone; slot is that of the subscription's card, from 0. Selecting has no effect until the next
+// activation.
 #pragma once
 
 #include <stddef.h>
@@ -39,12 +46,14 @@ enum {
   PDC_DESCRIPTION_MAX = 255,
 };
 
+// Whose settings a configuration has.
 typedef enum {
   PDC_CONFIG_TYPE_PLATFORM = 0,          // the hardware's
   PDC_CONFIG_TYPE_SOFTWARE = 1,          // the carrier's
   PDC_CONFIG_TYPE_32_BITS = 0x7FFFFFFF,  // so that any number that a caller gives has room
 } pdc_config_type_enum_v01;
 
+// How an activation is done.
 typedef enum {
   PDC_ACTIVATION_REGULAR = 0,
   PDC_ACTIVATION_SOFT = 1,  // apply again without a restart of the subscription
@@ -58,6 +67,7 @@ typedef struct {
   uint8_t id[PDC_CONFIG_ID_MAX];
 } pdc_config;
 
+// Registers for reports of changes (1) and of refreshes (1) that the client did not ask for.
 typedef struct {
   uint8_t reporting_valid, reporting;
   uint8_t refresh_valid, refresh;
@@ -68,6 +78,7 @@ typedef struct {
   qmi_standard_result resp;
 } pdc_plain_resp;
 
+// Asks which configuration is active and which is selected.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;
@@ -78,6 +89,7 @@ typedef struct {
   uint32_t slot;
 } pdc_get_selected_config_req;
 
+// Selects a configuration for the next activation.
 typedef struct {
   pdc_config config;
   uint8_t token_valid;
@@ -88,6 +100,7 @@ typedef struct {
   uint32_t slot;
 } pdc_set_selected_config_req;
 
+// Asks which configurations the modem has, of one type or, without one, of all.
 typedef struct {
   uint8_t token_valid;
   uint32_t token;
@@ -96,6 +109,7 @@ typedef struct {
   uint8_t frames_valid, frames;  // several frames are accepted
 } pdc_list_configs_req;
 
+// Makes the selected configuration the active one; a regular activation restarts the subscription.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;
@@ -108,6 +122,7 @@ typedef struct {
   uint32_t slot;
 } pdc_activate_config_req;
 
+// Leaves the subscription without an active configuration.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;
@@ -116,12 +131,14 @@ typedef struct {
   uint32_t subscription;
 } pdc_deactivate_config_req;
 
+// Asks about one configuration.
 typedef struct {
   pdc_config config;
   uint8_t token_valid;
   uint32_t token;
 } pdc_get_config_info_req;
 
+// Asks about the configuration that the type has when none is selected.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;
@@ -137,6 +154,7 @@ typedef struct {
   uint32_t token;
 } pdc_result_ind;
 
+// The ids of the active and of the selected configuration; either may be absent.
 typedef struct {
   uint16_t error;
   uint8_t token_valid;
@@ -149,6 +167,7 @@ typedef struct {
   uint8_t pending[PDC_CONFIG_ID_MAX];
 } pdc_get_selected_config_ind;
 
+// A part of the list. 1 in more_available: another request gets the next part.
 typedef struct {
   uint16_t error;
   uint8_t token_valid;
@@ -159,6 +178,7 @@ typedef struct {
   uint8_t more_available_valid, more_available;
 } pdc_list_configs_ind;
 
+// How far the loading of a configuration into the modem has come. reset: it begins again.
 typedef struct {
   uint16_t error;
   uint8_t token_valid;
@@ -170,6 +190,7 @@ typedef struct {
   uint8_t reset_valid, reset;
 } pdc_load_config_ind;
 
+// A configuration's properties. The description is text, without a zero at its end.
 typedef struct {
   uint16_t error;
   uint8_t token_valid;
@@ -183,6 +204,7 @@ typedef struct {
   uint32_t version;
 } pdc_get_config_info_ind;
 
+// The same of the type's default, in another order.
 typedef struct {
   uint16_t error;
   uint8_t token_valid;

@@ -1,4 +1,7 @@
 // SAR, the Specific Absorption Rate service (0x11): the query of the device state index.
+//
+// The index (DSI) selects a row of the modem's tables of transmit-power limits, by how the phone is
+// held. Here it is only read.
 #pragma once
 
 #include <stddef.h>
@@ -18,6 +21,8 @@ enum {
 
 enum { SAR_RF_GET_STATE = 0x0002 };  // the request is empty
 
+// The index in force; absent when the modem has none. What the further numbers mean is not public;
+// nobody reads them.
 typedef struct {
   qmi_standard_result resp;
   uint8_t state_valid;

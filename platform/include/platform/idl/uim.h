@@ -1,5 +1,9 @@
 // UIM, the card service (0x0B): card power and status, logical channels, APDUs, EID.
 //
+// Each slot has one card at a time; a slot with an eUICC beside its SIM is connected to one of them
+// when it is powered up. What a card itself refuses is in two places: the standard result is a
+// failure, and the status words sw1 and sw2 (ISO/IEC 7816-4) say why, where the response has them.
+//
 // Slots count from 1. Members without a source in public descriptions of the service keep their
 // room and have no TLV; what is sent as an enumeration has one octet on the wire and four here.
 #pragma once
@@ -58,9 +62,11 @@ typedef enum {
   UIM_ERROR_TECHNICAL = 7,
 } uim_card_error;
 
+// Of an application's types and states, those that the simulated phone reports.
 typedef enum { UIM_APP_USIM = 2 } uim_app_type;
 typedef enum { UIM_APP_READY = 7 } uim_app_state;
 
+// State of a card's PIN.
 typedef enum {
   UIM_PIN_NOT_INITIALIZED = 0,
   UIM_PIN_ENABLED_NOT_VERIFIED = 1,
@@ -91,6 +97,7 @@ typedef struct {
   uint32_t slot;
 } uim_slot_req;  // power down, get EID
 
+// Powers a slot up. A slot whose switch says that it is empty stays down, unless that is ignored.
 typedef struct {
   uint32_t slot;
   uint8_t ignore_hot_swap_valid;
@@ -99,11 +106,13 @@ typedef struct {
   uint32_t mode;
 } uim_power_up_req;
 
+// Asks for the status of all cards, and for its extended form beside it.
 typedef struct {
   uint8_t extended_valid;
   uint8_t extended;  // 1: the extended card status is wanted
 } uim_card_status_req;
 
+// An application of a card. Retries count down to 0, which blocks the PIN.
 typedef struct {
   uint32_t type;
   uint32_t state;
@@ -122,6 +131,7 @@ typedef struct {
   uint8_t puk2_retries;
 } uim_app;
 
+// A card, with its applications.
 typedef struct {
   uint32_t state;
   uint32_t upin_state;
@@ -132,6 +142,7 @@ typedef struct {
   uim_app apps[UIM_CARD_APPS_MAX];
 } uim_card;
 
+// A card of the extended status, which has room for more applications.
 typedef struct {
   uint32_t state;
   uint32_t upin_state;
@@ -142,6 +153,8 @@ typedef struct {
   uim_app apps[UIM_EXT_CARD_APPS_MAX];
 } uim_ext_card;
 
+// The cards of the status, by their slots, and the applications that the modem uses for each purpose
+// (or UIM_NO_SESSION).
 typedef struct {
   uint16_t gw_primary;
   uint16_t onex_primary;
@@ -151,6 +164,7 @@ typedef struct {
   uim_card cards[UIM_CARDS_MAX];
 } uim_cards;
 
+// The same for the extended status, with those applications as lists.
 typedef struct {
   uint32_t gw_len;
   uint16_t gw[UIM_EXT_SESSIONS_MAX];
@@ -160,6 +174,7 @@ typedef struct {
   uim_ext_card cards[UIM_EXT_CARDS_MAX];
 } uim_ext_cards;
 
+// The status, and its extended form when it was wanted and the modem knows it.
 typedef struct {
   qmi_standard_result resp;
   uint8_t status_valid;
@@ -175,6 +190,7 @@ typedef struct {
   uint8_t reserved[3272];  // no TLV
 } uim_card_status_resp;
 
+// Opens a channel and selects the application whose AID is, or begins with, this one.
 typedef struct {
   uint32_t slot;
   uint8_t aid_valid;
@@ -213,6 +229,8 @@ typedef struct {
   uint8_t long_select[UIM_APDU_MAX];
 } uim_logical_channel_resp;  // of both channel messages
 
+// A command APDU for the card, on an open channel; the basic one, 0, when none is given. The modem
+// puts the channel's number into the class octet.
 typedef struct {
   uint32_t slot;
   uint32_t apdu_len;

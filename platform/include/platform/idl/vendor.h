@@ -1,5 +1,9 @@
 // The maker's vendor QMI service, 0xFFE4: message numbers and C structures.
 //
+// One generic message carries families of functions; what its data octets are is in
+// vendor_payload.h. Besides, the modem sends indications to whoever has opened the service; their
+// meaning is that of the features they belong to, and they are handed on as they come.
+//
 // The 512 data octets are a fixed array and always travel whole. Responses carry no standard
 // result: their first element is the vendor function's own.
 #pragma once
@@ -46,31 +50,37 @@ typedef struct {
   uint8_t data[KELVOR_VENDOR_DATA_MAX];
 } kelvor_vendor_msg;
 
+// 0x0004 as a request: two words and a block.
 typedef struct {
   uint32_t a, b;
   uint8_t data[516];
 } kelvor_vendor_block_req;
 
+// 0x0007, and the responses of 0x0004 and 0x000A: two words.
 typedef struct {
   uint32_t a, b;
 } kelvor_vendor_pair;
 
+// 0x0005.
 typedef struct {
   uint32_t a, b;
   uint8_t data[1120];
 } kelvor_vendor_ind_5;
 
+// An item of 0x0006.
 typedef struct {
   uint32_t words[9];
   uint16_t half;
 } kelvor_vendor_record;
 
+// 0x0006: a list of records.
 typedef struct {
   uint32_t a;
   uint32_t records_len;
   kelvor_vendor_record records[32];
 } kelvor_vendor_ind_6;
 
+// 0x0008: two words and, if present, up to 16 octets.
 typedef struct {
   uint32_t a, b;
   uint8_t data_valid;
@@ -78,11 +88,13 @@ typedef struct {
   uint8_t data[16];
 } kelvor_vendor_ind_8;
 
+// 0x0009.
 typedef struct {
   uint32_t a, b;
   uint8_t data[400];
 } kelvor_vendor_ind_9;
 
+// 0x000A as a request.
 typedef struct {
   uint32_t a, b;
   uint8_t data[1536];

@@ -1,6 +1,11 @@
 // What the vendor service's 512 opaque octets hold, per family of functions.
 //
-// Little-endian throughout. Unused octets are zero.
+// These structures are the octets themselves, copied in and out of kelvor_vendor_msg's data:
+// little-endian throughout, without padding but what is named reserved or unused, and zero where
+// they are not used. Subscriptions count from 0.
+//
+// Results. The message's own says whether the family exists; the function's is in its reply: 0, or
+// a negative number of the modem's, mostly a negated errno number.
 #pragma once
 
 #include <stddef.h>
@@ -11,6 +16,7 @@ __BEGIN_DECLS
 
 // ---- REQUEST_ID_EFS: NV items and EFS files
 
+// The operations.
 enum {
   KELVOR_NVEFS_NV_READ = 1,
   KELVOR_NVEFS_NV_WRITE = 2,
@@ -54,6 +60,8 @@ typedef struct {
   char path[KELVOR_NVEFS_PATH_MAX];
 } kelvor_efs_path_req;
 
+// The reply to all of these. data_len_send may be less than a chunk, and is what counts; a reader
+// checks it against the octets that came.
 typedef struct {
   int32_t data_len_send;   // octets of data below
   uint32_t data_len_all;   // octets of the whole item or file
@@ -69,6 +77,7 @@ enum {
   KELVOR_COMMON_ITEM = 2,  // the command of a request that names an item
 };
 
+// Raw commands, and items of the command above with what their values and answers are.
 enum {
   KELVOR_COMMON_GPIO_SET = 0,           // raw command: kelvor_gpio_req
   KELVOR_COMMON_RF_TX_SET = 1,          // raw command: kelvor_rf_tx_req
@@ -85,11 +94,13 @@ enum {
   KELVOR_COMMON_ITEM_FULL_DUMP = 99,
 };
 
+// Octets that a request has for them.
 enum {
   KELVOR_COMMON_VALUE_ROOM = 496,
   KELVOR_COMMON_PAYLOAD_ROOM = 504,
 };
 
+// A request that names an item.
 typedef struct {
   uint32_t command;  // KELVOR_COMMON_ITEM
   uint32_t reserved;
@@ -98,6 +109,7 @@ typedef struct {
   uint8_t v[KELVOR_COMMON_VALUE_ROOM];
 } kelvor_common_item_req;
 
+// A request with any other command, whose payload it defines.
 typedef struct {
   uint32_t command;
   uint32_t reserved;
@@ -106,11 +118,13 @@ typedef struct {
 
 enum { KELVOR_GPIO_MAX = 50 };
 
+// A GPIO test configuration, as the modem keeps it in a file.
 typedef struct {
   uint32_t count;  // of the values given; those beyond the room are not there
   uint32_t values[KELVOR_GPIO_MAX];
 } kelvor_gpio;
 
+// Sets the GPIO test configuration. A modem may have to start again before it uses it.
 typedef struct {
   uint32_t command;  // KELVOR_COMMON_GPIO_SET
   uint32_t reserved;
@@ -118,12 +132,14 @@ typedef struct {
   uint8_t unused[300];
 } kelvor_gpio_req;
 
+// A configuration that fixes transmission to one antenna, as the modem keeps it in a file.
 typedef struct {
   uint32_t antenna;  // 0 lower, 1 upper
   uint32_t system;   // 0 GSM, 1 WCDMA, 2 CDMA, 3 TD-SCDMA, 4 LTE
   uint64_t bands;    // a bit a band, by the system
 } kelvor_rf_tx;
 
+// Sets it. A modem may have to start again before it uses it.
 typedef struct {
   uint32_t command;  // KELVOR_COMMON_RF_TX_SET
   uint32_t reserved;
@@ -138,6 +154,7 @@ typedef struct {
   uint8_t payload[500];
 } kelvor_common_rsp;
 
+// What the tray can hold.
 typedef enum {
   KELVOR_CARD_TYPE_ERROR = 0,
   KELVOR_CARD_TYPE_SINGLE = 1,
@@ -151,6 +168,7 @@ typedef struct {
   uint32_t level;  // 0 low: absent, 1 high: present
 } kelvor_card_set;
 
+// Starts a test that pulls and pushes the tray again and again, or stops the one that runs.
 typedef struct {
   uint32_t opt;                 // 0 stop, else start
   uint32_t seconds_after_push;  // of waiting
@@ -158,6 +176,7 @@ typedef struct {
   uint32_t count;  // of pushes, each with its pull
 } kelvor_hot_swap;
 
+// How far the test is; when none runs, how far the last one came.
 typedef struct {
   uint32_t running;  // 0 or 1
   uint32_t done;     // pushes with their pulls that are over

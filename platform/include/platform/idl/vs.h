@@ -1,4 +1,9 @@
 // `vs`, the vendor statistics service: feature switch, statistics records, statistics events.
+//
+// No public description of the service names its messages and elements: members without a known
+// meaning are called word, a, x and the like, and are carried as they come. Records and blobs are
+// octets of the modem's own packing, little-endian; who reads one knows its layout by its id
+// (docs/statistics-records.md).
 #pragma once
 
 #include <stddef.h>
@@ -25,6 +30,7 @@ enum {
   VS_IND_BYTE = 0x0601,
 };
 
+// What the structures have room for.
 enum {
   VS_PARAMETERS_MAX = 10,  // of one request
   VS_DATA_MAX = 700,       // octets of one record
@@ -38,11 +44,13 @@ enum vs_rat {
   VS_RAT_NR = 12,
 };
 
+// Switches a feature of the service; value says which.
 typedef struct {
   uint32_t value;
   uint8_t a, b, c;
 } vs_feature_status_req;
 
+// Responses that carry nothing but the standard result.
 typedef struct {
   qmi_standard_result resp;
 } vs_plain_resp;
@@ -56,6 +64,7 @@ typedef struct {
   uint8_t data[VS_DATA_MAX];
 } vs_parameter;
 
+// Asks for statistics records, each by its id and its subscription.
 typedef struct {
   uint16_t sub;
   uint16_t slot;  // the caller's sequence number
@@ -63,6 +72,7 @@ typedef struct {
   vs_parameter parameters[VS_PARAMETERS_MAX];
 } vs_get_parameters_req;
 
+// The records that the modem has of those asked for; none is no error.
 typedef struct {
   qmi_standard_result resp;
   uint8_t parameters_valid;
@@ -70,6 +80,7 @@ typedef struct {
   vs_parameter parameters[VS_PARAMETERS_MAX];
 } vs_get_parameters_resp;
 
+// Two switches of the modem's have changed; each is 0 or another number.
 typedef struct {
   uint32_t word;
   uint8_t flag_1, flag_2;
@@ -83,6 +94,7 @@ enum {
   VS_IND_VALUES_MAX = 255,
 };
 
+// A record or blob of an event; x and y are not known.
 typedef struct {
   uint32_t id;
   uint32_t data_len;
@@ -90,6 +102,7 @@ typedef struct {
   uint16_t x, y;
 } vs_ind_record;
 
+// New records and blobs.
 typedef struct {
   uint32_t word;
   uint32_t records_len;
@@ -100,6 +113,7 @@ typedef struct {
   uint32_t last;
 } vs_records_ind;
 
+// A list of small numbers.
 typedef struct {
   uint32_t word;
   uint32_t values_len;
@@ -107,6 +121,7 @@ typedef struct {
   uint16_t x, y;
 } vs_values_ind;
 
+// One number.
 typedef struct {
   uint8_t byte;
 } vs_byte_ind;

@@ -20,72 +20,59 @@
 #define BASE_THREAD_ANNOTATION(...)
 #endif
 
-// Of members: readable and writable only with the mutex held; of pointers: what they point to.
+// Of members: readable and writable only with the mutex held.
 #define GUARDED_BY(mutex) BASE_THREAD_ANNOTATION(guarded_by(mutex))
-#define PT_GUARDED_BY(mutex) BASE_THREAD_ANNOTATION(pt_guarded_by(mutex))
-// Of a mutex: those that a thread takes before, or after, this one.
+// Of a mutex: those that a thread takes after this one.
 #define ACQUIRED_BEFORE(...) BASE_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
-#define ACQUIRED_AFTER(...) BASE_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))
 // Of functions: the caller holds the mutex; or must not hold it, because the function takes it.
 #define REQUIRES(...) BASE_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) BASE_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 // Of functions: returns with the mutex held, or no longer held.
 #define ACQUIRE(...) BASE_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) BASE_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
-#define TRY_ACQUIRE(...) BASE_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 // Of a function whose locking the analysis cannot follow; a comment says why it is right.
 #define NO_THREAD_SAFETY_ANALYSIS BASE_THREAD_ANNOTATION(no_thread_safety_analysis)
 
 namespace base {
 
-class BASE_THREAD_ANNOTATION(capability("mutex")) Mutex {
+template <class Native>
+class BasicLock;
+
+template <class Native>
+class BASE_THREAD_ANNOTATION(capability("mutex")) BasicMutex {
  public:
   void lock() ACQUIRE() { mutex_.lock(); }
   void unlock() RELEASE() { mutex_.unlock(); }
-  bool try_lock() TRY_ACQUIRE(true) { return mutex_.try_lock(); }
 
  private:
-  friend class Lock;
-  std::mutex mutex_;
+  friend class BasicLock<Native>;
+  Native mutex_;
 };
 
+using Mutex = BasicMutex<std::mutex>;
 // May be taken again by the thread that holds it.
-class BASE_THREAD_ANNOTATION(capability("mutex")) RecursiveMutex {
- public:
-  void lock() ACQUIRE() { mutex_.lock(); }
-  void unlock() RELEASE() { mutex_.unlock(); }
-
- private:
-  std::recursive_mutex mutex_;
-};
+using RecursiveMutex = BasicMutex<std::recursive_mutex>;
 
 // Holds a mutex until the end of its scope; may give it up and take it again meanwhile.
-class BASE_THREAD_ANNOTATION(scoped_lockable) Lock {
+template <class Native>
+class BASE_THREAD_ANNOTATION(scoped_lockable) BasicLock {
  public:
-  explicit Lock(Mutex& mutex) ACQUIRE(mutex) : lock_(mutex.mutex_) {}
-  ~Lock() RELEASE() {}
-  Lock(const Lock&) = delete;
-  Lock& operator=(const Lock&) = delete;
+  explicit BasicLock(BasicMutex<Native>& mutex) ACQUIRE(mutex) : lock_(mutex.mutex_) {}
+  ~BasicLock() RELEASE() {}
+  BasicLock(const BasicLock&) = delete;
+  BasicLock& operator=(const BasicLock&) = delete;
 
   void lock() ACQUIRE() { lock_.lock(); }
   void unlock() RELEASE() { lock_.unlock(); }
   // For condition variables, which return with the mutex held.
-  operator std::unique_lock<std::mutex>&() { return lock_; }
+  operator std::unique_lock<Native>&() { return lock_; }
 
  private:
-  std::unique_lock<std::mutex> lock_;
+  std::unique_lock<Native> lock_;
 };
 
-class BASE_THREAD_ANNOTATION(scoped_lockable) RecursiveLock {
- public:
-  explicit RecursiveLock(RecursiveMutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-  ~RecursiveLock() RELEASE() { mutex_.unlock(); }
-  RecursiveLock(const RecursiveLock&) = delete;
-  RecursiveLock& operator=(const RecursiveLock&) = delete;
-
- private:
-  RecursiveMutex& mutex_;
-};
+using Lock = BasicLock<std::mutex>;
+using RecursiveLock = BasicLock<std::recursive_mutex>;
 
 // Gives a mutex up until the end of its scope, in a function that REQUIRES it.
 class BASE_THREAD_ANNOTATION(scoped_lockable) Unlock {

@@ -4,7 +4,6 @@
 
 #include <signal.h>
 #include <sys/signalfd.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>

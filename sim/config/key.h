@@ -4,7 +4,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>

@@ -14,7 +14,6 @@
 #include <sys/types.h>
 
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 

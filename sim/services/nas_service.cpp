@@ -1,8 +1,6 @@
 // NAS: subscription binding and network scans, over the networks of phone.toml.
 
 #include <algorithm>
-#include <cstring>
-#include <set>
 
 #include "platform/idl/nas.h"
 #include "qcci/services/services.h"

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <string>
 
 #include "platform/idl/vendor_payload.h"
 

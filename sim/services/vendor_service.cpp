@@ -1,14 +1,11 @@
 // The vendor service 0xFFE4: families of functions behind one generic message.
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <span>
 #include <string_view>
-#include <type_traits>
 
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"

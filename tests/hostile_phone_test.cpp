@@ -8,6 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 
@@ -140,6 +141,10 @@ TEST_P(Walk, NothingLeadsOutOfTheFolder) {
   std::string listed;
   efs.list([&](const std::string& path, size_t) { listed += path + " "; });
   EXPECT_EQ(listed, "0 d/f ");
+  const sim::Folder loud = directory_.phone().efs();
+  testing::internal::CaptureStderr();
+  for (const char* path : {"leaf", "pipe", "leaf", "pipe"}) EXPECT_NE(loud.read(path, &read), 0);
+  EXPECT_EQ(std::ranges::count(testing::internal::GetCapturedStderr(), '\n'), 2) << "once each";
 }
 
 INSTANTIATE_TEST_SUITE_P(OfPaths, Walk, testing::Values("ByTheKernel", "BySteps"),

@@ -51,7 +51,7 @@ TEST_F(Words, ThatAreWrongGetTheirNoteAndTheSection) {
       {kFew, {"11 8", "12"}},
       {kFew + "\nkelvor_test_modem_stats_parsing_process FAIL", {"7 0"}},
       {kFew + "\nkelvor_test_modem_stats_get_debug_info FAIL", {"7 1"}},
-      {kSecond, {"3 6", "3 -1", "4 0", "4 7 0 1", "5 -1", "5 7", "5 9", "5 11", "12 2", "12 -1"}},
+      {kSecond, {"3 99", "3 -1", "4 0", "4 99 0 1", "5 -1", "5 9", "5 99", "12 99", "12 -1"}},
       {"Cmd error, should be: vex 3 1 , Pls refer to the following cmd:", {"3 1 1"}, kRfError},
       {"Cmd error, should be: vex 3 2 , Pls refer to the following cmd:", {"3 2 1"}, kRfError},
       {"Cmd error, should be: vex 3 4 , Pls refer to the following cmd:", {"3 4 1"}, kRfError},

@@ -1,6 +1,5 @@
 // What the program arranges for itself before it runs a command.
-#ifndef VEX_PROCESS_H_
-#define VEX_PROCESS_H_
+#pragma once
 
 namespace vex {
 
@@ -16,5 +15,3 @@ namespace vex {
 void prepare_process();
 
 }  // namespace vex
-
-#endif  // VEX_PROCESS_H_

@@ -41,7 +41,7 @@ void drop(const FaultRule&, InTransit& message) { message.copies = 0; }
 
 void delay(const FaultRule& rule, InTransit& message) { message.outcome.delay += rule.delay; }
 
-// Puts the error response in the message's place; an indication gets the error as its own.
+// Puts the error response in the message's place; in an indication only its error is changed.
 void fail(InTransit& message, uint32_t code, std::vector<uint8_t> response) {
   if (message.kind == FaultKind::kIndication) {
     set_indicated_error(message.octets, code);

@@ -16,7 +16,8 @@ namespace {
 
 constexpr char kMarker[] = ".vex-phone";
 constexpr char kPhoneToml[] = "phone.toml";
-// Lines that are not reported again: as many as one damaged phone gives, and an end of memory.
+// Lines that are remembered, so that none of them is reported again. More than one damaged phone
+// gives.
 constexpr size_t kRemembered = 16;
 constexpr char kMarkerText[] = "This directory is a simulated phone of vex.\n";
 

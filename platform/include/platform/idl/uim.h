@@ -153,8 +153,8 @@ typedef struct {
   uim_app apps[UIM_EXT_CARD_APPS_MAX];
 } uim_ext_card;
 
-// The cards of the status, by their slots, and the applications that the modem uses for each purpose
-// (or UIM_NO_SESSION).
+// The cards of the status, by their slots, and the applications that the modem uses for each
+// purpose (or UIM_NO_SESSION).
 typedef struct {
   uint16_t gw_primary;
   uint16_t onex_primary;

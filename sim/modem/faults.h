@@ -27,6 +27,8 @@ class Faults {
  public:
   explicit Faults(std::vector<FaultRule> rules);
 
+  // Whether no message needs to be shown to apply.
+  bool none() const { return rules_.empty(); }
   // One whole message, from its QMI header on.
   FaultOutcome apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
   // The rules that never acted, each with its line in phone.toml.

@@ -67,6 +67,10 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
   Service& service = *find(*id);
   if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
+  if (faults_.none()) {
+    handle(service, to, client, octets);
+    return;
+  }
   FaultOutcome outcome = apply_faults(*id, FaultKind::kRequest, {octets.begin(), octets.end()});
   for (std::vector<uint8_t>& copy : outcome.copies) {
     const auto go_on = [this, &service, to, client, answered = outcome.answered,
@@ -85,14 +89,13 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   }
 }
 
-void Modem::handle(Service& service, Address at, Address client,
-                   const std::vector<uint8_t>& octets) {
+void Modem::handle(Service& service, Address at, Address client, std::span<const uint8_t> octets) {
   QmiHeader header;
   if (bus_.service_at(at) != service.idl().id || !bus_.attached(client)) return;  // gone meanwhile
   if (!QmiHeader::parse(octets, &header)) return;
   service.client_asked(client);
   emit(service, at, client, FaultKind::kResponse,
-       respond(service, client, header, std::span(octets).subspan(kQmiHeader)));
+       respond(service, client, header, octets.subspan(kQmiHeader)));
   for (Held& indication : std::exchange(after_response_, {})) {
     emit(service, at, indication.client, FaultKind::kIndication, std::move(indication.octets));
   }
@@ -106,8 +109,11 @@ std::vector<uint8_t> Modem::respond(Service& service, Address client, QmiHeader 
   if (asks == nullptr || answers == nullptr || handler == nullptr) {
     return answer_error(header, QMI_ERROR_INVALID_COMMAND);
   }
-  std::vector<uint8_t> request(asks->c_size);
-  std::vector<uint8_t> response(answers->c_size);
+  // One handler runs at a time, so the next one gets the same memory.
+  std::vector<uint8_t>& request = request_;
+  std::vector<uint8_t>& response = response_;
+  request.assign(asks->c_size, 0);
+  response.assign(answers->c_size, 0);
   const auto error = qcci::idl::decode(*asks, tlvs, request.data(), request.size());
   if (error != qcci::idl::CodecError::kOk) {
     log(std::string(service.idl().name) +
@@ -141,6 +147,10 @@ void Modem::indicate(const qmi_idl_service_object& idl, Address client, uint16_t
 void Modem::emit(const Service& service, Address at, Address client, FaultKind kind,
                  std::vector<uint8_t> octets) {
   if (!bus_.attached(client)) return;
+  if (faults_.none()) {
+    deliver(service, at, client, kind, octets);
+    return;
+  }
   FaultOutcome outcome = apply_faults(service.idl().id, kind, std::move(octets));
   for (std::vector<uint8_t>& copy : outcome.copies) {
     if (outcome.after_indication) {

@@ -88,7 +88,7 @@ class Modem : private ModemContext {
   // Applies the fault rules to one message and logs those that act.
   FaultOutcome apply_faults(uint32_t service, FaultKind kind, std::vector<uint8_t> octets)
       REQUIRES(mutex_);
-  void handle(Service& service, Address at, Address client, const std::vector<uint8_t>& octets)
+  void handle(Service& service, Address at, Address client, std::span<const uint8_t> octets)
       REQUIRES(mutex_);
   std::vector<uint8_t> respond(Service& service, Address client, qcci::QmiHeader header,
                                std::span<const uint8_t> tlvs) REQUIRES(mutex_);
@@ -108,6 +108,7 @@ class Modem : private ModemContext {
   std::vector<Held> held_ GUARDED_BY(mutex_);
   // While a handler runs, its indications are collected: they go out after its response.
   bool handling_ GUARDED_BY(mutex_) = false;
+  std::vector<uint8_t> request_ GUARDED_BY(mutex_), response_ GUARDED_BY(mutex_);  // C structures
   std::vector<Held> after_response_ GUARDED_BY(mutex_);
   Tap tap_ GUARDED_BY(mutex_);
   Log log_ GUARDED_BY(mutex_);

@@ -1,5 +1,3 @@
-// The parser itself is compiled here, and here alone.
-#define TOML_IMPLEMENTATION
 #include "sim/config/toml_table.h"
 
 #include <algorithm>

@@ -9,7 +9,7 @@
 #include <vector>
 
 #define TOML_EXCEPTIONS 1
-#define TOML_HEADER_ONLY 0  // toml_table.cpp holds the parser, so that it is compiled once
+#define TOML_HEADER_ONLY 0  // toml_parser.cpp has the parser
 #include <toml++/toml.h>
 
 namespace sim {

@@ -1,6 +1,5 @@
 // What the benchmarks of both links share: one exchange with the modem, and a whole EFS transfer.
-#ifndef BENCH_ROUND_TRIP_H_
-#define BENCH_ROUND_TRIP_H_
+#pragma once
 
 #include <benchmark/benchmark.h>
 
@@ -82,5 +81,3 @@ inline int run(int argc, char** argv) {
 }
 
 }  // namespace bench
-
-#endif  // BENCH_ROUND_TRIP_H_

@@ -1,6 +1,5 @@
 // A simulated phone whose modem is served over the local socket by a thread of this process.
-#ifndef BENCH_SERVED_MODEM_H_
-#define BENCH_SERVED_MODEM_H_
+#pragma once
 
 #include <sys/eventfd.h>
 
@@ -47,5 +46,3 @@ class ServedModem {
 };
 
 }  // namespace bench
-
-#endif  // BENCH_SERVED_MODEM_H_

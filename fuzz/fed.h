@@ -1,7 +1,6 @@
 // What the targets share that have a client library of their own: the input, and that library,
 // whose every answer is made of the input.
-#ifndef FUZZ_FED_H_
-#define FUZZ_FED_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -33,5 +32,3 @@ int indication(uint32_t message, std::span<const uint8_t> wire, void* c, uint32_
 inline qmi_client_error_cb g_error_cb = nullptr;
 
 }  // namespace fed
-
-#endif  // FUZZ_FED_H_

@@ -2,8 +2,7 @@
 // compares or replaces them.
 //
 // Threads: any. Nothing is allocated but by the visitor.
-#ifndef QCCI_IDL_FIELDS_H_
-#define QCCI_IDL_FIELDS_H_
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -41,5 +40,3 @@ class FieldVisitor {
 void visit(const Message& message, void* c, FieldVisitor& visitor);
 
 }  // namespace qcci::idl
-
-#endif  // QCCI_IDL_FIELDS_H_

@@ -1,6 +1,5 @@
 // The phone's logs, below its log/.
-#ifndef SIM_PHONE_LOG_FILE_H_
-#define SIM_PHONE_LOG_FILE_H_
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -29,5 +28,3 @@ class LogFile {
 };
 
 }  // namespace sim
-
-#endif  // SIM_PHONE_LOG_FILE_H_

@@ -2,8 +2,7 @@
 //
 // A request is handled on the thread that sends it. The modem's datagrams are queued for the thread
 // that receives, which also runs the modem's due work while it waits.
-#ifndef SIM_SERVING_EMBEDDED_LINK_H_
-#define SIM_SERVING_EMBEDDED_LINK_H_
+#pragma once
 
 #include <memory>
 
@@ -16,5 +15,3 @@ namespace sim {
 std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<Modem> modem);
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_EMBEDDED_LINK_H_

@@ -2,8 +2,7 @@
 // happens.
 //
 // Threads: one, which may add, change and remove while it handles what is ready.
-#ifndef SIM_SERVING_POLLER_H_
-#define SIM_SERVING_POLLER_H_
+#pragma once
 
 #include <sys/epoll.h>
 
@@ -57,5 +56,3 @@ class Poller {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_POLLER_H_

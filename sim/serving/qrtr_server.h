@@ -10,8 +10,7 @@
 //
 // Threads: the poller's, which must also be the only one on which the modem's services come and go
 // (in serve_modem it is).
-#ifndef SIM_SERVING_QRTR_SERVER_H_
-#define SIM_SERVING_QRTR_SERVER_H_
+#pragma once
 
 #include <map>
 #include <string>
@@ -64,5 +63,3 @@ class QrtrServer final {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_QRTR_SERVER_H_

@@ -1,6 +1,5 @@
 // The loop of a modem that other processes use.
-#ifndef SIM_SERVING_SERVE_MODEM_H_
-#define SIM_SERVING_SERVE_MODEM_H_
+#pragma once
 
 #include "sim/modem/modem.h"
 #include "sim/serving/poller.h"
@@ -13,5 +12,3 @@ namespace sim {
 void serve_modem(Modem& modem, Poller& poller, int stop);
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_SERVE_MODEM_H_

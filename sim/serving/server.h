@@ -6,8 +6,7 @@
 // datagram each.
 //
 // Threads: the poller's, once that is served.
-#ifndef SIM_SERVING_SERVER_H_
-#define SIM_SERVING_SERVER_H_
+#pragma once
 
 #include <memory>
 #include <string>
@@ -58,5 +57,3 @@ class Server final : private Polled {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_SERVER_H_

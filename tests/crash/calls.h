@@ -1,8 +1,7 @@
 // The calls of the product that can fail or that change its files, counted, so that a run can be
 // ended or be made to fail at each of them in turn. They are replaced when the test is linked
 // (--wrap), in the product's own objects only.
-#ifndef TESTS_CRASH_CALLS_H_
-#define TESTS_CRASH_CALLS_H_
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -42,5 +41,3 @@ void begin(const Plan& plan, const std::string& folder, Counts* counts);
 void end();
 
 }  // namespace crash
-
-#endif  // TESTS_CRASH_CALLS_H_

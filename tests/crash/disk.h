@@ -1,6 +1,5 @@
 // What a disk keeps of a directory when the power is lost: only what was synced.
-#ifndef TESTS_CRASH_DISK_H_
-#define TESTS_CRASH_DISK_H_
+#pragma once
 
 #include <sys/types.h>
 
@@ -32,5 +31,3 @@ class Disk {
 };
 
 }  // namespace crash
-
-#endif  // TESTS_CRASH_DISK_H_

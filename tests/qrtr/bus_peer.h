@@ -1,6 +1,5 @@
 // One socket on the kernel's QRTR bus, under the hand of a test.
-#ifndef TESTS_QRTR_BUS_PEER_H_
-#define TESTS_QRTR_BUS_PEER_H_
+#pragma once
 
 #include <gtest/gtest.h>
 #include <linux/qrtr.h>
@@ -95,5 +94,3 @@ class BusPeer {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_QRTR_BUS_PEER_H_

@@ -1,6 +1,5 @@
 // A simulated phone that a process of its own publishes on the kernel's QRTR bus.
-#ifndef TESTS_QRTR_SERVED_PHONE_H_
-#define TESTS_QRTR_SERVED_PHONE_H_
+#pragma once
 
 #include <fcntl.h>
 #include <signal.h>
@@ -70,5 +69,3 @@ class ServedPhone {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_QRTR_SERVED_PHONE_H_

@@ -1,6 +1,5 @@
 // Running a command of the tool inside the test's process.
-#ifndef TESTS_SUPPORT_COMMAND_H_
-#define TESTS_SUPPORT_COMMAND_H_
+#pragma once
 
 #include <sstream>
 
@@ -47,5 +46,3 @@ inline std::vector<std::string> messages_of(const std::string& source, const std
 }
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_COMMAND_H_

@@ -3,8 +3,7 @@
 //
 // The client library and the vendor client have one state for the process, so ctest runs each test
 // in a process of its own.
-#ifndef TESTS_SUPPORT_DESK_H_
-#define TESTS_SUPPORT_DESK_H_
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -112,5 +111,3 @@ struct Ran {
 Ran run(const std::string& line);
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_DESK_H_

@@ -1,7 +1,6 @@
 // A test with carrier configurations: a phone that has some, and the requests to PDC and to the
 // vendor service.
-#ifndef TESTS_SUPPORT_PDC_DESK_H_
-#define TESTS_SUPPORT_PDC_DESK_H_
+#pragma once
 
 #include <algorithm>
 #include <thread>
@@ -112,5 +111,3 @@ struct PdcDesk : Desk {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_PDC_DESK_H_

@@ -1,6 +1,5 @@
 // The client library's link in a test.
-#ifndef TESTS_SUPPORT_PROCESS_LINK_H_
-#define TESTS_SUPPORT_PROCESS_LINK_H_
+#pragma once
 
 #include "qcci/link/link.h"
 
@@ -10,5 +9,3 @@ namespace desk {
 void use_link(std::unique_ptr<qcci::Link> link);
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_PROCESS_LINK_H_

@@ -1,6 +1,5 @@
 // Every message, and its C structure filled with whatever its rows allow: flags, counts, numbers.
-#ifndef TESTS_SUPPORT_RANDOM_MESSAGE_H_
-#define TESTS_SUPPORT_RANDOM_MESSAGE_H_
+#pragma once
 
 #include <cstring>
 #include <random>
@@ -66,5 +65,3 @@ class RandomMessage {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_RANDOM_MESSAGE_H_

@@ -1,7 +1,6 @@
 // A link with the test at its other end: it answers look-ups, passes requests to the test, and
 // delivers whatever the test wants, in any order.
-#ifndef TESTS_SUPPORT_SCRIPTED_LINK_H_
-#define TESTS_SUPPORT_SCRIPTED_LINK_H_
+#pragma once
 
 #include <condition_variable>
 #include <deque>
@@ -119,5 +118,3 @@ class ScriptedLink final : public qcci::Link {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_SCRIPTED_LINK_H_

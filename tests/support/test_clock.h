@@ -1,6 +1,5 @@
 // A clock that the test moves.
-#ifndef TESTS_SUPPORT_TEST_CLOCK_H_
-#define TESTS_SUPPORT_TEST_CLOCK_H_
+#pragma once
 
 #include <atomic>
 #include <map>
@@ -57,5 +56,3 @@ class TestClock final : public platform::Clock {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_TEST_CLOCK_H_

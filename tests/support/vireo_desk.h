@@ -1,6 +1,5 @@
 // A test of the statistics framework, which admits only processes of known names.
-#ifndef TESTS_SUPPORT_VIREO_DESK_H_
-#define TESTS_SUPPORT_VIREO_DESK_H_
+#pragma once
 
 #include <errno.h>
 
@@ -40,5 +39,3 @@ struct Vireo : Desk {
 };
 
 }  // namespace desk
-
-#endif  // TESTS_SUPPORT_VIREO_DESK_H_

@@ -2,8 +2,7 @@
 //
 // desk::TestClock finds that out by real time, which a few thousand runs have not. Here threads
 // really wait until they are notified, and /proc says whether they do.
-#ifndef TESTS_SWEEP_QUICK_CLOCK_H_
-#define TESTS_SWEEP_QUICK_CLOCK_H_
+#pragma once
 
 #include <unistd.h>
 
@@ -99,5 +98,3 @@ class QuickClock final : public platform::Clock {
 };
 
 }  // namespace sweep
-
-#endif  // TESTS_SWEEP_QUICK_CLOCK_H_

@@ -2,8 +2,7 @@
 //
 // lines.cpp has the command lines, cases.cpp what can go wrong and what is to come of it, run.cpp
 // one run in a process and a phone of its own, sweep.cpp the whole.
-#ifndef TESTS_SWEEP_SWEEP_H_
-#define TESTS_SWEEP_SWEEP_H_
+#pragma once
 
 #include <cstdint>
 #include <set>
@@ -90,5 +89,3 @@ std::string problem_of(const Case& c, const Run& run);
 std::string problem_of(const Line& line, const Run& run);
 
 }  // namespace sweep
-
-#endif  // TESTS_SWEEP_SWEEP_H_

@@ -1,7 +1,7 @@
-// The heap of QMI messages. Blocks that are out are counted, and a block that cannot be had is an
-// error trace with the place that asked for it.
+// The heap of QMI messages. Blocks that are out are counted, so that a leak shows, and a block that
+// cannot be had is an error trace with the place that asked for it.
 //
-// May be called from any thread.
+// May be called from any thread, and a block may be given back by another thread.
 #pragma once
 
 #include <stddef.h>
@@ -12,7 +12,8 @@
 
 __BEGIN_DECLS
 
-// `size` zeroed octets, or null.
+// `size` zeroed octets, or null. The caller owns the block. function and line: the place that asks,
+// for the trace; they are not kept.
 PLATFORM_NODISCARD void* qcril_malloc_adv(size_t size, const char* function, int line);
 // Gives back a block of qcril_malloc_adv; null is nothing.
 void qcril_free_adv(void* block, const char* function, int line);

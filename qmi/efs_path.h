@@ -1,4 +1,8 @@
 // The path of a file in the modem's EFS, and the operations on such a file.
+//
+// Requests state a path's length beside its text, and users of the EFS disagree on whether that
+// counts the terminating zero. So a path carries the length that its requests state, and a path
+// that the tool knows is checked when it is compiled.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +14,7 @@
 
 namespace qmi {
 
-// A path and the length that requests state for it. Does not own its text.
+// A path and the length that requests state for it. Does not own its text, which must outlast it.
 class EfsPath {
  public:
   // A path that is written in the source. One that is not absolute, holds a zero octet or does not
@@ -44,7 +48,8 @@ class EfsPath {
 
 }  // namespace qmi
 
-// The operations of kelvor_extend_nvefs.h, of the same results.
+// The operations of kelvor_extend_nvefs.h, of the same results; they too may be called from any
+// thread.
 [[nodiscard]] inline int32_t kelvor_efs_read(uint32_t sub, qmi::EfsPath path, uint8_t* buf,
                                              uint32_t* p_buf_len) {
   return kelvor_efs_read(sub, path.text(), path.length(), buf, p_buf_len);

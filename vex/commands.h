@@ -2,7 +2,10 @@
 //
 // A handler gets the tool's whole argument vector: argv[1] is the command number, its own words
 // begin at argv[2]. It reports by trace lines alone; its result is ignored. A section printer
-// prints its rows when the selector is 0 or its own command.
+// prints its rows when the selector is 0 or its own command, and returns the selector.
+//
+// They are C functions because other programs link them. One command runs at a time: handlers keep
+// state of the process, and are called on one thread.
 #pragma once
 
 // In the order of their numbers, which is that of the usage text. The two statistics commands'

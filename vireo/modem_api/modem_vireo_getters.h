@@ -1,28 +1,41 @@
 // Measurements: one record of the statistics framework each, decoded into a structure.
 //
-// A getter zeroes the caller's structure and fills it; false, and a structure of no use, when there
-// is no such record or it is too short. Getters may be called from any thread and take turns.
-// Powers and levels are in dBm, qualities and ratios in dB.
+// A getter asks the modem for its record, which blocks for at most 30 seconds, or nine more for the
+// attempts to connect when the framework has no client yet. It zeroes the caller's structure and
+// fills it. False, with the reason traced, when the modem has no such record for the subscription
+// (0 or 1), the record is too short, or `out` is null; the structure's contents are unspecified
+// then. A record that is longer than the structure is no error: later versions add fields.
+//
+// Threads. Getters may be called from any thread; they take turns, since they share one store
+// (modem_vireo_mgr.h).
+//
+// Units. Powers and levels (rsrp, rssi, agc, power) are in dBm, qualities, ratios and losses (rsrq,
+// snr, path loss) in dB. Arrays have an element for each receive (rx) or transmit (tx) chain.
+// `leading` is a number whose meaning is not known; docs/statistics-records.md has the octets.
 #pragma once
 
 #include <stdint.h>
 
 extern "C" {
 
-// What the transmit-power operations return when there is no power.
+// What the transmit-power operations return when there is no power: no transmitter has that many
+// dBm.
 #define MODEM_TX_POWER_NONE 65535
 
+// One receive chain's view of the serving cell.
 struct modem_vireo_chain {
   float rsrp, rsrq, rssi, snr;
 };
 
+// The LTE serving cell of one carrier.
 struct modem_vireo_lte_srv_meas_info {
-  uint32_t earfcn;
-  uint16_t pci;
-  uint16_t rx_valid;
+  uint32_t earfcn;    // downlink channel number
+  uint16_t pci;       // physical cell id
+  uint16_t rx_valid;  // a bit for each chain
   struct modem_vireo_chain rx[4];
 };
 
+// The NR serving cell of one carrier.
 struct modem_vireo_nr5g_srv_meas_info {
   float rsrp[4];
   float rsrq;
@@ -38,6 +51,7 @@ struct modem_vireo_nr5g_ll1_fw_serving_ftl {
   float snr[4];
 };
 
+// The antenna that a chain used before and after its last switch.
 struct modem_vireo_antenna_change {
   int32_t old_antenna, new_antenna;
 };
@@ -57,16 +71,19 @@ struct modem_vireo_gsm_l1_rx_diversity_metrics {
   float rx_prx, rx_drx;
 };
 
+// Antenna switch diversity: antennas, paths and configurations, by the modem's numbers.
 struct modem_vireo_mcs_trm_asdiv {
   uint8_t version;
   uint8_t ant_num, ant_path, sig_path, old_config, new_config;
 };
 
+// Transmit power of the NR uplink.
 struct modem_vireo_nr5g_mac_ul_phy_ch_power_info {
   uint32_t leading;
   float tx_power;
 };
 
+// Transmit power of the LTE uplink's shared channel.
 struct modem_vireo_lte_pusch_power_info {
   uint8_t version;
   int16_t pusch_tx_power;
@@ -123,8 +140,10 @@ MODEM_VIREO_CARRIERS(MODEM_VIREO_DECLARE_CARRIER)
 // known.
 int32_t modem_sys_mode_get(uint32_t sub);
 
-// A power in whole dBm, or MODEM_TX_POWER_NONE.
+// A power in whole dBm, or MODEM_TX_POWER_NONE: when the record cannot be had, and for any
+// technology but NR and LTE. Each asks the modem for the technology first, then for its power.
 int32_t modem_tx_power_get_by_sub(uint32_t sub);
+// That of the subscription which carries data by default (platform/kelvor_utils.h).
 int32_t modem_tx_power_get_for_dds_sub(void);
 // The stronger of both subscriptions; on a tie the first; one without a power does not count.
 int32_t modem_tx_power_get_for_max_sub(void);

@@ -44,7 +44,9 @@ struct modem_vireo_data_store {
 };
 extern struct modem_vireo_data_store g_vireo_data;
 
-// Fetches one record into the store. 0, or 1 on any failure.
+// Fetches one record into the store, connecting first when there is no client. 0, or 1 on any
+// failure: no client, a sub beyond 1, an exchange that failed, or an answer that is not this one
+// record with 1 to VS_DATA_MAX octets. What failed is traced.
 [[nodiscard]] uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id);
 
 }  // extern "C"

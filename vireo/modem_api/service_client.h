@@ -21,6 +21,7 @@
 #include "common/trace.h"
 #include "platform/qmi_client.h"
 
+// The numbers by which callers of the client manager name a service client.
 enum ModemApiClientType : uint32_t {
   kModemApiVs = 0,
   kModemApiSar = 1,
@@ -29,6 +30,15 @@ enum ModemApiClientType : uint32_t {
   kModemApiClientTypes = 4,
 };
 
+// The states of a connection, and what reports them. A member that does not suspend reports
+// RELEASED alone.
+//
+//   client_init          CONNECTING, then CONNECTED or CONNECT_FAILED
+//   the service goes     SUSPENDING, then SUSPENDED; RELEASED when no thread can be started
+//   it comes back        RESUMING, then CONNECTED or RESUME_FAILED
+//   release              RELEASED
+//
+// After a failure there is no connection: the client is to be released and initialised again.
 enum ModemApiOperationalStatus : uint64_t {
   OP_STATUS_RELEASED = 0,
   OP_STATUS_CONNECTING = 1,
@@ -41,7 +51,8 @@ enum ModemApiOperationalStatus : uint64_t {
 };
 
 extern "C" {
-// An event: its id, and what follows the id.
+// An event: its id and its structure, `length` octets that are valid during the call only. Called
+// on the client library's thread.
 typedef void (*modem_api_indication_cb)(uint32_t event_id, const void* data, uint32_t length);
 typedef void (*modem_api_operational_cb)(uint32_t client_type, uint64_t operational_status);
 }
@@ -77,11 +88,11 @@ struct MemberFunctions {
 
 constexpr int kNoSubscription = -1;
 
-// How a member differs from the others.
+// How a member differs from the others. A row is of static lifetime: its client keeps a reference.
 struct Member {
   ModemApiClientType type;
   qmi_idl_service_object_type (*get_service)(int32_t major, int32_t minor, int32_t tool);
-  int32_t major, minor, tool;
+  int32_t major, minor, tool;          // the version of the service that get_service is asked for
   int subscription = kNoSubscription;  // bound to after every attempt; none: and no registration
   bool suspends = true;                // and reports its status
   const char* no_memory = "Unexpected NULL pointer!";  // traced when an indication finds none
@@ -91,20 +102,25 @@ struct Member {
   MemberFunctions own;
 };
 
+// One member's connection. init comes first, then set_status_callback, then client_init; they may
+// be repeated after a release.
 class ServiceClient {
  public:
   explicit ServiceClient(const Member& member) : member_(member) {}
 
   // The service's object, null when there is none. Ends what was not released.
   qmi_idl_service_object_type init() EXCLUDES(mutex_);
-  // Connects. 1 when connected, 0 after the last attempt.
+  // Connects: ten attempts, a second apart. 1 when connected, 0 after the last attempt or when
+  // another thread has released the client meanwhile.
   [[nodiscard]] int client_init(modem_api_indication_cb callback) EXCLUDES(mutex_);
   void set_status_callback(modem_api_operational_cb callback) EXCLUDES(mutex_);
-  // The client library's result; lengths are those of the C structures, in octets.
+  // The client library's result; lengths are those of the C structures, in octets. Gives up after
+  // 30 seconds. QMI_CLIENT_PORT_NOT_OPEN while there is no connection.
   [[nodiscard]] int send(uint32_t message_id, const void* request, uint32_t request_len,
                          void* response, uint32_t response_len) EXCLUDES(mutex_);
+  // Registers for the reports of NAS; for NAS members alone. The client library's result.
   [[nodiscard]] int set_networking_indications() EXCLUDES(mutex_);
-  // 1.
+  // Reports OP_STATUS_RELEASED, closes the connection and forgets the callbacks. 1.
   int release() EXCLUDES(mutex_);
   uint32_t master_port() const;
 

@@ -30,7 +30,8 @@ enum {
   NAS_INCREMENTAL_NETWORK_SCAN = 0x0085,
 };
 
-// Networks in one response or indication, and octets of a network's name.
+// Networks in one response or indication, and octets of a network's name (as many as its count of
+// one octet can state).
 enum { NAS_NETWORKS_MAX = 40, NAS_NAME_MAX = 255 };
 
 // Radio technologies of networks; statistics records number theirs otherwise (vs.h).
@@ -73,12 +74,14 @@ typedef struct {
   uint8_t reserved[144];  // further switches of the service, never sent
 } nas_indication_register_req;
 
-// Binds the client to a subscription, from this request on.
+// Binds the client to a subscription, from this request on. The simulated phone refuses any other
+// number with INVALID_ARGUMENT.
 typedef struct {
   uint32_t subscription;  // 0 primary, 1 secondary, 2 tertiary
 } nas_bind_subscription_req;
 
-// Responses that carry nothing but the standard result.
+// Responses that carry nothing but the standard result: of registering, of binding, and of starting
+// an incremental scan.
 typedef struct {
   qmi_standard_result resp;
 } nas_plain_resp;
@@ -99,9 +102,15 @@ typedef struct {
 } nas_network_scan_req;
 
 // A network that a scan has found. The name is in the modem's alphabet and ends with a zero octet.
+//
+// status has four pairs of bits, from bit 0; 0 in a pair is "unknown":
+//   in use      1 serving, 2 available
+//   roaming     1 home, 2 roaming
+//   forbidden   1 forbidden, 2 not
+//   preferred   1 preferred, 2 not
 typedef struct {
   uint16_t mcc, mnc;
-  uint8_t status;  // in use, roaming, forbidden, preferred: two bits each, from bit 0
+  uint8_t status;
   char name[NAS_NAME_MAX + 1];
 } nas_network;
 
@@ -141,7 +150,8 @@ typedef struct {
   char name[NAS_NAME_MAX + 1];
 } nas_incremental_network;
 
-// All networks that were found so far. The last report is the one that is not partial.
+// All networks that were found so far, to the client that asked. The simulated phone reports after
+// each technology that it has searched. The last report is the one that is not partial.
 typedef struct {
   uint32_t status;  // 0 complete, 1 partial, 2 aborted
   uint8_t networks_valid;

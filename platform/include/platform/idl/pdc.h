@@ -9,6 +9,14 @@
 // Software configurations are selected per subscription (0 or 1), the platform's for the whole
 // phone; slot is that of the subscription's card, from 0. Selecting has no effect until the next
 // activation.
+//
+// Errors. The simulated phone refuses a type or a subscription that there is not with
+// INVALID_ARGUMENT, and an activation or deactivation while another of the same selection is under
+// way with INCOMPATIBLE_STATE, both in the response. These come in the indication:
+//
+//   NO_ENTRY          no configuration of that type and id; the type has no default
+//   NOT_PROVISIONED   nothing is selected or active
+//   NO_EFFECT         deactivating when nothing is active
 #pragma once
 
 #include <stddef.h>
@@ -26,6 +34,8 @@ enum {
   PDC_IDL_TOOL = 6,
 };
 
+// Messages. Of deleting, loading and setting a feature only the indications are described: the tool
+// handles those but sends no such request.
 enum {
   PDC_REGISTER = 0x0020,
   PDC_GET_SELECTED_CONFIG = 0x0022,
@@ -40,10 +50,11 @@ enum {
   PDC_SET_FEATURE = 0x002E,
 };
 
+// Rooms of the structures.
 enum {
-  PDC_CONFIG_ID_MAX = 124,
-  PDC_CONFIGS_MAX = 25,  // in one indication
-  PDC_DESCRIPTION_MAX = 255,
+  PDC_CONFIG_ID_MAX = 124,    // octets
+  PDC_CONFIGS_MAX = 25,       // configurations in one indication
+  PDC_DESCRIPTION_MAX = 255,  // octets
 };
 
 // Whose settings a configuration has.
@@ -67,7 +78,9 @@ typedef struct {
   uint8_t id[PDC_CONFIG_ID_MAX];
 } pdc_config;
 
-// Registers for reports of changes (1) and of refreshes (1) that the client did not ask for.
+// Registers for reports of changes (1) and of refreshes (1) that the client did not ask for. The
+// outcomes of its own requests come without. The simulated phone changes nothing of its own and
+// reports nothing.
 typedef struct {
   uint8_t reporting_valid, reporting;
   uint8_t refresh_valid, refresh;
@@ -89,7 +102,7 @@ typedef struct {
   uint32_t slot;
 } pdc_get_selected_config_req;
 
-// Selects a configuration for the next activation.
+// Selects a configuration for the next activation; its outcome is a pdc_result_ind.
 typedef struct {
   pdc_config config;
   uint8_t token_valid;
@@ -100,7 +113,10 @@ typedef struct {
   uint32_t slot;
 } pdc_set_selected_config_req;
 
-// Asks which configurations the modem has, of one type or, without one, of all.
+// Asks which configurations the modem has, of one type or, without one, of all. The same request
+// asks for the next part of a list that is not complete. The simulated phone begins a new list when
+// the last request was for another type or is more than 4.5 seconds ago, and sends no indication
+// for a list without an entry.
 typedef struct {
   uint8_t token_valid;
   uint32_t token;
@@ -110,6 +126,8 @@ typedef struct {
 } pdc_list_configs_req;
 
 // Makes the selected configuration the active one; a regular activation restarts the subscription.
+// Without a selected one the active one is applied again. The outcome, a pdc_result_ind, comes when
+// that is done.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;
@@ -122,7 +140,8 @@ typedef struct {
   uint32_t slot;
 } pdc_activate_config_req;
 
-// Leaves the subscription without an active configuration.
+// Leaves the subscription without an active configuration; what is selected stays selected. The
+// outcome is a pdc_result_ind.
 typedef struct {
   uint32_t type;
   uint8_t token_valid;

@@ -1,7 +1,8 @@
 // SAR, the Specific Absorption Rate service (0x11): the query of the device state index.
 //
 // The index (DSI) selects a row of the modem's tables of transmit-power limits, by how the phone is
-// held. Here it is only read.
+// held. Here it is only read: the tool never changes how much power a phone may send with. The
+// simulated phone answers with the state of its phone.toml, or without one.
 #pragma once
 
 #include <stddef.h>
@@ -22,7 +23,8 @@ enum {
 enum { SAR_RF_GET_STATE = 0x0002 };  // the request is empty
 
 // The index in force; absent when the modem has none. What the further numbers mean is not public;
-// nobody reads them.
+// nobody reads them, and their TLVs' types are assumed. They are here because the structure's size
+// is.
 typedef struct {
   qmi_standard_result resp;
   uint8_t state_valid;

@@ -6,6 +6,18 @@
 //
 // Slots count from 1. Members without a source in public descriptions of the service keep their
 // room and have no TLV; what is sent as an enumeration has one octet on the wire and four here.
+//
+// Requests are answered when they are done; there are no indications. The simulated phone refuses
+// them with these errors:
+//
+//   INVALID_ARGUMENT         no such slot, or a channel that is not open
+//   MISSING_ARGUMENT         the channel message with neither an AID nor a channel
+//   NO_EFFECT                powering a slot that has that power already
+//   NO_SIM                   the slot's switch says that it is empty
+//   DEVICE_NOT_READY         the card has no power, does not answer yet, or has failed
+//   SIM_FILE_NOT_FOUND       opening a channel: no application of that AID
+//   INSUFFICIENT_RESOURCES   opening a channel: all are open
+//   NOT_SUPPORTED            asking a card that is no eUICC for its EID
 #pragma once
 
 #include <stddef.h>
@@ -33,6 +45,7 @@ enum {
   UIM_GET_EID = 0x0065,
 };
 
+// Rooms of the structures, in items or octets.
 enum {
   UIM_CARDS_MAX = 2,
   UIM_CARD_APPS_MAX = 8,
@@ -40,17 +53,19 @@ enum {
   UIM_EXT_CARD_APPS_MAX = 20,
   UIM_EXT_SESSIONS_MAX = 6,
   UIM_AID_MAX = 32,
-  UIM_APDU_MAX = 1024,
-  UIM_SELECT_MAX = 255,
-  UIM_EID_MAX = 16,
+  UIM_APDU_MAX = 1024,   // a command, and a response with its status words
+  UIM_SELECT_MAX = 255,  // what a card says of a selected application
+  UIM_EID_MAX = 16,      // 32 digits
 };
 
+// A card's state; a present one answers.
 typedef enum {
   UIM_CARD_ABSENT = 0,
   UIM_CARD_PRESENT = 1,
   UIM_CARD_ERROR = 2,
 } uim_card_state;
 
+// Why a card's state is UIM_CARD_ERROR.
 typedef enum {
   UIM_ERROR_UNKNOWN = 0,
   UIM_ERROR_POWER_DOWN = 1,
@@ -76,7 +91,8 @@ typedef enum {
   UIM_PIN_PERMANENTLY_BLOCKED = 5,
 } uim_pin_state;
 
-// What the card is asked to tell of an application that it selects.
+// What the card is asked to tell of an application that it selects: one of the templates of
+// ISO/IEC 7816-4, or nothing.
 typedef enum {
   UIM_FILE_CONTROL_NONE = 0,
   UIM_FILE_CONTROL_FCP = 1,
@@ -93,6 +109,7 @@ typedef struct {
   qmi_standard_result resp;
 } uim_plain_resp;  // of both power messages
 
+// Powering down closes the card's channels.
 typedef struct {
   uint32_t slot;
 } uim_slot_req;  // power down, get EID
@@ -103,7 +120,7 @@ typedef struct {
   uint8_t ignore_hot_swap_valid;
   uint8_t ignore_hot_swap;  // 1: whatever the slot's switch says of a card
   uint8_t mode_valid;
-  uint32_t mode;
+  uint32_t mode;  // the tool sends 0
 } uim_power_up_req;
 
 // Asks for the status of all cards, and for its extended form beside it.
@@ -112,10 +129,11 @@ typedef struct {
   uint8_t extended;  // 1: the extended card status is wanted
 } uim_card_status_req;
 
-// An application of a card. Retries count down to 0, which blocks the PIN.
+// An application of a card. Retries count down to 0, which blocks the PIN. "perso" is the lock of
+// the phone to a network or provider, "upin" the PIN that all applications of a card can share.
 typedef struct {
-  uint32_t type;
-  uint32_t state;
+  uint32_t type;   // of uim_app_type, or another
+  uint32_t state;  // of uim_app_state, or another
   uint32_t perso_state;
   uint32_t perso_feature;
   uint8_t perso_retries;
@@ -123,7 +141,7 @@ typedef struct {
   uint32_t aid_len;
   uint8_t aid[UIM_AID_MAX];
   uint32_t upin_replaces_pin1;
-  uint32_t pin1_state;
+  uint32_t pin1_state;  // of uim_pin_state, as the others
   uint8_t pin1_retries;
   uint8_t puk1_retries;
   uint32_t pin2_state;
@@ -133,11 +151,11 @@ typedef struct {
 
 // A card, with its applications.
 typedef struct {
-  uint32_t state;
-  uint32_t upin_state;
+  uint32_t state;       // of uim_card_state
+  uint32_t upin_state;  // of uim_pin_state
   uint8_t upin_retries;
   uint8_t upuk_retries;
-  uint32_t error;  // why the state is UIM_CARD_ERROR
+  uint32_t error;  // of uim_card_error
   uint32_t apps_len;
   uim_app apps[UIM_CARD_APPS_MAX];
 } uim_card;
@@ -174,7 +192,8 @@ typedef struct {
   uim_ext_card cards[UIM_EXT_CARDS_MAX];
 } uim_ext_cards;
 
-// The status, and its extended form when it was wanted and the modem knows it.
+// The status, and its extended form when it was wanted and the modem knows it. Cards are in the
+// order of their slots. The simulated phone sends neither hot_swap nor validity.
 typedef struct {
   qmi_standard_result resp;
   uint8_t status_valid;
@@ -214,6 +233,8 @@ typedef struct {
   uint8_t terminate;  // 1: the application is ended too
 } uim_logical_channel_req;
 
+// What opening a channel gives: its number, the card's status words, and what the card says of the
+// application. When the card refused, there is no channel, and sw1 and sw2 say why.
 typedef struct {
   qmi_standard_result resp;
   uint8_t channel_valid;
@@ -243,6 +264,8 @@ typedef struct {
   uint8_t reserved[19];
 } uim_send_apdu_req;
 
+// The card's answer. Its status words are part of the octets: a card that refuses a command is a
+// success of the message.
 typedef struct {
   qmi_standard_result resp;
   uint8_t apdu_valid;
@@ -252,6 +275,7 @@ typedef struct {
   uint32_t long_info[2];
 } uim_send_apdu_resp;
 
+// The EID of the eUICC that the slot is connected to; absent when it has none.
 typedef struct {
   qmi_standard_result resp;
   uint8_t eid_valid;

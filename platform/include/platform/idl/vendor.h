@@ -5,7 +5,11 @@
 // meaning is that of the features they belong to, and they are handed on as they come.
 //
 // The 512 data octets are a fixed array and always travel whole. Responses carry no standard
-// result: their first element is the vendor function's own.
+// result: their first element is the vendor function's own. The simulated phone's are 0, 1 for a
+// family that it does not have, and 2 for more data than there is room for; what a function itself
+// says of its work is in the data.
+//
+// Members without a known meaning are called a, b, words and the like.
 #pragma once
 
 #include <stddef.h>
@@ -45,7 +49,7 @@ enum {
 // 0x0002 and 0x0003, in every direction.
 typedef struct {
   uint32_t id;  // request: the family; response: the result, 0 for success; indication: the sub-id
-  uint32_t data_len;
+  uint32_t data_len;  // octets of data that count
   uint8_t data_valid;
   uint8_t data[KELVOR_VENDOR_DATA_MAX];
 } kelvor_vendor_msg;

@@ -4,6 +4,9 @@
 // meaning are called word, a, x and the like, and are carried as they come. Records and blobs are
 // octets of the modem's own packing, little-endian; who reads one knows its layout by its id
 // (docs/statistics-records.md).
+//
+// Records are asked for and come in the response. Indications are events that the modem sends
+// without being asked; the simulated phone sends none.
 #pragma once
 
 #include <stddef.h>
@@ -44,7 +47,8 @@ enum vs_rat {
   VS_RAT_NR = 12,
 };
 
-// Switches a feature of the service; value says which.
+// Switches a feature of the service; value says which: 2 is the statistics, which a, b and c of 1
+// switch on.
 typedef struct {
   uint32_t value;
   uint8_t a, b, c;
@@ -55,8 +59,9 @@ typedef struct {
   qmi_standard_result resp;
 } vs_plain_resp;
 
-// One statistics record; in a request its data is empty. In a response data_len is what the modem
-// sent: above VS_DATA_MAX when it sent more than there is room for, and the rest is lost.
+// One statistics record of a subscription, 0 or 1; in a request its data is empty. In a response
+// data_len is what the modem sent: above VS_DATA_MAX when it sent more than there is room for, and
+// the rest is lost.
 typedef struct {
   uint32_t sub;
   uint32_t id;
@@ -72,7 +77,8 @@ typedef struct {
   vs_parameter parameters[VS_PARAMETERS_MAX];
 } vs_get_parameters_req;
 
-// The records that the modem has of those asked for; none is no error.
+// The records that the modem has of those asked for; none is no error. The simulated phone refuses
+// a subscription beyond 1 with INVALID_ARGUMENT.
 typedef struct {
   qmi_standard_result resp;
   uint8_t parameters_valid;
@@ -86,7 +92,8 @@ typedef struct {
   uint8_t flag_1, flag_2;
 } vs_flags_ind;
 
-// A modem may report more, and more at once, than a listener takes.
+// Rooms of the events below. A modem may report more, and more at once, than the tool's own events
+// hold (vireo/modem_api/vs/vs_client.h).
 enum {
   VS_IND_RECORDS_MAX = 16,
   VS_IND_BLOBS_MAX = 8,

@@ -30,12 +30,12 @@ enum class Shape : uint8_t {
 };
 
 struct Element {
-  const char* name = "";
+  const char* name = "";  // the C structure's member
   Shape shape = Shape::kValue;
-  uint8_t wire_width = 0;   // octets of one number on the wire; 0 for records
-  uint8_t count_width = 0;  // octets of the count on the wire
-  uint32_t offset = 0;      // of the first item in the C structure
-  uint32_t count_offset = 0;
+  uint8_t wire_width = 0;           // octets of one number on the wire; 0 for records
+  uint8_t count_width = 0;          // octets of the count on the wire
+  uint32_t offset = 0;              // of the first item in the C structure
+  uint32_t count_offset = 0;        // of the count in the C structure, for kCounted
   uint32_t max = 1;                 // items; for text without its terminating zero
   uint32_t stride = 0;              // octets of one item in C
   const Element* record = nullptr;  // the elements of an item that is a record
@@ -50,6 +50,8 @@ struct Record {
   Element elements[N];
 };
 
+// The member of structure S that a row is about, and its type T. Made by QCCI_MEMBER alone, so that
+// name, offset and type cannot contradict each other.
 template <class S, class T>
 struct Member {
   const char* name;
@@ -73,6 +75,7 @@ struct Tlv {
   uint32_t flag_offset = 0;  // the presence flag, one octet, of an optional one
   Element elements[kMaxTlvElements];
 };
+// A TLV of structure S.
 template <class S>
 struct TlvOf {
   Tlv tlv;
@@ -91,8 +94,10 @@ namespace detail {
 // shows `why`.
 void bad_table(const char* why);
 
+// Octets of a count on the wire: as few as hold the array's maximum.
 constexpr uint32_t smallest_count(uint32_t max) { return max <= 255 ? 1 : 2; }
 
+// Octets of an element, and of one item of it, when it is full.
 constexpr uint32_t item_encoded_max(const Element& e);
 constexpr uint32_t encoded_max(const Element& e) {
   return e.count_width + e.max * item_encoded_max(e);
@@ -234,6 +239,8 @@ constexpr Of<S> text(Member<S, char[N]> m) {
            .stride = 1}};
 }
 
+// A record type, for counted() and nested(): its elements in the order of the wire. It must be a
+// constant of static lifetime, since rows point into it.
 template <class S, class... Rest>
 constexpr auto record(Of<S> first, Rest... rest) {
   static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
@@ -244,6 +251,8 @@ constexpr auto record(Of<S> first, Rest... rest) {
   return record;
 }
 
+// A TLV that the message always has. By QMI's rules its type is below 0x10, and a receiver refuses
+// a message without it.
 template <class S, class... Rest>
 constexpr TlvOf<S> mandatory(uint8_t type, Of<S> first, Rest... rest) {
   static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
@@ -253,6 +262,8 @@ constexpr TlvOf<S> mandatory(uint8_t type, Of<S> first, Rest... rest) {
   return {tlv};
 }
 
+// A TLV that is present when `flag` is not 0. Its type is 0x10 or above, where a receiver skips
+// what it does not know.
 template <class S, class... Rest>
 constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, Rest... rest) {
   static_assert((std::is_same_v<Rest, Of<S>> && ...), "elements of different structures");
@@ -265,6 +276,7 @@ constexpr TlvOf<S> optional(uint8_t type, Member<S, uint8_t> flag, Of<S> first, 
   return {tlv};
 }
 
+// A message's rows, with the storage that a Message points into: of static lifetime, too.
 template <class S, size_t N>
 struct MessageTable {
   Tlv tlvs[N];
@@ -273,6 +285,8 @@ struct MessageTable {
   constexpr operator Message() const { return {tlvs, N, sizeof(S), max_encoded}; }
 };
 
+// The message whose C structure is S, of TLV rows in the order of their types. Members that no row
+// takes are not on the wire: encoding leaves them out, decoding leaves them zero.
 template <class S, class... Rows>
 constexpr auto message(Rows... rows) {
   static_assert((std::is_same_v<Rows, TlvOf<S>> && ...), "rows of different structures");
@@ -284,7 +298,7 @@ constexpr auto message(Rows... rows) {
     if (tlv.type <= last_type) detail::bad_table("types must ascend");
     last_type = tlv.type;
     if (tlv.is_optional) taken.take(tlv.flag_offset, 1);
-    table.max_encoded += 3;
+    table.max_encoded += 3;  // type, and length in two octets
     for (size_t i = 0; i < tlv.count; ++i) {
       taken.take(tlv.elements[i]);
       table.max_encoded += detail::encoded_max(tlv.elements[i]);

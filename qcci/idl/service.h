@@ -1,4 +1,11 @@
 // A service's table: its numbers, and a row for each message.
+//
+// A table is the only description of a service's wire form. The client library encodes requests and
+// decodes responses with it, the simulated phone does the reverse, and printing and fuzzing of
+// messages walk the same rows.
+//
+// Tables are constants of the program (qcci/services/): immutable, valid until the process ends and
+// usable from any thread. Nothing here allocates. A table that is wrong in itself does not compile.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +20,7 @@ namespace qcci::idl {
 // One message id in its three directions; a direction that the service does not use is absent.
 struct MessageRow {
   uint16_t id = 0;
-  const char* name = "";
+  const char* name = "";  // for people
   std::optional<Message> request = {};
   std::optional<Message> response = {};
   std::optional<Message> indication = {};
@@ -49,22 +56,28 @@ class MessageRows : public std::span<const MessageRow> {
   }
 };
 
-// A message without content: no TLVs, no structure.
+// A message without content: no TLVs, no structure. Its C structure may be null, of size 0.
 inline constexpr Message kEmpty{};
 
 }  // namespace qcci::idl
 
+// What the opaque handle of platform/qmi_idl.h points to. In the global namespace because that
+// header declares it for C.
 struct qmi_idl_service_object {
-  const char* name = "";
-  uint32_t id = 0;
+  const char* name = "";  // as phone.toml and logs call the service
+  uint32_t id = 0;        // on the bus
+  // The version of the description. A caller's getter gives exactly the version that it was
+  // compiled against; only major goes on the bus, as the version of the service.
   int32_t major = 0, minor = 0, tool = 0;
   qcci::idl::MessageRows rows;
 
-  // Null when the service has no such message.
+  // The message of that id in that direction; null when the service has no such message. A linear
+  // search: no service has more than a dozen rows.
   const qcci::idl::Message* find(qmi_idl_message_type type, uint32_t message_id) const {
     const qcci::idl::MessageRow* row = row_of(message_id);
     return row == nullptr ? nullptr : row->find(type);
   }
+  // "?" for an unknown id; never null.
   const char* message_name(uint32_t message_id) const {
     const qcci::idl::MessageRow* row = row_of(message_id);
     return row == nullptr ? "?" : row->name;

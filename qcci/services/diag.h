@@ -3,6 +3,9 @@
 // On a phone diag has its own channel. On a host it is a QMI service like the others, so that it
 // comes and goes with the modem, is served to other processes and is subject to the same fault
 // rules. The message id is the mode; the contents of the packets are not looked at here.
+//
+// Both ends are ours (the host's diag client and the simulated diag service), so the numbers are
+// our own (assumed.h). Packets are diag's own octets, without its framing and checksum.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +16,7 @@
 
 namespace qcci {
 
+// Message ids.
 enum : uint16_t {
   kDiagByCallback = 0x0001,
   kDiagByDci = 0x0002,
@@ -21,8 +25,8 @@ enum : uint16_t {
 struct DiagRequest {
   uint32_t packet_len;
   uint8_t packet[KELVOR_DIAG_CMD_MAX];
-  uint8_t wants_answer;
-  uint8_t tag_valid;  // DCI: the response repeats the command's tag
+  uint8_t wants_answer;  // 0: the packet is handled, and the response has none
+  uint8_t tag_valid;     // DCI: the response repeats the command's tag
   uint32_t tag;
 };
 static_assert(sizeof(DiagRequest) == 4108 && offsetof(DiagRequest, tag) == 4104);

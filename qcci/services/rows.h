@@ -1,5 +1,8 @@
 // What the rows of a service are written with, and the object and the getter that they make. For
-// this folder's sources alone.
+// this folder's sources alone: the macros have short names, and none is undefined at the end.
+//
+// A source has its rows in an unnamed namespace in qcci::idl, a kRows table, and SERVICE behind it.
+// Where a TLV's type comes from: the public descriptions of the service, or assumed.h.
 //
 //   MESSAGE(kBindReq, nas_bind_subscription_req, mandatory(0x01, narrow<1>(M(subscription))));
 #pragma once

@@ -1,7 +1,9 @@
 // The datagrams of the bus: QMI messages, and the control packets of QRTR.
 //
 // The control packets' layout and numbers are those of the kernel's linux/qrtr.h; the QMI header is
-// that of its QMI helpers. All numbers are little-endian, as is every machine that this runs on.
+// that of its QMI helpers. All numbers are little-endian, as is every machine that this runs on
+// (qcci/idl/element.h asserts it). Nothing here keeps state or allocates; parse() reads what came
+// from outside and trusts none of it.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +24,7 @@ inline constexpr uint32_t kControlPort = 0xFFFFFFFE;  // of every node: its name
 // Octets. A QMI header counts the TLVs in two octets, so no message is longer by more than itself.
 inline constexpr size_t kMaxDatagram = 65535;
 
+// Commands of control packets. In a look-up service 0 is all services, instance 0 all instances.
 enum class Control : uint32_t {
   kHello = 2,
   kBye = 3,        // words: node
@@ -60,17 +63,17 @@ struct ControlPacket {
 };
 static_assert(sizeof(ControlPacket) == 20);
 
-// ControlPacket::instance of an instance of a version.
+// ControlPacket::instance of an instance of a version. The version has one octet on the bus.
 inline constexpr uint32_t instance_field(uint32_t version, uint32_t instance) {
   return (version & 0xFF) | instance << 8;
 }
 
-inline constexpr size_t kQmiHeader = 7;
+inline constexpr size_t kQmiHeader = 7;  // octets
 
 // What a QMI message on the bus begins with; its TLVs follow.
 struct QmiHeader {
-  uint8_t type = 0;  // as qmi_idl_message_type
-  uint16_t transaction = 0;
+  uint8_t type = 0;          // as qmi_idl_message_type
+  uint16_t transaction = 0;  // the request's number, which its response repeats
   uint16_t message = 0;
   uint16_t length = 0;  // octets of TLVs
 

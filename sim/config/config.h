@@ -2,6 +2,9 @@
 //
 // A member's initialiser is what a missing key means. To add a key: a member, and a row that names
 // it in the source of its table (config.cpp for most; see key.h).
+//
+// A configuration is read once, when a modem is made, and does not change while it runs; services
+// read it without a lock. docs/phone-keys.md lists the keys with their limits.
 #pragma once
 
 #include <chrono>
@@ -19,19 +22,21 @@
 namespace sim {
 
 struct ModemConfig {
-  std::chrono::milliseconds restart{1500};
-  bool loses_unsynced = false;   // a restart loses what was not synced
-  std::vector<uint32_t> absent;  // services that are not there until they are brought up
+  std::chrono::milliseconds restart{1500};  // from going down until the services are up
+  bool loses_unsynced = false;              // a restart loses what was not synced
+  std::vector<uint32_t> absent;  // ids of services that are not there until they are brought up
 };
 
+// What SAR answers.
 struct SarConfig {
   uint32_t state = 0;
   bool valid = true;
 };
 
+// The modem's counters, which the vendor service's statistics requests answer.
 struct StatisticsConfig {
   bool enabled = true;
-  std::vector<uint16_t> outdated_logs;
+  std::vector<uint16_t> outdated_logs;  // ids of diag logs
   uint64_t cmd_ok_count = 0;
   uint64_t cmd_fail_count = 0;
 };
@@ -59,7 +64,9 @@ struct PhoneConfig {
   std::vector<FaultRule> faults;
 };
 
-// False, and one line that names the place, for a text that is not a phone.
+// Reads the text of a phone.toml. False, with *config as it was and one line that names the place
+// in *why, for a text that is not TOML, has an unknown key, or a value that its key does not take;
+// the first mistake counts.
 [[nodiscard]] bool parse_phone_config(std::string_view written, PhoneConfig* config,
                                       std::string* why);
 

@@ -1,4 +1,7 @@
-// The fault rules of phone.toml.
+// The fault rules of phone.toml: which messages they match, and what they do to them.
+//
+// Only the rows are read and checked here; sim/modem/faults.h applies them. docs/faults.md has the
+// rules as their users see them.
 #pragma once
 
 #include <chrono>
@@ -14,6 +17,7 @@ struct Section;
 
 enum class FaultKind : uint8_t { kRequest, kResponse, kIndication };
 
+// A row of fault_rules.cpp has its name and its own keys, a row of faults.cpp what it does.
 enum class FaultAction : uint8_t {
   kDrop,
   kDelay,
@@ -27,6 +31,7 @@ enum class FaultAction : uint8_t {
   kRestart,
 };
 
+// One rule. Members below `action` are of one action or another, and 0 or empty for the rest.
 struct FaultRule {
   std::optional<uint32_t> service;  // none: any
   std::optional<uint16_t> message;  // none: any
@@ -41,7 +46,7 @@ struct FaultRule {
   std::string text;             // the rule and its line, for a person
 };
 
-// The tables [[fault]].
+// The tables [[fault]], in the order of the file; throws BadToml.
 std::vector<FaultRule> read_faults(Table& top);
 std::vector<Section> fault_sections();
 

@@ -1,6 +1,14 @@
 // The keys of phone.toml, one row each. A row says what a key takes and which member of the
 // configuration it sets; the reader, the default file and the table of docs/phone-keys.md all come
 // from it. What a missing key means is the member's initialiser, and is written nowhere else.
+//
+// To add a key, give the structure a member and the source's KeyTable a row:
+//
+//   number<&ModemConfig::restart>("restart_ms", {0, 3600000, "ms"}, "How long a restart takes"),
+//
+// Rows are constants. What contradicts itself does not compile: a range that the member cannot
+// hold, or an initialiser outside of it. A value of the file that a row refuses throws BadToml with
+// its place (toml_table.h). Nothing here keeps state.
 #pragma once
 
 #include <algorithm>
@@ -19,8 +27,11 @@
 
 namespace sim {
 
+// What a key's value is in TOML: a whole number, a number, true or false, a text, one of a set of
+// texts, a text of octets in hex.
 enum class KeyType : uint8_t { kNumber, kDecimal, kFlag, kText, kChoice, kOctets };
 
+// Both ends are allowed. The unit is shown to people and changes nothing.
 struct Range {
   int64_t least = 0;
   int64_t most = 0;
@@ -35,6 +46,8 @@ struct Check {
   const char* refusal = "is missing";  // the message for a value that is not
 };
 
+// A row. Written with the builders below, which fill the functions; a key that fits none of them
+// fills its own.
 struct Key {
   const char* name = nullptr;
   KeyType type = KeyType::kFlag;
@@ -58,6 +71,7 @@ std::string limits(const Key& key);
 // `value` as TOML.
 std::string literal(const Key& key, int64_t value);
 std::string quoted(std::string_view text);
+// The choice of that value; "?" when there is none.
 const char* name_of(std::span<const Choice> choices, int64_t value);
 
 // The services' names; no id for a name that none has.
@@ -66,10 +80,11 @@ std::optional<uint32_t> service_id(std::string_view name);
 // "vendor, nas, ..."
 std::string service_list();
 
-// A key of a table that is read into an S.
+// A key of a table that is read into an S: a row of one structure does not fit another's table.
 template <class S>
 struct KeyOf : Key {};
 
+// The structure and the type of a pointer to member.
 template <class S, class T>
 S structure_of(T S::*);
 template <class S, class T>
@@ -91,10 +106,13 @@ constexpr int64_t to_number(const T& value) {
   }
 }
 
+// The value of a key that is there, checked against its row; throw BadToml for one that is not what
+// the key takes. read_list: numbers, or octets.
 int64_t read_number(const Table& table, const Key& key);
 std::vector<int64_t> read_list(const Table& table, const Key& key);
 std::string read_text(const Table& table, const Key& key);
 
+// Reads the key into a member of whatever type.
 template <class T>
 void read_value(const Table& table, const Key& key, T* value) {
   if constexpr (std::same_as<T, std::string>) {
@@ -186,14 +204,17 @@ constexpr auto numbers(const char* name, int64_t items, const char* comment) {
   key.items = {0, items};
   return key;
 }
+// True or false.
 template <auto M>
 constexpr auto flag(const char* name, const char* comment) {
   return row<M>({.name = name, .comment = comment, .range = {0, 1}});
 }
+// One of the choices' names; the member gets its value.
 template <auto M>
 constexpr auto choice(const char* name, std::span<const Choice> choices, const char* comment) {
   return row<M>({.name = name, .type = KeyType::kChoice, .comment = comment, .choices = choices});
 }
+// A text of at most `most` octets in UTF-8.
 template <auto M>
 constexpr auto text(const char* name, int64_t most, const char* comment, Check check = {}) {
   return row<M>({.name = name,
@@ -219,17 +240,21 @@ constexpr KeyOf<S> required(KeyOf<S> key) {
   key.required = true;
   return key;
 }
+// The default file explains the key and does not set it.
 template <class S>
 constexpr KeyOf<S> left_out(KeyOf<S> key) {
   key.left_out = true;
   return key;
 }
+// The default file shows the number in hexadecimal; a reader takes both.
 template <class S>
 constexpr KeyOf<S> in_hex(KeyOf<S> key) {
   key.hex = true;
   return key;
 }
 
+// Reads those of the keys that the table has, and marks all as known. Throws BadToml for a required
+// key that is missing.
 void read_keys(Table& table, std::span<const Key> keys, void* structure);
 
 template <class S, size_t N>
@@ -266,7 +291,8 @@ struct KeyTable {
   Key keys[N];
 };
 
-// A table of phone.toml, for whoever goes through all keys.
+// A table of phone.toml, for whoever goes through all keys: the default file and docs/phone-keys.md
+// are written from the sections of config.h.
 struct Section {
   enum class Kind : uint8_t {
     kTable,   // [path]
@@ -281,7 +307,8 @@ struct Section {
   std::string title = {};
 };
 
-// A table that is read into an S, and its place.
+// A table that is read into an S, and its place: dotted, from the text's top. A table that is not
+// in the text is read as an empty one, so that its structure keeps its initialisers.
 template <class S>
 struct TableRow {
   const char* path;

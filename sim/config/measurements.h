@@ -13,13 +13,13 @@ namespace sim {
 class Table;
 struct Section;
 
-constexpr size_t kMeasuredSubs = 2;
+constexpr size_t kMeasuredSubs = 2;  // both of the phone's subscriptions
 
 // One subscription's records by their id; a record that the phone does not have is not there.
 using Records = std::map<uint32_t, std::vector<uint8_t>>;
 using Measurements = std::array<Records, kMeasuredSubs>;
 
-// The table [measurements] of phone.toml.
+// The table [measurements] of phone.toml; throws BadToml.
 Measurements read_measurements(Table& top);
 std::vector<Section> measurement_sections();
 

@@ -1,4 +1,7 @@
 // Reading of TOML tables, in which every key is known and every mistake has a line.
+//
+// Reading throws BadToml, which parse_phone_config catches. A Table refers to a table of the parsed
+// text, which must outlast it.
 #pragma once
 
 #include <cstdint>
@@ -14,12 +17,14 @@
 
 namespace sim {
 
-// Thrown for a value that is not what its key takes.
+// Thrown for a value that is not what its key takes, and for an unknown key: where it stands in the
+// text, and a message that names the key.
 struct BadToml {
   toml::source_region where;
   std::string what;
 };
 
+// A text that a key takes, and the number that it stands for.
 struct Choice {
   const char* name = nullptr;
   int64_t value = 0;
@@ -36,9 +41,13 @@ class Table {
   // `name`: as messages have it; empty for the text's top.
   Table(const toml::table& table, std::string name) : table_(table), name_(std::move(name)) {}
 
+  // Whether the key is there; it counts as read from then on.
   [[nodiscard]] bool has(std::string_view key);
+  // The names of all keys, read or not.
   std::vector<std::string_view> keys() const;
   [[nodiscard]] bool is_number(std::string_view key) const;
+  // Values. Limits are inclusive; `most` of a text and of octets is a length in octets, `exactly`
+  // a number of items. Each fails for a value of another type or beyond its limits.
   int64_t number(std::string_view key, int64_t least, int64_t most) const;
   bool flag(std::string_view key) const;
   std::string text(std::string_view key, size_t most) const;
@@ -56,6 +65,8 @@ class Table {
 
   // Nothing else is read: what has not been is unknown.
   void done() const;
+  // Throws BadToml at the key, or at the table for a key that is not there. `what` follows the key:
+  // "must be true or false".
   [[noreturn]] void fail(std::string_view key, const std::string& what) const;
   // The table on one line, behind its place; the keys in alphabetical order.
   std::string written() const;

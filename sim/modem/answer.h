@@ -1,4 +1,8 @@
 // Responses that the modem or a fault rule writes in place of the service, octet by octet.
+//
+// They are for requests that no service can answer: of an unknown message, malformed ones, and
+// those that a fault rule refuses. So they are made from the request's header alone, without the
+// message's rows. Each returns one whole message, from its QMI header on.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +26,8 @@ inline std::vector<uint8_t> answer(qcci::QmiHeader header, std::initializer_list
   return octets;
 }
 
-// The response with the standard result "failure" and a QMI error.
+// The response with the standard result "failure" and a QMI error, which is of enum qmi_error or
+// any other number that a rule wants a client to see.
 inline std::vector<uint8_t> answer_error(const qcci::QmiHeader& header, uint16_t error) {
   return answer(header, {qcci::idl::kStandardResultType, 4, 0, 1, 0, static_cast<uint8_t>(error),
                          static_cast<uint8_t>(error >> 8)});

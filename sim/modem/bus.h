@@ -1,8 +1,13 @@
 // The simulated bus: client ports, service addresses, and the name service, which answers look-ups
 // and reports services that come and go.
 //
-// It carries datagrams and looks into control packets only. Not thread-safe: the modem's mutex
-// guards it.
+// It carries datagrams and looks into control packets only. It follows the kernel's bus (QRTR), so
+// that the client library meets the same rules on both: a look-up is answered with the services
+// that are there and an empty packet that ends the list, and from then on with those that come and
+// go.
+//
+// Nothing here fails: a datagram for nobody and a control packet that is too short are dropped.
+// Not thread-safe: the modem's mutex guards it. No function waits.
 #pragma once
 
 #include <cstdint>
@@ -34,6 +39,8 @@ class Bus {
   static constexpr size_t kLookupsMax = 256;
   static constexpr Address kControl{kNode, qcci::kControlPort};
 
+  // Gives the port an address of its own, which is not used again. The bus does not own the port;
+  // it must stay until its detach, which ends its look-ups as well.
   Address attach(Port& port);
   void detach(Address client);
   bool attached(Address client) const { return clients_.contains(client); }
@@ -43,7 +50,10 @@ class Bus {
   // Gives the service a new address and reports it to those that look it up. Addresses are not
   // used again.
   Address publish(uint32_t service, uint32_t version, uint32_t instance);
+  // Removes the address and reports that to those that look the service up; nothing for an address
+  // that no service has.
   void withdraw(Address address);
+  // The id of the service at the address.
   std::optional<uint32_t> service_at(Address server) const;
   // Drops what is for a client that is not attached.
   void deliver(Address from, Address to, std::span<const uint8_t> octets);

@@ -1,7 +1,9 @@
 // Fault rules at work on messages in transit.
 //
 // A rule sees octets, never a service's state: what it does to a message could as well have
-// happened on the way. No lock of its own: the modem's guards it.
+// happened on the way. All rules that match act, in the order of phone.toml, each on what those
+// before have left. Rules match by the message's id as it was before the first of them acted.
+// No lock of its own: the modem's guards it.
 #pragma once
 
 #include <chrono>
@@ -29,7 +31,8 @@ class Faults {
 
   // Whether no message needs to be shown to apply.
   bool none() const { return rules_.empty(); }
-  // One whole message, from its QMI header on.
+  // Counts the message for every rule that it matches and applies those whose turn it is. `octets`:
+  // one whole message, from its QMI header on. The caller carries the outcome out.
   FaultOutcome apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
   // The rules that never acted, each with its line in phone.toml.
   std::vector<std::string> unused() const;

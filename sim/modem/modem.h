@@ -33,7 +33,8 @@ class Modem : private ModemContext {
   using Log = std::function<void(const std::string& line)>;
 
   // `services`: which the modem has; each maker is called once. Those that phone.toml does not call
-  // absent are up when this returns.
+  // absent are up when this returns. make_modem.h makes a modem with all of them from a phone's
+  // directory.
   Modem(Phone phone, PhoneConfig config, std::span<const ServiceMaker> services);
   ~Modem() override;
 
@@ -51,10 +52,12 @@ class Modem : private ModemContext {
   // Takes every service down and brings it up after the time that phone.toml says. Unsynced files
   // are dropped at once, the rest happens in run_due.
   void restart() EXCLUDES(mutex_);
-  // One service by its id. Nothing changes for one that is down or up already, or unknown.
+  // One service by its id, at once. Taking it down drops its volatile state, as a restart does.
+  // Nothing changes for one that is down or up already, or unknown.
   void take_down(uint32_t id) EXCLUDES(mutex_);
   void bring_up(uint32_t id) EXCLUDES(mutex_);
 
+  // Each replaces the one before; an empty function is none.
   void set_tap(Tap tap) EXCLUDES(mutex_);
   void set_log(Log log) EXCLUDES(mutex_);
   // A line for each fault rule that has not acted so far.

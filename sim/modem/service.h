@@ -37,6 +37,7 @@ class ModemContext {
   virtual void schedule_restart() = 0;
   // Runs `action` later, outside of any handler. A restart does not cancel it.
   virtual void after(platform::Duration delay, std::function<void()> action) = 0;
+  // One line for the modem's log, without a line end.
   virtual void log(const std::string& line) = 0;
 };
 
@@ -46,6 +47,12 @@ void refuse(Response& response, qmi_error error) {
   response.resp = {1, error};
 }
 
+// One service. Its constructor gives each request message a handler (on()); requests without one
+// are refused by the modem with QMI_ERROR_INVALID_COMMAND. A handler answers at once: what takes
+// time is answered, and its outcome indicated from an action given to after().
+//
+// State that a restart loses is kept in members and dropped by forget_all(); what must survive is
+// kept in the phone's directory.
 class Service {
  public:
   // The request structure of a message without TLVs.
@@ -81,7 +88,7 @@ class Service {
 
  protected:
   // Makes `method` the message's handler. Throws std::logic_error when the sizes of its structures
-  // are not those of the message's rows.
+  // are not those of the message's rows: a mistake in the source, which every start shows.
   template <class S, class Request, class Response>
   void on(uint16_t message, void (S::*method)(Address, const Request&, Response&)) {
     check_size(QMI_IDL_REQUEST, message, std::is_same_v<Request, Empty> ? 0 : sizeof(Request));
@@ -93,6 +100,7 @@ class Service {
                                        *static_cast<Response*>(response));
     };
   }
+  // Sends one client an indication, as ModemContext has it.
   template <class Indication>
   void indicate(Address client, uint16_t message, const Indication& indication) {
     modem_.indicate(idl_, client, message, &indication, sizeof indication);

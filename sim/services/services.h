@@ -1,4 +1,8 @@
-// Makers of the simulated modem's services; `modem` must outlast the service.
+// Makers of the simulated modem's services, each defined in its service's source.
+//
+// The caller owns the service, which keeps a reference to `modem`: the modem must outlast it. A
+// maker may be called before the modem is ready, since constructors use its phone() and config()
+// alone (see service.h). make_modem.cpp lists the services that a modem gets.
 #pragma once
 
 #include <memory>

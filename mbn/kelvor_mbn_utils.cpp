@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int kBadArgument = -1;
-constexpr unsigned int kTypes = 2;
+constexpr unsigned int kTypes = 2;  // platform and software
 
 std::atomic<int> g_kelvor_pdc_init_status{-1};
 

@@ -12,9 +12,12 @@
 namespace pdc {
 namespace {
 
+// Connecting to a modem that is not up takes three minutes at most: each attempt waits for the
+// service, and a pause follows it.
 constexpr uint32_t kConnectAttempts = 20;
 constexpr uint32_t kConnectTimeoutMs = 4000;
 constexpr uint32_t kConnectPauseMs = 5000;
+// For a request's acknowledgement. Its outcome, an indication, has a timer of its own.
 constexpr uint32_t kSendTimeoutMs = 10000;
 
 // A caller's hold of one kind of request, from the first moment to the last.

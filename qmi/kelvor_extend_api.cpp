@@ -12,9 +12,9 @@
 namespace {
 
 constexpr uint32_t kSendTimeoutMs = 3000;
-constexpr int kServiceTries = 50;
+constexpr int kServiceTries = 50;  // a second in all, for a service that is not up yet
 constexpr uint32_t kServiceWaitMs = 20;
-constexpr uint32_t kServiceListMax = 8;
+constexpr uint32_t kServiceListMax = 8;  // the first instance is opened, the others only counted
 
 struct Client {
   qmi_idl_service_object_type service = nullptr;

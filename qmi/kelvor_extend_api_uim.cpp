@@ -19,7 +19,7 @@ constexpr uint32_t kFailuresMax = 3;  // from here on every failure drops the cl
 
 // The file that says which card the eSIM slot is connected to when it is powered up.
 constexpr qmi::EfsPath kEsimEnableFile{"/nv/item_files/modem/uim/uimdrv/esim_enable"};
-constexpr uint32_t kEsimEnableSub = 1;
+constexpr uint32_t kEsimEnableSub = 1;  // the modem reads this subscription's file
 
 // The issuer's root security domain of an eUICC.
 constexpr uint8_t kIsdR[] = {0xA0, 0x00, 0x00, 0x05, 0x59, 0x10, 0x10, 0xFF,

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kSarInitTimeoutMs = 4;  // a SAR service that is not up yet is not waited for
 constexpr uint32_t kSarSendTimeoutMs = 30000;
-constexpr uint32_t kNasInitTimeoutMs = 5000;
+constexpr uint32_t kNasInitTimeoutMs = 5000;  // NAS is waited for
 
 static_assert(sizeof(kelvor_common_rsp) == KELVOR_COMMON_RSP_SIZE);
 

@@ -19,7 +19,7 @@ namespace {
 
 // The octets that a file begins with, and how many it has when there are more.
 std::string beginning(std::string_view contents) {
-  constexpr size_t kShown = 24;
+  constexpr size_t kShown = 24;  // enough to recognise a file by, on one line
   std::string text = qcci::to_hex(qcci::as_octets(contents.substr(0, kShown)), " ");
   if (contents.size() > kShown) text += " ... " + std::to_string(contents.size()) + " octets";
   return text;

@@ -26,6 +26,7 @@ namespace {
 
 using sim::Phone;
 
+// Exit statuses: what was asked for failed, or was not understood.
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 

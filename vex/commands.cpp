@@ -8,6 +8,7 @@
 
 namespace {
 
+// Numbers without a handler.
 constexpr int kNvOption = 1;
 constexpr int kReserved = 2;
 

@@ -23,10 +23,10 @@ constexpr const char kChannel[] = "/dev/smd8";
 constexpr int kWords = 3;
 constexpr int kWordText = 2;
 constexpr int kAtLengthMax = 100;  // the usage says so too
-constexpr size_t kTextRoom = 105;
+constexpr size_t kTextRoom = 105;  // what sscanf below reads at most, and a zero
 constexpr size_t kShellRoom = 501;
-constexpr size_t kReceiveRoom = 512;
-constexpr uint32_t kPollMs = 1000;
+constexpr size_t kReceiveRoom = 512;  // one read: a longer reply is cut
+constexpr uint32_t kPollMs = 1000;    // between looks whether the receive thread is done
 
 constexpr const char kEcho[] = "echo \"";
 constexpr const char kInto[] = "\r\" > ";

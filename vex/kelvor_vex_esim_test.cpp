@@ -24,11 +24,11 @@ constexpr int kWordDebugOn = 4;
 
 constexpr uint8_t kSlot = 2;  // the one that has a card and an eUICC
 constexpr uint32_t kPollMs = 100;
-constexpr int kSwitchAttempts = 30;
-constexpr int kReadAttempts = 2;
-constexpr uint8_t kFcp = 1;
+constexpr int kSwitchAttempts = 30;  // three seconds, for an eUICC that has just been powered up
+constexpr int kReadAttempts = 2;     // of an eUICC that is up already
+constexpr uint8_t kFcp = 1;          // UIM_FILE_CONTROL_FCP
 
-constexpr uint32_t kEidFileSub = 1;
+constexpr uint32_t kEidFileSub = 1;  // as that of the file esim_enable beside it
 constexpr qmi::EfsPath kEidFile{"/nv/item_files/modem/uim/uimdrv/esim_eid"};
 
 constexpr kelvor_uim_power_in kCardOff{0, kSlot, 0, 0};

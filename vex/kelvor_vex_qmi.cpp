@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr uint32_t kTimeoutMs = 10000;
-constexpr int kScanScope = 0;  // appears in the trace only
+constexpr uint32_t kTimeoutMs = 10000;  // for the response; a full scan that takes longer fails
+constexpr int kScanScope = 0;           // appears in the trace only
 
 // Sends the message without any of its optional elements.
 template <class Request, class Response>

@@ -41,7 +41,7 @@ int send(uint32_t item, const uint32_t* word) {
 
 int kelvor_smart_test_modem_ssr() {
   const Operation operation(__func__);
-  constexpr uint32_t kWord = 0x1000;
+  constexpr uint32_t kWord = 0x1000;  // the value that the item takes; its meaning is the modem's
   TRACE_INFO("Will trigger SSR of modem");
   return send(KELVOR_COMMON_ITEM_SSR, &kWord);
 }
@@ -65,7 +65,7 @@ constexpr EfsPath kUpdateCount{"/nv/item_files/modem/kelvor/ssr_update_count"};
 
 // Seconds that need not fit one wait's milliseconds.
 void sleep_s(uint32_t seconds) {
-  constexpr uint32_t kAtOnce = 1000000;
+  constexpr uint32_t kAtOnce = 1000000;  // as milliseconds within 32 bits
   while (seconds > 0) {
     const uint32_t now = std::min(seconds, kAtOnce);
     platform_sleep_ms(now * 1000);
@@ -111,7 +111,7 @@ int kelvor_smart_test_ssr_wait_s(int /*ignored*/) {
 
 int kelvor_smart_test_full_dump() {
   const Operation operation(__func__);
-  constexpr uint32_t kWord = 0x2000;
+  constexpr uint32_t kWord = 0x2000;  // as for a restart
   char current[256];
   char backup[256];
   static_assert(sizeof current >= PROPERTY_VALUE_MAX);
@@ -188,8 +188,8 @@ int kelvor_smart_test_bp_rf_print_switch(int opt) { return bp_print_switch(__fun
 
 // ---- shared memory
 
-constexpr size_t kShareMemorySize = 100;
-constexpr int kShown = 5;  // octets
+constexpr size_t kShareMemorySize = 100;  // octets that the file is cut or extended to
+constexpr int kShown = 5;                 // octets
 
 // Copies the first octets out of the mapping; false when they cannot be had, as when another
 // process has cut the file since it got its size. The kernel does it: it fails there, where a load

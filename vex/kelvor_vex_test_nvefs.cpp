@@ -16,7 +16,7 @@ constexpr int kWordTarget = 4;  // NV id or EFS path
 constexpr int kWordData = 5;
 constexpr int kTargetWords = 5;  // of a read or a delete
 
-constexpr uint32_t kDataMax = 365;  // octets that one command reads or writes
+constexpr uint32_t kDataMax = 365;  // octets of one command: less than one exchange carries
 
 uint32_t sub_of(const Call& call) { return static_cast<uint32_t>(call.number(kWordSub)); }
 uint32_t nv_id_of(const Call& call) { return static_cast<uint32_t>(call.number(kWordTarget)); }

@@ -215,7 +215,7 @@ bool unpk_at(const char* name, int32_t bit_start, int32_t bit_num, int width, ui
 
 namespace {
 
-constexpr uint32_t kRecordId = 0x123;
+constexpr uint32_t kRecordId = 0x123;  // for messages only: the payload does not have its id
 constexpr int32_t kPositionLimit = 2000;
 constexpr int32_t kVersionBits = 32;
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr size_t kDigitsMax = 50;
+constexpr size_t kDigitsMax = 50;  // those behind are ignored (text.h)
 
 int32_t digit_of(char c) {
   if (c >= '0' && c <= '9') return c - '0';

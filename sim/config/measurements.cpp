@@ -13,8 +13,8 @@
 namespace sim {
 namespace {
 
-constexpr uint8_t kVersion = 1;
-constexpr uint32_t kTechnology = 0x2C;
+constexpr uint8_t kVersion = 1;         // the first octet of a record; readers accept any
+constexpr uint32_t kTechnology = 0x2C;  // the record of the technology in use
 
 // The widths of a record's numbers, each with what it holds.
 constexpr Range kU8{0, UINT8_MAX};

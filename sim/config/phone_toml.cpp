@@ -9,7 +9,7 @@
 namespace sim {
 namespace {
 
-constexpr size_t kColumns = 100;
+constexpr size_t kColumns = 100;  // of a line of the default file
 
 // `text` in lines that begin with `first`, and further ones with `rest`.
 std::string wrapped(const std::string& first, const std::string& rest, const std::string& text) {

@@ -20,7 +20,7 @@ constexpr uint8_t kFunctionClass = 0xBF;
 constexpr uint8_t kMemoryReset = 0x34;
 constexpr uint8_t kGetEid = 0x3E;
 
-// Results of a memory reset.
+// Results of a memory reset, of GSMA SGP.22 too.
 constexpr uint8_t kDone = 0;
 constexpr uint8_t kNothingToDelete = 1;
 constexpr uint8_t kUndefinedError = 127;

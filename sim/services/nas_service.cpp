@@ -9,7 +9,7 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t kSubscriptions = 3;
+constexpr uint32_t kSubscriptions = 3;  // that NAS can name: primary, secondary, tertiary
 // Status of an incremental scan's report.
 constexpr uint32_t kComplete = 0;
 constexpr uint32_t kPartial = 1;

@@ -19,7 +19,7 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t kTypes = 2;
+constexpr uint32_t kTypes = 2;  // platform and software
 constexpr uint32_t kSubscriptions = 2;
 
 // A list request within this time after the last one continues the list, a later one begins a new

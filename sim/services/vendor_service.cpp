@@ -20,7 +20,8 @@
 namespace sim {
 namespace {
 
-// The message's own results, beside 0; the functions have theirs in the payload.
+// The message's own results, beside 0; the functions have theirs in the payload. The numbers are
+// the simulated phone's: no caller distinguishes them.
 constexpr uint32_t kNoSuchFamily = 1;
 constexpr uint32_t kBadLength = 2;
 

@@ -22,7 +22,7 @@ constexpr std::pair<uint8_t, int> kAccessTechnologies[] = {
 // none.
 std::optional<std::string> imei_digits(std::string_view item) {
   constexpr size_t kOctets = 8;
-  constexpr unsigned kImeiOfOddLength = 0xA;
+  constexpr unsigned kImeiOfOddLength = 0xA;  // identity type 2, and the bit for an odd length
   const auto octet = [&](size_t i) { return static_cast<unsigned char>(item[i]); };
   if (item.size() < 1 + kOctets || octet(0) != kOctets || (octet(1) & 0xF) != kImeiOfOddLength) {
     return std::nullopt;

@@ -314,7 +314,7 @@ uint32_t modem_api_get_stats_parameter(int32_t client_id, uint16_t sub, uint16_t
     if (*count < 1 || *count > VS_PARAMETERS_MAX) {
       return TRACED_ERROR(MODEM_API_INVALID_ARG, "para_num(%d) is invalid", *count);
     }
-    static constexpr size_t kHexRoom = 30;
+    static constexpr size_t kHexRoom = 30;  // the longest text of 8 octets fits
     vs_get_parameters_req request{};
     request.sub = sub;
     request.slot = slot;

@@ -162,6 +162,8 @@ constexpr Field kFields[] = {
     FIELD(S, pusch_ex_tx_power, "pusch_ex_tx_power")};
 }  // namespace lte_pusch_power_info
 
+// How many protocol stacks there are, one octet, then the technology of the first; the rest of the
+// record is not read.
 constexpr uint32_t kSysModeRecord = 0x2C;
 
 // The first stack's technology, for the subscription; -1 when the record has none.

@@ -14,7 +14,7 @@ namespace {
 constexpr int32_t kNoClient = -1;
 constexpr uint32_t kFetched = 0;
 constexpr uint32_t kNotFetched = 1;
-constexpr uint32_t kStatisticsFeature = 2;
+constexpr uint32_t kStatisticsFeature = 2;  // the feature's number in VS_FEATURE_STATUS
 
 int32_t g_vireo_client_id = kNoClient;
 uint32_t g_requests = 0;

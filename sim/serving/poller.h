@@ -28,13 +28,16 @@ class Poller {
 
   Poller();
 
-  // `descriptor` and `polled` must outlast remove(). 0 when the kernel has no room for it.
+  // `descriptor` and `polled` must outlast remove(); neither is owned. 0 when the kernel refuses
+  // the descriptor, as without memory.
   [[nodiscard]] Id add(int descriptor, uint32_t events, Polled& polled);
+  // Replaces the events that are waited for. An id that is gone is ignored.
   void change(Id id, uint32_t events);
   // From then on `polled` is not called. An id that is gone is ignored.
   void remove(Id id);
 
-  // Waits until something is ready or the deadline has passed.
+  // Waits until something is ready or the deadline has passed; with kNever there is none. May
+  // return early, with nothing ready, after a signal.
   void wait(platform::Time deadline);
   // Handles what was ready then, each descriptor once.
   void handle();

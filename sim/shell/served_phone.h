@@ -1,6 +1,7 @@
 // The modem of a phone and its AT channel, served while a shell runs.
 //
-// Threads: start, run and stop are called once each, in this order, on one thread.
+// Threads: start, run and stop are called once each, in this order, on one thread. The modem and
+// the AT channel are then used by a thread of their own each.
 #pragma once
 
 #include <memory>

@@ -11,6 +11,7 @@
 #include "host/host.h"
 #include "platform/kelvor_utils.h"
 #include "qcci/link/local_socket.h"
+#include "qcci/link/no_link.h"
 #include "qcci/link/qrtr.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
@@ -19,29 +20,13 @@
 namespace host {
 namespace {
 
-// The link of a process that has no modem.
-class NoLink final : public qcci::Link {
- public:
-  bool open(qcci::Endpoint*) override { return false; }
-  bool never_opens() const override { return true; }
-  void close(qcci::EndpointId) override {}
-  qcci::Sent send(qcci::EndpointId, qcci::Address, std::span<const uint8_t>) override {
-    return qcci::Sent::kCut;
-  }
-  qcci::Received receive(qcci::Datagram*, platform::Time deadline) override {
-    platform::clock().sleep_until(deadline);
-    return qcci::Received::kNothing;
-  }
-  void wake() override {}
-};
-
 void say_no_modem(const std::string& why) {
   std::fprintf(stderr, "vex: no modem: %s\n", why.c_str());
 }
 
 std::unique_ptr<qcci::Link> no_link(const std::string& why) {
   say_no_modem(why);
-  return std::make_unique<NoLink>();
+  return std::make_unique<qcci::NoLink>();
 }
 
 // Set once, before the exit handler that reads it is installed. Never destroyed.
@@ -57,7 +42,7 @@ void report_unused_fault_rules() {
 }
 
 std::unique_ptr<qcci::Link> embedded() {
-  if (!prepare_phone()) return std::make_unique<NoLink>();
+  if (!prepare_phone()) return std::make_unique<qcci::NoLink>();
   std::string why;
   std::shared_ptr<sim::Modem> modem = sim::make_modem(phone(), &why);
   if (modem == nullptr) return no_link(why);

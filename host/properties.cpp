@@ -1,14 +1,12 @@
 // Android's properties, in the phone's file `properties`: lines of name=value.
 
-#include "platform/properties.h"
-
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <string_view>
 
 #include "host/host.h"
+#include "platform/posix/property_store.h"
 
 namespace {
 
@@ -32,54 +30,32 @@ void for_each_line(std::string_view text, Each each) {
   }
 }
 
-std::string find(std::string_view name) {
+}  // namespace
+
+std::string platform::load_property(const std::string& name) {
   std::string text;
   std::string found;
   (void)host::phone().all().read(kFile, &text);  // a failure has been reported: no properties
   for_each_line(text, [&](std::string_view line) {
     std::string_view value;
-    if (value_in(line, name, &value)) found = value.substr(0, PROPERTY_VALUE_MAX - 1);
+    if (value_in(line, name, &value)) found = value;
   });
   return found;
 }
 
-}  // namespace
-
-extern "C" {
-
-int __system_property_get(const char* name, char* value) {
-  const std::string found = name != nullptr ? find(name) : "";
-  std::memcpy(value, found.c_str(), found.size() + 1);
-  return static_cast<int>(found.size());
-}
-
-int property_get(const char* key, char* value, const char* default_value) {
-  const int length = __system_property_get(key, value);
-  if (length > 0 || default_value == nullptr) return length;
-  const size_t n = strnlen(default_value, PROPERTY_VALUE_MAX - 1);
-  std::memcpy(value, default_value, n);
-  value[n] = '\0';
-  return static_cast<int>(n);
-}
-
-int property_set(const char* key, const char* value) {
-  if (key == nullptr || *key == '\0' || std::strpbrk(key, "=\n") != nullptr) return -1;
-  const std::string_view wanted = value != nullptr ? value : "";
-  if (wanted.size() >= PROPERTY_VALUE_MAX || wanted.find('\n') != std::string_view::npos) return -1;
+bool platform::store_property(const std::string& name, const std::string& value) {
   const sim::Phone& phone = host::phone();
-  if (!host::prepare_phone()) return -1;
+  if (!host::prepare_phone()) return false;
   const sim::FileLock lock = phone.lock();
-  if (!lock.held()) return -1;
+  if (!lock.held()) return false;
   std::string text;
   // A file that cannot be read must not be overwritten.
-  if (const int error = phone.all().read(kFile, &text); error != 0 && error != ENOENT) return -1;
+  if (const int error = phone.all().read(kFile, &text); error != 0 && error != ENOENT) return false;
   std::string changed;
   for_each_line(text, [&](std::string_view line) {
     std::string_view old;
-    if (!value_in(line, key, &old)) changed.append(line).append("\n");
+    if (!value_in(line, name, &old)) changed.append(line).append("\n");
   });
-  changed.append(key).append("=").append(wanted).append("\n");
-  return phone.all().write(kFile, changed) == 0 ? 0 : -1;
+  changed.append(name).append("=").append(value).append("\n");
+  return phone.all().write(kFile, changed) == 0;
 }
-
-}  // extern "C"

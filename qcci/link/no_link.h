@@ -1,0 +1,26 @@
+// The link of a process that has no modem and will have none: it never opens.
+#ifndef QCCI_LINK_NO_LINK_H_
+#define QCCI_LINK_NO_LINK_H_
+
+#include "qcci/link/link.h"
+
+namespace qcci {
+
+class NoLink final : public Link {
+ public:
+  bool open(Endpoint* /*endpoint*/) override { return false; }
+  bool never_opens() const override { return true; }
+  void close(EndpointId /*endpoint*/) override {}
+  Sent send(EndpointId /*endpoint*/, Address /*to*/, std::span<const uint8_t> /*octets*/) override {
+    return Sent::kCut;
+  }
+  Received receive(Datagram* /*datagram*/, platform::Time deadline) override {
+    platform::clock().sleep_until(deadline);
+    return Received::kNothing;
+  }
+  void wake() override {}
+};
+
+}  // namespace qcci
+
+#endif  // QCCI_LINK_NO_LINK_H_

@@ -44,10 +44,11 @@ void report_missing() {
   const base::Lock lock(looked.mutex);
   for (const auto& [id, found] : looked.services) {
     if (found) continue;
-    report("the modem has no " + name_of(id) +
-           (id == KELVOR_VENDOR_SERVICE_ID
-                ? ", which only its maker's phones have; commands 5 5, 5 10, 10 and 12 do not need it"
-                : "; if it is restarting, try again"));
+    report(
+        "the modem has no " + name_of(id) +
+        (id == KELVOR_VENDOR_SERVICE_ID
+             ? ", which only its maker's phones have; commands 5 5, 5 10, 10 and 12 do not need it"
+             : "; if it is restarting, try again"));
   }
 }
 
@@ -58,8 +59,7 @@ class WatchedLink final : public qcci::Link {
   bool open(qcci::Endpoint* endpoint) override { return link_->open(endpoint); }
   bool never_opens() const override { return link_->never_opens(); }
   void close(qcci::EndpointId endpoint) override { link_->close(endpoint); }
-  qcci::Sent send(qcci::EndpointId endpoint, Address to,
-                  std::span<const uint8_t> octets) override {
+  qcci::Sent send(qcci::EndpointId endpoint, Address to, std::span<const uint8_t> octets) override {
     note(to, octets);
     return link_->send(endpoint, to, octets);
   }

@@ -19,7 +19,7 @@ constexpr const char* kShells[] = {"/system/bin/sh", "/bin/sh"};  // Linux witho
 class Signals {
  public:
   Signals() {
-    struct sigaction ignore{};
+    struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
     for (size_t i = 0; i < 2; ++i) ::sigaction(kNumbers[i], &ignore, &old_[i]);
     sigset_t child;
@@ -49,7 +49,7 @@ class Signals {
 
  private:
   static constexpr int kNumbers[2] = {SIGINT, SIGQUIT};
-  struct sigaction old_[2] {};
+  struct sigaction old_[2]{};
   sigset_t old_mask_{};
 };
 

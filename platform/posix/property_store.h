@@ -1,5 +1,5 @@
-// Where an implementation of the contract keeps properties: what platform/posix/properties.cpp needs
-// of it. Threads and processes as platform/properties.h promises.
+// Where an implementation of the contract keeps properties: what platform/posix/properties.cpp
+// needs of it. Threads and processes as platform/properties.h promises.
 #ifndef PLATFORM_POSIX_PROPERTY_STORE_H_
 #define PLATFORM_POSIX_PROPERTY_STORE_H_
 

@@ -1,7 +1,7 @@
 // Stands before the phone's vex on the machine that stands for a phone.
 //
-//   vex WORDS              /data/local/tmp/vex, with a modem of its own that ends with it, as on a desk
-//   refuse ERROR COMMAND   the command, for which opening a QRTR socket fails with this number
+//   vex WORDS              /data/local/tmp/vex, with a modem of its own that ends with it, as on a
+//   desk refuse ERROR COMMAND   the command, for which opening a QRTR socket fails with this number
 //
 // The modem is that of $VEX_PHONE; BUS=1 and SHOW_TIME=1 show what transcripts show.
 
@@ -61,7 +61,8 @@ void serve_at_channel(int stop) {
 [[noreturn]] void serve(int ready) {
   desk::be_urgent();
   std::string why;
-  const std::unique_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(std::getenv("VEX_PHONE")), &why);
+  const std::unique_ptr<sim::Modem> modem =
+      sim::make_modem(sim::Phone(std::getenv("VEX_PHONE")), &why);
   if (modem == nullptr) std::exit(1);
   if (std::getenv("BUS") != nullptr) {
     modem->set_tap([](const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
@@ -130,7 +131,8 @@ int run_tool(char** argv) {
   for (std::string line; std::getline(lines, line);) {
     if (!line.starts_with("vex: the modem has no ")) std::fprintf(stderr, "%s\n", line.c_str());
   }
-  if (took > desk::kBlurMs && std::getenv("SHOW_TIME") != nullptr) std::printf("[after %ld ms]\n", took);
+  if (took > desk::kBlurMs && std::getenv("SHOW_TIME") != nullptr)
+    std::printf("[after %ld ms]\n", took);
   std::fflush(stdout);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

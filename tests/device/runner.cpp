@@ -3,8 +3,8 @@
 //
 //   usage: device_runner FILE...
 //
-// Time is the machine's own, which passes over every wait at once: "[after N ms]" is how long nothing
-// ran, about. logd's socket is here too: what it gets is the phone's system.log.
+// Time is the machine's own, which passes over every wait at once: "[after N ms]" is how long
+// nothing ran, about. logd's socket is here too: what it gets is the phone's system.log.
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -46,8 +46,8 @@ class Log {
   }
 
  private:
-  // As `logcat` reads it: a head of 11 octets, the priority, then the tag and the message, each with
-  // its zero.
+  // As `logcat` reads it: a head of 11 octets, the priority, then the tag and the message, each
+  // with its zero.
   void take(const std::string& root) const {
     char octets[8192];
     alignas(cmsghdr) char control[256];
@@ -73,7 +73,10 @@ class Log {
     std::strftime(time, sizeof time, "%Y-%m-%d %H:%M:%S", std::localtime(&at));
     char head[128];
     std::snprintf(head, sizeof head, "%s.%03u %5d %c ", time, nanoseconds / 1000000, sender.pid,
-                  !good ? '?' : octets[11] == 3 ? 'D' : octets[11] == 6 ? 'E' : '?');
+                  !good             ? '?'
+                  : octets[11] == 3 ? 'D'
+                  : octets[11] == 6 ? 'E'
+                                    : '?');
     const std::string text = std::regex_replace(octets + 16, std::regex("\n"), "\\n");
     std::ofstream(root + "/log/system.log", std::ios::app) << head << text << "\n";
   }

@@ -83,7 +83,9 @@ std::string run(const transcripts::Step& step, const std::string& root) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  ::setenv("PATH", (std::string(VEX_PROGRAMS) + ":" + std::getenv("PATH")).c_str(), 1);
+  const std::string before =
+      std::string(VEX_PROGRAMS) + ":" + VEX_SOURCES "/tests/transcripts/bin:";
+  ::setenv("PATH", (before + std::getenv("PATH") + ":" + VEX_SOURCES "/tools").c_str(), 1);
   ::setenv("VEX_SHELL_LEVELS", "11", 1);
   const bool accept = argc > 1 && std::string(argv[1]) == "--accept";
   const std::span<char* const> words(argv, static_cast<size_t>(argc));

@@ -111,14 +111,15 @@ long idle_ms() {
   return static_cast<long>(idle * 1000);
 }
 
-int run_tool(char** argv) {
+// The program at `path`, or on the PATH.
+int run_with_modem(const char* path, char** argv) {
   const pid_t modem = start_modem();
   const long begun = idle_ms();
   const int errors = ::memfd_create("errors", MFD_CLOEXEC);
   const pid_t tool = ::fork();
   if (tool == 0) {
     ::dup2(errors, STDERR_FILENO);
-    ::execv(kTool, argv);
+    ::execvp(path, argv);
     ::_exit(127);
   }
   int status = 0;
@@ -161,6 +162,8 @@ int refuse(char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (std::string(program_invocation_short_name) == "vex") return run_tool(argv);
+  const std::string name = program_invocation_short_name;
+  if (name == "vex") return run_with_modem(kTool, argv);
+  if (name == "with-modem" && argc > 1) return run_with_modem(argv[1], argv + 1);
   return argc > 2 ? refuse(argv) : 1;
 }

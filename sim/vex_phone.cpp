@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <sstream>
 
 #include "qcci/idl/codec.h"
@@ -17,6 +18,7 @@
 #include "sim/config/phone_toml.h"
 #include "sim/phone/report.h"
 #include "sim/services/make_modem.h"
+#include "sim/serving/qrtr_node.h"
 #include "sim/serving/qrtr_server.h"
 #include "sim/serving/serve_modem.h"
 #include "sim/serving/server.h"
@@ -83,7 +85,8 @@ void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, s
   std::fflush(stdout);
 }
 
-int serve(const Phone& phone, bool trace, bool qrtr) {
+// `node`: the number of a node of its own on the QRTR bus.
+int serve(const Phone& phone, bool trace, bool qrtr, std::optional<uint32_t> node) {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -100,8 +103,11 @@ int serve(const Phone& phone, bool trace, bool qrtr) {
   if (!server.listen(phone, &why)) return fail(why);
   sim::QrtrServer bus(*modem, poller);
   if (qrtr && !bus.publish(&why)) return fail(why);
+  sim::QrtrNode remote(*modem, poller, node.value_or(0));
+  if (node && !remote.publish(&why)) return fail(why);
   std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
   if (qrtr) std::printf("published on the QRTR bus\n");
+  if (node) std::printf("published on the QRTR bus as node %u\n", *node);
   if (!flush_output(&why)) return fail(why);
   sim::serve_modem(*modem, poller, stop.get());
   for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
@@ -123,8 +129,12 @@ int run(int argc, char** argv) {
   serving->fallthrough();
   serving->add_flag("--trace", trace, "Print every message");
   bool qrtr = false;
-  serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
-  serving->callback([&] { result = serve(Phone(directory), trace, qrtr); });
+  CLI::Option* const on_bus =
+      serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
+  std::optional<uint32_t> node;
+  serving->add_option("--qrtr-node", node, "Be this node of the bus, as a phone's modem is node 0")
+      ->excludes(on_bus);
+  serving->callback([&] { result = serve(Phone(directory), trace, qrtr, node); });
   app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);

@@ -1,6 +1,5 @@
 #include "sim/serving/qrtr_server.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -13,36 +12,6 @@ using qcci::Control;
 using qcci::ControlPacket;
 
 }  // namespace
-
-struct QrtrServer::Watcher final : Port {
-  explicit Watcher(QrtrServer& owner) : server(owner), address(owner.modem_.attach(*this)) {
-    // Service 0: all services, those to come included.
-    server.modem_.send(address, Bus::kControl, ControlPacket{Control::kNewLookup}.octets());
-  }
-  ~Watcher() override { server.modem_.detach(address); }
-  void deliver(Address from, std::span<const uint8_t> octets) override {
-    ControlPacket packet;
-    if (from != Bus::kControl || !ControlPacket::parse(octets, &packet)) return;
-    if (packet.command == Control::kDelServer) server.withdraw(packet.server());
-    if (packet.command == Control::kNewServer && !packet.ends_list()) {
-      server.announce(packet.server(), packet.service, packet.instance);
-    }
-  }
-  QrtrServer& server;
-  const Address address;
-};
-
-struct QrtrServer::Client final : Port {
-  Client(QrtrServer& owner, Address on_bus)
-      : server(owner), kernel(on_bus), address(owner.modem_.attach(*this)) {}
-  ~Client() override { server.modem_.detach(address); }
-  void deliver(Address from, std::span<const uint8_t> octets) override {
-    server.send(from, kernel, octets);
-  }
-  QrtrServer& server;
-  const Address kernel;
-  const Address address;
-};
 
 struct QrtrServer::Service final : Polled {
   Service(QrtrServer& owner, Address on_bus, uint32_t id, uint32_t version)
@@ -69,7 +38,7 @@ struct QrtrServer::Service final : Polled {
   Poller::Id polled = 0;  // 0: not published, since the kernel did not take the announcement
 };
 
-QrtrServer::QrtrServer(Modem& modem, Poller& poller) : modem_(modem), poller_(poller) {}
+QrtrServer::QrtrServer(Modem& modem, Poller& poller) : BusBridge(modem), poller_(poller) {}
 
 QrtrServer::~QrtrServer() = default;
 
@@ -79,7 +48,7 @@ bool QrtrServer::publish(std::string* why) {
     *why = std::string("no QRTR bus in this kernel: ") + std::strerror(errno);
     return false;
   }
-  watcher_ = std::make_unique<Watcher>(*this);
+  watch();
   for (const auto& [at, service] : services_) {
     if (service->polled != 0) continue;
     *why = std::string("the QRTR bus takes no service: ") + std::strerror(errno);
@@ -94,41 +63,28 @@ void QrtrServer::announce(Address at, uint32_t service, uint32_t instance) {
   services_.insert_or_assign(at, std::make_unique<Service>(*this, at, service, instance));
 }
 
-void QrtrServer::withdraw(Address at) {
-  services_.erase(at);
-  withdrawn_ = true;
-}
+void QrtrServer::withdraw(Address at) { services_.erase(at); }
 
 void QrtrServer::take_one(Service& service) {
-  // Not in withdraw, which the modem calls with its mutex held: to detach a client takes it again.
-  if (std::exchange(withdrawn_, false)) {
-    std::erase_if(clients_, [this](const auto& c) { return !services_.contains(c.first.first); });
-  }
   Address from;
   const int got = qcci::qrtr_read(service.socket.get(), &from, &received_);
-  if (got > 0) take(service.at, from, received_);
   if (got < 0) announce(service.at, service.service, service.instance);
+  if (got <= 0) return;
+  if (from.port == qcci::kControlPort) {
+    take_control(service.at, from, received_);
+  } else {
+    take(service.at, from, received_);
+  }
 }
 
-void QrtrServer::take(Address at, Address from, std::span<const uint8_t> octets) {
-  if (from.port != qcci::kControlPort) {
-    modem_.send(address_of(at, from), at, octets);
-    return;
-  }
+void QrtrServer::take_control(Address at, Address from, std::span<const uint8_t> octets) {
   ControlPacket packet;
   if (from.node != own_.node || !ControlPacket::parse(octets, &packet)) return;
-  if (packet.command == Control::kDelClient) clients_.erase({at, packet.client()});
-  if (packet.command == Control::kBye) {
-    std::erase_if(clients_, [&](const auto& c) {
-      return c.first.first == at && c.first.second.node == packet.client().node;
-    });
-  }
-}
-
-Address QrtrServer::address_of(Address at, Address from) {
-  std::unique_ptr<Client>& client = clients_[{at, from}];
-  if (client == nullptr) client = std::make_unique<Client>(*this, from);
-  return client->address;
+  if (packet.command != Control::kDelClient && packet.command != Control::kBye) return;
+  forget([&](Address service, Address client) {
+    return service == at && (packet.command == Control::kBye ? client.node == packet.client().node
+                                                             : client == packet.client());
+  });
 }
 
 // A datagram that the client has no room for is lost, as one from a real modem is.

@@ -1,12 +1,12 @@
 // What the contract's headers promise, of whichever implementation it is linked with: host/ on a
-// desk, device/ on the machine that stands for a phone. There is a modem with its SAR service, a place for
-// properties, and nothing else.
+// desk, device/ on the machine that stands for a phone. There is a modem with its SAR service, a
+// place for properties, and nothing else.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <csignal>
 #include <atomic>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <mutex>

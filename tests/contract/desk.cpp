@@ -1,8 +1,8 @@
 // The contract on a desk: on a new phone, and with time that passes over every wait.
 
-#include <memory>
-
 #include "support/desk.h"
+
+#include <memory>
 
 namespace {
 

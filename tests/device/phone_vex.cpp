@@ -30,6 +30,7 @@
 #include "sim/phone/phone_config.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/qrtr_server.h"
+#include "sim/serving/serve_modem.h"
 #include "sim/shell/at_terminal.h"
 #include "transcripts/transcript.h"
 
@@ -71,7 +72,8 @@ void serve_at_channel(int stop) {
       std::fflush(stdout);
     });
   }
-  sim::QrtrServer bus(*modem);
+  sim::Poller poller;
+  sim::QrtrServer bus(*modem, poller);
   if (!bus.publish(&why)) {
     std::fprintf(stderr, "%s\n", why.c_str());
     std::exit(1);
@@ -82,8 +84,7 @@ void serve_at_channel(int stop) {
   if (::symlink(terminal().path().c_str(), kAtChannel) != 0 && errno != EEXIST) std::exit(1);
   ::close(ready);
   std::thread(serve_at_channel, never[0]).detach();
-  sim::Listener* const listeners[] = {&bus};
-  sim::serve_modem(*modem, listeners, never[0]);
+  sim::serve_modem(*modem, poller, never[0]);
   std::exit(0);
 }
 

@@ -53,10 +53,13 @@ class ServedPhone {
       const int out = ::open((root() + "/trace").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
       ::dup2(out, STDOUT_FILENO);
       ::dup2(out, STDERR_FILENO);
-      ::execlp("vex-phone", "vex-phone", "serve", "--qrtr", "--trace", nullptr);
+      // On the kernel's own node, or on one of its own.
+      const char* const node = std::getenv("VEX_TEST_NODE");
+      ::execlp("vex-phone", "vex-phone", "serve", "--trace",
+               node == nullptr ? "--qrtr" : "--qrtr-node", node, nullptr);
       ::_exit(127);
     }
-    while (traced("published on the QRTR bus\n") == 0) {
+    while (traced("published on the QRTR bus") == 0) {
       if (::waitpid(process_, nullptr, WNOHANG) != 0) {
         process_ = -1;
         FAIL() << "no phone is served: " << directory_.file("trace");

@@ -1,7 +1,7 @@
 // Bridges the simulated bus to one that other processes are on: what each way to do it shares.
 //
-// A derived class brings the modem's services to the other bus and hands on what comes from there. A
-// sender there gets a port on the simulated bus at its first datagram to a service, until it is
+// A derived class brings the modem's services to the other bus and hands on what comes from there.
+// A sender there gets a port on the simulated bus at its first datagram to a service, until it is
 // forgotten.
 //
 // Threads: the poller's, which must also be the only one on which the modem's services come and go
@@ -29,8 +29,8 @@ class BusBridge {
   explicit BusBridge(Modem& modem);
   virtual ~BusBridge();
 
-  // `at`: a service's address on the simulated bus; other addresses are the other bus's. Called with
-  // the modem's mutex held, so none may call the modem.
+  // `at`: a service's address on the simulated bus; other addresses are the other bus's. Called
+  // with the modem's mutex held, so none may call the modem.
   virtual void announce(Address at, uint32_t service, uint32_t instance) = 0;
   virtual void withdraw(Address at) = 0;
   virtual void send(Address at, Address client, std::span<const uint8_t> octets) = 0;

@@ -16,9 +16,9 @@ using qcci::ControlPacket;
 
 constexpr const char kDevice[] = "/dev/qrtr-tun";
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kData = 1;       // a packet's type is this, or its control command
-constexpr uint32_t kResumeTx = 7;   // words: node, port
-constexpr uint32_t kAskAt = 5;      // the kernel's own limits (net/qrtr/af_qrtr.c)
+constexpr uint32_t kData = 1;      // a packet's type is this, or its control command
+constexpr uint32_t kResumeTx = 7;  // words: node, port
+constexpr uint32_t kAskAt = 5;     // the kernel's own limits (net/qrtr/af_qrtr.c)
 constexpr uint32_t kStopAt = 10;
 constexpr size_t kWaitingMax = 64;  // packets for one client that does not read
 
@@ -51,7 +51,8 @@ bool QrtrNode::publish(std::string* why) {
   }
   tun_ = Descriptor(::open(kDevice, O_RDWR | O_CLOEXEC | O_NONBLOCK));
   if (!tun_) {
-    *why = std::string(kDevice) + ": " + std::strerror(errno) + " (the kernel's module is qrtr-tun)";
+    *why =
+        std::string(kDevice) + ": " + std::strerror(errno) + " (the kernel's module is qrtr-tun)";
     return false;
   }
   polled_ = poller_.add(tun_.get(), EPOLLIN, *this);
@@ -86,7 +87,7 @@ void QrtrNode::withdraw(Address at) {
 // A datagram that the client has no room for is lost, as one from a real modem is.
 void QrtrNode::send(Address at, Address client, std::span<const uint8_t> octets) {
   std::vector<uint8_t> packet(sizeof(Head) + (octets.size() + 3) / 4 * 4);
-  const Head head{kVersion, kData,       node_,      at.port, 0, static_cast<uint32_t>(octets.size()),
+  const Head head{kVersion,    kData,      node_, at.port, 0, static_cast<uint32_t>(octets.size()),
                   client.node, client.port};
   std::memcpy(packet.data(), &head, sizeof head);
   std::memcpy(packet.data() + sizeof head, octets.data(), octets.size());
@@ -108,7 +109,7 @@ void QrtrNode::write_counted(Flow& flow, std::vector<uint8_t>& packet) {
 void QrtrNode::write(uint32_t type, uint32_t from_port, Address to,
                      std::span<const uint8_t> octets) {
   uint8_t packet[sizeof(Head) + sizeof(ControlPacket)];
-  const Head head{kVersion, type,    node_, from_port, 0, static_cast<uint32_t>(octets.size()),
+  const Head head{kVersion, type,   node_, from_port, 0, static_cast<uint32_t>(octets.size()),
                   to.node,  to.port};
   std::memcpy(packet, &head, sizeof head);
   std::memcpy(packet + sizeof head, octets.data(), octets.size());

@@ -1,9 +1,9 @@
 // The modem on a node of its own, as in a phone: a remote node of the kernel's QRTR bus.
 //
-// Who opens /dev/qrtr-tun is a node that the kernel is connected to; each write is one packet to the
-// kernel, each read one from it. A packet is a head of eight numbers (version 1), then its octets, padded to
-// four. The node says HELLO, announces its services at its own ports, and says BYE when the last
-// of them goes down, as a modem does that restarts, and when it ends.
+// Who opens /dev/qrtr-tun is a node that the kernel is connected to; each write is one packet to
+// the kernel, each read one from it. A packet is a head of eight numbers (version 1), then its
+// octets, padded to four. The node says HELLO, announces its services at its own ports, and says
+// BYE when the last of them goes down, as a modem does that restarts, and when it ends.
 //
 // Flow control, both ways, is the kernel's: the fifth packet to a port asks for a confirmation
 // (RESUME_TX), which comes when it is read; after ten without one nothing more is sent.

@@ -21,14 +21,13 @@ namespace sim {
 
 class BusBridge {
  public:
+  virtual ~BusBridge();
   BusBridge(const BusBridge&) = delete;
   BusBridge& operator=(const BusBridge&) = delete;
 
  protected:
   // The modem must outlast this.
   explicit BusBridge(Modem& modem);
-  virtual ~BusBridge();
-
   // `at`: a service's address on the simulated bus; other addresses are the other bus's. Called
   // with the modem's mutex held, so none may call the modem.
   virtual void announce(Address at, uint32_t service, uint32_t instance) = 0;

@@ -29,7 +29,7 @@ enum {
 enum {
   KELVOR_DIAG_OK = 0,
   KELVOR_DIAG_BAD_ARGUMENT = -1,  // null, empty or too long, or a time-out below 1
-  KELVOR_DIAG_NO_MODEM = -2,      // no modem, or it went away meanwhile
+  KELVOR_DIAG_NO_MODEM = -2,      // no modem or no way to its diag, or it went away meanwhile
   KELVOR_DIAG_TIMED_OUT = -3,     // no response in time
   KELVOR_DIAG_BAD_ANSWER = -4,    // refused, not this command's, too long for rsp, or no memory
 };

@@ -1,6 +1,5 @@
 // Reports the services that a process looks for on the bus and that never appear there.
-#ifndef DEVICE_MISSING_SERVICES_H_
-#define DEVICE_MISSING_SERVICES_H_
+#pragma once
 
 #include <memory>
 
@@ -13,5 +12,3 @@ namespace device {
 [[nodiscard]] std::unique_ptr<qcci::Link> report_missing_services(std::unique_ptr<qcci::Link> link);
 
 }  // namespace device
-
-#endif  // DEVICE_MISSING_SERVICES_H_

@@ -1,6 +1,5 @@
 // The link to a phone's modem: the kernel's QRTR bus.
-#ifndef DEVICE_MODEM_LINK_H_
-#define DEVICE_MODEM_LINK_H_
+#pragma once
 
 #include <memory>
 
@@ -14,5 +13,3 @@ namespace device {
 [[nodiscard]] std::unique_ptr<qcci::Link> make_link();
 
 }  // namespace device
-
-#endif  // DEVICE_MODEM_LINK_H_

@@ -1,6 +1,5 @@
 // Runs a program of the phone, without a shell in between.
-#ifndef DEVICE_PROGRAM_H_
-#define DEVICE_PROGRAM_H_
+#pragma once
 
 #include <string>
 #include <vector>
@@ -14,5 +13,3 @@ namespace device {
 [[nodiscard]] int run_program(const std::vector<std::string>& words, std::string* output);
 
 }  // namespace device
-
-#endif  // DEVICE_PROGRAM_H_

@@ -1,6 +1,5 @@
 // What goes wrong on a phone below the contract, in words for the person who runs the tool.
-#ifndef DEVICE_REPORT_H_
-#define DEVICE_REPORT_H_
+#pragma once
 
 #include <string>
 
@@ -11,5 +10,3 @@ namespace device {
 void report(const std::string& line);
 
 }  // namespace device
-
-#endif  // DEVICE_REPORT_H_

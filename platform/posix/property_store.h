@@ -1,7 +1,6 @@
 // Where an implementation of the contract keeps properties: what platform/posix/properties.cpp
 // needs of it. Threads and processes as platform/properties.h promises.
-#ifndef PLATFORM_POSIX_PROPERTY_STORE_H_
-#define PLATFORM_POSIX_PROPERTY_STORE_H_
+#pragma once
 
 #include <string>
 
@@ -13,5 +12,3 @@ std::string load_property(const std::string& name);
 [[nodiscard]] bool store_property(const std::string& name, const std::string& value);
 
 }  // namespace platform
-
-#endif  // PLATFORM_POSIX_PROPERTY_STORE_H_

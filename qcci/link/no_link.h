@@ -1,6 +1,5 @@
 // The link of a process that has no modem and will have none: it never opens.
-#ifndef QCCI_LINK_NO_LINK_H_
-#define QCCI_LINK_NO_LINK_H_
+#pragma once
 
 #include "qcci/link/link.h"
 
@@ -22,5 +21,3 @@ class NoLink final : public Link {
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_LINK_NO_LINK_H_

@@ -6,8 +6,7 @@
 //
 // Threads: the poller's, which must also be the only one on which the modem's services come and go
 // (in serve_modem it is).
-#ifndef SIM_SERVING_BUS_BRIDGE_H_
-#define SIM_SERVING_BUS_BRIDGE_H_
+#pragma once
 
 #include <functional>
 #include <map>
@@ -55,5 +54,3 @@ class BusBridge {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_BUS_BRIDGE_H_

@@ -9,8 +9,7 @@
 // (RESUME_TX), which comes when it is read; after ten without one nothing more is sent.
 //
 // Threads: BusBridge's.
-#ifndef SIM_SERVING_QRTR_NODE_H_
-#define SIM_SERVING_QRTR_NODE_H_
+#pragma once
 
 #include <deque>
 #include <map>
@@ -65,5 +64,3 @@ class QrtrNode final : private BusBridge, private Polled {
 };
 
 }  // namespace sim
-
-#endif  // SIM_SERVING_QRTR_NODE_H_

@@ -1,6 +1,5 @@
 // What the programs of the machine that stands for a phone share.
-#ifndef TESTS_DEVICE_URGENT_H_
-#define TESTS_DEVICE_URGENT_H_
+#pragma once
 
 #include <sched.h>
 
@@ -19,5 +18,3 @@ inline void be_urgent() {
 }
 
 }  // namespace desk
-
-#endif  // TESTS_DEVICE_URGENT_H_

@@ -13,8 +13,7 @@
 // Source lines, times, process ids, handles and the phone's path are shown as N, TIME, PID, HANDLE
 // and $VEX_PHONE. Lines of a number each, from one place, are shown as one line, and more than
 // eight times the same octet as "00 * 9".
-#ifndef TESTS_TRANSCRIPTS_TRANSCRIPT_H_
-#define TESTS_TRANSCRIPTS_TRANSCRIPT_H_
+#pragma once
 
 #include <functional>
 #include <span>
@@ -58,5 +57,3 @@ using Run = std::function<std::string(const Step& step, const std::string& root)
 bool run_files(std::span<char* const> files, const Run& run, bool accept = false);
 
 }  // namespace transcripts
-
-#endif  // TESTS_TRANSCRIPTS_TRANSCRIPT_H_

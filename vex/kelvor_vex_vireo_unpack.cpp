@@ -36,10 +36,11 @@ class HexText {
 
 uint64_t ones(int32_t bits) { return ~uint64_t{0} >> (64 - bits); }
 
-// A name with a suffix, in the cursor's own room.
-class SpanName {
+// What a message calls a value: a name with a suffix, in the cursor's own room. It is put together
+// where a message is printed, since nearly all values are read without one.
+class ValueName {
  public:
-  SpanName(const char* name, const char* suffix) {
+  ValueName(const char* name, const char* suffix) {
     std::snprintf(text_, sizeof text_, "%s%s", name, suffix);
   }
   const char* text() const { return text_; }
@@ -113,17 +114,16 @@ bool unpk_low(const char* name, int32_t low, int32_t high, int width, uint64_t* 
   return true;
 }
 
-}  // namespace
-
-bool unpk_i(const char* name, int size, uint64_t* value) {
+bool read_octets(const char* name, const char* suffix, int size, uint64_t* value) {
   if (g_unpk_data_ptr == nullptr) {
-    std::printf("DATA_UNPK, g_unpk_data_ptr is NULL, name: %s, id(0x%x)\n", name, g_unpk.id);
+    std::printf("DATA_UNPK, g_unpk_data_ptr is NULL, name: %s, id(0x%x)\n",
+                ValueName(name, suffix).text(), g_unpk.id);
     return false;
   }
   const int32_t at = g_unpk_data_base + g_unpk_data_cnt;
   if (at >= kDataBound) {
     std::printf("DATA_UNPK, (base + cnt)(%d) is can not >= %d for %s, id(0x%x)\n", at, kDataBound,
-                name, g_unpk.id);
+                ValueName(name, suffix).text(), g_unpk.id);
     return false;
   }
   *value = 0;
@@ -133,13 +133,11 @@ bool unpk_i(const char* name, int size, uint64_t* value) {
     std::printf(
         "    UNPK_I, name: %s, val: %lu(%s), val_size: %d, unpk_cnt: %d, data_base: %d, "
         "base_bit: %d\n",
-        name, *value, HexText(*value).text(), size, g_unpk_data_cnt, g_unpk_data_base,
-        g_unpk_data_base_bit);
+        ValueName(name, suffix).text(), *value, HexText(*value).text(), size, g_unpk_data_cnt,
+        g_unpk_data_base, g_unpk_data_base_bit);
   }
   return true;
 }
-
-namespace {
 
 void print_position(const char* operation, int32_t bit) {
   if (g_unpk.print == 0) return;
@@ -155,6 +153,10 @@ int32_t first_bit(int32_t bit_start) {
 }
 
 }  // namespace
+
+bool unpk_i(const char* name, int size, uint64_t* value) {
+  return read_octets(name, "", size, value);
+}
 
 void base_with_bit(int32_t bit) {
   g_unpk_data_base_bit += bit;
@@ -198,8 +200,7 @@ bool unpk_at(const char* name, int32_t bit_start, int32_t bit_num, int width, ui
   const int32_t high = low + bit_num - 1;
   uint64_t tmp1 = 0;
   uint64_t tmp2 = 0;
-  if (!unpk_i(SpanName(name, "_tmp1").text(), 8, &tmp1) ||
-      !unpk_i(SpanName(name, "_tmp2").text(), 8, &tmp2) ||
+  if (!read_octets(name, "_tmp1", 8, &tmp1) || !read_octets(name, "_tmp2", 8, &tmp2) ||
       !unpk_mid(name, tmp1, tmp2, low, high, width, value)) {
     return false;
   }

@@ -1,5 +1,6 @@
 #include "common/trace.h"
 
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -16,23 +17,83 @@ const char* base_name(const char* file) {
   return slash != nullptr ? slash + 1 : file;
 }
 
-void to_log(TraceLevel level, const char* file, int line, const char* function,
-            const char* message) {
-  const auto write = level == kTraceError ? kelvor_utils_syslog_err : kelvor_utils_syslog_dbg;
-  if (kelvor_get_qcril_process_instance_id() != KELVOR_NO_PROCESS_INSTANCE) {
-    write("SUB[%d][%s:%d] %s: %s", kelvor_get_qcril_process_instance_id(), file, line, function,
-          message);
-  } else {
-    write("[%s][%s:%d] %s: %s", kelvor_get_current_pid_name(), file, line, function, message);
+// One message with what both sinks have before it: "RIL[source:line] function: message". The log
+// has a prefix of its own for "RIL", and usage lines have none on the shell.
+class Line {
+ public:
+  Line(const char* file, int line, const char* function) {
+    append("RIL[");
+    append(file);
+    append(":");
+    char digits[16];
+    *std::to_chars(digits, digits + sizeof digits - 1, line).ptr = '\0';
+    append(digits);
+    append("] ");
+    append(function);
+    append(": ");
+    prefix_ = size_;
   }
-}
+  ~Line() {
+    if (text_ != room_) std::free(text_);
+  }
+  Line(const Line&) = delete;
+  Line& operator=(const Line&) = delete;
 
-void to_shell(TraceLevel level, const char* file, int line, const char* function,
-              const char* message) {
-  if (level == kTraceUsage) {
-    std::printf("%s\n", message);
+  __attribute__((format(printf, 2, 0))) void format(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    // The last octet is for the line end.
+    const size_t left = sizeof room_ - size_ - 1;
+    const int length = std::vsnprintf(room_ + size_, left, format, arguments);
+    if (length < 0) {
+      room_[size_] = '\0';  // a message that cannot be formed is an empty one
+    } else if (static_cast<size_t>(length) >= left) {
+      format_at_length(static_cast<size_t>(length), format, again);
+    }
+    va_end(again);
+    size_ += std::strlen(text_ + size_);
+  }
+
+  // "[source:line] function: message"
+  const char* behind_ril() const { return text_ + 3; }
+  // To standard output, in one call. The line is not to be used after that.
+  void to_shell(bool bare) {
+    text_[size_++] = '\n';
+    const size_t from = bare ? prefix_ : 0;
+    std::fwrite(text_ + from, 1, size_ - from, stdout);
+  }
+
+ private:
+  void append(const char* part) {
+    // No source and no function has such a name; the message has the rest.
+    constexpr size_t kLongestName = 200;
+    const size_t length = strnlen(part, kLongestName);
+    std::memcpy(room_ + size_, part, length);
+    size_ += length;
+  }
+  // Without memory for it, a long message is cut.
+  __attribute__((format(printf, 3, 0))) void format_at_length(size_t length, const char* format,
+                                                              va_list arguments) {
+    auto* const more = static_cast<char*>(std::malloc(size_ + length + 2));
+    if (more == nullptr) return;
+    std::memcpy(more, room_, size_);
+    std::vsnprintf(more + size_, length + 1, format, arguments);
+    text_ = more;
+  }
+
+  char room_[1024];
+  char* text_ = room_;
+  size_t size_ = 0;
+  size_t prefix_ = 0;
+};
+
+void to_log(TraceLevel level, const char* text) {
+  const auto write = level == kTraceError ? kelvor_utils_syslog_err : kelvor_utils_syslog_dbg;
+  const int32_t instance = kelvor_get_qcril_process_instance_id();
+  if (instance != KELVOR_NO_PROCESS_INSTANCE) {
+    write("SUB[%d]%s", instance, text);
   } else {
-    std::printf("RIL[%s:%d] %s: %s\n", file, line, function, message);
+    write("[%s]%s", kelvor_get_current_pid_name(), text);
   }
 }
 
@@ -52,29 +113,13 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
     }
   }
 
-  char room[1024];
-  char* message = room;
+  Line text(base_name(file), line, function);
   va_list arguments;
   va_start(arguments, format);
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(room, sizeof room, format, arguments);
-  if (length < 0) {
-    room[0] = '\0';  // a message that cannot be formed is an empty one
-  } else if (length >= static_cast<int>(sizeof room)) {
-    auto* more = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
-    if (more != nullptr) {
-      message = more;
-      std::vsnprintf(more, static_cast<size_t>(length) + 1, format, again);
-    }
-  }
-  va_end(again);
+  text.format(format, arguments);
   va_end(arguments);
-
-  const char* name = base_name(file);
-  if (log) to_log(level, name, line, function, message);
-  if (shell) to_shell(level, name, line, function, message);
-  if (message != room) std::free(message);
+  if (log) to_log(level, text.behind_ril());
+  if (shell) text.to_shell(level == kTraceUsage);
 }
 
 Operation::Operation(TraceSite site) : site_(site), outer_(t_innermost) { t_innermost = this; }

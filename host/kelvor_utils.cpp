@@ -3,16 +3,18 @@
 #include "platform/kelvor_utils.h"
 
 #include <pthread.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <tuple>
 
 #include "host/host.h"
@@ -38,50 +40,77 @@ pid_t own_pid() {
   return pid;
 }
 
-// Line ends in a message become \n, so that each message is one line of the log.
-void append_escaped(std::string* line, const char* text) {
-  for (; *text != '\0'; ++text) {
-    if (*text == '\n') {
-      line->append("\\n");
+// What stands before a message: time, process and priority.
+class Head {
+ public:
+  explicit Head(char priority) : size_(sim::time_stamp(stamp_)) {
+    char digits[16];
+    const char* const end = std::to_chars(digits, digits + sizeof digits, own_pid()).ptr;
+    const auto length = static_cast<size_t>(end - digits);
+    append(' ', 1);
+    append(' ', length < kPidWidth ? kPidWidth - length : 0);
+    std::memcpy(stamp_ + size_, digits, length);
+    size_ += length;
+    append(' ', 1);
+    append(priority, 1);
+    append(' ', 1);
+  }
+  std::string_view text() const { return {stamp_, size_}; }
+
+ private:
+  static constexpr size_t kPidWidth = 5;
+  void append(char c, size_t count) {
+    std::memset(stamp_ + size_, c, count);
+    size_ += count;
+  }
+
+  char stamp_[sim::kTimeStampRoom];  // a time stamp has less than half of it
+  size_t size_;
+};
+
+// A message that is long, or has line ends, which become \n, so that each message is one line.
+__attribute__((format(printf, 3, 0))) void write_unusual(const sim::LogFile& log,
+                                                         std::string_view head, const char* format,
+                                                         va_list arguments) {
+  char* formatted = nullptr;
+  if (::vasprintf(&formatted, format, arguments) < 0) return;
+  const std::unique_ptr<char, decltype(&std::free)> text(formatted, std::free);
+  std::string line(head);
+  for (const char* at = formatted; *at != '\0'; ++at) {
+    if (*at == '\n') {
+      line.append("\\n");
     } else {
-      line->push_back(*text);
+      line.push_back(*at);
     }
   }
-}
-
-// Cached, since most lines of a run fall into one second.
-const char* text_of_second(time_t second) {
-  static thread_local time_t known = -1;
-  static thread_local char text[64];
-  if (second != known) {
-    tm local{};
-    ::localtime_r(&second, &local);
-    ::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-    known = second;
-  }
-  return text;
+  line.push_back('\n');
+  log.append(line);
 }
 
 // One write per line, so that the lines of several processes do not mix. A line is dropped when
 // there is no memory for it.
 __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* format,
-                                                     va_list arguments) {
-  char* text = nullptr;
-  try {
-    const sim::LogFile& log = log_file();
-    if (!log || ::vasprintf(&text, format, arguments) < 0) return;
-    timeval now{};
-    ::gettimeofday(&now, nullptr);
-    char head[96];
-    std::snprintf(head, sizeof head, "%s.%03d %5d %c ", text_of_second(now.tv_sec),
-                  static_cast<int>(now.tv_usec / 1000), static_cast<int>(own_pid()), priority);
-    std::string line = head;
-    append_escaped(&line, text);
-    line.push_back('\n');
-    log.append(line);
-  } catch (const std::bad_alloc&) {
+                                                     va_list arguments) try {
+  const sim::LogFile& log = log_file();
+  if (!log) return;
+  const Head head(priority);
+  const std::string_view before = head.text();
+  char line[1024];
+  std::memcpy(line, before.data(), before.size());
+  char* const message = line + before.size();
+  const size_t room = sizeof line - before.size();
+  va_list again;
+  va_copy(again, arguments);
+  const int formatted = std::vsnprintf(message, room, format, arguments);
+  const auto length = static_cast<size_t>(formatted);
+  if (formatted >= 0 && length < room && std::memchr(message, '\n', length) == nullptr) {
+    message[length] = '\n';  // in the place of the terminating zero
+    log.append({line, before.size() + length + 1});
+  } else if (formatted >= 0) {
+    write_unusual(log, before, format, again);
   }
-  std::free(text);
+  va_end(again);
+} catch (const std::bad_alloc&) {
 }
 
 }  // namespace

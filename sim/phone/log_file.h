@@ -8,6 +8,11 @@
 
 namespace sim {
 
+// The local time now, as every line of a log begins: "2026-01-31 23:59:59.999". Written without a
+// terminating zero; returns the octets, at most kTimeStampRoom.
+constexpr size_t kTimeStampRoom = 64;
+size_t time_stamp(char (&text)[kTimeStampRoom]);
+
 // A log file, open to be appended to. One that cannot be opened drops its lines; that, and a line
 // that cannot be written, is reported on standard error. Any number of threads and processes may
 // write the same log: each line is one write.

@@ -63,12 +63,14 @@ class WatchedLink final : public qcci::Link {
     note(to, octets);
     return link_->send(endpoint, to, octets);
   }
-  qcci::Received receive(qcci::Datagram* datagram, platform::Time deadline) override {
-    const qcci::Received received = link_->receive(datagram, deadline);
+  void wait(platform::Time deadline, uint64_t wakes) override { link_->wait(deadline, wakes); }
+  qcci::Received take(qcci::Datagram* datagram) override {
+    const qcci::Received received = link_->take(datagram);
     if (received == qcci::Received::kDatagram) note(datagram->from, datagram->octets);
     return received;
   }
   void wake() override { link_->wake(); }
+  uint64_t wakes() const override { return link_->wakes(); }
 
  private:
   static void note(Address other, std::span<const uint8_t> octets) {

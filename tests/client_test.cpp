@@ -107,6 +107,25 @@ TEST_F(HostileBus, OnlyTheServersAnswerToThisVeryRequestIsTaken) {
     EXPECT_EQ(resp.state, 5u) << stray.rule;
     qmi_client_release(client);
   }
+  EXPECT_EQ(clock_.threads(), 1) << "a caller receives by itself";
+}
+
+TEST_F(HostileBus, WhenTheCallerThatReadsGivesUpAnotherReadsOn) {
+  qmi_client_type client = nullptr;
+  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
+  ScriptedLink::Sent last{};
+  link_->on_request = [&](const ScriptedLink::Sent& request) { last = request; };
+  sar_rf_get_state_resp resp;
+  auto reads = std::async(std::launch::async, [&] { return ask_state(client, &resp, 1000); });
+  clock_.await_waiter(1000ms);
+  sar_rf_get_state_resp other;
+  auto waits = std::async(std::launch::async, [&] { return ask_state(client, &other, 3000); });
+  clock_.await_waiter(3000ms);
+  clock_.advance(1000ms);
+  EXPECT_EQ(reads.get(), QMI_CLIENT_TIMED_OUT);
+  link_->say(last.endpoint, kServer, answer(last, 6));
+  EXPECT_EQ(waits.get(), QMI_CLIENT_OK);
+  EXPECT_EQ(other.state, 6u);
 }
 
 TEST_F(HostileBus, ALateAnswerNeverReachesTheNextRequest) {
@@ -172,7 +191,7 @@ TEST_F(HostileBus, ControlPacketsCountOnlyFromTheOwnNodesControlPort) {
   link_->say(1, ScriptedLink::kControl, {5, 0, 0});               // cut
   link_->announce(Control::kNewServer, SAR_SERVICE_ID, kServer);  // twice
   link_->announce(Control::kDelServer, NAS_SERVICE_ID, kServer);  // another service there
-  link_->settle();
+  desk::instances(kSar);
   link_->on_request = [&](const ScriptedLink::Sent& request) {
     link_->say(request.endpoint, kServer, answer(request, 4));
   };
@@ -185,7 +204,7 @@ TEST_F(HostileBus, ControlPacketsCountOnlyFromTheOwnNodesControlPort) {
   EXPECT_EQ(entries, 0u) << "there is no list to enter any";
 
   link_->control(ScriptedLink::kControl, {Control::kBye, 1, 0, 0, 0});
-  link_->settle();
+  desk::instances(kSar);
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_SERVICE_GONE);
 }
 
@@ -217,7 +236,7 @@ TEST_F(HostileBus, WhatCannotBeSentFailsAtOnceAndLeavesNothingBehind) {
   };
   EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_INTERNAL);
   link_->say(lost.endpoint, kServer, answer(lost, 9));  // for a request that is no more
-  link_->settle();
+  desk::instances(kSar);
   link_->outcome = qcci::Sent::kSent;
   link_->on_request = [&](const ScriptedLink::Sent& request) {
     link_->say(request.endpoint, kServer, answer(request, 5));
@@ -286,7 +305,7 @@ TEST_F(HostileBus, AServiceThatComesBackAtItsAddressInAnotherVersionIsAnotherOne
   const auto found = [&](uint32_t service, uint32_t version) {
     link_->instance = version;
     link_->announce(Control::kNewServer, service, kServer);
-    link_->settle();
+    desk::instances(kSar);
     uint32_t services = 0;
     qmi_client_get_service_list(kSar, nullptr, nullptr, &services);
     return services;
@@ -314,14 +333,19 @@ TEST(PollLink, AFloodAtOneEndpointHoldsUpNoOtherAndNobodyWhoWakes) {
   std::vector<qcci::EndpointId> heard;
   for (qcci::Datagram datagram; heard.size() < 6;) {
     if (heard.size() == 4) link.close(a.id);
-    if (link.receive(&datagram, platform::kNever) == qcci::Received::kDatagram) {
-      heard.push_back(datagram.endpoint);
-    }
+    link.wait(platform::kNever, link.wakes());
+    if (link.take(&datagram) == qcci::Received::kDatagram) heard.push_back(datagram.endpoint);
   }
   EXPECT_EQ(heard, (std::vector{a.id, b.id, a.id, b.id, b.id, b.id})) << "the last without a";
-  qcci::Datagram datagram;
-  link.wake();
-  EXPECT_EQ(link.receive(&datagram, platform::kNever), qcci::Received::kNothing);
+  qcci::Endpoint c;
+  ASSERT_TRUE(link.open(&c));
+  link.close(c.id);
+  link.close(b.id);
+  // Nothing is left to read: a wake, before a wait or during it, is what ends it.
+  const uint64_t before = link.wakes();
+  std::thread waker([&] { link.wake(); });
+  link.wait(platform::kNever, before);
+  waker.join();
 }
 
 // ---- the simulated modem

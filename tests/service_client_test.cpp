@@ -7,6 +7,7 @@
 #include <random>
 #include <thread>
 
+#include "platform/clock.h"
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "support/desk.h"
@@ -76,7 +77,7 @@ Statuses reported(ModemApiClientType type) {
 }
 
 void await(ModemApiClientType type, size_t count) {
-  while (reported(type).size() < count) std::this_thread::sleep_for(1ms);
+  while (reported(type).size() < count) platform_sleep_ms(1);
 }
 
 void ignore_event(uint32_t, const void*, uint32_t) {}
@@ -185,7 +186,7 @@ TEST_F(ServiceClients, FiftyRestartsAreSurvivedAndLeakNothing) {
     ASSERT_EQ(bind(nas_0_client_send_msg_sync), 0);
     ASSERT_EQ(bind(nas_1_client_send_msg_sync), 0);
   }
-  while (threads() > before) std::this_thread::sleep_for(1ms);
+  while (threads() > before) platform_sleep_ms(1);
   EXPECT_EQ(threads(), before);
   nas_0_client_release();
   nas_1_client_release();
@@ -348,7 +349,7 @@ TEST_F(ServiceClients, NoCallbackComesAfterTheRelease) {
     restarting.join();
     connecting.join();
   }
-  while (threads() > before) std::this_thread::sleep_for(1ms);
+  while (threads() > before) platform_sleep_ms(1);
 }
 
 }  // namespace

@@ -33,11 +33,6 @@ class Clock {
   // As poll(2), whose result it returns, besides revents: 0 when the deadline has passed, -1 and
   // errno on an error, which is never EINTR.
   virtual int poll_until(pollfd* fds, nfds_t count, Time deadline) = 0;
-
-  // Bracket work that one thread has passed to another: a test's clock does not advance by itself
-  // between them.
-  virtual void hold() {}
-  virtual void release() {}
 };
 
 // The process's clock. set_clock(nullptr) restores the real one. The replacement stays the

@@ -1,11 +1,13 @@
-// The client library's state: the link, the known services, the handles and the library's thread.
+// The client library: the handles, the requests that wait for their response, and the operations.
 //
 // Threads. Every public function may be called from any thread. One mutex guards everything; it is
 // not held while a callback runs, a request is sent or an endpoint is opened. Look-ups are sent
 // with it held, so that their answers come in the order in which they are noted; a link never
-// calls back, so its own locks always come last. The library's thread alone receives: it completes
-// pending requests with the mutex held, and then runs the callbacks that are due, in order, without
-// it. A function that waits, and one that sends, returns QMI_CLIENT_INTERNAL on that thread.
+// calls back, so its own locks always come last. What the link has is taken with it held, by the
+// one thread that reads (readers.h), so that it is handled in its order. A caller that reads for
+// others completes their requests; callbacks it leaves to the library's thread, which is started
+// when there is one that may have to be called while nobody waits. A function that waits, and one
+// that sends, returns QMI_CLIENT_INTERNAL on that thread.
 //
 // Endpoints. Look-ups and the first client share one. On the kernel's bus an endpoint is a socket,
 // and each socket delays the end of its process by a grace period of the kernel's RCU (8 to 12 ms),
@@ -15,27 +17,22 @@
 // Results are those of qmi_client_result; time-outs are milliseconds. Functions throw
 // std::bad_alloc and std::system_error only. The one instance is made at its first use and never
 // destroyed.
-#ifndef QCCI_CLIENT_CORE_H_
-#define QCCI_CLIENT_CORE_H_
+#pragma once
 
-#include <atomic>
-#include <condition_variable>
-#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "base/mutex.h"
 #include "platform/qmi_client.h"
-#include "qcci/client/registry.h"
+#include "qcci/client/bus.h"
+#include "qcci/client/callback_queue.h"
+#include "qcci/client/readers.h"
 #include "qcci/idl/service.h"
 #include "qcci/link/link.h"
 
 namespace qcci {
-
-using Handle = uint64_t;  // 0: none
 
 class Core {
  public:
@@ -75,12 +72,13 @@ class Core {
  private:
   using Lock = base::Lock;
 
-  // A request that waits for its response, on its sender's stack. Guarded by mutex_.
+  // A request that waits for its response, on its sender's stack.
   struct Pending {
     uint16_t message = 0;
-    std::optional<int> result;      // set once, when the wait is over
-    std::vector<uint8_t> response;  // TLVs
-    std::condition_variable done;
+    Readers::Waiter* waiter = nullptr;  // once the request has been sent
+    std::optional<int> result;          // set once, when the wait is over
+    std::vector<uint8_t> response;      // TLVs
+    uint64_t events = 0;                // that came before the response
   };
 
   struct Callbacks {
@@ -104,15 +102,8 @@ class Core {
     Callbacks callbacks;
   };
 
-  // A callback that is due.
-  struct Event {
-    enum Kind { kIndication, kError, kNotify } kind;
-    Handle handle;
-    uint32_t code;                // an indication's message id, or the notify event
-    std::vector<uint8_t> octets;  // an indication's TLVs
-  };
-
-  // Keeps the library on the bus for a scope, within which the mutex is held at both ends.
+  // Keeps the library on the bus, or trying to be there, for a scope, within which the mutex is
+  // held at both ends.
   class BusHold {
    public:
     explicit BusHold(Core& core) REQUIRES(core.mutex_) : core_(core) { ++core.bus_holds_; }
@@ -130,55 +121,55 @@ class Core {
 
   explicit Core(std::unique_ptr<Link> link);
 
-  // core.cpp: the thread, the handles and the requests.
-  void start_thread() REQUIRES(mutex_);
-  void run() EXCLUDES(mutex_);
-  void on_datagram(const Datagram& datagram) REQUIRES(mutex_);
-  void on_message(Handle handle, Client& client, const Datagram& datagram) REQUIRES(mutex_);
-  void lose(Handle handle, Client& client) REQUIRES(mutex_);
-  void run_callbacks() REQUIRES(mutex_);
-  bool on_own_thread() const { return std::this_thread::get_id() == thread_id_.load(); }
+  // core.cpp: the handles and the requests.
   Handle add(std::shared_ptr<Client> client) REQUIRES(mutex_);
   std::shared_ptr<Client> find(Handle handle) REQUIRES(mutex_);
-  uint16_t next_transaction(const Client& client) REQUIRES(mutex_);
-  Sent send_on_link(const Client& client, std::span<const uint8_t> octets) REQUIRES(mutex_);
-  void await_response(Lock& lock, Pending& pending, platform::Time deadline) REQUIRES(mutex_);
-
-  // core_bus.cpp: the bus and the services on it. A function that takes the lock waits with it.
-  bool try_open(Endpoint* endpoint);
-  [[nodiscard]] bool connect_control(Lock& lock) REQUIRES(mutex_);
-  void look_up(uint32_t service) REQUIRES(mutex_);
-  bool look_up_known() REQUIRES(mutex_);
-  void await_answer(Lock& lock, uint32_t service) REQUIRES(mutex_);
-  void on_control(const ControlPacket& packet) REQUIRES(mutex_);
-  void on_closed(EndpointId endpoint) REQUIRES(mutex_);
-  void bus_lost() REQUIRES(mutex_);
-  void leave_if_idle() REQUIRES(mutex_);
-  void apply(const std::vector<ServiceChange>& changes) REQUIRES(mutex_);
-  bool bus_wanted() const REQUIRES(mutex_);
-  platform::Time modem_deadline(uint32_t timeout_ms) const;
+  [[nodiscard]] int open_at(qmi_idl_service_object_type service, Address server,
+                            qmi_client_ind_cb callback, void* data, Handle* handle)
+      REQUIRES(mutex_);
   bool is_there(qmi_idl_service_object_type service, Address server) REQUIRES(mutex_);
   const Instance* find_instance(qmi_idl_service_object_type service, uint32_t instance)
       REQUIRES(mutex_);
+  void exchange(Lock& lock, Handle handle, Client& client, std::span<const uint8_t> octets,
+                platform::Time deadline, Pending& pending) REQUIRES(mutex_);
+  Sent send_on_link(const Client& client, std::span<const uint8_t> octets) REQUIRES(mutex_);
+  uint16_t next_transaction(const Client& client) REQUIRES(mutex_);
+  void complete(Pending& pending, int result) REQUIRES(mutex_);
+  platform::Time modem_deadline(uint32_t timeout_ms) const;
+
+  // core_reading.cpp: what comes from the bus, and the library's thread. A function that takes the
+  // lock waits with it.
+  void start_thread() REQUIRES(mutex_);
+  void run() EXCLUDES(mutex_);
+  void run_callbacks() REQUIRES(mutex_);
+  void post(Event event) REQUIRES(mutex_);
+  void step(Lock& lock, Readers::Waiter& waiter, platform::Time deadline) REQUIRES(mutex_);
+  [[nodiscard]] bool tend(Lock& lock, platform::Time* deadline) REQUIRES(mutex_);
+  bool take_one() REQUIRES(mutex_);
+  void catch_up() REQUIRES(mutex_);
+  [[nodiscard]] bool connect(Lock& lock) REQUIRES(mutex_);
+  void look_up_known() REQUIRES(mutex_);
+  void await_answer(Lock& lock, uint32_t service) REQUIRES(mutex_);
+  bool bus_wanted() const REQUIRES(mutex_);
+  void on_datagram(const Datagram& datagram) REQUIRES(mutex_);
+  void on_message(Handle handle, Client& client, const Datagram& datagram) REQUIRES(mutex_);
+  void on_control(const ControlPacket& packet) REQUIRES(mutex_);
+  void on_closed(EndpointId endpoint) REQUIRES(mutex_);
+  void bus_lost(platform::Duration pause) REQUIRES(mutex_);
+  void lose(Handle handle, Client& client) REQUIRES(mutex_);
+  void apply(const std::vector<ServiceChange>& changes) REQUIRES(mutex_);
+  void leave_if_idle() REQUIRES(mutex_);
 
   const std::unique_ptr<Link> link_;
   base::Mutex mutex_;
-  // Notified when services, the bus, or the callback that runs have changed.
-  std::condition_variable changed_;
-  bool started_ GUARDED_BY(mutex_) = false;
-  std::atomic<std::thread::id> thread_id_;
+  Bus bus_ GUARDED_BY(mutex_);
+  Readers readers_ GUARDED_BY(mutex_);
+  CallbackQueue callbacks_;  // on_own_thread() needs no mutex; everything else does
 
-  // The endpoint of the look-ups, while the library is on a bus.
-  std::optional<Endpoint> control_ GUARDED_BY(mutex_);
-  bool control_shared_ GUARDED_BY(mutex_) = false;  // a client has, or had, the same endpoint
   size_t bus_holds_ GUARDED_BY(mutex_) = 0;
-  // How many buses have been lost: an endpoint opened before a loss is of no use after it.
-  uint64_t bus_ GUARDED_BY(mutex_) = 0;
-  // No attempt to connect before then.
-  platform::Time no_bus_until_ GUARDED_BY(mutex_){};
-  bool connecting_ GUARDED_BY(mutex_) = false;  // one of the threads is
-  size_t waiting_openers_ GUARDED_BY(mutex_) = 0;
-  Registry registry_ GUARDED_BY(mutex_);
+  // When a reader tries again to connect, or to send the look-ups that are missing.
+  platform::Time retry_at_ GUARDED_BY(mutex_){};
+  bool more_ GUARDED_BY(mutex_) = false;  // the link may have more than was taken
 
   Handle last_handle_ GUARDED_BY(mutex_) = 0;
   // One sequence for all clients, begun at a random number: a client may get the port that another
@@ -186,10 +177,6 @@ class Core {
   uint16_t last_transaction_ GUARDED_BY(mutex_);
   std::map<Handle, std::shared_ptr<Client>> clients_ GUARDED_BY(mutex_);
   std::map<EndpointId, Handle> by_endpoint_ GUARDED_BY(mutex_);
-  std::deque<Event> due_ GUARDED_BY(mutex_);
-  Handle running_ GUARDED_BY(mutex_) = 0;  // whose callback runs now
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_CLIENT_CORE_H_

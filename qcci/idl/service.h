@@ -87,6 +87,13 @@ struct qmi_idl_service_object {
                                          int32_t its_tool) const {
     return its_major == major && its_minor == minor && its_tool == tool ? this : nullptr;
   }
+  // Whether it has indications.
+  bool indicates() const {
+    for (const qcci::idl::MessageRow& row : rows) {
+      if (row.indication) return true;
+    }
+    return false;
+  }
 
  private:
   const qcci::idl::MessageRow* row_of(uint32_t message_id) const {

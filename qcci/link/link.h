@@ -4,10 +4,12 @@
 // It knows nothing of services: these are looked up and watched with control packets, which are
 // datagrams to and from the control port of the endpoint's own node.
 //
-// Threads. receive: one thread at a time. Everything else: any thread, also while another receives.
-// No function calls back, so a caller may hold its own locks.
-#ifndef QCCI_LINK_LINK_H_
-#define QCCI_LINK_LINK_H_
+// Receiving is two steps, so that several threads may wait while datagrams are taken in their
+// order: wait() blocks, without its caller's locks; take() does not block, and is called with them.
+//
+// Threads. take: one thread at a time. Everything else: any thread, also while others wait. No
+// function calls back, so a caller may hold its own locks.
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -42,7 +44,7 @@ enum class Sent {
 enum class [[nodiscard]] Received{
     kDatagram,  // one datagram
     kClosed,    // `endpoint` has lost the bus for good, and is closed
-    kNothing,   // the deadline passed, or the receiver was woken
+    kNothing,
 };
 
 class Link {
@@ -59,11 +61,17 @@ class Link {
   [[nodiscard]] virtual Sent send(EndpointId endpoint, Address to,
                                   std::span<const uint8_t> octets) = 0;
 
-  // Waits for a datagram on any endpoint. kDatagram: *datagram is it. kClosed: only its `endpoint`
-  // is set.
-  virtual Received receive(Datagram* datagram, platform::Time deadline) = 0;
-  // Ends the receive that runs, or the next one, with kNothing.
+  // Waits until there may be something to take, the deadline passes, or wakes() is not `wakes` any
+  // more. It may return early; a caller looks at what it waits for again.
+  virtual void wait(platform::Time deadline, uint64_t wakes) = 0;
+  // Takes what a wait has found. kDatagram: *datagram is it. kClosed: only its `endpoint` is set.
+  // After kNothing there is nothing before the next wait.
+  virtual Received take(Datagram* datagram) = 0;
+  // Ends every wait that runs.
   virtual void wake() = 0;
+  // How often wake() has been called. Read before a wait, under the lock that guards what is waited
+  // for, it tells the wait of a wake that comes before it has begun.
+  virtual uint64_t wakes() const = 0;
 };
 
 // The link that the client library uses. Called once, at its first use. Defined by the program, not
@@ -71,5 +79,3 @@ class Link {
 [[nodiscard]] std::unique_ptr<Link> make_process_link();
 
 }  // namespace qcci
-
-#endif  // QCCI_LINK_LINK_H_

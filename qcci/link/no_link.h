@@ -13,11 +13,12 @@ class NoLink final : public Link {
   Sent send(EndpointId /*endpoint*/, Address /*to*/, std::span<const uint8_t> /*octets*/) override {
     return Sent::kCut;
   }
-  Received receive(Datagram* /*datagram*/, platform::Time deadline) override {
+  void wait(platform::Time deadline, uint64_t /*wakes*/) override {
     platform::clock().sleep_until(deadline);
-    return Received::kNothing;
   }
+  Received take(Datagram* /*datagram*/) override { return Received::kNothing; }
   void wake() override {}
+  uint64_t wakes() const override { return 0; }
 };
 
 }  // namespace qcci

@@ -1,18 +1,26 @@
 #include "qcci/link/poll_link.h"
 
 #include <sys/eventfd.h>
+#include <sys/single_threaded.h>
 #include <unistd.h>
 
-#include <utility>
+#include <algorithm>
 
 namespace qcci {
+namespace {
 
-PollLink::PollLink() : wake_fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+// The longest wait that cannot be interrupted though it may have to be: there was no descriptor for
+// it.
+constexpr auto kUninterrupted = std::chrono::milliseconds(100);
+
+}  // namespace
+
+PollLink::PollLink() = default;
 
 PollLink::~PollLink() {
-  for (const auto& [id, fd] : descriptors_) ::close(fd);
+  for (const auto& [id, end] : ends_) ::close(end.fd);
   if (spare_fd_ >= 0) ::close(spare_fd_);
-  ::close(wake_fd_);
+  if (wake_fd_ >= 0) ::close(wake_fd_);
 }
 
 bool PollLink::answers() {
@@ -31,83 +39,100 @@ bool PollLink::open(Endpoint* endpoint) {
   {
     const base::Lock lock(mutex_);
     endpoint->id = ++last_;
-    descriptors_.emplace(endpoint->id, fd);
+    ends_.emplace(endpoint->id, End{fd});
   }
   wake();
   return true;
 }
 
-// A descriptor may be closed while the receiver polls it, and its number reused. The receiver
-// therefore reads with the mutex held, only from descriptors that are still in the table, and
-// without blocking.
+// A descriptor may be closed while a thread polls it, and its number reused. Descriptors are
+// therefore read with the mutex held, only while they are in the table, and without blocking.
 void PollLink::close(EndpointId endpoint) {
   {
     const base::Lock lock(mutex_);
-    const auto found = descriptors_.find(endpoint);
-    if (found == descriptors_.end()) return;
-    ::close(found->second);
-    descriptors_.erase(found);
+    const auto found = ends_.find(endpoint);
+    if (found == ends_.end()) return;
+    ::close(found->second.fd);
+    ends_.erase(found);
   }
   wake();
 }
 
 Sent PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) {
   const base::Lock lock(mutex_);
-  const auto found = descriptors_.find(endpoint);
-  return found != descriptors_.end() ? write(found->second, to, octets) : Sent::kCut;
+  const auto found = ends_.find(endpoint);
+  return found != ends_.end() ? write(found->second.fd, to, octets) : Sent::kCut;
 }
 
-Received PollLink::receive(Datagram* datagram, platform::Time deadline) {
-  polled_.assign(1, {wake_fd_, POLLIN, 0});
-  polled_ids_.assign(1, 0);
-  {
-    const base::Lock lock(mutex_);
-    if (std::exchange(woken_, false)) return Received::kNothing;
-    polling_ = true;
-    auto at = descriptors_.upper_bound(served_);
-    for (size_t i = 0; i < descriptors_.size(); ++i, ++at) {
-      if (at == descriptors_.end()) at = descriptors_.begin();
-      polled_.push_back({at->second, POLLIN, 0});
-      polled_ids_.push_back(at->first);
-    }
-  }
-  const int ready = platform::clock().poll_until(polled_.data(), polled_.size(), deadline);
+bool PollLink::prepare(uint64_t wakes, std::vector<pollfd>* polled, std::vector<EndpointId>* ids) {
   const base::Lock lock(mutex_);
-  polling_ = false;
-  if (ready <= 0) return Received::kNothing;
-  if (polled_[0].revents != 0) {
+  if (wakes != wakes_) return false;
+  for (const auto& [id, end] : ends_) {
+    polled->push_back({end.fd, POLLIN, 0});
+    ids->push_back(id);
+  }
+  // A thread that comes later than this was not there to be waited for.
+  if (wake_fd_ < 0 && __libc_single_threaded == 0) {
+    wake_fd_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  }
+  if (signalled_ && waiting_ == 0) {
     uint64_t ignored = 0;
     [[maybe_unused]] const ssize_t n = ::read(wake_fd_, &ignored, sizeof ignored);
+    signalled_ = false;
   }
-  for (size_t i = 1; i < polled_.size(); ++i) {
-    const auto at = descriptors_.find(polled_ids_[i]);
-    if (polled_[i].revents == 0 || at == descriptors_.end()) continue;
+  if (wake_fd_ >= 0) polled->push_back({wake_fd_, POLLIN, 0});
+  ++waiting_;
+  return true;
+}
+
+void PollLink::wait(platform::Time deadline, uint64_t wakes) {
+  std::vector<pollfd> polled;
+  std::vector<EndpointId> ids;
+  if (!prepare(wakes, &polled, &ids)) return;
+  if (polled.size() == ids.size() && __libc_single_threaded == 0) {
+    deadline = std::min(deadline, platform::clock().now() + kUninterrupted);
+  }
+  const int ready = platform::clock().poll_until(polled.data(), polled.size(), deadline);
+  const base::Lock lock(mutex_);
+  --waiting_;
+  if (ready <= 0) return;
+  for (size_t i = 0; i < ids.size(); ++i) {
+    const auto at = ends_.find(ids[i]);
+    if (polled[i].revents != 0 && at != ends_.end()) at->second.ready = true;
+  }
+}
+
+Received PollLink::take(Datagram* datagram) {
+  const base::Lock lock(mutex_);
+  auto at = ends_.upper_bound(served_);
+  for (size_t left = ends_.size(); left > 0; --left, ++at) {
+    if (at == ends_.end()) at = ends_.begin();
+    if (!at->second.ready) continue;
     datagram->endpoint = at->first;
-    switch (read(at->second, &datagram->from, &datagram->octets)) {
+    switch (read(at->second.fd, &datagram->from, &datagram->octets)) {
       case Read::kNothing:
+        at->second.ready = false;
         continue;
       case Read::kDatagram:
         served_ = at->first;
         return Received::kDatagram;
       case Read::kClosed:
-        ::close(at->second);
-        descriptors_.erase(at);
+        ::close(at->second.fd);
+        ends_.erase(at);
         return Received::kClosed;
     }
   }
   return Received::kNothing;
 }
 
-// The eventfd interrupts a poll; a receiver that is not in one sees woken_ instead, and saves the
-// two system calls.
+// The descriptor stays readable until nobody waits any more: of several that wait, none may empty
+// it before the others have seen it.
 void PollLink::wake() {
-  {
-    const base::Lock lock(mutex_);
-    woken_ = !polling_;
-    if (woken_) return;
-  }
+  const base::Lock lock(mutex_);
+  ++wakes_;
+  if (waiting_ == 0 || wake_fd_ < 0 || signalled_) return;
   const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t n = ::write(wake_fd_, &one, sizeof one);
+  signalled_ = ::write(wake_fd_, &one, sizeof one) == sizeof one;
 }
 
 }  // namespace qcci

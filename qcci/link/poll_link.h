@@ -1,8 +1,9 @@
 // What links over file descriptors share: the table of endpoints, and one poll over all of them.
 //
-// Threads and failures are the Link's. Descriptors belong to this class, which closes them.
-#ifndef QCCI_LINK_POLL_LINK_H_
-#define QCCI_LINK_POLL_LINK_H_
+// Threads and failures are the Link's. Descriptors belong to this class, which closes them. The
+// descriptor that interrupts a wait is made when the process has a second thread: a wait of its
+// only one cannot be interrupted.
+#pragma once
 
 #include <atomic>
 #include <map>
@@ -28,8 +29,10 @@ class PollLink : public Link {
   void close(EndpointId endpoint) final EXCLUDES(mutex_);
   Sent send(EndpointId endpoint, Address to, std::span<const uint8_t> octets) final
       EXCLUDES(mutex_);
-  Received receive(Datagram* datagram, platform::Time deadline) final EXCLUDES(mutex_);
+  void wait(platform::Time deadline, uint64_t wakes) final EXCLUDES(mutex_);
+  Received take(Datagram* datagram) final EXCLUDES(mutex_);
   void wake() final EXCLUDES(mutex_);
+  uint64_t wakes() const final { return wakes_; }
 
  protected:
   enum class Read { kDatagram, kNothing, kClosed };
@@ -43,20 +46,25 @@ class PollLink : public Link {
   virtual Sent write(int fd, Address to, std::span<const uint8_t> octets) = 0;
 
  private:
+  struct End {
+    int fd;
+    bool ready = false;  // a wait has found something to read
+  };
+
+  // What one wait polls; false when it is not to wait. Sets up the interruption, too.
+  bool prepare(uint64_t wakes, std::vector<pollfd>* polled, std::vector<EndpointId>* ids)
+      EXCLUDES(mutex_);
+
   std::atomic<int> spare_fd_{-1};  // taken by one of the threads that open
   Address spare_own_;
   base::Mutex mutex_;
-  bool polling_ GUARDED_BY(mutex_) = false;  // the receiver is in poll, or on its way there
-  bool woken_ GUARDED_BY(mutex_) = false;    // wake() came while it was not
-  std::map<EndpointId, int> descriptors_ GUARDED_BY(mutex_);
+  std::map<EndpointId, End> ends_ GUARDED_BY(mutex_);
   EndpointId last_ GUARDED_BY(mutex_) = 0;
   EndpointId served_ GUARDED_BY(mutex_) = 0;  // the endpoint read last: the next one goes first
-  // The receiver's own: what it polls, and the endpoints that these descriptors are of.
-  std::vector<pollfd> polled_;
-  std::vector<EndpointId> polled_ids_;
-  int wake_fd_;
+  size_t waiting_ GUARDED_BY(mutex_) = 0;
+  int wake_fd_ GUARDED_BY(mutex_) = -1;
+  bool signalled_ GUARDED_BY(mutex_) = false;  // wake_fd_ is readable
+  std::atomic<uint64_t> wakes_{0};             // changed with the mutex held
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_LINK_POLL_LINK_H_

@@ -200,9 +200,13 @@ void Modem::run_due() {
   }
 }
 
+// It goes down at once, since those who wait for the bus do not hear of due work.
 void Modem::restart() {
-  const Lock lock(mutex_);
-  schedule_restart();
+  {
+    const Lock lock(mutex_);
+    schedule_restart();
+  }
+  run_due();
 }
 
 void Modem::schedule_restart() {

@@ -49,8 +49,8 @@ class Modem : private ModemContext {
   [[nodiscard]] platform::Time next_due() EXCLUDES(mutex_);
   void run_due() EXCLUDES(mutex_);
 
-  // Takes every service down and brings it up after the time that phone.toml says. Unsynced files
-  // are dropped at once, the rest happens in run_due.
+  // Takes every service down, at once, and brings it up after the time that phone.toml says, which
+  // run_due does. Unsynced files are dropped.
   void restart() EXCLUDES(mutex_);
   // One service by its id, at once. Taking it down drops its volatile state, as a restart does.
   // Nothing changes for one that is down or up already, or unknown.

@@ -1,5 +1,6 @@
 #include "sim/serving/embedded_link.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -19,9 +20,6 @@ class EmbeddedLink final : public qcci::Link {
 
   ~EmbeddedLink() override {
     for (const auto& [id, end] : ends_) modem_->detach(end->address);
-    for (size_t i = 0; i < queue_.size() + in_flight_ + size_t{woken_}; ++i) {
-      platform::clock().release();
-    }
   }
 
   bool open(qcci::Endpoint* endpoint) override {
@@ -46,9 +44,7 @@ class EmbeddedLink final : public qcci::Link {
     }
     modem_->detach(end->address);
     const base::Lock lock(mutex_);
-    const size_t before = queue_.size();
     std::erase_if(queue_, [&](const Datagram& d) { return d.endpoint == endpoint; });
-    for (size_t i = queue_.size(); i < before; ++i) platform::clock().release();
   }
 
   qcci::Sent send(EndpointId endpoint, qcci::Address to, std::span<const uint8_t> octets) override {
@@ -60,42 +56,38 @@ class EmbeddedLink final : public qcci::Link {
       from = found->second->address;
     }
     modem_->send(from, to, octets);
+    // Who waits already must not wait beyond what the modem is going to do.
     if (modem_->next_due() != platform::kNever) wake();
     return qcci::Sent::kSent;
   }
 
-  Received receive(Datagram* datagram, platform::Time deadline) override {
+  void wait(platform::Time deadline, uint64_t wakes) override {
     base::Lock lock(mutex_);
-    for (;;) {
-      if (!queue_.empty()) {
-        *datagram = std::move(queue_.front());
-        queue_.pop_front();
-        ++in_flight_;
-        return Received::kDatagram;
-      }
-      if (woken_) {
-        woken_ = false;
-        ++in_flight_;
-        return Received::kNothing;
-      }
+    while (queue_.empty() && wakes == wakes_) {
       lock.unlock();
       modem_->run_due();
       const platform::Time due = std::min(deadline, modem_->next_due());
       lock.lock();
-      if (!queue_.empty() || woken_) continue;
-      // What was taken before has been handled, and the modem's due work has run.
-      for (; in_flight_ > 0; --in_flight_) platform::clock().release();
-      if (platform::clock().now() >= deadline) return Received::kNothing;
+      if (!queue_.empty() || wakes != wakes_ || platform::clock().now() >= deadline) return;
       platform::clock().wait_until(arrived_, lock, due);
     }
   }
 
+  Received take(Datagram* datagram) override {
+    const base::Lock lock(mutex_);
+    if (queue_.empty()) return Received::kNothing;
+    *datagram = std::move(queue_.front());
+    queue_.pop_front();
+    return Received::kDatagram;
+  }
+
   void wake() override {
     const base::Lock lock(mutex_);
-    if (!woken_) platform::clock().hold();
-    woken_ = true;
+    ++wakes_;
     arrived_.notify_all();
   }
+
+  uint64_t wakes() const override { return wakes_; }
 
  private:
   struct End final : Port {
@@ -110,7 +102,6 @@ class EmbeddedLink final : public qcci::Link {
 
   void queue(Datagram datagram) {
     const base::Lock lock(mutex_);
-    platform::clock().hold();
     queue_.push_back(std::move(datagram));
     arrived_.notify_all();
   }
@@ -118,11 +109,8 @@ class EmbeddedLink final : public qcci::Link {
   const std::shared_ptr<Modem> modem_;
   base::Mutex mutex_;
   std::condition_variable arrived_;
-  bool woken_ GUARDED_BY(mutex_) = false;
+  std::atomic<uint64_t> wakes_{0};  // changed with the mutex held
   EndpointId last_ GUARDED_BY(mutex_) = 0;
-  // Datagrams and wakes that the receiver took and has not come back from: the clock is held for
-  // each of them, as for each datagram in the queue.
-  size_t in_flight_ GUARDED_BY(mutex_) = 0;
   std::map<EndpointId, std::unique_ptr<End>> ends_ GUARDED_BY(mutex_);
   std::deque<Datagram> queue_ GUARDED_BY(mutex_);
 };

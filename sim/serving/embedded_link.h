@@ -1,7 +1,7 @@
 // The embedded link: the simulated modem runs inside the process.
 //
-// A request is handled on the thread that sends it. The modem's datagrams are queued for the thread
-// that receives, which also runs the modem's due work while it waits.
+// A request is handled on the thread that sends it. The modem's datagrams are queued until they are
+// taken. A thread that waits for one also runs the modem's due work.
 #pragma once
 
 #include <memory>

@@ -31,7 +31,7 @@
 
 #include "crash/calls.h"
 #include "sim/phone/phone.h"
-#include "sweep/quick_clock.h"
+#include "support/test_clock.h"
 #include "vex/commands.h"
 #include "vex/process.h"
 
@@ -128,8 +128,7 @@ void make_phone(const std::string& phone, const Line& line) {
   ::dup2(file, STDOUT_FILENO);
   ::dup2(file, STDERR_FILENO);
   ::close(file);
-  sweep::QuickClock& clock = *new sweep::QuickClock;
-  clock.sleep_until(clock.now() + std::chrono::seconds(1));  // its thread runs
+  desk::TestClock::install().run_by_itself();
   std::istringstream in(std::string("vex ") + words);
   std::vector<std::string> all{std::istream_iterator<std::string>(in), {}};
   std::vector<char*> argv;

@@ -2,6 +2,7 @@
 // delivers whatever the test wants, in any order.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -72,47 +73,35 @@ class ScriptedLink final : public qcci::Link {
   }
   void say(qcci::EndpointId endpoint, qcci::Address from, std::vector<uint8_t> octets) {
     const base::Lock lock(mutex_);
-    platform::clock().hold();
     queue_.push_back({endpoint, from, std::move(octets)});
     arrived_.notify_all();
   }
-  // Waits until everything delivered so far has been received and handled.
-  void settle() {
-    base::Lock lock(mutex_);
-    while (!queue_.empty() || !idle_) handled_.wait(lock);
-  }
 
-  qcci::Received receive(qcci::Datagram* datagram, platform::Time deadline) override {
+  void wait(platform::Time deadline, uint64_t wakes) override {
     base::Lock lock(mutex_);
-    if (in_flight_) platform::clock().release();
-    in_flight_ = false;
-    idle_ = true;
-    handled_.notify_all();
-    while (queue_.empty() && !woken_ && platform::clock().now() < deadline) {
+    while (queue_.empty() && wakes == wakes_ && platform::clock().now() < deadline) {
       platform::clock().wait_until(arrived_, lock, deadline);
     }
-    idle_ = false;
-    woken_ = false;
+  }
+  qcci::Received take(qcci::Datagram* datagram) override {
+    const base::Lock lock(mutex_);
     if (queue_.empty()) return qcci::Received::kNothing;
     *datagram = std::move(queue_.front());
     queue_.pop_front();
-    in_flight_ = true;
     return qcci::Received::kDatagram;
   }
   void wake() override {
     const base::Lock lock(mutex_);
-    woken_ = true;
+    ++wakes_;
     arrived_.notify_all();
   }
+  uint64_t wakes() const override { return wakes_; }
 
  private:
   base::Mutex mutex_;
   std::condition_variable arrived_;
-  std::condition_variable handled_;
   std::deque<qcci::Datagram> queue_ GUARDED_BY(mutex_);
-  bool woken_ GUARDED_BY(mutex_) = false;
-  bool idle_ GUARDED_BY(mutex_) = false;
-  bool in_flight_ GUARDED_BY(mutex_) = false;
+  std::atomic<uint64_t> wakes_{0};
   qcci::EndpointId last_ GUARDED_BY(mutex_) = 0;
   qcci::EndpointId control_ = 0;
 };

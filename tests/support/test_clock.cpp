@@ -1,159 +1,233 @@
 #include "support/test_clock.h"
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <string>
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
 
 namespace desk {
 namespace {
 
-// Real time between two looks of a waiter at the test's time.
-constexpr auto kGlance = std::chrono::milliseconds(1);
-// After so many glances without a change no thread is about to do anything.
-constexpr int kQuietGlances = 10;
-// A waiter that is away for longer is working.
-constexpr auto kLongGlance = std::chrono::milliseconds(5);
-// And one that is away for this long may have ended, and is forgotten.
-constexpr auto kGone = std::chrono::milliseconds(100);
+thread_local int t_inside = 0;
+std::atomic<TestClock*> g_installed{nullptr};
 
-// Whether another thread of this process is running or ready to run. On a busy machine a thread
-// that is about to do something may otherwise look as if it waited.
-bool another_runs() {
-  const pid_t self = ::gettid();
-  std::error_code gone;
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", gone)) {
-    if (task.path().filename() == std::to_string(self)) continue;
-    std::ifstream in(task.path() / "stat");
-    std::string stat{std::istreambuf_iterator<char>(in), {}};
-    // "number (name) state ...", and a name may hold anything.
-    const size_t at = stat.rfind(')');
-    if (at == std::string::npos || at + 2 >= stat.size()) continue;
-    // One that waits for a disk (D) is as busy as one that runs.
-    if (stat[at + 2] == 'R' || stat[at + 2] == 'D') return true;
-  }
-  return false;
+// Interrupts a poll of this thread.
+int own_interrupt() {
+  thread_local const struct Interrupt {
+    Interrupt() : fd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    ~Interrupt() { ::close(fd); }
+    int fd;
+  } interrupt;
+  return interrupt.fd;
 }
 
 }  // namespace
 
-void TestClock::enter(const void* on, platform::Time deadline) {
-  const base::Lock lock(mutex_);
-  const Waiter now{on, deadline, false, {}};
-  const auto [at, is_new] = waiters_.try_emplace(std::this_thread::get_id(), now);
-  if (is_new || at->second.on != on || at->second.deadline != deadline) ++changes_;
-  at->second = now;
-}
-
-void TestClock::leave(Leave how) {
-  const base::Lock lock(mutex_);
-  if (how == Leave::kForGood) {
-    waiters_.erase(std::this_thread::get_id());
-    ++changes_;
-  } else {
-    Waiter& waiter = waiters_.at(std::this_thread::get_id());
-    waiter.away = true;
-    waiter.since = std::chrono::steady_clock::now();
+class TestClock::Own {
+ public:
+  explicit Own(TestClock& clock) : lock_((++t_inside, clock.mutex_)) {}
+  ~Own() {
+    lock_.unlock();
+    --t_inside;
   }
-}
+  Own(const Own&) = delete;
+  Own& operator=(const Own&) = delete;
+  std::unique_lock<std::mutex>& lock() { return lock_; }
+
+ private:
+  std::unique_lock<std::mutex> lock_;
+};
+
+std::atomic<int> TestClock::threads_{1};
+
+bool TestClock::inside() { return t_inside != 0; }
+
+TestClock* TestClock::installed() { return g_installed; }
 
 TestClock& TestClock::install() {
   static TestClock* const clock = [] {
+    if (!knows_calls()) std::abort();
     auto* made = new TestClock;
     platform::set_clock(made);
+    g_installed = made;
+    // A child has one thread, which does not wait.
+    ::pthread_atfork(nullptr, nullptr, [] {
+      threads_ = 1;
+      g_installed.load()->waits_.clear();
+    });
     return made;
   }();
   return *clock;
 }
 
-platform::Time TestClock::now() {
-  const base::Lock lock(mutex_);
-  return now_;
-}
-
 platform::Duration TestClock::passed() { return now() - platform::Time{} - std::chrono::hours(1); }
 
+// ---- what threads wait for
+
+TestClock::Waiting::Waiting(Wait& wait) : wait_(wait) {
+  wait.thread = std::this_thread::get_id();
+  wait.tid = ::gettid();
+  ::sem_init(&wait.woken, 0, 0);
+  TestClock& clock = *installed();
+  const Own own(clock);
+  place_ = clock.waits_.insert(clock.waits_.end(), &wait);
+  clock.go_to(clock.now_);
+  clock.changed_.notify_all();
+  clock.settle();
+}
+
+TestClock::Waiting::~Waiting() {
+  {
+    TestClock& clock = *installed();
+    const Own own(clock);
+    clock.waits_.erase(place_);
+  }
+  ::sem_destroy(&wait_.woken);
+}
+
+const TestClock::Wait* TestClock::wait_of(pid_t tid) const {
+  const auto at =
+      std::find_if(waits_.begin(), waits_.end(), [tid](const Wait* w) { return w->tid == tid; });
+  return at != waits_.end() ? *at : nullptr;
+}
+
+// Whether the thread is about to go on.
+bool TestClock::comes(const Wait& wait) const {
+  if (wait.over) return true;
+  if (wait.fds != nullptr) return ::poll(wait.fds, wait.count, 0) != 0;
+  if (wait.ends != 0) return ended_.contains(wait.ends);
+  if (wait.mutex == nullptr) return false;
+  const pid_t owner = wait.mutex->__data.__owner;
+  const Wait* owners = owner != wait.tid ? wait_of(owner) : nullptr;
+  return owners == nullptr || owners->releases == wait.mutex;
+}
+
+void TestClock::go_to(platform::Time time) {
+  now_ = std::max(now_.load(), time);
+  for (Wait* wait : waits_) {
+    if (wait->over || wait->deadline > now_.load()) continue;
+    wait->over = true;
+    if (wait->interrupt >= 0) {
+      ::eventfd_write(wait->interrupt, 1);
+    } else {
+      ::sem_post(&wait->woken);
+    }
+  }
+}
+
+void TestClock::settle() {
+  if (!by_itself_ || waits_.size() < static_cast<size_t>(threads_)) return;
+  platform::Time next = platform::kNever;
+  for (const Wait* wait : waits_) {
+    if (comes(*wait)) return;
+    next = std::min(next, wait->deadline);
+  }
+  if (next != platform::kNever) go_to(next);
+}
+
+void TestClock::notified(pthread_cond_t* condition) {
+  const Own own(*this);
+  for (Wait* wait : waits_) {
+    if (wait->condition != condition || wait->over) continue;
+    wait->over = true;
+    ::sem_post(&wait->woken);
+  }
+}
+
+// A number of an earlier thread may be used again.
+void TestClock::began() { joined(::pthread_self()); }
+
+void TestClock::ended() {
+  const Own own(*this);
+  --threads_;
+  ended_.insert(::pthread_self());
+  settle();
+}
+
+void TestClock::joined(pthread_t thread) {
+  const Own own(*this);
+  ended_.erase(thread);
+}
+
+// ---- the clock
+
 void TestClock::sleep_until(platform::Time deadline) {
-  enter(this, deadline);
-  while (now() < deadline) std::this_thread::sleep_for(kGlance);
-  leave(Leave::kForGood);
+  Wait wait{.deadline = deadline};
+  const Waiting waiting(wait);
+  while (::sem_wait(&wait.woken) != 0) continue;
 }
 
 bool TestClock::wait_until(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
                            platform::Time deadline) {
-  enter(&condition, deadline);
-  const bool notified = condition.wait_for(lock, kGlance) == std::cv_status::no_timeout;
-  const bool over = now() >= deadline;
-  leave(notified || over ? Leave::kForGood : Leave::kForAGlance);
-  return !over;
+  {
+    Wait wait{.deadline = deadline,
+              .condition = condition.native_handle(),
+              .releases = lock.mutex()->native_handle()};
+    const Waiting waiting(wait);
+    lock.unlock();
+    while (::sem_wait(&wait.woken) != 0) continue;
+  }
+  lock.lock();
+  return now() < deadline;
 }
 
 int TestClock::poll_until(pollfd* fds, nfds_t count, platform::Time deadline) {
-  enter(fds, deadline);
+  std::vector<pollfd> polled(fds, fds + count);
+  polled.push_back({own_interrupt(), POLLIN, 0});
   int ready = 0;
-  do {
-    ready = ::poll(fds, count, static_cast<int>(kGlance.count()));
-  } while (ready == 0 && now() < deadline);
-  leave(Leave::kForGood);
+  {
+    Wait wait{
+        .deadline = deadline, .fds = polled.data(), .count = count, .interrupt = own_interrupt()};
+    const Waiting waiting(wait);
+    do {
+      ++t_inside;
+      ready = ::poll(polled.data(), polled.size(), -1);
+      --t_inside;
+    } while (ready < 0 && errno == EINTR);
+  }
+  if (polled.back().revents != 0) {
+    eventfd_t ignored = 0;
+    ::eventfd_read(own_interrupt(), &ignored);
+    --ready;
+  }
+  std::copy_n(polled.begin(), count, fds);
   return ready;
 }
 
 void TestClock::advance(platform::Duration by) {
-  const base::Lock lock(mutex_);
-  now_ += by;
+  const Own own(*this);
+  go_to(now_.load() + by);
+}
+
+template <class Found>
+void TestClock::await(Found found) {
+  Own own(*this);
+  while (!found()) changed_.wait(own.lock());
 }
 
 void TestClock::await_waiter(platform::Duration from_now, int count) {
-  for (;;) {
-    {
-      const base::Lock lock(mutex_);
-      int waiting = 0;
-      for (const auto& [thread, waiter] : waiters_) waiting += waiter.deadline == now_ + from_now;
-      if (waiting >= count) return;
-    }
-    std::this_thread::sleep_for(kGlance);
-  }
+  await([&] {
+    return std::count_if(waits_.begin(), waits_.end(), [&](const Wait* wait) {
+             return !wait->over && wait->deadline == now_.load() + from_now;
+           }) >= count;
+  });
 }
 
 void TestClock::await_waiter(platform::Duration from_now, std::thread::id thread) {
-  for (;; std::this_thread::sleep_for(kGlance)) {
-    const base::Lock lock(mutex_);
-    const auto at = waiters_.find(thread);
-    if (at == waiters_.end() || at->second.away) continue;  // perhaps for good
-    if (at->second.deadline == now_ + from_now) return;
-  }
+  await([&] {
+    return std::any_of(waits_.begin(), waits_.end(), [&](const Wait* wait) {
+      return wait->thread == thread && !wait->over && wait->deadline == now_.load() + from_now;
+    });
+  });
 }
 
 void TestClock::run_by_itself() {
-  std::thread([this] { run(); }).detach();
-}
-
-void TestClock::run() {
-  uint64_t seen = 0;
-  int quiet = 0;
-  for (;;) {
-    std::this_thread::sleep_for(kGlance);
-    const auto real_now = std::chrono::steady_clock::now();
-    const base::Lock lock(mutex_);
-    platform::Time next = platform::kNever;
-    bool busy = changes_ != seen || holds_ != 0;
-    seen = changes_;
-    std::erase_if(waiters_, [&](const auto& entry) {
-      return entry.second.away && real_now - entry.second.since > kGone;
-    });
-    for (const auto& [thread, waiter] : waiters_) {
-      if (waiter.away && real_now - waiter.since > kLongGlance) {
-        busy = true;
-      } else if (waiter.deadline > now_) {
-        next = std::min(next, waiter.deadline);
-      }
-    }
-    quiet = busy ? 0 : quiet + 1;
-    if (quiet < kQuietGlances || next == platform::kNever || another_runs()) continue;
-    now_ = next;
-    quiet = 0;
-  }
+  const Own own(*this);
+  by_itself_ = true;
+  settle();
 }
 
 }  // namespace desk

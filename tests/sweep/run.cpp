@@ -18,7 +18,6 @@
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/process_link.h"
-#include "sweep/quick_clock.h"
 #include "sweep/sweep.h"
 #include "vex/commands.h"
 
@@ -81,14 +80,21 @@ class CutLink final : public qcci::Link {
     if (last) link_->wake();
     return sent;
   }
-  qcci::Received receive(qcci::Datagram* datagram, platform::Time deadline) override {
-    if (lose_one(datagram)) return qcci::Received::kClosed;
-    const qcci::Received received = link_->receive(datagram, deadline);
-    return lose_one(datagram) ? qcci::Received::kClosed : received;
+  void wait(platform::Time deadline, uint64_t wakes) override {
+    if (!lost()) link_->wait(deadline, wakes);
+  }
+  qcci::Received take(qcci::Datagram* datagram) override {
+    return lose_one(datagram) ? qcci::Received::kClosed : link_->take(datagram);
   }
   void wake() override { link_->wake(); }
+  uint64_t wakes() const override { return link_->wakes(); }
 
  private:
+  // Whether there is an endpoint that has not lost the bus yet.
+  bool lost() {
+    const std::lock_guard lock(mutex_);
+    return cut_ && !open_.empty();
+  }
   bool lose_one(qcci::Datagram* datagram) {
     const std::lock_guard lock(mutex_);
     if (!cut_ || open_.empty()) return false;
@@ -114,7 +120,7 @@ void copy(const fs::path& from, const fs::path& to) {
   fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
 }
 
-// How many are there, but for what the clock reads. What goes beyond the expected may be a
+// How many are there, but for what this itself reads. What goes beyond the expected may be a
 // moment's.
 int settled(const char* folder, int expected) {
   for (int tries = 100;; --tries) {
@@ -171,7 +177,8 @@ void run(const Line& line, const Fault& fault, const Run& clean, const std::stri
   stdout =
       ::fopencookie(nullptr, "w", {.read = {}, .write = write_marked, .seek = {}, .close = {}});
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-  QuickClock& clock = *new QuickClock;
+  desk::TestClock& clock = desk::TestClock::install();
+  clock.run_by_itself();
   Record& record = *new Record;
   record.out.open(folder + "/record");
   std::string why;

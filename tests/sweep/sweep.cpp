@@ -31,8 +31,8 @@ using sweep::Run;
 using Start = std::function<int(size_t number, const std::string& folder)>;
 using Done = std::function<void(size_t number, const Run& run)>;
 
-// Several runs at once: most of their time they wait for each other's threads.
-const size_t kAtOnce = 8 * std::max(2u, std::thread::hardware_concurrency());
+// Several runs at once, since some of them wait for a disk or for each other's threads.
+const size_t kAtOnce = 2 * std::max(2u, std::thread::hardware_concurrency());
 
 void run_all(const fs::path& folder, size_t runs, const Start& start, const Done& done) {
   std::map<pid_t, size_t> running;

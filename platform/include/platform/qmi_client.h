@@ -5,10 +5,14 @@
 // Handles are not reused within a process.
 //
 // Threads. Every function may be called from any thread. Indication, error and notify callbacks
-// run one at a time, in the order of the events, on one thread of the library; a callback must not
-// block on the modem (qmi_client_send_msg_sync on that thread is refused with
-// QMI_CLIENT_INTERNAL). A callback may release its own client. After qmi_client_release has
-// returned on another thread, no callback of that handle is running or will run.
+// run one at a time, in the order of the events, on one thread of the library. It is started with
+// the first callback; a process without one receives while it waits. The indication callback of a
+// service whose description has no indications starts no thread: one that comes all the same is
+// reported when the library receives again. A response is returned after the callbacks of what came
+// before it, as long as its time-out allows. A callback must not block on the modem
+// (qmi_client_send_msg_sync on that thread is refused with QMI_CLIENT_INTERNAL). A callback may
+// release its own client. After qmi_client_release has returned on another thread, no callback of
+// that handle is running or will run.
 //
 // Ownership. Buffers belong to the caller and are not kept beyond the call; callback data is passed
 // through untouched.

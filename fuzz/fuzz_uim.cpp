@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "fed.h"
-#include "platform/idl/uim.h"
 #include "qmi/kelvor_extend_api_uim.h"
 #include "qmi/kelvor_extend_nvefs.h"
 
@@ -50,23 +49,11 @@ void call_one(uint8_t which) {
 
 }  // namespace
 
-// An octet for the outcome, one for the TLVs' length in steps of five, the TLVs.
 int fed::answer(qmi_client_type client, uint32_t message, const void* request, uint32_t length,
                 void* response, uint32_t room) {
-  using namespace qcci::idl;
   if (client == nullptr) std::abort();
-  uint8_t sent[2048];
-  const Message* asks = kUimService.find(QMI_IDL_REQUEST, message);
-  if (asks == nullptr) std::abort();
-  const Encoded encoded = encode(*asks, request, length, sent);
-  if (encoded.error != CodecError::kOk && encoded.error != CodecError::kValueTooLarge) std::abort();
-  const uint8_t outcome = octet();
-  if (outcome > 0xF0 && g_error_cb != nullptr) g_error_cb(client, outcome % 4 - 3, nullptr);
-  if (outcome > 0xE0) return -static_cast<int>(outcome % 3) - 1;
-  return decode(kUimService, QMI_IDL_RESPONSE, message, octets(octet() * 5u), response, room);
+  return respond(client, message, request, length, response, room);
 }
-int fed::indication(uint32_t, std::span<const uint8_t>, void*, uint32_t) { return -1; }
-
 extern "C" {
 
 int32_t kelvor_efs_write(uint32_t, const char*, uint32_t, const uint8_t*, uint32_t) {

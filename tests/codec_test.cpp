@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
 #include "platform/idl/uim.h"
@@ -59,7 +61,8 @@ TEST(Codec, ResponsesDecodeFromLiteralOctets) {
 }
 
 TEST(Codec, EveryMessageSurvivesTheWireWhateverItHolds) {
-  desk::RandomMessage random(20261121);
+  std::mt19937 numbers(20261121);
+  desk::RandomMessage random([&](uint32_t n) { return static_cast<uint32_t>(numbers() % n); });
   for (const Message& message : desk::all_messages()) {
     for (int i = 0; i < 50; ++i) {
       const std::vector<uint8_t> c = random.fill(message);

@@ -1,8 +1,9 @@
 // Every message, and its C structure filled with whatever its rows allow: flags, counts, numbers.
+// The numbers come from a generator, or from a fuzz target's input.
 #pragma once
 
 #include <cstring>
-#include <random>
+#include <functional>
 #include <vector>
 
 #include "qcci/services/services.h"
@@ -24,14 +25,15 @@ inline std::vector<qcci::idl::Message> all_messages() {
 
 class RandomMessage {
  public:
-  explicit RandomMessage(uint32_t seed) : random_(seed) {}
+  // `below`: returns a number less than its argument.
+  explicit RandomMessage(std::function<uint32_t(uint32_t)> below) : below_(std::move(below)) {}
 
   std::vector<uint8_t> fill(const qcci::idl::Message& message) {
     std::vector<uint8_t> c(message.c_size);
     for (uint32_t i = 0; i < message.tlv_count; ++i) {
       const qcci::idl::Tlv& tlv = message.tlvs[i];
       if (tlv.is_optional) {
-        if (below(4) == 0) continue;  // left out: its members stay zero
+        if (below_(4) == 0) continue;  // left out: its members stay zero
         c[tlv.flag_offset] = 1;
       }
       fill(tlv.elements, tlv.count, c.data());
@@ -40,13 +42,12 @@ class RandomMessage {
   }
 
  private:
-  uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
-
   void fill(const qcci::idl::Element* elements, size_t count, uint8_t* c) {
     using qcci::idl::Shape;
     for (const qcci::idl::Element* e = elements; e != elements + count; ++e) {
-      uint32_t items = e->max;
-      if (e->shape != Shape::kValue) items = below(8) == 0 ? e->max : below(e->max + 1);
+      // A fixed array has always all of its items: the last of a long one may be zero.
+      const bool all = e->max == 1 || below_(8) == 7;
+      const uint32_t items = all ? e->max : below_(e->max + 1);
       if (e->shape == Shape::kCounted) std::memcpy(c + e->count_offset, &items, 4);
       for (uint32_t i = 0; i < items; ++i) {
         uint8_t* item = c + e->offset + i * e->stride;
@@ -55,13 +56,13 @@ class RandomMessage {
           continue;
         }
         for (uint32_t b = 0; b < e->wire_width; ++b) {
-          item[b] = static_cast<uint8_t>(e->shape == Shape::kText ? 'a' + below(26) : random_());
+          item[b] = static_cast<uint8_t>(e->shape == Shape::kText ? 'a' + below_(26) : below_(256));
         }
       }
     }
   }
 
-  std::mt19937 random_;
+  const std::function<uint32_t(uint32_t)> below_;
 };
 
 }  // namespace desk

@@ -235,7 +235,8 @@ bool Reader::take_packet(const Block& block, Frame* frame) {
   bool ours = false;
   for (bool head = true; head;) {
     if (pdu.size() < 4) return false;
-    const unsigned tag = pdu[0] << 8 | pdu[1], length = pdu[2] << 8 | pdu[3];
+    const auto tag = static_cast<unsigned>(pdu[0] << 8 | pdu[1]);
+    const auto length = static_cast<size_t>(pdu[2] << 8 | pdu[3]);
     pdu = pdu.subspan(4);
     if (length > pdu.size()) return false;
     const std::string_view value(reinterpret_cast<const char*>(pdu.data()), length);

@@ -14,6 +14,7 @@ namespace {
 // Decodes by the service's rows, as the client library does.
 int decode(qmi_client_type client, qmi_idl_message_type type, uint32_t message,
            std::span<const uint8_t> wire, void* c, uint32_t room) {
+  if (client == nullptr) return QMI_CLIENT_PORT_NOT_OPEN;
   const auto& service = *reinterpret_cast<qmi_idl_service_object_type>(client);
   const Message* row = service.find(type, message);
   if (row != nullptr && qcci::idl::decode(*row, wire, c, room) == CodecError::kOk) return 0;
@@ -73,6 +74,7 @@ int qmi_client_get_service_list(qmi_idl_service_object_type, qmi_service_info*, 
 }
 int qmi_client_init(const qmi_service_info*, qmi_idl_service_object_type service, qmi_client_ind_cb,
                     void*, qmi_client_os_params*, qmi_client_type* client) {
+  if (service == nullptr) return QMI_CLIENT_BAD_ARGUMENT;
   if (fed::octet() % 8 == 7) return QMI_CLIENT_TIMED_OUT;
   *client = fed::handle_of(*service);
   return 0;

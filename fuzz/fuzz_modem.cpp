@@ -41,21 +41,15 @@ Clock g_clock;
 // A client that looks up every service.
 class Client final : public sim::Port {
  public:
-  explicit Client(sim::Modem& modem) : modem_(modem) { attach(); }
+  explicit Client(sim::Modem& modem) : modem_(modem), address_(modem.attach(*this)) {
+    send(sim::Bus::kControl, qcci::ControlPacket{.command = qcci::Control::kNewLookup}.octets());
+  }
   ~Client() override { modem_.detach(address_); }
 
-  void reattach() {
-    modem_.detach(address_);
-    attach();
-  }
   void send(sim::Address to, std::span<const uint8_t> octets) { modem_.send(address_, to, octets); }
   sim::Address server(uint32_t service) { return servers_[service]; }
 
  private:
-  void attach() {
-    address_ = modem_.attach(*this);
-    send(sim::Bus::kControl, qcci::ControlPacket{.command = qcci::Control::kNewLookup}.octets());
-  }
   void deliver(sim::Address from, std::span<const uint8_t> octets) override {
     qcci::ControlPacket packet;
     if (from != sim::Bus::kControl || !qcci::ControlPacket::parse(octets, &packet)) return;
@@ -63,7 +57,7 @@ class Client final : public sim::Port {
   }
 
   sim::Modem& modem_;
-  sim::Address address_;
+  const sim::Address address_;
   std::map<uint32_t, sim::Address> servers_;
 };
 
@@ -146,19 +140,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (int rules = kind >> 6; rules > 0; --rules) config.faults.push_back(any_rule());
   {
     const auto modem = sim::make_modem(phone, config);
-    Client clients[] = {Client(*modem), Client(*modem)};
+    // On the heap, so that the sanitizer sees a delivery to one that is gone.
+    std::unique_ptr<Client> clients[] = {std::make_unique<Client>(*modem),
+                                         std::make_unique<Client>(*modem)};
     while (!fed::g_input.empty()) {
       const uint8_t what = octet();
-      Client& client = clients[what & 1];
+      std::unique_ptr<Client>& client = clients[what & 1];
       if (what < 0xD0) {
-        send_request(client);
+        send_request(*client);
       } else if (what < 0xE0) {
-        send_anything(client);
+        send_anything(*client);
       } else if (what < 0xF8) {
         g_clock.sleep_until(g_clock.now() + std::chrono::milliseconds(100 * octet()));
         modem->run_due();
       } else {
-        client.reattach();
+        client = std::make_unique<Client>(*modem);
       }
     }
   }

@@ -105,6 +105,7 @@ TEST_F(Pdc, OneExpiryWakesEveryKindThatWaitsAndABusyOneIsRefused) {
     EXPECT_EQ(requests(), 1u);
     auto second = std::async([] { return pdc_activate_config(kSoftware, 1); });
     await_waiting(PDC_REQ_ACTIVATE);
+    EXPECT_EQ(pdc_activate_config(kSoftware, 0), -2);
     clock_.advance(2999ms);
     clock_.advance(1ms);
     EXPECT_EQ(first.get(), -1);

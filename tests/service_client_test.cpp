@@ -139,6 +139,8 @@ TEST_F(ServiceClients, ConnectBindsAndRegistersInThatOrder) {
   nas_1_init();
   ASSERT_EQ(nas_1_client_init(ignore_event), 1) << "and again, without what the first one had";
   EXPECT_EQ(reported(kModemApiNas1), (Statuses{1, 3, 0}));
+  nas_1_init();
+  EXPECT_EQ(bind(nas_1_client_send_msg_sync), QMI_CLIENT_PORT_NOT_OPEN) << "released by that";
 }
 
 TEST_F(ServiceClients, AServiceThatNeverComesIsTriedTenTimes) {

@@ -144,8 +144,9 @@ TEST(Eid, IsValidWhenItsDigitsLeaveOneOf97) {
       {"0000000000000000000000000000005a", 2},
   };
   for (const auto& [digits, remainder] : rows) {
-    const std::string output =
-        desk::output_of([&] { EXPECT_EQ(is_eid_valid(digits), remainder == 1) << digits; });
+    const std::string output = desk::output_of([&, &digits = digits, &remainder = remainder] {
+      EXPECT_EQ(is_eid_valid(digits), remainder == 1) << digits;
+    });
     EXPECT_TRUE(said(output, remainder == 1
                                  ? "eid validate pass"
                                  : "eid validate failed, result = " + std::to_string(remainder)))

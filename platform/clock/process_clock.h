@@ -3,8 +3,7 @@
 // In a program it is the real, monotonic clock. A test replaces it before the first wait and moves
 // time itself, so that a three-second time-out costs nothing. Every function may be called from any
 // thread, and none throws.
-#ifndef PLATFORM_CLOCK_PROCESS_CLOCK_H_
-#define PLATFORM_CLOCK_PROCESS_CLOCK_H_
+#pragma once
 
 #include <poll.h>
 
@@ -41,5 +40,3 @@ Clock& clock();
 void set_clock(Clock* replacement);
 
 }  // namespace platform
-
-#endif  // PLATFORM_CLOCK_PROCESS_CLOCK_H_

@@ -1,8 +1,7 @@
 // What is known of the services on the bus: which look-ups have been sent and answered, and the
 // address of each instance. It is updated with control packets and calls nothing; its owner locks
 // it.
-#ifndef QCCI_CLIENT_REGISTRY_H_
-#define QCCI_CLIENT_REGISTRY_H_
+#pragma once
 
 #include <cstdint>
 #include <deque>
@@ -59,5 +58,3 @@ class Registry {
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_CLIENT_REGISTRY_H_

@@ -4,8 +4,7 @@
 // or from that address. The server's first record comes from its control port: HELLO gives the
 // endpoint its own address; BYE means that the server has no room for another client, and closes
 // the connection. Each side accepts only a peer of the same user or of root.
-#ifndef QCCI_LINK_LOCAL_SOCKET_H_
-#define QCCI_LINK_LOCAL_SOCKET_H_
+#pragma once
 
 #include <string>
 
@@ -46,5 +45,3 @@ class LocalSocketLink final : public PollLink {
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_LINK_LOCAL_SOCKET_H_

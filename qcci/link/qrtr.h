@@ -6,8 +6,7 @@
 //
 // A send to another node blocks while ten datagrams to that port are unread there. The kernel
 // ignores MSG_DONTWAIT for this, so a send may take as long as the modem does.
-#ifndef QCCI_LINK_QRTR_H_
-#define QCCI_LINK_QRTR_H_
+#pragma once
 
 #include "qcci/link/poll_link.h"
 
@@ -33,5 +32,3 @@ class QrtrLink final : public PollLink {
 };
 
 }  // namespace qcci
-
-#endif  // QCCI_LINK_QRTR_H_

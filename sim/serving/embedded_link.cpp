@@ -56,6 +56,7 @@ class EmbeddedLink final : public qcci::Link {
       from = found->second->address;
     }
     modem_->send(from, to, octets);
+    modem_->run_due();
     // Who waits already must not wait beyond what the modem is going to do.
     if (modem_->next_due() != platform::kNever) wake();
     return qcci::Sent::kSent;

@@ -1,7 +1,8 @@
 // The embedded link: the simulated modem runs inside the process.
 //
-// A request is handled on the thread that sends it. The modem's datagrams are queued until they are
-// taken. A thread that waits for one also runs the modem's due work.
+// A request is handled on the thread that sends it, with the work that is due at once. The modem's
+// datagrams are queued until they are taken. A thread that waits for one also runs the modem's due
+// work.
 #pragma once
 
 #include <memory>

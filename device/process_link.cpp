@@ -2,5 +2,8 @@
 // qcci::make_process_link itself links that one instead.
 
 #include "device/modem_link.h"
+#include "traffic/link/process_capture.h"
 
-std::unique_ptr<qcci::Link> qcci::make_process_link() { return device::make_link(); }
+std::unique_ptr<qcci::Link> qcci::make_process_link() {
+  return traffic::captured(device::make_link());
+}

@@ -17,6 +17,7 @@
 
 #include "device/report.h"
 #include "platform/kelvor_utils.h"
+#include "traffic/link/process_capture.h"
 
 namespace {
 
@@ -100,6 +101,9 @@ void kelvor_utils_syslog_err(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   write_log(Priority::kError, format, arguments);
+  va_end(arguments);
+  va_start(arguments, format);
+  traffic::note_formatted(format, arguments);
   va_end(arguments);
 }
 

@@ -36,7 +36,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       qcci::idl::CodecError::kOk) {
     return 0;
   }
-  qcci::idl::describe(message, c.data());
   std::vector<uint8_t> wire(message.max_encoded);
   const auto encoded = qcci::idl::encode(message, c.data(), c.size(), wire);
   // A truncating row has lost what it had no room for, and is not encoded again.

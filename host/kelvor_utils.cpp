@@ -19,6 +19,7 @@
 
 #include "host/host.h"
 #include "sim/phone/log_file.h"
+#include "traffic/link/process_capture.h"
 
 namespace {
 
@@ -128,6 +129,9 @@ void kelvor_utils_syslog_err(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   write_log('E', format, arguments);
+  va_end(arguments);
+  va_start(arguments, format);
+  traffic::note_formatted(format, arguments);
   va_end(arguments);
 }
 

@@ -16,6 +16,7 @@
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "sim/serving/server.h"
+#include "traffic/link/process_capture.h"
 
 namespace host {
 namespace {
@@ -46,8 +47,10 @@ std::unique_ptr<qcci::Link> embedded() {
   std::string why;
   std::shared_ptr<sim::Modem> modem = sim::make_modem(phone(), &why);
   if (modem == nullptr) return no_link(why);
-  modem->set_log(
-      [](const std::string& line) { kelvor_utils_syslog_dbg("modem: %s", line.c_str()); });
+  modem->set_log([](const std::string& line) {
+    kelvor_utils_syslog_dbg("modem: %s", line.c_str());
+    traffic::note("modem: " + line);
+  });
   embedded_modem() = modem;
   if (!modem->unused_fault_rules().empty()) std::atexit(report_unused_fault_rules);
   return sim::make_embedded_link(std::move(modem));

@@ -12,7 +12,6 @@
 #include <optional>
 #include <sstream>
 
-#include "qcci/idl/codec.h"
 #include "qcci/idl/service.h"
 #include "show.h"
 #include "sim/config/phone_toml.h"
@@ -23,6 +22,9 @@
 #include "sim/serving/serve_modem.h"
 #include "sim/serving/server.h"
 #include "sim/shell/phone_shell.h"
+#include "traffic/file/capture.h"
+#include "traffic/link/process_capture.h"
+#include "traffic/view/print.h"
 
 namespace {
 
@@ -57,36 +59,26 @@ int init(const Phone& phone) {
   return 0;
 }
 
-// Prints one message in one line, its TLVs as names and values.
-void print_message(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address client,
-                   std::span<const uint8_t> octets) {
-  static constexpr struct {
-    qmi_idl_message_type type;
-    const char* name;
-  } kKinds[] = {{.type = QMI_IDL_REQUEST, .name = "request"},
-                {.type = QMI_IDL_RESPONSE, .name = "response"},
-                {.type = QMI_IDL_INDICATION, .name = "indication"}};
-  const auto& named = kKinds[static_cast<size_t>(kind)];
-  qcci::QmiHeader header;
-  std::string text = "(cut)";
-  if (qcci::QmiHeader::parse(octets, &header)) {
-    const auto* row = service.find(named.type, header.message);
-    std::vector<uint8_t> c(row != nullptr ? row->c_size : 0);
-    const auto error = row == nullptr ? qcci::idl::CodecError::kUnknownMandatory
-                                      : qcci::idl::decode(*row, octets.subspan(qcci::kQmiHeader),
-                                                          c.data(), c.size());
-    text = error == qcci::idl::CodecError::kOk
-               ? qcci::idl::describe(*row, c.data())
-               : std::string("(") + qcci::idl::codec_error_text(error) + ")";
-  }
-  std::printf("%u.%u %s 0x%04x %s %s %u: %s\n", client.node, client.port, service.name,
-              header.message, service.message_name(header.message), named.name, header.transaction,
-              text.c_str());
-  std::fflush(stdout);
+// The modem's side of the bus, as a capture has it.
+traffic::FrameHead head_of(const qmi_idl_service_object& service, sim::FaultKind kind,
+                           sim::Address client, sim::Address server) {
+  traffic::FrameHead head;
+  head.to_client = kind != sim::FaultKind::kRequest;
+  head.service = service.id;
+  head.instance = qcci::instance_field(static_cast<uint32_t>(service.major), 0);
+  head.from = head.to_client ? server : client;
+  head.to = head.to_client ? client : server;
+  return head;
 }
 
-// `node`: the number of a node of its own on the QRTR bus.
-int serve(const Phone& phone, bool trace, bool qrtr, std::optional<uint32_t> node) {
+struct Serving {
+  bool trace = false;
+  std::string capture;  // a file's path, or empty
+  bool qrtr = false;
+  std::optional<uint32_t> node;  // the number of a node of its own on the QRTR bus
+};
+
+int serve(const Phone& phone, const Serving& wanted) {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -96,18 +88,36 @@ int serve(const Phone& phone, bool trace, bool qrtr, std::optional<uint32_t> nod
   std::string why;
   const std::unique_ptr<sim::Modem> modem = sim::make_modem(phone, &why);
   if (modem == nullptr) return fail(why);
-  modem->set_log(sim::report);
-  if (trace) modem->set_tap(print_message);
+  std::unique_ptr<traffic::Capture> capture;
+  if (!wanted.capture.empty()) {
+    capture =
+        traffic::Capture::open(wanted.capture, "vex-phone", traffic::command_line(), sim::report);
+  }
+  traffic::Printer printer({});
+  modem->set_log([&capture](const std::string& line) {
+    sim::report(line);
+    if (capture != nullptr) capture->note(line);
+  });
+  modem->set_tap([&](const qmi_idl_service_object& service, sim::FaultKind kind,
+                     sim::Address client, sim::Address server, std::span<const uint8_t> octets) {
+    traffic::Frame frame{head_of(service, kind, client, server), {}, {}};
+    if (capture != nullptr) capture->write(frame, octets);
+    if (!wanted.trace) return;
+    frame.time_ns = traffic::now_ns();
+    frame.octets.assign(octets.begin(), octets.end());
+    std::fputs(printer.lines(frame).c_str(), stdout);
+    std::fflush(stdout);
+  });
   sim::Poller poller;
   sim::Server server(*modem, poller);
   if (!server.listen(phone, &why)) return fail(why);
   sim::QrtrServer bus(*modem, poller);
-  if (qrtr && !bus.publish(&why)) return fail(why);
-  sim::QrtrNode remote(*modem, poller, node.value_or(0));
-  if (node && !remote.publish(&why)) return fail(why);
+  if (wanted.qrtr && !bus.publish(&why)) return fail(why);
+  sim::QrtrNode remote(*modem, poller, wanted.node.value_or(0));
+  if (wanted.node && !remote.publish(&why)) return fail(why);
   std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
-  if (qrtr) std::printf("published on the QRTR bus\n");
-  if (node) std::printf("published on the QRTR bus as node %u\n", *node);
+  if (wanted.qrtr) std::printf("published on the QRTR bus\n");
+  if (wanted.node) std::printf("published on the QRTR bus as node %u\n", *wanted.node);
   if (!flush_output(&why)) return fail(why);
   sim::serve_modem(*modem, poller, stop.get());
   for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
@@ -124,17 +134,18 @@ int run(int argc, char** argv) {
   app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
       ->fallthrough()
       ->callback([&] { result = init(Phone(directory)); });
-  bool trace = false;
+  Serving wanted;
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
   serving->fallthrough();
-  serving->add_flag("--trace", trace, "Print every message");
-  bool qrtr = false;
+  serving->add_flag("--trace", wanted.trace, "Print every message");
+  serving->add_option("--capture", wanted.capture, "Append every message to a pcapng file");
   CLI::Option* const on_bus =
-      serving->add_flag("--qrtr", qrtr, "Publish its services on the kernel's QRTR bus too");
-  std::optional<uint32_t> node;
-  serving->add_option("--qrtr-node", node, "Be this node of the bus, as a phone's modem is node 0")
+      serving->add_flag("--qrtr", wanted.qrtr, "Publish its services on the kernel's QRTR bus too");
+  serving
+      ->add_option("--qrtr-node", wanted.node,
+                   "Be this node of the bus, as a phone's modem is node 0")
       ->excludes(on_bus);
-  serving->callback([&] { result = serve(Phone(directory), trace, qrtr, node); });
+  serving->callback([&] { result = serve(Phone(directory), wanted); });
   app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);

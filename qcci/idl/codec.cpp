@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "qcci/wire/octets.h"
-
 namespace qcci::idl {
 namespace {
 
@@ -14,11 +12,6 @@ uint64_t load(const uint8_t* from, size_t width) {
   uint64_t v = 0;
   std::memcpy(&v, from, width);
   return v;
-}
-
-int64_t load_signed(const uint8_t* from, size_t width) {
-  const size_t above = 64 - 8 * width;
-  return static_cast<int64_t>(load(from, width) << above) >> above;
 }
 
 void store(uint8_t* to, uint64_t v, size_t width) { std::memcpy(to, &v, width); }
@@ -124,47 +117,6 @@ CodecError decode_elements(const Element* elements, size_t count, Reader& in, ui
   return CodecError::kOk;
 }
 
-void describe_elements(const Element* elements, size_t count, const uint8_t* c, size_t octets,
-                       std::string& out);
-
-void describe_items(const Element& e, const uint8_t* c, size_t octets, std::string& out) {
-  const uint8_t* item = c + e.offset;
-  if (e.shape == Shape::kText) {
-    out.append("\"").append(reinterpret_cast<const char*>(item)).append("\"");
-    return;
-  }
-  size_t items = e.max;
-  if (e.shape == Shape::kCounted) items = load(c + e.count_offset, 4);
-  const bool list = e.shape == Shape::kCounted || e.max > 1;
-  const size_t kept = std::min<size_t>(items, e.max);
-  const size_t shown = e.record_count == 0 && kept > octets ? octets : kept;
-  if (list) out += '[';
-  const bool hex = list && e.record_count == 0 && e.stride == 1;
-  if (hex) out += to_hex({item, shown}, " ");
-  for (size_t i = 0; i < shown && !hex; ++i, item += e.stride) {
-    if (i > 0) out += ' ';
-    if (e.record_count != 0) {
-      out += '{';
-      describe_elements(e.record, e.record_count, item, octets, out);
-      out += '}';
-    } else {
-      out += e.is_signed ? std::to_string(load_signed(item, e.stride))
-                         : std::to_string(load(item, e.stride));
-    }
-  }
-  if (shown < items) out += " ... " + std::to_string(items) + " in all";
-  if (list) out += ']';
-}
-
-void describe_elements(const Element* elements, size_t count, const uint8_t* c, size_t octets,
-                       std::string& out) {
-  for (const Element* e = elements; e != elements + count; ++e) {
-    if (!out.empty() && out.back() != '{') out += ' ';
-    out.append(e->name).append("=");
-    describe_items(*e, c, octets, out);
-  }
-}
-
 }  // namespace
 
 const char* codec_error_text(CodecError error) {
@@ -242,16 +194,6 @@ CodecError decode(const Message& message, std::span<const uint8_t> wire, void* c
     if (!rows[i].is_optional && (seen >> i & 1) == 0) return CodecError::kMissingMandatory;
   }
   return CodecError::kOk;
-}
-
-std::string describe(const Message& message, const void* c, size_t octets) {
-  std::string out;
-  const auto* base = static_cast<const uint8_t*>(c);
-  for (const Tlv& tlv : std::span(message.tlvs, message.tlv_count)) {
-    if (tlv.is_optional && base[tlv.flag_offset] == 0) continue;
-    describe_elements(tlv.elements, tlv.count, base, octets, out);
-  }
-  return out;
 }
 
 }  // namespace qcci::idl

@@ -1,14 +1,13 @@
 // The TLV codec: walks a message's rows over its C structure, in both directions.
 //
-// It knows no service. It keeps no state, so every function may be called from any thread; only
-// describe() allocates. Lengths are in octets; `wire` is the TLVs without the QMI header; `c` is
-// the message's C structure and c_size its size.
+// It knows no service. It keeps no state and allocates nothing, so every function may be called
+// from any thread. Lengths are in octets; `wire` is the TLVs without the QMI header; `c` is the
+// message's C structure and c_size its size.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 
 #include "qcci/idl/element.h"
 
@@ -43,8 +42,5 @@ Encoded encode(const Message& message, const void* c, size_t c_size, std::span<u
 // but initialised. Unknown types from 0x10 up are skipped. A TLV that is longer than its row is an
 // error, not an extension. Only the count of a `truncating` row may exceed its array.
 CodecError decode(const Message& message, std::span<const uint8_t> wire, void* c, size_t c_size);
-
-// One line for a person: "id=2 data_len=512 data=[01 00 …]". Arrays are cut after `octets` items.
-std::string describe(const Message& message, const void* c, size_t octets = 32);
 
 }  // namespace qcci::idl

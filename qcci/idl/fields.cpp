@@ -12,11 +12,18 @@ uint64_t load(const uint8_t* from, size_t width) {
   return value;
 }
 
+int64_t load_signed(const uint8_t* from, size_t width) {
+  const size_t above = 64 - 8 * width;
+  return static_cast<int64_t>(load(from, width) << above) >> above;
+}
+
 void visit_elements(std::span<const Element> elements, uint8_t* c, FieldVisitor& visitor);
 
 void visit_item(const Element& e, const char* name, uint8_t* item, FieldVisitor& visitor) {
   if (e.record_count == 0) {
-    visitor.number(name, load(item, e.stride), e.wire_width);
+    const uint64_t value =
+        e.is_signed ? static_cast<uint64_t>(load_signed(item, e.stride)) : load(item, e.stride);
+    visitor.number(name, value, e.is_signed);
     return;
   }
   visitor.begin_record(name);

@@ -20,8 +20,8 @@ class FieldVisitor {
 
   // Before the values of a TLV, with its type.
   virtual void tlv(uint8_t /*type*/) {}
-  // One number that is not part of an array.
-  virtual void number(const char* name, uint64_t value, size_t width) = 0;
+  // One number that is not part of an array; sign-extended when it is signed.
+  virtual void number(const char* name, uint64_t value, bool is_signed) = 0;
   // An array of octets. They may be replaced.
   virtual void octets(const char* name, std::span<uint8_t> octets, size_t count) = 0;
   // Characters, without what ends them. They may be replaced.

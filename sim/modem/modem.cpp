@@ -66,7 +66,7 @@ void Modem::send(Address client, Address to, std::span<const uint8_t> octets) {
   QmiHeader header;
   if (!id || !QmiHeader::parse(octets, &header) || header.type != QMI_IDL_REQUEST) return;
   Service& service = *find(*id);
-  if (tap_) tap_(service.idl(), FaultKind::kRequest, client, octets);
+  if (tap_) tap_(service.idl(), FaultKind::kRequest, client, to, octets);
   if (faults_.none()) {
     handle(service, to, client, octets);
     return;
@@ -168,7 +168,7 @@ void Modem::emit(const Service& service, Address at, Address client, FaultKind k
 void Modem::deliver(const Service& service, Address at, Address client, FaultKind kind,
                     const std::vector<uint8_t>& octets) {
   if (bus_.service_at(at) != service.idl().id) return;  // gone meanwhile
-  if (tap_) tap_(service.idl(), kind, client, octets);
+  if (tap_) tap_(service.idl(), kind, client, at, octets);
   bus_.deliver(at, client, octets);
   if (kind != FaultKind::kIndication) return;
   for (size_t i = 0; i < held_.size();) {

@@ -28,7 +28,7 @@ class Modem : private ModemContext {
   // Sees every message, from its QMI header on: requests as the client sent them, responses and
   // indications as they go out, after the fault rules.
   using Tap = std::function<void(const qmi_idl_service_object& service, FaultKind kind,
-                                 Address client, std::span<const uint8_t> octets)>;
+                                 Address client, Address server, std::span<const uint8_t> octets)>;
   // Takes one line without a line end.
   using Log = std::function<void(const std::string& line)>;
 

@@ -67,7 +67,7 @@ void serve_at_channel(int stop) {
   if (modem == nullptr) std::exit(1);
   if (std::getenv("BUS") != nullptr) {
     modem->set_tap([](const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
-                      std::span<const uint8_t> octets) {
+                      sim::Address, std::span<const uint8_t> octets) {
       std::fputs(transcripts::bus_line(service, kind, octets).c_str(), stdout);
       std::fflush(stdout);
     });

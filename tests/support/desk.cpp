@@ -84,7 +84,7 @@ Modem& Desk::start_written_modem() {
   EXPECT_TRUE(sim::read_phone(directory_.phone(), &config, &why)) << why;
   const auto modem = std::make_shared<Modem>(directory_.phone(), config, sim::all_services());
   modem->set_tap([record = record_](const qmi_idl_service_object& service, sim::FaultKind kind,
-                                    sim::Address, std::span<const uint8_t> octets) {
+                                    sim::Address, sim::Address, std::span<const uint8_t> octets) {
     const base::Lock lock(record->mutex);
     record->messages.push_back({service.name, kind, {octets.begin(), octets.end()}});
   });

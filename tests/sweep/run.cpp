@@ -154,7 +154,7 @@ struct Record {
   std::map<std::pair<const char*, sim::FaultKind>, uint32_t> counts;
 
   void operator()(const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
-                  std::span<const uint8_t> octets) {
+                  sim::Address, std::span<const uint8_t> octets) {
     const std::lock_guard lock(mutex);
     const uint32_t nth = ++counts[{service.name, kind}];
     if (!out.is_open()) return;

@@ -30,7 +30,7 @@ void show_bus(const std::string& root) {
   std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
   if (modem == nullptr) return;
   modem->set_tap([](const qmi_idl_service_object& service, sim::FaultKind kind, sim::Address,
-                    std::span<const uint8_t> octets) {
+                    sim::Address, std::span<const uint8_t> octets) {
     std::fputs(transcripts::bus_line(service, kind, octets).c_str(), stdout);
   });
   desk::use_link(sim::make_embedded_link(std::move(modem)));

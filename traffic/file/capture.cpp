@@ -6,19 +6,12 @@
 
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 #include "traffic/file/pcapng.h"
 
 namespace traffic {
 namespace {
-
-int64_t now_ns() {
-  timespec now{};
-  ::clock_gettime(CLOCK_REALTIME, &now);
-  return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
-}
 
 // Whether the file is empty or ends with a whole block of a pcapng file; `*why` otherwise.
 [[nodiscard]] bool can_be_continued(int fd, std::string* why) {
@@ -71,17 +64,19 @@ Capture::Capture(int fd, std::string path, Report report)
 
 Capture::~Capture() { ::close(fd_); }
 
-void Capture::write(Frame frame) {
-  if (ended_) return;
-  frame.time_ns = now_ns();
-  (void)append(packet_of(frame));
-}
+void Capture::write(FrameHead head, std::span<const uint8_t> octets) { write(head, octets, {}); }
 
 void Capture::note(const std::string& comment) {
-  Frame frame;
-  frame.kind = Kind::kNote;
-  frame.comments.push_back(comment);
-  write(std::move(frame));
+  FrameHead head;
+  head.kind = Kind::kNote;
+  write(head, {}, {&comment, 1});
+}
+
+void Capture::write(FrameHead head, std::span<const uint8_t> octets,
+                    std::span<const std::string> comments) {
+  if (ended_) return;
+  head.time_ns = now_ns();
+  (void)append(packet_of(head, octets, comments));
 }
 
 bool Capture::append(const std::string& blocks) {

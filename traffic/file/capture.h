@@ -5,12 +5,12 @@
 // fails because of it.
 //
 // Threads: any.
-#ifndef TRAFFIC_FILE_CAPTURE_H_
-#define TRAFFIC_FILE_CAPTURE_H_
+#pragma once
 
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "traffic/file/frame.h"
@@ -32,13 +32,15 @@ class Capture {
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;
 
-  // The frame's time is set here: now.
-  void write(Frame frame);
+  // The frame's time is set here: now. `octets`: the datagram.
+  void write(FrameHead head, std::span<const uint8_t> octets);
   // A frame that has nothing but a comment.
   void note(const std::string& comment);
 
  private:
   Capture(int fd, std::string path, Report report);
+  void write(FrameHead head, std::span<const uint8_t> octets,
+             std::span<const std::string> comments);
   [[nodiscard]] bool append(const std::string& blocks);
 
   const int fd_;
@@ -48,5 +50,3 @@ class Capture {
 };
 
 }  // namespace traffic
-
-#endif  // TRAFFIC_FILE_CAPTURE_H_

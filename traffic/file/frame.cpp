@@ -1,6 +1,8 @@
 #include "traffic/file/frame.h"
 
+#include <bit>
 #include <cstring>
+#include <ctime>
 
 namespace traffic {
 namespace {
@@ -15,24 +17,25 @@ struct Header {
   uint32_t instance;
   qcci::Address from, to;
 };
-static_assert(sizeof(Header) == 28);
+static_assert(sizeof(Header) == kEncodedHead);
 
 }  // namespace
 
-std::vector<uint8_t> encode(const Frame& frame) {
-  const Header header{.version = kVersion,
-                      .kind = static_cast<uint8_t>(frame.kind),
-                      .zero = 0,
-                      .service = frame.service,
-                      .instance = frame.instance,
-                      .from = frame.from,
-                      .to = frame.to};
-  std::vector<uint8_t> payload(sizeof header + frame.octets.size());
-  std::memcpy(payload.data(), &header, sizeof header);
-  if (!frame.octets.empty()) {
-    std::memcpy(payload.data() + sizeof header, frame.octets.data(), frame.octets.size());
-  }
-  return payload;
+int64_t now_ns() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
+}
+
+std::array<uint8_t, kEncodedHead> encode(const FrameHead& head) {
+  return std::bit_cast<std::array<uint8_t, kEncodedHead>>(
+      Header{.version = kVersion,
+             .kind = static_cast<uint8_t>(head.kind),
+             .zero = 0,
+             .service = head.service,
+             .instance = head.instance,
+             .from = head.from,
+             .to = head.to});
 }
 
 bool decode(std::span<const uint8_t> payload, Frame* frame) {

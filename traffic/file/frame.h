@@ -10,9 +10,9 @@
 //   8  u32  version and instance of the service, as control packets have them
 //   12 u32  node and u32 port of the sender
 //   20 u32  node and u32 port of the receiver
-#ifndef TRAFFIC_FILE_FRAME_H_
-#define TRAFFIC_FILE_FRAME_H_
+#pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -28,22 +28,30 @@ enum class Kind : uint8_t {
   kNote = 2,     // no datagram: a comment alone, of what happened then
 };
 
-struct Frame {
+struct FrameHead {
   int64_t time_ns = 0;  // since 1970, UTC
   Kind kind = Kind::kMessage;
-  bool to_client = false;  // received by the side that captured as a client; else sent by it
+  bool to_client = false;  // its receiver is the client; else its sender is
   uint32_t service = 0;
   uint32_t instance = 0;
   qcci::Address from, to;
+
+  qcci::Address client() const { return to_client ? to : from; }
+  qcci::Address server() const { return to_client ? from : to; }
+};
+
+// The time, as frames have it.
+[[nodiscard]] int64_t now_ns();
+
+struct Frame : FrameHead {
   std::vector<uint8_t> octets;
   std::vector<std::string> comments;  // for a person, without line ends
 };
 
-// What is behind the name of the dissector.
-[[nodiscard]] std::vector<uint8_t> encode(const Frame& frame);
+// What stands behind the name of the dissector and before the datagram.
+inline constexpr size_t kEncodedHead = 28;
+[[nodiscard]] std::array<uint8_t, kEncodedHead> encode(const FrameHead& head);
 // False for what encode does not make; sets all but time, direction and comments.
 [[nodiscard]] bool decode(std::span<const uint8_t> payload, Frame* frame);
 
 }  // namespace traffic
-
-#endif  // TRAFFIC_FILE_FRAME_H_

@@ -1,6 +1,7 @@
 #include "traffic/file/pcapng.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -36,7 +37,10 @@ constexpr size_t kPacketHead = 20;
 
 class Block {
  public:
-  explicit Block(uint32_t type) {
+  // `octets`: about how many it will have.
+  explicit Block(uint32_t type, size_t octets = 0) {
+    constexpr size_t kOptions = 64;
+    octets_.reserve(octets + kOptions);
     number(type);
     number(uint32_t{0});
   }
@@ -44,8 +48,9 @@ class Block {
   void number(T value) {
     octets_.append(reinterpret_cast<const char*>(&value), sizeof value);
   }
+  void append(std::string_view octets) { octets_ += octets; }
   void padded(std::string_view octets) {
-    octets_ += octets;
+    append(octets);
     octets_.append((4 - octets_.size() % 4) % 4, '\0');
   }
   void option(Option code, std::string_view value) {
@@ -66,22 +71,19 @@ class Block {
   std::string octets_;
 };
 
-void big_endian(uint16_t value, std::string* to) {
-  to->push_back(static_cast<char>(value >> 8));
-  to->push_back(static_cast<char>(value & 0xFF));
-}
+// The tags before a frame: the dissector's name, and the end.
+constexpr auto kTags = [] {
+  constexpr size_t kPadded = (kDissector.size() + 3) / 4 * 4;
+  std::array<char, 4 + kPadded + 4> tags{};
+  tags[1] = kDissectorName;
+  tags[3] = kPadded;
+  std::copy(kDissector.begin(), kDissector.end(), tags.begin() + 4);
+  return tags;
+}();
 
-std::string upper_pdu(const Frame& frame) {
-  std::string pdu;
-  big_endian(kDissectorName, &pdu);
-  big_endian(static_cast<uint16_t>((kDissector.size() + 3) / 4 * 4), &pdu);
-  pdu += kDissector;
-  pdu.append((4 - kDissector.size() % 4) % 4, '\0');
-  big_endian(0, &pdu);
-  big_endian(0, &pdu);
-  const std::vector<uint8_t> payload = encode(frame);
-  pdu.append(payload.begin(), payload.end());
-  return pdu;
+template <class Octets>
+std::string_view characters(const Octets& octets) {
+  return {reinterpret_cast<const char*>(octets.data()), octets.size()};
 }
 
 }  // namespace
@@ -103,18 +105,23 @@ std::string section_of(std::string_view program, std::string_view comment) {
   return section.end() + interface.end();
 }
 
-std::string packet_of(const Frame& frame) {
-  const std::string pdu = upper_pdu(frame);
-  const auto time = static_cast<uint64_t>(frame.time_ns);
-  Block packet(kPacket);
+std::string packet_of(const FrameHead& head, std::span<const uint8_t> octets,
+                      std::span<const std::string> comments) {
+  const auto time = static_cast<uint64_t>(head.time_ns);
+  const auto length = static_cast<uint32_t>(kTags.size() + kEncodedHead + octets.size());
+  Block packet(kPacket, kPacketHead + length);
   packet.number(uint32_t{0});  // the interface
   packet.number(static_cast<uint32_t>(time >> 32));
   packet.number(static_cast<uint32_t>(time));
-  packet.number(static_cast<uint32_t>(pdu.size()));
-  packet.number(static_cast<uint32_t>(pdu.size()));
-  packet.padded(pdu);
-  for (const std::string& comment : frame.comments) packet.option(kComment, comment);
-  const uint32_t flags = frame.to_client ? kInbound : kOutbound;
+  packet.number(length);
+  packet.number(length);
+  packet.append(characters(kTags));
+  packet.append(characters(encode(head)));
+  packet.padded(characters(octets));
+  for (const std::string& comment : comments) {
+    if (!comment.empty()) packet.option(kComment, comment);
+  }
+  const uint32_t flags = head.to_client ? kInbound : kOutbound;
   packet.option(kFlags, std::string_view(reinterpret_cast<const char*>(&flags), sizeof flags));
   return packet.end();
 }
@@ -162,7 +169,7 @@ Reader::Result Reader::bad(const std::string& what) {
 }
 
 Reader::Result Reader::read_block(Block* block) {
-  uint8_t head[12];
+  uint8_t head[12] = {};
   std::clearerr(file_.get());
   const size_t got = std::fread(head, 1, sizeof head, file_.get());
   const auto torn = [&] {
@@ -171,8 +178,9 @@ Reader::Result Reader::read_block(Block* block) {
     return Result::kTorn;
   };
   if (got == 0) return Result::kEnd;
-  if (got < sizeof head) return torn();
   std::memcpy(&block->type, head, 4);
+  if (!in_section_ && got >= 4 && block->type != kSection) return bad("not a pcapng file");
+  if (got < sizeof head) return torn();
   if (block->type == kSection) {
     uint32_t order = 0;
     std::memcpy(&order, head + 8, sizeof order);
@@ -182,7 +190,6 @@ Reader::Result Reader::read_block(Block* block) {
     swapped_ = order != kByteOrder;
     in_section_ = true;
   }
-  if (!in_section_) return bad("not a pcapng file");
   block->swapped = swapped_;
   block->body = head;
   block->type = block->number<uint32_t>(0);
@@ -206,8 +213,11 @@ Reader::Result Reader::read_block(Block* block) {
 void Reader::begin_section(const Block& block) {
   interfaces_.clear();
   section_comment_.clear();
+  section_program_.clear();
+  ++sections_;
   block.options(16, [this](uint16_t code, std::span<const uint8_t> value) {
     if (code == kComment) section_comment_.assign(value.begin(), value.end());
+    if (code == kApplication) section_program_.assign(value.begin(), value.end());
   });
 }
 

@@ -3,13 +3,12 @@
 //
 // A library was looked for: Debian has libpcap, which writes no pcapng and reads no comments, and
 // libwiretap, which has no stable interface. What is needed is three kinds of blocks.
-#ifndef TRAFFIC_FILE_PCAPNG_H_
-#define TRAFFIC_FILE_PCAPNG_H_
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
-#include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +23,9 @@ inline constexpr uint32_t kSectionBlock = 0x0A0D0D0A;
 // The blocks that a run of a program begins with: a section, which may follow another one in the
 // same file, and its interface. `comment`: of the section, for a person; may be empty.
 [[nodiscard]] std::string section_of(std::string_view program, std::string_view comment);
-[[nodiscard]] std::string packet_of(const Frame& frame);
+// `octets`: the datagram. A comment may be empty.
+[[nodiscard]] std::string packet_of(const FrameHead& head, std::span<const uint8_t> octets,
+                                    std::span<const std::string> comments);
 
 // Reads the frames of a file, one after the other, in constant memory.
 //
@@ -47,7 +48,9 @@ class Reader {
   [[nodiscard]] const std::string& what() const { return what_; }
   // Of packets that were no frames.
   [[nodiscard]] uint64_t skipped() const { return skipped_; }
-  // The comment of the section that the last frame was in.
+  // How many sections there were so far, and of the last one its program and comment.
+  [[nodiscard]] uint64_t sections() const { return sections_; }
+  [[nodiscard]] const std::string& section_program() const { return section_program_; }
   [[nodiscard]] const std::string& section_comment() const { return section_comment_; }
 
  private:
@@ -73,6 +76,8 @@ class Reader {
   bool in_section_ = false;
   bool swapped_ = false;  // the section has the other byte order
   std::vector<Interface> interfaces_;
+  uint64_t sections_ = 0;
+  std::string section_program_;
   std::string section_comment_;
   std::string what_;
   uint64_t skipped_ = 0;
@@ -80,5 +85,3 @@ class Reader {
 };
 
 }  // namespace traffic
-
-#endif  // TRAFFIC_FILE_PCAPNG_H_

@@ -1,0 +1,53 @@
+// The reader of captures, on any octets, and what shows and redacts the frames that it finds.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "traffic/file/pcapng.h"
+#include "traffic/redact/redactor.h"
+#include "traffic/view/print.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const int fd = [] {
+    char path[] = "/tmp/fuzz_capture.XXXXXX";
+    const int made = ::mkstemp(path);
+    ::unlink(path);
+    return made;
+  }();
+  // Behind a whole section, so that packets are found by chance.
+  static const std::string head = traffic::section_of("fuzz", "");
+  const std::string octets =
+      (size % 2 != 0 ? head : "") + std::string(reinterpret_cast<const char*>(data), size);
+  if (::ftruncate(fd, 0) != 0 ||
+      ::pwrite(fd, octets.data(), octets.size(), 0) != static_cast<ssize_t>(octets.size())) {
+    std::abort();
+  }
+  traffic::Reader reader;
+  if (!reader.open("/proc/self/fd/" + std::to_string(fd))) std::abort();
+  traffic::Printer printer({.service = "", .message = "", .octets = true});
+  traffic::Redactor redactor;
+  traffic::Frame frame;
+  const auto use = [&] {
+    (void)printer.lines(frame);
+    redactor.learn(frame);
+    redactor.redact(&frame);
+  };
+  while (reader.next(&frame) == traffic::Reader::Result::kFrame) use();
+  // Any octets as a message of any service, which a block's form would hardly let through.
+  if (size < 2) return 0;
+  frame = {};
+  const auto services = qcci::idl::all_services();
+  frame.service = services[data[0] % services.size()]->id;
+  frame.octets.assign(data + 1, data + size);
+  frame.octets.resize(std::max<size_t>(frame.octets.size(), qcci::kQmiHeader));
+  qcci::QmiHeader header;
+  (void)qcci::QmiHeader::parse(frame.octets, &header);
+  header.length = static_cast<uint16_t>(frame.octets.size() - qcci::kQmiHeader);
+  header.write(frame.octets.data());
+  use();
+  return 0;
+}

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <regex>
 
 #include "platform/idl/nas.h"
@@ -151,7 +152,8 @@ class Fields final : public Visitor {
 
 std::vector<Frame> random_frames() {
   std::vector<Frame> frames;
-  desk::RandomMessage random(20261121);
+  std::mt19937 numbers(20261121);
+  desk::RandomMessage random([&](uint32_t n) { return static_cast<uint32_t>(numbers() % n); });
   uint16_t transaction = 0;
   const auto add = [&](const qmi_idl_service_object& service, qmi_idl_message_type type,
                        uint16_t id, const auto& c) {

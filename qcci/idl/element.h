@@ -158,11 +158,12 @@ constexpr Element counted_items(Member<S, uint32_t> count, Member<S, T[N]> items
 template <class S, class T>
 constexpr Of<S> value(Member<S, T> m) {
   using Item = std::remove_all_extents_t<T>;
-  static_assert(std::is_integral_v<Item>, "neither a number nor an array of numbers");
+  static_assert(std::is_integral_v<Item> && std::rank_v<T> <= 1,
+                "neither a number nor an array of numbers");
   return {{.name = m.name,
            .wire_width = sizeof(Item),
            .offset = m.offset,
-           .max = sizeof(T) / sizeof(Item),
+           .max = std::is_array_v<T> ? std::extent_v<T> : 1,
            .stride = sizeof(Item),
            .is_signed = std::is_signed_v<Item>}};
 }

@@ -244,12 +244,24 @@ constexpr size_t kUsual = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 }  // namespace
 
-// The array forms and those without exceptions call these.
+// All forms that are used: a sanitizer has its own of those that are left out, and another's memory
+// is not for these to free.
 void* operator new(size_t size) { return allocate(size, kUsual); }
+void* operator new[](size_t size) { return allocate(size, kUsual); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept try {
+  return allocate(size, kUsual);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size, std::nothrow);
+}
 void* operator new(size_t size, std::align_val_t alignment) {
   return allocate(size, static_cast<size_t>(alignment));
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t, std::align_val_t) noexcept { std::free(memory); }

@@ -87,7 +87,9 @@ Decoded& Decoder::decode(const Frame& frame) {
     return d;
   }
   const qcci::idl::Message* message =
-      d.service == nullptr ? nullptr : d.service->find(d.type(), d.header.message);
+      d.service == nullptr || d.type() > QMI_IDL_INDICATION
+          ? nullptr
+          : d.service->find(static_cast<qmi_idl_message_type>(d.type()), d.header.message);
   if (message == nullptr) {
     d.problem = d.service == nullptr ? "unknown service" : "unknown message";
   } else {

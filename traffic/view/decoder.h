@@ -30,7 +30,7 @@ struct Decoded {
   // The NV item that a vendor request, or the response to it, is about.
   std::optional<uint16_t> nv_id;
 
-  qmi_idl_message_type type() const { return static_cast<qmi_idl_message_type>(header.type); }
+  int type() const { return header.type; }  // as qmi_idl_message_type, or none of them
   std::span<const uint8_t> tlvs() const {
     return std::span(frame->octets).subspan(qcci::kQmiHeader);
   }

@@ -178,9 +178,9 @@ int TestClock::poll_until(pollfd* fds, nfds_t count, platform::Time deadline) {
   std::vector<pollfd> polled(fds, fds + count);
   polled.push_back({own_interrupt(), POLLIN, 0});
   int ready = 0;
+  Wait wait{
+      .deadline = deadline, .fds = polled.data(), .count = count, .interrupt = own_interrupt()};
   {
-    Wait wait{
-        .deadline = deadline, .fds = polled.data(), .count = count, .interrupt = own_interrupt()};
     const Waiting waiting(wait);
     do {
       ++t_inside;
@@ -188,10 +188,10 @@ int TestClock::poll_until(pollfd* fds, nfds_t count, platform::Time deadline) {
       --t_inside;
     } while (ready < 0 && errno == EINTR);
   }
-  if (polled.back().revents != 0) {
+  if (polled.back().revents != 0) --ready;
+  if (wait.over) {  // perhaps only after the poll
     eventfd_t ignored = 0;
     ::eventfd_read(own_interrupt(), &ignored);
-    --ready;
   }
   std::copy_n(polled.begin(), count, fds);
   return ready;

@@ -123,17 +123,17 @@ void values_of(const sim::Key& key, std::vector<std::string>* good, std::vector<
     *good = {"-140", "-0.5", "inf"};
     *bad = {"1e39", "\"1\""};
   } else if (key.type == KeyType::kChoice) {
-    for (const sim::Choice& one : key.choices) good->push_back(sim::quoted(one.name));
-    if (key.names != nullptr) good->push_back(sim::quoted(key.names().front()));
+    for (const sim::Choice& one : key.choices) good->push_back(sim::toml_text(one.name));
+    if (key.names != nullptr) good->push_back(sim::toml_text(key.names().front()));
     *bad = {"\"?\"", "true"};
   } else {
     const int64_t each = key.type == KeyType::kOctets ? 2 : 1;
     for (const int64_t size : {least, most}) {
       if (key.check.sound == nullptr || size == most) {
-        good->push_back(sim::quoted(std::string(static_cast<size_t>(size * each), '1')));
+        good->push_back(sim::toml_text(std::string(static_cast<size_t>(size * each), '1')));
       }
     }
-    *bad = {sim::quoted(std::string(static_cast<size_t>((most + 1) * each), '1')), "1"};
+    *bad = {sim::toml_text(std::string(static_cast<size_t>((most + 1) * each), '1')), "1"};
   }
   if (!key.list) return;
   const int64_t items = key.items.most;

@@ -76,7 +76,7 @@ constexpr KeyOf<FaultRule> kService{{.name = "service",
                                            }
                                            static_cast<FaultRule*>(rule)->service = id;
                                          },
-                                     .fallback = [](const Key&) { return quoted("any"); }}};
+                                     .fallback = [](const Key&) { return toml_text("any"); }}};
 
 constexpr KeyTable kKeys({
     kService,
@@ -116,7 +116,7 @@ std::vector<Section> fault_sections() {
        kFault.rows(), Section::Kind::kList}};
   for (const ActionRow& row : kActions) {
     sections.push_back({"fault", row.comment, row.keys.rows(), Section::Kind::kPart,
-                        "action = " + quoted(row.name)});
+                        "action = " + toml_text(row.name)});
   }
   return sections;
 }

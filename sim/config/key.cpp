@@ -23,7 +23,7 @@ std::string names_text(const Key& key) {
   std::string text;
   for (size_t i = 0; i < names.size(); ++i) {
     const bool last = i + 1 == names.size();
-    text += (i == 0 ? "" : last ? " or " : ", ") + quoted(names[i]);
+    text += (i == 0 ? "" : last ? " or " : ", ") + toml_text(names[i]);
   }
   return text;
 }
@@ -55,7 +55,7 @@ std::string limits(const Key& key) {
   return text;
 }
 
-std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+std::string toml_text(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 const char* name_of(std::span<const Choice> choices, int64_t value) {
   const auto found = std::ranges::find(choices, value, &Choice::value);
@@ -64,7 +64,7 @@ const char* name_of(std::span<const Choice> choices, int64_t value) {
 
 std::string literal(const Key& key, int64_t value) {
   if (key.type == KeyType::kFlag) return value != 0 ? "true" : "false";
-  if (key.type == KeyType::kChoice) return quoted(name_of(key.choices, value));
+  if (key.type == KeyType::kChoice) return toml_text(name_of(key.choices, value));
   if (value < key.range.least) return "";  // a member without a value
   char hex[20];
   std::snprintf(hex, sizeof hex, "0x%08llX", static_cast<unsigned long long>(value));

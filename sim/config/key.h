@@ -70,7 +70,7 @@ struct Key {
 std::string limits(const Key& key);
 // `value` as TOML.
 std::string literal(const Key& key, int64_t value);
-std::string quoted(std::string_view text);
+std::string toml_text(std::string_view text);
 // The choice of that value; "?" when there is none.
 const char* name_of(std::span<const Choice> choices, int64_t value);
 
@@ -131,7 +131,7 @@ void read_value(const Table& table, const Key& key, T* value) {
 template <class T>
 std::string fallback_text(const Key& key, const T& value) {
   if constexpr (std::same_as<T, std::string>) {
-    return quoted(value);
+    return toml_text(value);
   } else if constexpr (requires { value.begin(); }) {
     return key.list ? "[]" : "\"\"";
   } else {

@@ -47,7 +47,7 @@ std::string literal(const toml::node& node, const Key& key) {
   std::ostringstream text;
   node.visit([&](const auto& value) {
     if constexpr (toml::is_string<decltype(value)>) {
-      text << quoted(*value);
+      text << toml_text(*value);
     } else if constexpr (toml::is_value<decltype(value)>) {
       text << value;
     }

@@ -15,7 +15,7 @@ namespace {
 using qcci::idl::Element;
 using qcci::idl::Shape;
 
-std::string quoted(std::string_view text) {
+std::string lua_text(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
     if (c == '"' || c == '\\') quoted += '\\';
@@ -48,12 +48,12 @@ std::string Tables::field(const char* kind, const std::string& abbreviation, Pla
   const auto [found, is_new] = fields_.try_emplace(abbreviation, fields_.size() + 1);
   if (is_new) {
     const size_t dot = abbreviation.rfind('.');
-    made_ += "f[" + std::to_string(found->second) + "] = " + kind + "(" + quoted(abbreviation) +
-             ", " + quoted(abbreviation.substr(dot + 1));
+    made_ += "f[" + std::to_string(found->second) + "] = " + kind + "(" + lua_text(abbreviation) +
+             ", " + lua_text(abbreviation.substr(dot + 1));
     if (const Names names = names_at(place); !names.empty()) {
       made_ += ", {";
       for (const Name& name : names) {
-        made_ += "[" + text_of(name.number) + "] = " + quoted(name.text) + ", ";
+        made_ += "[" + text_of(name.number) + "] = " + lua_text(name.text) + ", ";
       }
       made_ += "}";
     }
@@ -73,7 +73,7 @@ void Tables::add_elements(std::span<const Element> elements, const std::string& 
     const bool octets = array && e.record_count == 0 && e.stride == 1;
     const char* const kind = e.shape == Shape::kText ? "text" : octets ? "octets" : "number";
     const std::string path = prefix + e.name;
-    tables_ += std::string("{kind = \"") + kind + "\", name = " + quoted(e.name) +
+    tables_ += std::string("{kind = \"") + kind + "\", name = " + lua_text(e.name) +
                ", max = " + std::to_string(e.max) + ", width = " + std::to_string(e.wire_width) +
                ", count_width = " + std::to_string(e.count_width);
     if (e.record_count != 0) {
@@ -159,10 +159,10 @@ std::string Tables::all() {
   std::string names = "local service_names = {";
   tables_ = "local services = {\n";
   for (const auto service : qcci::idl::all_services()) {
-    names += "[" + std::to_string(service->id) + "] = " + quoted(service->name) + ", ";
+    names += "[" + std::to_string(service->id) + "] = " + lua_text(service->name) + ", ";
     tables_ += " [" + std::to_string(service->id) + "] = {\n";
     for (const qcci::idl::MessageRow& row : service->rows) {
-      tables_ += "  [" + std::to_string(row.id) + "] = {name = " + quoted(row.name) + ",\n";
+      tables_ += "  [" + std::to_string(row.id) + "] = {name = " + lua_text(row.name) + ",\n";
       for (const auto type : {QMI_IDL_REQUEST, QMI_IDL_RESPONSE, QMI_IDL_INDICATION}) {
         add_message(*service, row, type);
       }

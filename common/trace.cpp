@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "platform/kelvor_utils.h"
 
@@ -17,12 +18,15 @@ const char* base_name(const char* file) {
   return slash != nullptr ? slash + 1 : file;
 }
 
-// One message with what both sinks have before it: "RIL[source:line] function: message". The log
-// has a prefix of its own for "RIL", and usage lines have none on the shell.
+// One message with what both sinks have before it: "[source:line] function: message". Before that
+// the shell has "RIL", or no prefix at all for a usage line; the log has a tag.
 class Line {
  public:
+  // A process's name has up to 15 octets, a number up to 11; both are in brackets.
+  static constexpr size_t kTagRoom = 32;
+
   Line(const char* file, int line, const char* function) {
-    append("RIL[");
+    append("[");
     append(file);
     append(":");
     char digits[16];
@@ -54,16 +58,21 @@ class Line {
     size_ += std::strlen(text_ + size_);
   }
 
-  // "[source:line] function: message"
-  const char* behind_ril() const { return text_ + 3; }
+  // The line with a tag of up to kTagRoom octets, until the next call.
+  const char* tagged(std::string_view tag) { return put_before(tag); }
   // To standard output, in one call. The line is not to be used after that.
   void to_shell(bool bare) {
     text_[size_++] = '\n';
-    const size_t from = bare ? prefix_ : 0;
-    std::fwrite(text_ + from, 1, size_ - from, stdout);
+    const char* const from = bare ? text_ + prefix_ : put_before("RIL");
+    std::fwrite(from, 1, static_cast<size_t>(text_ + size_ - from), stdout);
   }
 
  private:
+  const char* put_before(std::string_view tag) {
+    char* const at = text_ + kTagRoom - tag.size();
+    std::memcpy(at, tag.data(), tag.size());
+    return at;
+  }
   void append(const char* part) {
     // No source and no function has such a name; the message has the rest.
     constexpr size_t kLongestName = 200;
@@ -83,18 +92,37 @@ class Line {
 
   char room_[1024];
   char* text_ = room_;
-  size_t size_ = 0;
+  size_t size_ = kTagRoom;
   size_t prefix_ = 0;
 };
 
-void to_log(TraceLevel level, const char* text) {
-  const auto write = level == kTraceError ? kelvor_utils_syslog_err : kelvor_utils_syslog_dbg;
-  const int32_t instance = kelvor_get_qcril_process_instance_id();
-  if (instance != KELVOR_NO_PROCESS_INSTANCE) {
-    write("SUB[%d]%s", instance, text);
-  } else {
-    write("[%s]%s", kelvor_get_current_pid_name(), text);
+// "SUB[instance]" or "[process]".
+struct Tag {
+  Tag() {
+    const int32_t instance = kelvor_get_qcril_process_instance_id();
+    const bool served = instance != KELVOR_NO_PROCESS_INSTANCE;
+    append(served ? "SUB[" : "[");
+    if (served) {
+      char digits[16];
+      append({digits, std::to_chars(digits, digits + sizeof digits, instance).ptr});
+    } else {
+      append(kelvor_get_current_pid_name());
+    }
+    append("]");
   }
+  void append(std::string_view part) {
+    part = part.substr(0, sizeof text - size);
+    std::memcpy(text + size, part.data(), part.size());
+    size += part.size();
+  }
+  char text[Line::kTagRoom];
+  size_t size = 0;
+};
+
+void to_log(TraceLevel level, Line& line) {
+  const Tag tag;
+  const auto write = level == kTraceError ? kelvor_utils_syslog_err : kelvor_utils_syslog_dbg;
+  write("%s", line.tagged({tag.text, tag.size}));
 }
 
 }  // namespace
@@ -118,7 +146,7 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
   va_start(arguments, format);
   text.format(format, arguments);
   va_end(arguments);
-  if (log) to_log(level, text.behind_ril());
+  if (log) to_log(level, text);
   if (shell) text.to_shell(level == kTraceUsage);
 }
 

@@ -15,6 +15,7 @@
 #include <ctime>
 #include <string>
 
+#include "base/format.h"
 #include "device/report.h"
 #include "platform/kelvor_utils.h"
 #include "traffic/link/process_capture.h"
@@ -70,7 +71,7 @@ __attribute__((format(printf, 2, 0))) void write_log(Priority priority, const ch
   const int fd = log_socket();
   if (fd < 0) return;
   char message[kMessageRoom];
-  const int length = std::vsnprintf(message, sizeof message, format, arguments);
+  const int length = base::format(message, sizeof message, format, arguments);
   if (length < 0) return;
   timespec now{};
   ::clock_gettime(CLOCK_REALTIME, &now);

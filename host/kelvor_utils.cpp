@@ -17,6 +17,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "base/format.h"
 #include "host/host.h"
 #include "sim/phone/log_file.h"
 #include "traffic/link/process_capture.h"
@@ -102,7 +103,7 @@ __attribute__((format(printf, 2, 0))) void write_log(char priority, const char* 
   const size_t room = sizeof line - before.size();
   va_list again;
   va_copy(again, arguments);
-  const int formatted = std::vsnprintf(message, room, format, arguments);
+  const int formatted = base::format(message, room, format, arguments);
   const auto length = static_cast<size_t>(formatted);
   if (formatted >= 0 && length < room && std::memchr(message, '\n', length) == nullptr) {
     message[length] = '\n';  // in the place of the terminating zero

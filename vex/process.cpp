@@ -24,7 +24,7 @@ void vex::prepare_process() {
   if (fd >= 0) ::close(fd);
   // A handler, unlike "ignore", is not handed on to a shell.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, [](int) {});
-  static char line[BUFSIZ];
-  std::setvbuf(stdout, line, _IOLBF, sizeof line);
+  // Each line is given to it whole: with a buffer it would be copied octet by octet first.
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
   std::set_new_handler(end_without_memory);
 }

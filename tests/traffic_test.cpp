@@ -122,6 +122,7 @@ class Fields final : public Visitor {
       : path_{field_prefix(*decoded.service, decoded.header.message, decoded.header.type)} {}
 
   void number(const char* name, const Number& number) override { add(name, to_string(number)); }
+  void decimal(const char* name, float value) override { add(name, to_string(value)); }
   void octets(const char* name, std::span<const uint8_t> octets, size_t) override {
     std::string text = qcci::to_hex(octets, ":");
     for (char& c : text) c = static_cast<char>(std::tolower(c));

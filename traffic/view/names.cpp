@@ -100,6 +100,9 @@ constexpr Name kRecords[] = {
     {0x87, "NR primary"},
 };
 
+constexpr Name kVsRats[] = {
+    {VS_RAT_GSM, "GSM"}, {VS_RAT_WCDMA, "WCDMA"}, {VS_RAT_LTE, "LTE"}, {VS_RAT_NR, "NR"}};
+
 constexpr Name kFamilies[] = {{REQUEST_ID_EFS, "NV and EFS"}, {REQUEST_ID_COMMON, "common"}};
 constexpr Name kVendorResults[] = {{0, "success"}};
 constexpr Name kOperations[] = {
@@ -157,13 +160,14 @@ struct Row {
   uint8_t type;
   std::string_view around, name;
   Names names;
+  bool fails = false;  // a number but 0 says that something failed
 };
 constexpr Row kRows[] = {
     {kAnyService, QMI_IDL_RESPONSE, "resp", "result", kResults},
-    {kAnyService, QMI_IDL_RESPONSE, "resp", "error", kErrors},
+    {kAnyService, QMI_IDL_RESPONSE, "resp", "error", kErrors, true},
     {kNas, kAnyType, "networks", "rat", kNasRats},
     {kNas, kAnyType, "rats", "value", kNasRats},
-    {kNas, kAnyType, kTop, "scan_result", kScanResults},
+    {kNas, kAnyType, kTop, "scan_result", kScanResults, true},
     {kNas, QMI_IDL_INDICATION, kTop, "status", kScanStatus},
     {kNas, kAnyType, kTop, "subscription", kSubscriptions},
     {kUim, kAnyType, "cards", "state", kCardStates},
@@ -174,12 +178,13 @@ constexpr Row kRows[] = {
     {kUim, kAnyType, "apps", "pin1_state", kPinStates},
     {kUim, kAnyType, "apps", "pin2_state", kPinStates},
     {kUim, kAnyType, kTop, "file_control", kFileControls},
-    {kPdc, QMI_IDL_INDICATION, kTop, "error", kErrors},
+    {kPdc, QMI_IDL_INDICATION, kTop, "error", kErrors, true},
     {kPdc, kAnyType, kAnywhere, "type", kConfigTypes},
     {kPdc, kAnyType, kTop, "activation", kActivations},
     {kVs, kAnyType, "parameters", "id", kRecords},
+    {kVs, kAnyType, kData, "rat", kVsRats},
     {kVendor, QMI_IDL_REQUEST, kTop, "id", kFamilies},
-    {kVendor, QMI_IDL_RESPONSE, kTop, "id", kVendorResults},
+    {kVendor, QMI_IDL_RESPONSE, kTop, "id", kVendorResults, true},
     {kVendor, kAnyType, kData, "operation", kOperations},
     {kVendor, kAnyType, kData, "nv_id", kNvItems},
     {kVendor, kAnyType, kData, "command", kCommands},
@@ -191,20 +196,34 @@ constexpr Row kRows[] = {
     {kVendor, kAnyType, kData, "system", kSystems},
 };
 
-}  // namespace
-
-Names names_at(const Place& place) {
-  if (place.service == kVendor && place.around == kData && place.name == "result") {
-    return errno_names();
-  }
+// Null when the values there have no names.
+const Row* row_at(const Place& place) {
   for (const Row& row : kRows) {
     if ((row.service == kAnyService || row.service == place.service) && row.name == place.name &&
         (row.type == kAnyType || row.type == place.type) &&
         (row.around == kAnywhere || row.around == place.around)) {
-      return row.names;
+      return &row;
     }
   }
-  return {};
+  return nullptr;
+}
+
+bool is_payload_result(const Place& place) {
+  return place.service == kVendor && place.around == kData && place.name == "result";
+}
+
+}  // namespace
+
+Names names_at(const Place& place) {
+  if (is_payload_result(place)) return errno_names();
+  const Row* const row = row_at(place);
+  return row != nullptr ? row->names : Names();
+}
+
+bool is_failure(const Place& place, int64_t number) {
+  if (is_payload_result(place)) return number < 0;
+  const Row* const row = row_at(place);
+  return row != nullptr && row->fails && number != 0;
 }
 
 const char* name_of(Names names, int64_t number) {

@@ -36,6 +36,8 @@ struct Place {
 
 // The names of the values there; empty when they have none.
 [[nodiscard]] Names names_at(const Place& place);
+// Whether the number there says that something failed.
+[[nodiscard]] bool is_failure(const Place& place, int64_t number);
 // Null for a number that has no name.
 [[nodiscard]] const char* name_of(Names names, int64_t number);
 

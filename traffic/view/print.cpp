@@ -46,6 +46,10 @@ class Values final : public Visitor {
     line_ += to_string(number);
     if (number.meaning != nullptr) line_.append(" (").append(number.meaning).push_back(')');
   }
+  void decimal(const char* name, float value) override {
+    begin(name);
+    line_ += to_string(value);
+  }
   void octets(const char* name, std::span<const uint8_t> octets, size_t count) override {
     begin(name);
     line_ += '[';

@@ -1,8 +1,10 @@
 #include "traffic/view/walk.h"
 
+#include <charconv>
 #include <cstring>
 
 #include "traffic/view/names.h"
+#include "vireo/records/layouts.h"
 
 namespace traffic {
 namespace {
@@ -13,11 +15,14 @@ class Walker final : public qcci::idl::FieldVisitor {
   Walker(Decoded& decoded, Visitor& visitor) : decoded_(decoded), visitor_(visitor) {}
 
   void number(const char* name, uint64_t value, bool is_signed) override {
-    give(name, {.bits = value, .is_signed = is_signed, .meaning = nullptr});
+    if (std::strcmp(name, "id") == 0) id_ = value;
+    give(name, {.bits = value, .is_signed = is_signed, .meaning = nullptr, .failure = false});
   }
   void octets(const char* name, std::span<uint8_t> octets, size_t count) override {
     if (around_.empty() && !decoded_.payload.empty() && std::strcmp(name, "data") == 0) {
       walk_payload(name);
+    } else if (const auto layout = record_layout(name); !layout.empty() && !octets.empty()) {
+      walk_record(name, layout, octets, count);
     } else {
       visitor_.octets(name, octets, count);
     }
@@ -46,11 +51,16 @@ class Walker final : public qcci::idl::FieldVisitor {
 
  private:
   void give(const char* name, Number number) {
-    const Names names = names_at({.service = decoded_.service->id,
-                                  .type = decoded_.header.type,
-                                  .around = around_.empty() ? "" : around_.back(),
-                                  .name = name});
-    if (!names.empty()) number.meaning = name_of(names, static_cast<int64_t>(number.bits));
+    const Place place{.service = decoded_.service->id,
+                      .type = decoded_.header.type,
+                      .around = around_.empty() ? "" : around_.back(),
+                      .name = name};
+    const auto value = static_cast<int64_t>(number.bits);
+    const Names names = names_at(place);
+    if (!names.empty()) {
+      number.meaning = name_of(names, value);
+      number.failure = is_failure(place, value);
+    }
     visitor_.number(name, number);
   }
 
@@ -85,21 +95,59 @@ class Walker final : public qcci::idl::FieldVisitor {
     }
   }
 
-  static Number payload_number(const PayloadField& field, std::span<const uint8_t> payload,
-                               size_t at) {
-    Number number{.bits = number_at(payload, at, field.width),
-                  .is_signed = field.is_signed,
-                  .meaning = nullptr};
-    const unsigned unused = 64 - 8u * field.width;
-    if (field.is_signed) {
+  // Of the octets of that name; none when they are no statistics record.
+  std::span<const vireo::Field> record_layout(const char* name) const {
+    if (decoded_.service != &qcci::idl::kVsService || std::strcmp(name, "data") != 0 ||
+        around_.empty() || std::strcmp(around_.back(), "parameters") != 0) {
+      return {};
+    }
+    return vireo::layout_of(static_cast<uint32_t>(id_));
+  }
+
+  void walk_record(const char* name, std::span<const vireo::Field> layout,
+                   std::span<const uint8_t> octets, size_t count) {
+    begin_record(name);
+    for (const vireo::Field& field : layout) {
+      if (octets.size() < field.width) break;
+      give_record_field(field, octets);
+      octets = octets.subspan(field.width);
+      count -= field.width;
+    }
+    if (count != 0) visitor_.octets("rest", octets, count);
+    end_record();
+  }
+
+  void give_record_field(const vireo::Field& field, std::span<const uint8_t> octets) {
+    if (field.type == vireo::FieldType::kDecimal) {
+      float value = 0;
+      std::memcpy(&value, octets.data(), sizeof value);
+      visitor_.decimal(field.name, value);
+    } else {
+      give(field.name, number_in(octets, 0, field.width, field.type == vireo::FieldType::kSigned));
+    }
+  }
+
+  static Number number_in(std::span<const uint8_t> octets, size_t at, size_t width,
+                          bool is_signed) {
+    Number number;
+    number.bits = number_at(octets, at, width);
+    number.is_signed = is_signed;
+    const unsigned unused = 64 - 8u * static_cast<unsigned>(width);
+    if (is_signed) {
       number.bits = static_cast<uint64_t>(static_cast<int64_t>(number.bits << unused) >> unused);
     }
     return number;
   }
 
+  static Number payload_number(const PayloadField& field, std::span<const uint8_t> payload,
+                               size_t at) {
+    return number_in(payload, at, field.width, field.is_signed);
+  }
+
   Decoded& decoded_;
   Visitor& visitor_;
   std::vector<const char*> around_;
+  uint64_t id_ = 0;  // of the record that the next octets are
 };
 
 }  // namespace
@@ -107,6 +155,12 @@ class Walker final : public qcci::idl::FieldVisitor {
 std::string to_string(const Number& number) {
   return number.is_signed ? std::to_string(static_cast<int64_t>(number.bits))
                           : std::to_string(number.bits);
+}
+
+std::string to_string(float value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+  return {text, end};
 }
 
 void walk(Decoded& decoded, Visitor& visitor) {

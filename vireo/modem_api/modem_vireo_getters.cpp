@@ -8,49 +8,30 @@
 #include "platform/idl/vs.h"
 #include "platform/kelvor_utils.h"
 #include "vireo/modem_api/modem_vireo_mgr.h"
+#include "vireo/records/layouts.h"
 
 namespace {
+
+using namespace vireo;
 
 // Held from the fetch of a record to the end of its decoding: there is one store, g_vireo_data.
 base::Mutex g_getter_mutex;
 
-// A field of a packed record, and where it goes; kDropped: nowhere.
-constexpr size_t kDropped = SIZE_MAX;
-struct Field {
-  const char* name;
-  size_t width;
-  size_t offset;
-};
-#define FIELD(S, member, name) \
-  { name, sizeof(S::member), offsetof(S, member) }
-#define FIELD_AT(S, array, i, member, name)                                  \
-  {                                                                          \
-    name, sizeof(S::array[0].member),                                        \
-        offsetof(S, array) + (i) * sizeof(S::array[0]) +                     \
-            offsetof(std::remove_reference_t<decltype(S::array[0])>, member) \
-  }
-#define ITEM_AT(S, array, i, name) \
-  { name, sizeof(S::array[0]), offsetof(S, array) + (i) * sizeof(S::array[0]) }
-#define FOUR_ITEMS(S, array, name)                                                                \
-  ITEM_AT(S, array, 0, name "0"), ITEM_AT(S, array, 1, name "1"), ITEM_AT(S, array, 2, name "2"), \
-      ITEM_AT(S, array, 3, name "3")
-constexpr Field kVersion{"version", 1, kDropped};
-
-// Reads the next octets of the store.
-bool read_field(const char* name, size_t width, void* to) REQUIRES(g_getter_mutex) {
+// Reads the field from the next octets of the store.
+bool read_field(const Field& field, void* to) REQUIRES(g_getter_mutex) {
   modem_vireo_data_store& store = g_vireo_data;
-  const auto octets = static_cast<int32_t>(width);
+  const auto octets = static_cast<int32_t>(field.width);
   if (store.length < octets) {
-    TRACE_ERROR("g_vireo_data_left(%d) is not enough for %s, id(0x%x)", store.length, name,
+    TRACE_ERROR("g_vireo_data_left(%d) is not enough for %s, id(0x%x)", store.length, field.name,
                 store.record_id);
     return false;
   }
   if (store.read_offset < 0) {
-    TRACE_ERROR("g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", store.read_offset, name,
+    TRACE_ERROR("g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", store.read_offset, field.name,
                 store.record_id);
     return false;
   }
-  std::memcpy(to, store.data + store.read_offset, width);
+  std::memcpy(to, store.data + store.read_offset, field.width);
   store.read_offset += octets;
   store.length -= octets;
   return true;
@@ -61,7 +42,7 @@ bool decode(std::span<const Field> fields, void* out) REQUIRES(g_getter_mutex) {
     uint64_t dropped = 0;
     void* to = &dropped;
     if (field.offset != kDropped) to = static_cast<unsigned char*>(out) + field.offset;
-    if (!read_field(field.name, field.width, to)) return false;
+    if (!read_field(field, to)) return false;
   }
   return true;
 }
@@ -84,88 +65,6 @@ bool get(TraceSite site, uint32_t sub, uint32_t record_id, std::span<const Field
   return traced(site, [&] { return fetch_and_decode(sub, record_id, fields, out, sizeof *out); });
 }
 
-// ---- the records: field by field, as they are packed, each in a namespace of its name
-
-namespace lte_srv_meas_info {
-using S = modem_vireo_lte_srv_meas_info;
-#define CHAIN(i)                                                                  \
-  FIELD_AT(S, rx, i, rsrp, "rsrp_rx" #i), FIELD_AT(S, rx, i, rsrq, "rsrq_rx" #i), \
-      FIELD_AT(S, rx, i, rssi, "rssi_rx" #i), FIELD_AT(S, rx, i, snr, "snr_rx" #i)
-constexpr Field kFields[] = {kVersion,
-                             FIELD(S, earfcn, "earfcn"),
-                             FIELD(S, pci, "pci"),
-                             FIELD(S, rx_valid, "rx_valid"),
-                             CHAIN(0),
-                             CHAIN(1),
-                             CHAIN(2),
-                             CHAIN(3)};
-#undef CHAIN
-}  // namespace lte_srv_meas_info
-
-namespace nr5g_srv_meas_info {
-using S = modem_vireo_nr5g_srv_meas_info;
-constexpr Field kFields[] = {kVersion, FOUR_ITEMS(S, rsrp, "rsrp_rx"), FIELD(S, rsrq, "rsrq")};
-}  // namespace nr5g_srv_meas_info
-
-namespace nr5g_ll1_fw_rx_control_agc {
-using S = modem_vireo_nr5g_ll1_fw_rx_control_agc;
-constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             FOUR_ITEMS(S, rssi, "rssi_rx")};
-}  // namespace nr5g_ll1_fw_rx_control_agc
-
-namespace nr5g_ll1_fw_serving_ftl {
-using S = modem_vireo_nr5g_ll1_fw_serving_ftl;
-constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FOUR_ITEMS(S, snr, "snr_rx")};
-}  // namespace nr5g_ll1_fw_serving_ftl
-
-namespace nr5g_ml1_antenna_switch_diversity {
-using S = modem_vireo_nr5g_ml1_antenna_switch_diversity;
-#define CHANGE(array, i)                                           \
-  FIELD_AT(S, array, i, old_antenna, "ant_" #array "_" #i "_old"), \
-      FIELD_AT(S, array, i, new_antenna, "ant_" #array "_" #i "_new")
-constexpr Field kFields[] = {kVersion,      CHANGE(rx, 0), CHANGE(rx, 1), CHANGE(rx, 2),
-                             CHANGE(rx, 3), CHANGE(tx, 0), CHANGE(tx, 1)};
-#undef CHANGE
-}  // namespace nr5g_ml1_antenna_switch_diversity
-
-namespace wcdma_pn_search_edition2 {
-using S = modem_vireo_wcdma_pn_search_edition2;
-constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             ITEM_AT(S, rx_agc, 0, "rx_agc_0"), ITEM_AT(S, rx_agc, 1, "rx_agc_1")};
-}  // namespace wcdma_pn_search_edition2
-
-namespace gsm_l1_rx_diversity_metrics {
-using S = modem_vireo_gsm_l1_rx_diversity_metrics;
-constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FIELD(S, rx_prx, "rx_prx"),
-                             FIELD(S, rx_drx, "rx_drx")};
-}  // namespace gsm_l1_rx_diversity_metrics
-
-namespace mcs_trm_asdiv {
-using S = modem_vireo_mcs_trm_asdiv;
-constexpr Field kFields[] = {
-    FIELD(S, version, "version"),       FIELD(S, ant_num, "ant_num"),
-    FIELD(S, ant_path, "ant_path"),     FIELD(S, sig_path, "sig_path"),
-    FIELD(S, old_config, "old_config"), FIELD(S, new_config, "new_config")};
-}  // namespace mcs_trm_asdiv
-
-namespace nr5g_mac_ul_phy_ch_power_info {
-using S = modem_vireo_nr5g_mac_ul_phy_ch_power_info;
-constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             FIELD(S, tx_power, "tx_power")};
-}  // namespace nr5g_mac_ul_phy_ch_power_info
-
-namespace lte_pusch_power_info {
-using S = modem_vireo_lte_pusch_power_info;
-constexpr Field kFields[] = {
-    FIELD(S, version, "version"), FIELD(S, pusch_tx_power, "pusch_tx_power"),
-    FIELD(S, dl_path_loss, "dl_path_loss"), FIELD(S, max_power, "max_power"),
-    FIELD(S, pusch_ex_tx_power, "pusch_ex_tx_power")};
-}  // namespace lte_pusch_power_info
-
-// How many protocol stacks there are, one octet, then the technology of the first; the rest of the
-// record is not read.
-constexpr uint32_t kSysModeRecord = 0x2C;
-
 // The first stack's technology, for the subscription; -1 when the record has none.
 int32_t sys_mode(uint32_t sub) {
   const base::Lock lock(g_getter_mutex);
@@ -174,8 +73,8 @@ int32_t sys_mode(uint32_t sub) {
   if (modem_vireo_data_get(sub, kSysModeRecord) != 0) {
     return TRACED_ERROR(-1, "modem_vireo_data_get failed");
   }
-  if (!read_field("stack_max", sizeof stack_max, &stack_max) || stack_max == 0) return -1;
-  return read_field("rat", sizeof rat, &rat) ? rat : -1;
+  if (!read_field(kStackMax, &stack_max) || stack_max == 0) return -1;
+  return read_field(kRat, &rat) ? rat : -1;
 }
 
 }  // namespace

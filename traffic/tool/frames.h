@@ -38,4 +38,17 @@ class FrameFile {
   int status_ = 0;
 };
 
+// Calls `begin` for each section and `each` for each frame; false when one of them does.
+template <class Begin, class Each>
+bool read_all(FrameFile& file, Begin begin, Each each) {
+  Frame frame;
+  uint64_t section = 0;
+  while (file.next(&frame)) {
+    if (file.reader().sections() != section && !begin(file.reader())) return false;
+    section = file.reader().sections();
+    if (!each(frame)) return false;
+  }
+  return true;
+}
+
 }  // namespace traffic

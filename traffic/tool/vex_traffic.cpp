@@ -31,9 +31,14 @@ int run(int argc, char** argv) {
   printing->add_flag("-f,--follow", follow, "Go on as the file grows");
   printing->callback([&] { result = traffic::print_file(path, options, follow); });
 
+  CLI::App* reporting = app.add_subcommand("report", "Make a page of it, for a browser");
+  std::string output;
+  reporting->add_option("FILE", path, "A capture; - is standard input")->required();
+  reporting->add_option("-o,--output", output, "The page, which must not exist")->required();
+  reporting->callback([&] { result = traffic::report_file(path, output); });
+
   CLI::App* redacting =
       app.add_subcommand("redact", "Replace who the phone and its owner are, in a copy");
-  std::string output;
   redacting->add_option("FILE", path, "A capture")->required();
   redacting->add_option("-o,--output", output, "The copy, which must not exist")->required();
   redacting->callback([&] { result = traffic::redact_file(path, output); });

@@ -59,10 +59,11 @@ void Decoder::match_exchange() {
       }
     }
     if (asked_.size() >= kMostAsked) asked_.clear();
-    asked_[key] = {d.frame->time_ns, d.row, d.nv_id};
+    asked_[key] = {d.number, d.frame->time_ns, d.row, d.nv_id};
   } else if (d.type() == QMI_IDL_RESPONSE) {
     const auto asked = asked_.find(key);
     if (asked == asked_.end()) return;
+    d.answers = asked->second.number;
     d.took_ns = d.frame->time_ns - asked->second.time_ns;
     d.row = asked->second.row;
     d.nv_id = asked->second.nv_id;
@@ -79,6 +80,8 @@ Decoded& Decoder::decode(const Frame& frame) {
   d.header = {};
   d.c.clear();
   d.payload = {};
+  d.number = count_++;
+  d.answers.reset();
   d.took_ns.reset();
   d.row = nullptr;
   d.nv_id.reset();

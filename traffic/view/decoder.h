@@ -24,7 +24,10 @@ struct Decoded {
   std::vector<uint8_t> c;  // as qcci::idl::decode leaves it
   // Of a vendor message, when its request is known.
   PayloadFields payload;
-  // Of a response: since its request; and that request's payload row.
+  // Which of the decoded messages it is, from 0.
+  uint64_t number = 0;
+  // Of a response: which of them asked; the time since then; and that request's payload row.
+  std::optional<uint64_t> answers;
   std::optional<int64_t> took_ns;
   const PayloadRow* row = nullptr;
   // The NV item that a vendor request, or the response to it, is about.
@@ -58,6 +61,7 @@ class Decoder {
     auto operator<=>(const Key&) const = default;
   };
   struct Asked {
+    uint64_t number;
     int64_t time_ns;
     const PayloadRow* row;
     std::optional<uint16_t> nv_id;
@@ -66,6 +70,7 @@ class Decoder {
   void match_exchange();
 
   Decoded decoded_;
+  uint64_t count_ = 0;
   std::map<Key, Asked> asked_;
 };
 

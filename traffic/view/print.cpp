@@ -137,6 +137,25 @@ void append_values(Decoded& decoded, size_t most_octets, std::string* line) {
   walk(decoded, values);
 }
 
+std::string control_text(const Frame& frame) {
+  qcci::ControlPacket packet;
+  if (!qcci::ControlPacket::parse(frame.octets, &packet)) {
+    return "name service: (not a whole packet)";
+  }
+  std::string text = std::string("name service: ") + control_name(packet.command);
+  if (packet.command == qcci::Control::kNewServer && packet.ends_list()) {
+    text += ": end of list";
+  } else if (packet.command == qcci::Control::kNewLookup ||
+             packet.command == qcci::Control::kDelLookup) {
+    append_format(&text, " of %s 0x%04x", service_name(packet.service), packet.service);
+  } else if (packet.command == qcci::Control::kNewServer ||
+             packet.command == qcci::Control::kDelServer) {
+    append_format(&text, ": %s 0x%04x version %u at %u.%u", service_name(packet.service),
+                  packet.service, packet.instance & 0xFF, packet.node, packet.port);
+  }
+  return text;
+}
+
 bool Printer::wanted(const Decoded& decoded) const {
   const bool service = options_.service.empty() || same(options_.service, decoded.frame->service,
                                                         service_name(decoded.frame->service));
@@ -182,25 +201,6 @@ void Printer::append_message(Decoded& d) {
   }
 }
 
-void Printer::append_control(const Frame& frame) {
-  qcci::ControlPacket packet;
-  if (!qcci::ControlPacket::parse(frame.octets, &packet)) {
-    line_ += "name service: (not a whole packet)";
-    return;
-  }
-  append_format(&line_, "name service: %s", control_name(packet.command));
-  if (packet.command == qcci::Control::kNewServer && packet.ends_list()) {
-    line_ += ": end of list";
-  } else if (packet.command == qcci::Control::kNewLookup ||
-             packet.command == qcci::Control::kDelLookup) {
-    append_format(&line_, " of %s 0x%04x", service_name(packet.service), packet.service);
-  } else if (packet.command == qcci::Control::kNewServer ||
-             packet.command == qcci::Control::kDelServer) {
-    append_format(&line_, ": %s 0x%04x version %u at %u.%u", service_name(packet.service),
-                  packet.service, packet.instance & 0xFF, packet.node, packet.port);
-  }
-}
-
 const std::string& Printer::lines(const Frame& frame) {
   line_.clear();
   const bool filtered = !options_.service.empty() || !options_.message.empty();
@@ -209,7 +209,7 @@ const std::string& Printer::lines(const Frame& frame) {
   if (frame.kind != Kind::kNote) {
     append_time(frame.time_ns);
     if (decoded != nullptr) append_message(*decoded);
-    if (frame.kind == Kind::kControl) append_control(frame);
+    if (frame.kind == Kind::kControl) line_ += control_text(frame);
     line_ += '\n';
   }
   for (const std::string& comment : frame.comments) {

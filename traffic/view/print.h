@@ -30,7 +30,6 @@ class Printer {
  private:
   void append_time(int64_t time_ns);
   void append_message(Decoded& decoded);
-  void append_control(const Frame& frame);
   [[nodiscard]] bool wanted(const Decoded& decoded) const;
 
   const PrintOptions options_;
@@ -39,6 +38,9 @@ class Printer {
   int64_t known_second_ = -1;
   std::string known_text_;
 };
+
+// What a control packet says.
+[[nodiscard]] std::string control_text(const Frame& frame);
 
 // The values of a message in one line, arrays of octets cut after so many.
 void append_values(Decoded& decoded, size_t most_octets, std::string* line);

@@ -27,14 +27,17 @@ constexpr FieldType kTypeOf = std::is_floating_point_v<T> ? FieldType::kDecimal
 #define ITEM(S, array) std::remove_reference_t<decltype(S::array[0])>
 #define FIELD(S, member, name) \
   { name, sizeof(S::member), offsetof(S, member), kTypeOf<decltype(S::member)> }
-#define FIELD_AT(S, array, i, member, name)                                  \
-  {                                                                          \
-    name, sizeof(S::array[0].member),                                        \
+#define FIELD_AT(S, array, i, member, name)                                                \
+  {                                                                                        \
+    name, sizeof(S::array[0].member),                                                      \
         offsetof(S, array) + (i) * sizeof(S::array[0]) + offsetof(ITEM(S, array), member), \
-        kTypeOf<decltype(S::array[0].member)> \
+        kTypeOf<decltype(S::array[0].member)>                                              \
   }
-#define ITEM_AT(S, array, i, name) \
-  { name, sizeof(S::array[0]), offsetof(S, array) + (i) * sizeof(S::array[0]), kTypeOf<ITEM(S, array)> }
+#define ITEM_AT(S, array, i, name)                                             \
+  {                                                                            \
+    name, sizeof(S::array[0]), offsetof(S, array) + (i) * sizeof(S::array[0]), \
+        kTypeOf<ITEM(S, array)>                                                \
+  }
 #define FOUR_ITEMS(S, array, name)                                                                \
   ITEM_AT(S, array, 0, name "0"), ITEM_AT(S, array, 1, name "1"), ITEM_AT(S, array, 2, name "2"), \
       ITEM_AT(S, array, 3, name "3")
@@ -48,30 +51,32 @@ using S = modem_vireo_lte_srv_meas_info;
   FIELD_AT(S, rx, i, rsrp, "rsrp_rx" #i), FIELD_AT(S, rx, i, rsrq, "rsrq_rx" #i), \
       FIELD_AT(S, rx, i, rssi, "rssi_rx" #i), FIELD_AT(S, rx, i, snr, "snr_rx" #i)
 inline constexpr Field kFields[] = {kVersion,
-                             FIELD(S, earfcn, "earfcn"),
-                             FIELD(S, pci, "pci"),
-                             FIELD(S, rx_valid, "rx_valid"),
-                             CHAIN(0),
-                             CHAIN(1),
-                             CHAIN(2),
-                             CHAIN(3)};
+                                    FIELD(S, earfcn, "earfcn"),
+                                    FIELD(S, pci, "pci"),
+                                    FIELD(S, rx_valid, "rx_valid"),
+                                    CHAIN(0),
+                                    CHAIN(1),
+                                    CHAIN(2),
+                                    CHAIN(3)};
 #undef CHAIN
 }  // namespace lte_srv_meas_info
 
 namespace nr5g_srv_meas_info {
 using S = modem_vireo_nr5g_srv_meas_info;
-inline constexpr Field kFields[] = {kVersion, FOUR_ITEMS(S, rsrp, "rsrp_rx"), FIELD(S, rsrq, "rsrq")};
+inline constexpr Field kFields[] = {kVersion, FOUR_ITEMS(S, rsrp, "rsrp_rx"),
+                                    FIELD(S, rsrq, "rsrq")};
 }  // namespace nr5g_srv_meas_info
 
 namespace nr5g_ll1_fw_rx_control_agc {
 using S = modem_vireo_nr5g_ll1_fw_rx_control_agc;
 inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             FOUR_ITEMS(S, rssi, "rssi_rx")};
+                                    FOUR_ITEMS(S, rssi, "rssi_rx")};
 }  // namespace nr5g_ll1_fw_rx_control_agc
 
 namespace nr5g_ll1_fw_serving_ftl {
 using S = modem_vireo_nr5g_ll1_fw_serving_ftl;
-inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FOUR_ITEMS(S, snr, "snr_rx")};
+inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
+                                    FOUR_ITEMS(S, snr, "snr_rx")};
 }  // namespace nr5g_ll1_fw_serving_ftl
 
 namespace nr5g_ml1_antenna_switch_diversity {
@@ -80,20 +85,21 @@ using S = modem_vireo_nr5g_ml1_antenna_switch_diversity;
   FIELD_AT(S, array, i, old_antenna, "ant_" #array "_" #i "_old"), \
       FIELD_AT(S, array, i, new_antenna, "ant_" #array "_" #i "_new")
 inline constexpr Field kFields[] = {kVersion,      CHANGE(rx, 0), CHANGE(rx, 1), CHANGE(rx, 2),
-                             CHANGE(rx, 3), CHANGE(tx, 0), CHANGE(tx, 1)};
+                                    CHANGE(rx, 3), CHANGE(tx, 0), CHANGE(tx, 1)};
 #undef CHANGE
 }  // namespace nr5g_ml1_antenna_switch_diversity
 
 namespace wcdma_pn_search_edition2 {
 using S = modem_vireo_wcdma_pn_search_edition2;
 inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             ITEM_AT(S, rx_agc, 0, "rx_agc_0"), ITEM_AT(S, rx_agc, 1, "rx_agc_1")};
+                                    ITEM_AT(S, rx_agc, 0, "rx_agc_0"),
+                                    ITEM_AT(S, rx_agc, 1, "rx_agc_1")};
 }  // namespace wcdma_pn_search_edition2
 
 namespace gsm_l1_rx_diversity_metrics {
 using S = modem_vireo_gsm_l1_rx_diversity_metrics;
-inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"), FIELD(S, rx_prx, "rx_prx"),
-                             FIELD(S, rx_drx, "rx_drx")};
+inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
+                                    FIELD(S, rx_prx, "rx_prx"), FIELD(S, rx_drx, "rx_drx")};
 }  // namespace gsm_l1_rx_diversity_metrics
 
 namespace mcs_trm_asdiv {
@@ -107,7 +113,7 @@ inline constexpr Field kFields[] = {
 namespace nr5g_mac_ul_phy_ch_power_info {
 using S = modem_vireo_nr5g_mac_ul_phy_ch_power_info;
 inline constexpr Field kFields[] = {kVersion, FIELD(S, leading, "leading"),
-                             FIELD(S, tx_power, "tx_power")};
+                                    FIELD(S, tx_power, "tx_power")};
 }  // namespace nr5g_mac_ul_phy_ch_power_info
 
 namespace lte_pusch_power_info {

@@ -9,12 +9,14 @@
 
 #include "platform/idl/nas.h"
 #include "platform/idl/vendor.h"
+#include "platform/idl/vs.h"
 #include "qcci/idl/codec.h"
 #include "support/desk.h"
 #include "support/random_message.h"
 #include "traffic/dissector/dissector.h"
 #include "traffic/file/pcapng.h"
 #include "traffic/view/walk.h"
+#include "vireo/records/layouts.h"
 
 namespace traffic {
 namespace {
@@ -192,6 +194,26 @@ std::vector<Frame> random_frames() {
       add(qcci::idl::kVendorService, type, KELVOR_VENDOR_GENERIC, c);
     }
     ++transaction;
+  }
+  // Every statistics record: whole, cut within a field, and with more behind it.
+  for (const uint32_t id : vireo::kRecordIds) {
+    const qcci::idl::Message& message =
+        *qcci::idl::kVsService.find(QMI_IDL_RESPONSE, VS_GET_PARAMETERS);
+    std::vector<uint8_t> c(message.c_size);
+    auto& response = *reinterpret_cast<vs_get_parameters_resp*>(c.data());
+    response.parameters_valid = 1;
+    for (const int beyond : {0, -1, 3}) {
+      vs_parameter& one = response.parameters[response.parameters_len++];
+      one.id = id;
+      size_t at = 0;
+      for (const vireo::Field& field : vireo::layout_of(id)) {
+        const float level = -95.5F + static_cast<float>(at);
+        if (field.width == sizeof level) std::memcpy(one.data + at, &level, sizeof level);
+        at += field.width;
+      }
+      one.data_len = static_cast<uint32_t>(static_cast<int>(at) + beyond);
+    }
+    add(qcci::idl::kVsService, QMI_IDL_RESPONSE, VS_GET_PARAMETERS, c);
   }
   return frames;
 }

@@ -15,6 +15,7 @@ end
 local function signed(abbr, name, names)
   return keep(ProtoField.int32(abbr, name, base.DEC, names))
 end
+local function decimal(abbr, name) return keep(ProtoField.float(abbr, name)) end
 local function octets(abbr, name) return keep(ProtoField.bytes(abbr, name)) end
 local function text(abbr, name) return keep(ProtoField.string(abbr, name)) end
 local types = {[0] = "request", [2] = "response", [4] = "indication"}
@@ -72,6 +73,16 @@ local function show_payload(tree, range, fields)
   end
 end
 
+local function show_record(tree, range, layout, rest)
+  local at, size = 0, range:len()
+  for _, f in ipairs(layout) do
+    if at + f.width > size then break end
+    tree:add_le(f.field, range(at, f.width))
+    at = at + f.width
+  end
+  if at < size then tree:add(rest, range(at)) end
+end
+
 -- Returns the range behind the elements; nil when it ends before them.
 local show
 local function show_item(tree, range, e, at)
@@ -81,6 +92,7 @@ local function show_item(tree, range, e, at)
   return at + e.width
 end
 function show(tree, range, elements, at, payload)
+  local id
   for _, e in ipairs(elements) do
     local items = e.max
     if e.count_width > 0 then
@@ -93,6 +105,9 @@ function show(tree, range, elements, at, payload)
       if payload and e.name == "data" then
         show_payload(tree:add(vexqmi, range(at, items), e.name),
                      range(at, math.min(items, payload.size)), payload.fields)
+      elseif items > 0 and e.records and e.records[id] then
+        show_record(tree:add(vexqmi, range(at, items), e.name), range(at, items), e.records[id],
+                    e.rest)
       elseif items > 0 then
         tree:add(e.field, range(at, items))
       end
@@ -101,6 +116,7 @@ function show(tree, range, elements, at, payload)
       for _ = 1, items do
         at = show_item(tree, range, e, at)
         if not at then return nil end
+        if e.name == "id" and e.width then id = number(range(at - e.width, e.width)) end
       end
     end
   end

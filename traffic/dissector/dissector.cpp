@@ -8,6 +8,7 @@
 #include "traffic/dissector/code.h"
 #include "traffic/view/decoder.h"
 #include "traffic/view/names.h"
+#include "vireo/records/layouts.h"
 
 namespace traffic {
 namespace {
@@ -36,6 +37,7 @@ class Tables {
   void add_elements(std::span<const Element> elements, const std::string& prefix, Place place);
   void add_message(const qmi_idl_service_object& service, const qcci::idl::MessageRow& row,
                    qmi_idl_message_type type);
+  std::string record_fields(const std::string& path, Place place);
   std::string payload_fields(PayloadFields fields, uint8_t type);
   std::string payload_tables();
 
@@ -92,6 +94,9 @@ void Tables::add_elements(std::span<const Element> elements, const std::string& 
                        : octets                ? "octets"
                                                : number_kind(e.wire_width, e.is_signed),
                        path, here);
+      if (octets && is_record({place.service, place.type, place.around, e.name})) {
+        tables_ += record_fields(path + ".", place);
+      }
     }
     tables_ += "}, ";
   }
@@ -110,6 +115,25 @@ void Tables::add_message(const qmi_idl_service_object& service, const qcci::idl:
     tables_ += "}},\n";
   }
   tables_ += "  },\n";
+}
+
+std::string Tables::record_fields(const std::string& path, Place place) {
+  place.around = "data";
+  place.name = "rest";
+  std::string text = ", rest = " + field("octets", path + "rest", place) + ", records = {\n";
+  for (const uint32_t id : vireo::kRecordIds) {
+    text += "  [" + std::to_string(id) + "] = {";
+    for (const vireo::Field& row : vireo::layout_of(id)) {
+      place.name = row.name;
+      const char* const kind = row.type == vireo::FieldType::kDecimal
+                                   ? "decimal"
+                                   : number_kind(row.width, row.type == vireo::FieldType::kSigned);
+      text += "{width = " + std::to_string(row.width) +
+              ", field = " + field(kind, path + row.name, place) + "}, ";
+    }
+    text += "},\n";
+  }
+  return text + "}";
 }
 
 std::string Tables::payload_fields(PayloadFields fields, uint8_t type) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "platform/idl/uim.h"
 #include "platform/idl/vendor.h"
@@ -10,6 +11,7 @@
 #include "qcci/idl/fields.h"
 #include "traffic/redact/comments.h"
 #include "traffic/view/names.h"
+#include "vireo/records/layouts.h"
 
 namespace traffic {
 namespace {
@@ -45,12 +47,15 @@ class EachOctets final : public qcci::idl::FieldVisitor {
   uint64_t number_before_ = 0;
 };
 
-// The records of an LTE cell have its physical identity behind version and frequency.
-constexpr size_t kPciAt = 5;
 constexpr uint32_t kPcis = 504;
-bool has_pci(uint64_t record) {
-  constexpr uint64_t kLtePrimary = 0x52, kFirstSecondary = 0x67, kLastSecondary = 0x6C;
-  return record == kLtePrimary || (record >= kFirstSecondary && record <= kLastSecondary);
+// Where a statistics record has a physical cell identity; nothing when it has none.
+std::optional<size_t> pci_at(uint64_t record) {
+  size_t at = 0;
+  for (const vireo::Field& field : vireo::layout_of(static_cast<uint32_t>(record))) {
+    if (field.name == std::string_view("pci")) return at;
+    at += field.width;
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -136,11 +141,12 @@ void Redactor::replace_values(Decoded& decoded) {
   };
   EachOctets each([&](std::span<uint8_t> octets, uint64_t record) {
     identities_.replace(octets, replaced);
-    if (decoded.service == &qcci::idl::kVsService && has_pci(record) &&
-        octets.size() >= kPciAt + 2) {
-      const auto pci = static_cast<uint32_t>(number_at(octets, kPciAt, 2));
+    if (decoded.service != &qcci::idl::kVsService) return;
+    const auto at = pci_at(record);
+    if (at && octets.size() >= *at + 2) {
+      const auto pci = static_cast<uint32_t>(number_at(octets, *at, 2));
       const auto substitute = static_cast<uint16_t>(identities_.replace_number(pci, kPcis));
-      std::memcpy(octets.data() + kPciAt, &substitute, sizeof substitute);
+      std::memcpy(octets.data() + *at, &substitute, sizeof substitute);
       ++counts_["cell identity"];
     }
   });

@@ -1,4 +1,5 @@
-// A file that a command makes: whole or absent, mode 0600, and never written over one that is there.
+// A file that a command makes: whole or absent, mode 0600, and never written over one that is
+// there.
 #pragma once
 
 #include <cstdio>

@@ -19,8 +19,8 @@ int report_file(const std::string& path, const std::string& output) {
   if (file.status() != 0 && file.reader().sections() == 0) return file.status();
   if (!read || !page.write(report.end(file.reader().what())) || !page.keep()) return page.failed();
   if (report.left_out() != 0) {
-    say(output + ": has the first " + std::to_string(Report::kMostEvents) + " messages and notes; " +
-        std::to_string(report.left_out()) + " more are left out");
+    say(output + ": has the first " + std::to_string(Report::kMostEvents) +
+        " messages and notes; " + std::to_string(report.left_out()) + " more are left out");
   }
   return file.status();
 }

@@ -214,6 +214,10 @@ bool is_payload_result(const Place& place) {
 
 }  // namespace
 
+bool is_record(const Place& place) {
+  return place.service == kVs && place.around == "parameters" && place.name == kData;
+}
+
 Names names_at(const Place& place) {
   if (is_payload_result(place)) return errno_names();
   const Row* const row = row_at(place);

@@ -34,6 +34,9 @@ struct Place {
   std::string_view name;
 };
 
+// Whether the octets there are a statistics record, of the id beside them.
+[[nodiscard]] bool is_record(const Place& place);
+
 // The names of the values there; empty when they have none.
 [[nodiscard]] Names names_at(const Place& place);
 // Whether the number there says that something failed.

@@ -50,16 +50,20 @@ class Walker final : public qcci::idl::FieldVisitor {
   }
 
  private:
+  Place place(const char* name) const {
+    return {.service = decoded_.service->id,
+            .type = decoded_.header.type,
+            .around = around_.empty() ? "" : around_.back(),
+            .name = name};
+  }
+
   void give(const char* name, Number number) {
-    const Place place{.service = decoded_.service->id,
-                      .type = decoded_.header.type,
-                      .around = around_.empty() ? "" : around_.back(),
-                      .name = name};
+    const Place here = place(name);
     const auto value = static_cast<int64_t>(number.bits);
-    const Names names = names_at(place);
+    const Names names = names_at(here);
     if (!names.empty()) {
       number.meaning = name_of(names, value);
-      number.failure = is_failure(place, value);
+      number.failure = is_failure(here, value);
     }
     visitor_.number(name, number);
   }
@@ -97,10 +101,7 @@ class Walker final : public qcci::idl::FieldVisitor {
 
   // Of the octets of that name; none when they are no statistics record.
   std::span<const vireo::Field> record_layout(const char* name) const {
-    if (decoded_.service != &qcci::idl::kVsService || std::strcmp(name, "data") != 0 ||
-        around_.empty() || std::strcmp(around_.back(), "parameters") != 0) {
-      return {};
-    }
+    if (!is_record(place(name))) return {};
     return vireo::layout_of(static_cast<uint32_t>(id_));
   }
 

@@ -137,6 +137,14 @@ inline constexpr Field kStackMax{"stack_max", 1, kDropped, FieldType::kUnsigned}
 inline constexpr Field kRat{"rat", 4, kDropped, FieldType::kSigned};
 inline constexpr Field kSysModeFields[] = {kStackMax, kRat};
 
+// Of the records whose fields are known.
+#define RECORD_ID(name, id) id,
+#define CARRIER_RECORD_ID(name, carrier, id) id,
+inline constexpr uint32_t kRecordIds[] = {
+    kSysModeRecord, MODEM_VIREO_MEASUREMENTS(RECORD_ID) MODEM_VIREO_CARRIERS(CARRIER_RECORD_ID)};
+#undef CARRIER_RECORD_ID
+#undef RECORD_ID
+
 // The fields of a record; none for one that is not known.
 constexpr std::span<const Field> layout_of(uint32_t record_id) {
   switch (record_id) {

@@ -9,6 +9,7 @@
 
 #include "traffic/file/pcapng.h"
 #include "traffic/redact/redactor.h"
+#include "traffic/report/report.h"
 #include "traffic/view/print.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -30,9 +31,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!reader.open("/proc/self/fd/" + std::to_string(fd))) std::abort();
   traffic::Printer printer({.service = "", .message = "", .octets = true});
   traffic::Redactor redactor;
+  traffic::Report report("fuzz");
   traffic::Frame frame;
   const auto use = [&] {
     (void)printer.lines(frame);
+    (void)report.frame(frame);
     redactor.learn(frame);
     redactor.redact(&frame);
   };

@@ -16,7 +16,7 @@ function showTotals() {
     make("span", { class: faults ? "fault" : "" }, plural(faults, "fault")));
   byId("next-failure").disabled = failures === 0;
   const warnings = [];
-  if (capture.damage) warnings.push("The capture was read up to a damage: " + capture.damage + ".");
+  if (capture.damage) warnings.push("The capture could not be read to its end: " + capture.damage + ".");
   if (capture.left_out) warnings.push(plural(capture.left_out, "further message") + " left out: the page would be too large.");
   byId("warning").textContent = warnings.join(" ");
   byId("warning").hidden = warnings.length === 0;

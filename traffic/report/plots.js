@@ -93,8 +93,9 @@ class Chart {
     this.high = values.reduce((a, b) => Math.max(a, b));
     this.holder = make("div");
     this.legend = make("ul", { class: "legend" });
+    this.time = make("small", { class: "time" });
     this.figure = make("figure", { tabindex: "0", "aria-label": `${this.title}: ${plural(this.all.length, "sample")}, ${this.low} to ${this.high} ${this.unit}` },
-      make("figcaption", {}, this.title + " ", make("small", {}, this.unit)), this.holder, this.legend);
+      make("figcaption", {}, this.title + " ", make("small", {}, this.unit), this.time), this.holder, this.legend);
     this.figure.addEventListener("keydown", (event) => this.key(event));
     this.holder.addEventListener("pointermove", (event) => this.point(event));
     this.holder.addEventListener("pointerleave", () => this.mark(null));
@@ -155,7 +156,8 @@ class Chart {
       swatch.style.background = `var(--s${i % 6})`;
       return make("li", {}, swatch, name + " ", make("b", {}, one ? this.names.get(one.value) || String(one.value) : "\u2013"));
     });
-    this.legend.replaceChildren(...items, make("li", { class: "empty" }, sample ? seconds(sample.t) + " s" : ""));
+    this.legend.replaceChildren(...items);
+    this.time.textContent = sample ? seconds(sample.t) + " s" : "";
     if (!this.cursor) return;
     this.cursor.setAttribute("visibility", sample ? "visible" : "hidden");
     if (sample) { this.cursor.setAttribute("x1", this.x(sample.t)); this.cursor.setAttribute("x2", this.x(sample.t)); }

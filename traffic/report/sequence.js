@@ -105,7 +105,8 @@ class Sequence {
       const mark = row.kind === "run" ? "\u25b8 " : row.fault ? "\u25b2 " : "";
       const text = make("div", { class: "head", title: row.text }, mark + (row.text || "a run"));
       return make("div", { class: "row " + row.kind + (row.fault ? " fault" : ""), role: "option" },
-        make("span", { class: "time" }, seconds(row.t)), make("div", { class: "what" }, text));
+        make("span", { class: "time" }, seconds(row.t)), row.kind === "run" ? null : this.lifelines(),
+        make("div", { class: "what" }, text));
     }
     const failures = failuresOf(row), first = firstMessage(row), took = tookOf(row);
     const head = make("div", { class: "head" }, make("b", {}, serviceName(first)), " \u00b7 " + messageName(first),
@@ -119,11 +120,16 @@ class Sequence {
       make("span", { class: "took" }, took === undefined ? "" : duration(took)));
   }
 
-  arrows(row) {
+  lifelines() {
     const svg = draw("svg", { width: this.width, height: rowHeight, "aria-hidden": "true" });
     for (const lane of this.lanes) {
       svg.append(draw("line", { class: "life", x1: lane.x, x2: lane.x, y1: 0, y2: rowHeight }));
     }
+    return svg;
+  }
+
+  arrows(row) {
+    const svg = this.lifelines();
     const first = firstMessage(row);
     const client = laneOf(this.lanes, true, first.client), service = laneOf(this.lanes, false, first.service);
     if (row.request) svg.append(arrow("ask", client.x, service.x, 15));

@@ -196,7 +196,7 @@ std::vector<Frame> random_frames() {
     ++transaction;
   }
   // Every statistics record: whole, cut within a field, and with more behind it.
-  for (const uint32_t id : vireo::kRecordIds) {
+  for (const auto& [id, fields] : vireo::kLayouts) {
     const qcci::idl::Message& message =
         *qcci::idl::kVsService.find(QMI_IDL_RESPONSE, VS_GET_PARAMETERS);
     std::vector<uint8_t> c(message.c_size);
@@ -206,7 +206,7 @@ std::vector<Frame> random_frames() {
       vs_parameter& one = response.parameters[response.parameters_len++];
       one.id = id;
       size_t at = 0;
-      for (const vireo::Field& field : vireo::layout_of(id)) {
+      for (const vireo::Field& field : fields) {
         const float level = -95.5F + static_cast<float>(at);
         if (field.width == sizeof level) std::memcpy(one.data + at, &level, sizeof level);
         at += field.width;

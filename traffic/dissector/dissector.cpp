@@ -121,9 +121,9 @@ std::string Tables::record_fields(const std::string& path, Place place) {
   place.around = "data";
   place.name = "rest";
   std::string text = ", rest = " + field("octets", path + "rest", place) + ", records = {\n";
-  for (const uint32_t id : vireo::kRecordIds) {
+  for (const auto& [id, fields] : vireo::kLayouts) {
     text += "  [" + std::to_string(id) + "] = {";
-    for (const vireo::Field& row : vireo::layout_of(id)) {
+    for (const vireo::Field& row : fields) {
       place.name = row.name;
       const char* const kind = row.type == vireo::FieldType::kDecimal
                                    ? "decimal"

@@ -137,30 +137,25 @@ inline constexpr Field kStackMax{"stack_max", 1, kDropped, FieldType::kUnsigned}
 inline constexpr Field kRat{"rat", 4, kDropped, FieldType::kSigned};
 inline constexpr Field kSysModeFields[] = {kStackMax, kRat};
 
-// Of the records whose fields are known.
-#define RECORD_ID(name, id) id,
-#define CARRIER_RECORD_ID(name, carrier, id) id,
-inline constexpr uint32_t kRecordIds[] = {
-    kSysModeRecord, MODEM_VIREO_MEASUREMENTS(RECORD_ID) MODEM_VIREO_CARRIERS(CARRIER_RECORD_ID)};
-#undef CARRIER_RECORD_ID
-#undef RECORD_ID
+// The records whose fields are known.
+struct Layout {
+  uint32_t record_id;
+  std::span<const Field> fields;
+};
+#define LAYOUT(name, id) {id, name::kFields},
+#define CARRIER_LAYOUT(name, carrier, id) {id, name::kFields},
+inline constexpr Layout kLayouts[] = {{kSysModeRecord, kSysModeFields},
+                                      MODEM_VIREO_MEASUREMENTS(LAYOUT)
+                                          MODEM_VIREO_CARRIERS(CARRIER_LAYOUT)};
+#undef CARRIER_LAYOUT
+#undef LAYOUT
 
 // The fields of a record; none for one that is not known.
 constexpr std::span<const Field> layout_of(uint32_t record_id) {
-  switch (record_id) {
-#define RECORD(name, id) \
-  case id:               \
-    return name::kFields;
-#define CARRIER_RECORD(name, carrier, id) RECORD(name, id)
-    MODEM_VIREO_MEASUREMENTS(RECORD)
-    MODEM_VIREO_CARRIERS(CARRIER_RECORD)
-#undef CARRIER_RECORD
-#undef RECORD
-    case kSysModeRecord:
-      return kSysModeFields;
-    default:
-      return {};
+  for (const Layout& layout : kLayouts) {
+    if (layout.record_id == record_id) return layout.fields;
   }
+  return {};
 }
 
 }  // namespace vireo

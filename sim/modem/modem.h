@@ -3,9 +3,6 @@
 // Threads: every public function may be called from any thread; each takes the modem's one mutex.
 // Handlers of services, scheduled work, ports, the tap and the log are called with that mutex held:
 // they must return soon and must not call the modem's public functions.
-//
-// Time: nothing happens by itself. Whoever carries the modem's datagrams calls run_due at the time
-// that next_due gives.
 #pragma once
 
 #include <functional>
@@ -14,16 +11,16 @@
 #include <vector>
 
 #include "base/mutex.h"
-#include "platform/clock/process_clock.h"
 #include "sim/config/config.h"
 #include "sim/modem/bus.h"
 #include "sim/modem/faults.h"
+#include "sim/modem/modem_bus.h"
 #include "sim/modem/service.h"
 #include "sim/phone/phone.h"
 
 namespace sim {
 
-class Modem : private ModemContext {
+class Modem : public ModemBus, private ModemContext {
  public:
   // Sees every message, from its QMI header on: requests as the client sent them, responses and
   // indications as they go out, after the fault rules.
@@ -38,16 +35,11 @@ class Modem : private ModemContext {
   Modem(Phone phone, PhoneConfig config, std::span<const ServiceMaker> services);
   ~Modem() override;
 
-  // Gives the port an address. The port must outlast its detach, after which it is not called.
-  [[nodiscard]] Address attach(Port& port) EXCLUDES(mutex_);
-  void detach(Address client) EXCLUDES(mutex_);
-  // Takes one datagram from a client. What nobody can answer (no such service, no QMI request) is
-  // dropped, as on a real bus.
-  void send(Address client, Address to, std::span<const uint8_t> octets) EXCLUDES(mutex_);
-
-  // When work is due next; kNever when none is.
-  [[nodiscard]] platform::Time next_due() EXCLUDES(mutex_);
-  void run_due() EXCLUDES(mutex_);
+  [[nodiscard]] Address attach(Port& port) override EXCLUDES(mutex_);
+  void detach(Address client) override EXCLUDES(mutex_);
+  void send(Address client, Address to, std::span<const uint8_t> octets) override EXCLUDES(mutex_);
+  [[nodiscard]] platform::Time next_due() override EXCLUDES(mutex_);
+  void run_due() override EXCLUDES(mutex_);
 
   // Takes every service down, at once, and brings it up after the time that phone.toml says, which
   // run_due does. Unsynced files are dropped.

@@ -40,7 +40,7 @@ struct BusBridge::Client final : Port {
   const Address address;
 };
 
-BusBridge::BusBridge(Modem& modem) : modem_(modem) {}
+BusBridge::BusBridge(ModemBus& modem) : modem_(modem) {}
 
 BusBridge::~BusBridge() = default;
 

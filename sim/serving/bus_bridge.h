@@ -14,7 +14,7 @@
 #include <set>
 #include <utility>
 
-#include "sim/modem/modem.h"
+#include "sim/modem/modem_bus.h"
 
 namespace sim {
 
@@ -26,7 +26,7 @@ class BusBridge {
 
  protected:
   // The modem must outlast this.
-  explicit BusBridge(Modem& modem);
+  explicit BusBridge(ModemBus& modem);
   // `at`: a service's address on the simulated bus; other addresses are the other bus's. Called
   // with the modem's mutex held, so none may call the modem.
   virtual void announce(Address at, uint32_t service, uint32_t instance) = 0;
@@ -45,7 +45,7 @@ class BusBridge {
   struct Watcher;
   struct Client;
 
-  Modem& modem_;
+  ModemBus& modem_;
   std::set<Address> up_;
   bool withdrawn_ = false;  // clients_ may have some of services that are gone
   // By the service that they sent to and their own address.

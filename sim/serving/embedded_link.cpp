@@ -16,7 +16,7 @@ using qcci::Received;
 
 class EmbeddedLink final : public qcci::Link {
  public:
-  explicit EmbeddedLink(std::shared_ptr<Modem> modem) : modem_(std::move(modem)) {}
+  explicit EmbeddedLink(std::shared_ptr<ModemBus> modem) : modem_(std::move(modem)) {}
 
   ~EmbeddedLink() override {
     for (const auto& [id, end] : ends_) modem_->detach(end->address);
@@ -107,7 +107,7 @@ class EmbeddedLink final : public qcci::Link {
     arrived_.notify_all();
   }
 
-  const std::shared_ptr<Modem> modem_;
+  const std::shared_ptr<ModemBus> modem_;
   base::Mutex mutex_;
   std::condition_variable arrived_;
   std::atomic<uint64_t> wakes_{0};  // changed with the mutex held
@@ -118,7 +118,7 @@ class EmbeddedLink final : public qcci::Link {
 
 }  // namespace
 
-std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<Modem> modem) {
+std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<ModemBus> modem) {
   return std::make_unique<EmbeddedLink>(std::move(modem));
 }
 

@@ -8,11 +8,11 @@
 #include <memory>
 
 #include "qcci/link/link.h"
-#include "sim/modem/modem.h"
+#include "sim/modem/modem_bus.h"
 
 namespace sim {
 
 // Never null. The link keeps the modem alive.
-std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<Modem> modem);
+std::unique_ptr<qcci::Link> make_embedded_link(std::shared_ptr<ModemBus> modem);
 
 }  // namespace sim

@@ -28,7 +28,7 @@ struct QrtrNode::Head {
   uint32_t version, type, from_node, from_port, confirm, size, to_node, to_port;
 };
 
-QrtrNode::QrtrNode(Modem& modem, Poller& poller, uint32_t node)
+QrtrNode::QrtrNode(ModemBus& modem, Poller& poller, uint32_t node)
     : BusBridge(modem), poller_(poller), node_(node) {
   static_assert(sizeof(Head) == 32);
 }

@@ -25,7 +25,7 @@ namespace sim {
 class QrtrNode final : private BusBridge, private Polled {
  public:
   // `node`: its number on the bus. The others must outlast this.
-  QrtrNode(Modem& modem, Poller& poller, uint32_t node);
+  QrtrNode(ModemBus& modem, Poller& poller, uint32_t node);
   ~QrtrNode() override;
   QrtrNode(const QrtrNode&) = delete;
   QrtrNode& operator=(const QrtrNode&) = delete;

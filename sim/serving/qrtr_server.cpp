@@ -38,7 +38,7 @@ struct QrtrServer::Service final : Polled {
   Poller::Id polled = 0;  // 0: not published, since the kernel did not take the announcement
 };
 
-QrtrServer::QrtrServer(Modem& modem, Poller& poller) : BusBridge(modem), poller_(poller) {}
+QrtrServer::QrtrServer(ModemBus& modem, Poller& poller) : BusBridge(modem), poller_(poller) {}
 
 QrtrServer::~QrtrServer() = default;
 

@@ -24,7 +24,7 @@ namespace sim {
 class QrtrServer final : private BusBridge {
  public:
   // Both must outlast this.
-  QrtrServer(Modem& modem, Poller& poller);
+  QrtrServer(ModemBus& modem, Poller& poller);
   ~QrtrServer() override;
   QrtrServer(const QrtrServer&) = delete;
   QrtrServer& operator=(const QrtrServer&) = delete;

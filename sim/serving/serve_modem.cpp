@@ -10,7 +10,7 @@ struct Stop final : Polled {
 
 }  // namespace
 
-void serve_modem(Modem& modem, Poller& poller, int stop) {
+void serve_modem(ModemBus& modem, Poller& poller, int stop) {
   Stop stopped;
   const Poller::Id id = poller.add(stop, EPOLLIN, stopped);
   while (id != 0 && !stopped.asked) {

@@ -102,7 +102,7 @@ class Server::Connection final : public Port, public Polled {
   size_t backlog_octets_ = 0;
 };
 
-Server::Server(Modem& modem, Poller& poller) : modem_(modem), poller_(poller) {}
+Server::Server(ModemBus& modem, Poller& poller) : modem_(modem), poller_(poller) {}
 
 Server::~Server() {
   poller_.remove(accepting_);

@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "sim/modem/modem.h"
+#include "sim/modem/modem_bus.h"
 #include "sim/phone/phone.h"
 #include "sim/serving/poller.h"
 
@@ -22,7 +22,7 @@ namespace sim {
 class Server final : private Polled {
  public:
   // Both must outlast this.
-  Server(Modem& modem, Poller& poller);
+  Server(ModemBus& modem, Poller& poller);
   // Removes the socket.
   ~Server() override;
   Server(const Server&) = delete;
@@ -45,7 +45,7 @@ class Server final : private Polled {
   void ready(uint32_t events) override;  // somebody connects
   void close(Connection& connection);
 
-  Modem& modem_;
+  ModemBus& modem_;
   Poller& poller_;
   Poller::Id accepting_ = 0;
   bool full_ = false;             // no descriptor for another connection until one ends

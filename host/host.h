@@ -17,8 +17,9 @@ const sim::Phone& phone();
 // printed to standard error once.
 [[nodiscard]] bool prepare_phone();
 
-// A link to the modem that VEX_MODEM chooses: "embedded", "unix:PATH" or "qrtr"; when it is unset,
-// to the phone's served modem if that answers, and to an embedded one otherwise. Never null: where
+// A link to the modem that VEX_MODEM chooses: "embedded", "unix:PATH", "qrtr", "replay:FILE" or
+// "replay-timing:FILE"; when it is unset, to the phone's served modem if that answers, and to an
+// embedded one otherwise. Never null: where
 // there is no modem the link never opens, and the cause has been printed to standard error.
 [[nodiscard]] std::unique_ptr<qcci::Link> make_link();
 

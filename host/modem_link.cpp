@@ -13,6 +13,7 @@
 #include "qcci/link/local_socket.h"
 #include "qcci/link/no_link.h"
 #include "qcci/link/qrtr.h"
+#include "sim/replay/replay_modem.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "sim/serving/server.h"
@@ -56,6 +57,33 @@ std::unique_ptr<qcci::Link> embedded() {
   return sim::make_embedded_link(std::move(modem));
 }
 
+// Set and never destroyed as the embedded one.
+std::shared_ptr<sim::ReplayModem>& replay_modem() {
+  static auto* const modem = new std::shared_ptr<sim::ReplayModem>;
+  return *modem;
+}
+
+// What is said of a replay is for the person who asked for it: the tool's own output is the same as
+// when the capture was made.
+void say_of_replay(const std::string& line) {
+  traffic::report("replay: " + line);
+  traffic::note("replay: " + line);
+}
+
+void report_not_asked() {
+  for (const std::string& line : replay_modem()->not_asked()) traffic::report("replay: " + line);
+}
+
+std::unique_ptr<qcci::Link> replayed(const std::string& path, sim::ReplayModem::Timing timing) {
+  traffic::Recording recording;
+  std::string why;
+  if (!recording.read(path, &why)) return no_link(why);
+  replay_modem() = std::make_shared<sim::ReplayModem>(std::move(recording), timing, say_of_replay,
+                                                      sim::ReplayModem::Tap());
+  std::atexit(report_not_asked);
+  return sim::make_embedded_link(replay_modem());
+}
+
 // Why a served modem could not be connected to, from errno: the end of a sentence.
 std::string unavailable(int error) {
   switch (error) {
@@ -90,6 +118,11 @@ std::unique_ptr<qcci::Link> make_link() {
     return embedded();
   }
   if (wanted == "embedded") return embedded();
+  using Timing = sim::ReplayModem::Timing;
+  for (const auto& [prefix, timing] :
+       {std::pair("replay:", Timing::kAtOnce), std::pair("replay-timing:", Timing::kRecorded)}) {
+    if (wanted.starts_with(prefix)) return replayed(wanted.substr(std::strlen(prefix)), timing);
+  }
   if (wanted.starts_with("unix:")) {
     const std::string path = wanted.substr(5);
     auto served = std::make_unique<qcci::LocalSocketLink>(path);
@@ -108,7 +141,8 @@ std::unique_ptr<qcci::Link> make_link() {
     if (bus->answers()) return bus;
     return no_link(std::string("no QRTR bus in this kernel: ") + std::strerror(errno));
   }
-  return no_link("VEX_MODEM is \"" + wanted + "\", not embedded, unix:PATH or qrtr");
+  return no_link("VEX_MODEM is \"" + wanted +
+                 "\", not embedded, unix:PATH, qrtr, replay:FILE or replay-timing:FILE");
 }
 
 }  // namespace host

@@ -2,29 +2,18 @@
 //
 // Exit status: 0, 1 for a failure, 2 for unknown words; that of the shell is in phone_shell.h.
 
-#include <signal.h>
-#include <sys/signalfd.h>
-
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 #include <sstream>
 
-#include "qcci/idl/service.h"
+#include "output.h"
+#include "serve.h"
 #include "show.h"
 #include "sim/config/phone_toml.h"
 #include "sim/phone/report.h"
-#include "sim/services/make_modem.h"
-#include "sim/serving/qrtr_node.h"
-#include "sim/serving/qrtr_server.h"
-#include "sim/serving/serve_modem.h"
-#include "sim/serving/server.h"
 #include "sim/shell/phone_shell.h"
-#include "traffic/file/capture.h"
-#include "traffic/link/process_capture.h"
-#include "traffic/view/print.h"
 
 namespace {
 
@@ -44,83 +33,10 @@ int refuse(const std::string& why) {
   return kUsage;
 }
 
-// Flushes standard output. False, and why, when a write failed.
-[[nodiscard]] bool flush_output(std::string* why) {
-  const bool flushed = std::fflush(stdout) == 0;
-  if (flushed && std::ferror(stdout) == 0) return true;
-  *why = std::string("standard output: ") + (flushed ? "a write failed" : std::strerror(errno));
-  return false;
-}
-
 int init(const Phone& phone) {
   std::string why;
   if (!phone.prepare(&why)) return fail(why);
   std::printf("%s\n", phone.root().c_str());
-  return 0;
-}
-
-// The modem's side of the bus, as a capture has it.
-traffic::FrameHead head_of(const qmi_idl_service_object& service, sim::FaultKind kind,
-                           sim::Address client, sim::Address server) {
-  traffic::FrameHead head;
-  head.to_client = kind != sim::FaultKind::kRequest;
-  head.service = service.id;
-  head.instance = qcci::instance_field(static_cast<uint32_t>(service.major), 0);
-  head.from = head.to_client ? server : client;
-  head.to = head.to_client ? client : server;
-  return head;
-}
-
-struct Serving {
-  bool trace = false;
-  std::string capture;  // a file's path, or empty
-  bool qrtr = false;
-  std::optional<uint32_t> node;  // the number of a node of its own on the QRTR bus
-};
-
-int serve(const Phone& phone, const Serving& wanted) {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  const sim::Descriptor stop(::signalfd(-1, &signals, SFD_CLOEXEC));
-
-  std::string why;
-  const std::unique_ptr<sim::Modem> modem = sim::make_modem(phone, &why);
-  if (modem == nullptr) return fail(why);
-  std::unique_ptr<traffic::Capture> capture;
-  if (!wanted.capture.empty()) {
-    capture =
-        traffic::Capture::open(wanted.capture, "vex-phone", traffic::command_line(), sim::report);
-  }
-  traffic::Printer printer({});
-  modem->set_log([&capture](const std::string& line) {
-    sim::report(line);
-    if (capture != nullptr) capture->note(line);
-  });
-  modem->set_tap([&](const qmi_idl_service_object& service, sim::FaultKind kind,
-                     sim::Address client, sim::Address server, std::span<const uint8_t> octets) {
-    traffic::Frame frame{head_of(service, kind, client, server), {}, {}};
-    if (capture != nullptr) capture->write(frame, octets);
-    if (!wanted.trace) return;
-    frame.time_ns = traffic::now_ns();
-    frame.octets.assign(octets.begin(), octets.end());
-    std::fputs(printer.lines(frame).c_str(), stdout);
-    std::fflush(stdout);
-  });
-  sim::Poller poller;
-  sim::Server server(*modem, poller);
-  if (!server.listen(phone, &why)) return fail(why);
-  sim::QrtrServer bus(*modem, poller);
-  if (wanted.qrtr && !bus.publish(&why)) return fail(why);
-  sim::QrtrNode remote(*modem, poller, wanted.node.value_or(0));
-  if (wanted.node && !remote.publish(&why)) return fail(why);
-  std::printf("listening on %s\n", phone.path(sim::Server::kSocket).c_str());
-  if (wanted.qrtr) std::printf("published on the QRTR bus\n");
-  if (wanted.node) std::printf("published on the QRTR bus as node %u\n", *wanted.node);
-  if (!flush_output(&why)) return fail(why);
-  sim::serve_modem(*modem, poller, stop.get());
-  for (const std::string& line : modem->unused_fault_rules()) sim::report(line);
   return 0;
 }
 
@@ -134,7 +50,7 @@ int run(int argc, char** argv) {
   app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
       ->fallthrough()
       ->callback([&] { result = init(Phone(directory)); });
-  Serving wanted;
+  sim::Serving wanted;
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
   serving->fallthrough();
   serving->add_flag("--trace", wanted.trace, "Print every message");
@@ -145,7 +61,14 @@ int run(int argc, char** argv) {
       ->add_option("--qrtr-node", wanted.node,
                    "Be this node of the bus, as a phone's modem is node 0")
       ->excludes(on_bus);
-  serving->callback([&] { result = serve(Phone(directory), wanted); });
+  CLI::Option* const replay = serving->add_option(
+      "--replay", wanted.replay, "Answer from a capture, not from what the phone holds");
+  serving->add_flag("--replay-timing", wanted.timing, "When the capture's modem did, not at once")
+      ->needs(replay);
+  serving->callback([&] {
+    std::string why;
+    if (!sim::serve(Phone(directory), wanted, &why)) result = fail(why);
+  });
   app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);
@@ -191,5 +114,5 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   }
   const int result = run(argc, argv);
   std::string why;
-  return result == 0 && !flush_output(&why) ? fail(why) : result;
+  return result == 0 && !sim::flush_output(&why) ? fail(why) : result;
 }

@@ -12,7 +12,6 @@
 namespace traffic {
 namespace {
 
-constexpr size_t kShownOctets = 32;
 constexpr size_t kOctetsALine = 32;
 constexpr int64_t kSecond = 1000000000;
 
@@ -137,6 +136,12 @@ void append_values(Decoded& decoded, size_t most_octets, std::string* line) {
   walk(decoded, values);
 }
 
+std::string service_words(uint32_t service) {
+  std::string words = service_name(service);
+  append_format(&words, " 0x%04x", service);
+  return words;
+}
+
 std::string control_text(const Frame& frame) {
   qcci::ControlPacket packet;
   if (!qcci::ControlPacket::parse(frame.octets, &packet)) {
@@ -147,13 +152,32 @@ std::string control_text(const Frame& frame) {
     text += ": end of list";
   } else if (packet.command == qcci::Control::kNewLookup ||
              packet.command == qcci::Control::kDelLookup) {
-    append_format(&text, " of %s 0x%04x", service_name(packet.service), packet.service);
+    text += " of " + service_words(packet.service);
   } else if (packet.command == qcci::Control::kNewServer ||
              packet.command == qcci::Control::kDelServer) {
-    append_format(&text, ": %s 0x%04x version %u at %u.%u", service_name(packet.service),
-                  packet.service, packet.instance & 0xFF, packet.node, packet.port);
+    text += ": " + service_words(packet.service);
+    append_format(&text, " version %u at %u.%u", packet.instance & 0xFF, packet.node, packet.port);
   }
   return text;
+}
+
+void append_name(const Decoded& d, std::string* line) {
+  if (d.service != nullptr) {
+    *line += d.service->name;
+  } else {
+    append_format(line, "service 0x%04x", d.frame->service);
+  }
+  append_format(line, " 0x%04x %s %s", d.header.message,
+                d.service != nullptr ? d.service->message_name(d.header.message) : "?",
+                type_name(d.header.type));
+}
+
+void append_contents(Decoded& decoded, size_t most_octets, std::string* line) {
+  if (decoded.problem.empty()) {
+    append_values(decoded, most_octets, line);
+  } else {
+    line->append("(").append(decoded.problem).append(")");
+  }
 }
 
 bool Printer::wanted(const Decoded& decoded) const {
@@ -184,21 +208,11 @@ void Printer::append_time(int64_t time_ns) {
 void Printer::append_message(Decoded& d) {
   const qcci::Address client = d.frame->client();
   append_format(&line_, "%u.%u ", client.node, client.port);
-  if (d.service != nullptr) {
-    line_ += d.service->name;
-  } else {
-    append_format(&line_, "service 0x%04x", d.frame->service);
-  }
-  append_format(&line_, " 0x%04x %s %s %u", d.header.message,
-                d.service != nullptr ? d.service->message_name(d.header.message) : "?",
-                type_name(d.header.type), d.header.transaction);
+  append_name(d, &line_);
+  append_format(&line_, " %u", d.header.transaction);
   if (d.took_ns) append_format(&line_, " in %.3f ms", static_cast<double>(*d.took_ns) / 1e6);
   line_ += ": ";
-  if (d.problem.empty()) {
-    append_values(d, options_.octets ? SIZE_MAX : kShownOctets, &line_);
-  } else {
-    line_.append("(").append(d.problem).append(")");
-  }
+  append_contents(d, options_.octets ? SIZE_MAX : kShownOctets, &line_);
 }
 
 const std::string& Printer::lines(const Frame& frame) {

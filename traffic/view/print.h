@@ -39,6 +39,15 @@ class Printer {
   std::string known_text_;
 };
 
+// How many octets of an array a line shows.
+inline constexpr size_t kShownOctets = 32;
+
+// "vendor 0xffe4".
+[[nodiscard]] std::string service_words(uint32_t service);
+// Which message it is: "vendor 0x0002 generic request".
+void append_name(const Decoded& decoded, std::string* line);
+// Its values, or in parentheses why there are none.
+void append_contents(Decoded& decoded, size_t most_octets, std::string* line);
 // What a control packet says.
 [[nodiscard]] std::string control_text(const Frame& frame);
 

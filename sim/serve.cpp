@@ -108,8 +108,8 @@ bool serve(const Phone& phone, const Serving& wanted, std::string* why) {
   const bool replays = !wanted.replay.empty();
   if (!phone.prepare(why) || (replays && !recording.read(wanted.replay, why))) return false;
   Witness witness(wanted);
-  const Served served = replays ? replayed(std::move(recording), wanted, witness)
-                                : simulated(phone, witness, why);
+  const Served served =
+      replays ? replayed(std::move(recording), wanted, witness) : simulated(phone, witness, why);
   if (served.modem == nullptr) return false;
   ModemBus& modem = *served.modem;
   Poller poller;

@@ -50,9 +50,8 @@ void ReplayModem::detach(Address client) {
 // A service that the recording says nothing of is waited for, perhaps for long: say why.
 void ReplayModem::look_up(std::span<const uint8_t> octets) {
   qcci::ControlPacket packet;
-  if (!qcci::ControlPacket::parse(octets, &packet) ||
-      packet.command != qcci::Control::kNewLookup || packet.service == 0 ||
-      recording_.knows(packet.service) || missed_.size() == kMostMissed ||
+  if (!qcci::ControlPacket::parse(octets, &packet) || packet.command != qcci::Control::kNewLookup ||
+      packet.service == 0 || recording_.knows(packet.service) || missed_.size() == kMostMissed ||
       !missed_.insert(packet.service).second) {
     return;
   }

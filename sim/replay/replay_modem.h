@@ -63,7 +63,7 @@ class ReplayModem final : public ModemBus {
   base::Mutex mutex_;
   Bus bus_ GUARDED_BY(mutex_);
   traffic::Recording recording_ GUARDED_BY(mutex_);
-  std::vector<Address> up_ GUARDED_BY(mutex_);  // of each of its services; port 0: not up
+  std::vector<Address> up_ GUARDED_BY(mutex_);    // of each of its services; port 0: not up
   std::set<uint32_t> missed_ GUARDED_BY(mutex_);  // services whose lack was reported
   std::multimap<platform::Time, Due> due_ GUARDED_BY(mutex_);
 };

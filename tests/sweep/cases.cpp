@@ -96,16 +96,6 @@ bool reports_more(const std::string& output, const std::string& clean) {
   return !std::includes(had.begin(), had.end(), got.begin(), got.end());
 }
 
-// Without the debug lines, whose order and addresses vary.
-std::string shown(const std::string& output) {
-  std::istringstream in(output);
-  std::string kept;
-  for (std::string line; std::getline(in, line);) {
-    if (!line.starts_with(kDebugMark)) kept += line + "\n";
-  }
-  return kept;
-}
-
 // Whether some request was sent again, but for its transaction: what failed may have come later.
 bool asked_again(const Case& c, const Run& run) {
   std::set<std::string> asked;
@@ -144,6 +134,15 @@ bool leaves_channel(const Run& run) {
 }
 
 }  // namespace
+
+std::string shown(const std::string& output) {
+  std::istringstream in(output);
+  std::string kept;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.starts_with(kDebugMark)) kept += line + "\n";
+  }
+  return kept;
+}
 
 std::string Case::name() const {
   std::ostringstream out;

@@ -15,10 +15,12 @@
 
 #include "common/trace.h"
 #include "sim/phone/default_phone.h"
+#include "sim/replay/replay_modem.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
 #include "support/process_link.h"
 #include "sweep/sweep.h"
+#include "traffic/link/capture_link.h"
 #include "vex/commands.h"
 
 namespace {
@@ -163,6 +165,24 @@ struct Record {
   }
 };
 
+// What a replayed modem has to say stands in the output, where it differs from the clean run's.
+void say(const std::string& line) { std::printf("%s\n", line.c_str()); }
+
+std::unique_ptr<qcci::Link> link_to(const std::shared_ptr<sim::Modem>& modem, const Fault& fault) {
+  std::unique_ptr<qcci::Link> link;
+  std::string why;
+  traffic::Recording recording;
+  if (fault.replay.empty()) {
+    link = sim::make_embedded_link(modem);
+  } else if (recording.read(fault.replay, &why)) {
+    link = sim::make_embedded_link(std::make_shared<sim::ReplayModem>(
+        std::move(recording), sim::ReplayModem::Timing::kAtOnce, say, nullptr));
+  }
+  if (fault.capture.empty()) return link;
+  static const auto capture = traffic::Capture::open(fault.capture, "vex", "", say);
+  return std::make_unique<traffic::CaptureLink>(std::move(link), *capture);
+}
+
 // In the child.
 void run(const Line& line, const Fault& fault, const Run& clean, const std::string& phone,
          const std::string& folder) {
@@ -185,7 +205,7 @@ void run(const Line& line, const Fault& fault, const Run& clean, const std::stri
   const std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);
   if (modem == nullptr) std::abort();
   modem->set_tap(std::ref(record));
-  desk::use_link(std::make_unique<CutLink>(sim::make_embedded_link(modem), fault));
+  desk::use_link(std::make_unique<CutLink>(link_to(modem, fault), fault));
 
   const platform::Time began = clock.now();
   run_words(line.words, folder + "/output");

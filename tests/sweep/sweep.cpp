@@ -34,6 +34,9 @@ using Done = std::function<void(size_t number, const Run& run)>;
 // Several runs at once, since some of them wait for a disk or for each other's threads.
 const size_t kAtOnce = 2 * std::max(2u, std::thread::hardware_concurrency());
 
+// Of the cases, every such one is also captured and replayed.
+constexpr size_t kReplayed = 40;
+
 void run_all(const fs::path& folder, size_t runs, const Start& start, const Done& done) {
   std::map<pid_t, size_t> running;
   for (size_t next = 0; next < runs || !running.empty();) {
@@ -129,6 +132,34 @@ struct Sweep {
     }
   }
 
+  // What was captured prints the same when it is replayed: every line with nothing wrong, and some
+  // of the cases. A reply that came too late comes in time.
+  void run_replayed(const fs::path& folder) {
+    std::vector<Case> all;
+    for (size_t i = 0; i < clean.size(); ++i) {
+      const Line& line = sweep::lines()[i];
+      all.push_back(
+          {line, before[line.euicc], clean[i], clean[i].messages.at(0), "nothing", false, {}});
+    }
+    for (size_t i = 0; i < cases.size(); i += kReplayed) {
+      const Case& c = cases[i].second;
+      if (c.fault.cut_at == 0 && c.action != "delay") all.push_back(c);
+    }
+    std::vector<std::string> captured(all.size());
+    for (const bool replays : {false, true}) {
+      const auto begin = [&](size_t i, const std::string& own) {
+        sweep::Fault fault = replays ? sweep::Fault{} : all[i].fault;
+        (replays ? fault.replay : fault.capture) = folder / ("capture" + std::to_string(i));
+        return sweep::start(all[i].line, fault, {}, phones[all[i].line.euicc], own);
+      };
+      run_all(folder, all.size(), begin, [&](size_t i, const Run& run) {
+        const std::string printed = sweep::shown(run.output + run.probe);
+        if (!replays) captured[i] = printed;
+        if (printed != captured[i]) note(all[i].name(), "it prints other lines when replayed");
+      });
+    }
+  }
+
   void run_cases(const fs::path& folder, bool shown) {
     run_all(
         folder, cases.size(),
@@ -162,6 +193,7 @@ int run_sweep(const fs::path& folder, std::map<std::string, std::string>& option
   all.choose(static_cast<uint32_t>(number("--seed").value_or(1)), number("--part").value_or(1),
              only);
   all.run_cases(folder, only.has_value());
+  if (!only) all.run_replayed(folder);
   for (const auto& [name, problem] : all.problems) std::cout << name << ": " << problem << "\n";
   std::cout << all.cases.size() << " cases, " << all.problems.size() << " problems\n";
   bool good = all.problems.empty();

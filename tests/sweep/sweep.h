@@ -35,6 +35,8 @@ struct Fault {
   std::string toml;
   uint32_t cut_at = 0;    // 0: the bus stays
   bool answered = false;  // the modem still gets that request
+  std::string capture{};  // a file that the bus is captured to
+  std::string replay{};   // one that the modem answers from
 };
 
 // NV items and EFS files: path and contents.
@@ -84,6 +86,8 @@ std::string exceptions();
 enum Outcome { kFailure, kSuccess, kUnaffected };
 // Whether the run reported a failure that the clean one has not; else whether it printed the same.
 Outcome outcome_of(const Case& c, const Run& run);
+// What it printed, without the debug lines, whose order and addresses vary.
+std::string shown(const std::string& output);
 // What is wrong with a run; empty when nothing is. Without a case: what holds for a clean one too.
 std::string problem_of(const Case& c, const Run& run);
 std::string problem_of(const Line& line, const Run& run);

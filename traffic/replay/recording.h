@@ -22,7 +22,7 @@ namespace traffic {
 
 struct RecordedService {
   uint32_t service = 0;
-  uint32_t instance = 0;  // version and instance in one field, as control packets have them
+  uint32_t instance = 0;   // version and instance in one field, as control packets have them
   bool from_start = true;  // it was up before the first request, or nothing says that it was not
 };
 

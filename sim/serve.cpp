@@ -106,7 +106,7 @@ bool serve(const Phone& phone, const Serving& wanted, std::string* why) {
   // Before the file, which may be the same, is captured to.
   traffic::Recording recording;
   const bool replays = !wanted.replay.empty();
-  if (!phone.prepare(why) || (replays && !recording.read(wanted.replay, why))) return false;
+  if ((replays && !recording.read(wanted.replay, why)) || !phone.prepare(why)) return false;
   Witness witness(wanted);
   const Served served =
       replays ? replayed(std::move(recording), wanted, witness) : simulated(phone, witness, why);

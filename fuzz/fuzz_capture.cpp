@@ -1,4 +1,5 @@
-// The reader of captures, on any octets, and what shows and redacts the frames that it finds.
+// The reader of captures, on any octets, what shows and redacts the frames that it finds, and a
+// modem that answers from them.
 
 #include <unistd.h>
 
@@ -7,10 +8,38 @@
 #include <cstdlib>
 #include <string>
 
+#include "sim/replay/replay_modem.h"
 #include "traffic/file/pcapng.h"
 #include "traffic/redact/redactor.h"
 #include "traffic/report/report.h"
 #include "traffic/view/print.h"
+
+namespace {
+
+struct Client final : sim::Port {
+  void deliver(sim::Address, std::span<const uint8_t>) override {}
+};
+
+// Asks a modem that has these frames for each of them, at each of its services, twice.
+void replay(const std::vector<traffic::Frame>& frames) {
+  traffic::Recording recording;
+  for (const traffic::Frame& frame : frames) recording.add(frame);
+  const auto services = static_cast<uint32_t>(recording.services().size());
+  sim::ReplayModem modem(
+      std::move(recording), sim::ReplayModem::Timing::kAtOnce, [](const std::string&) {}, nullptr);
+  Client client;
+  const sim::Address address = modem.attach(client);
+  for (const traffic::Frame& frame : frames) {
+    for (uint32_t at = 0; at < 2 * services; ++at) {
+      modem.send(address, {sim::Bus::kNode, 1 + at / 2}, frame.octets);
+    }
+    modem.send(address, sim::Bus::kControl, frame.octets);
+    modem.run_due();
+  }
+  (void)modem.not_asked();
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const int fd = [] {
@@ -33,7 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   traffic::Redactor redactor;
   traffic::Report report("fuzz");
   traffic::Frame frame;
+  std::vector<traffic::Frame> frames;
   const auto use = [&] {
+    if (frames.size() < 64) frames.push_back(frame);
     (void)printer.lines(frame);
     (void)report.frame(frame);
     redactor.learn(frame);
@@ -52,5 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   header.length = static_cast<uint16_t>(frame.octets.size() - qcci::kQmiHeader);
   header.write(frame.octets.data());
   use();
+  // As what follows it, too.
+  frame.to_client = true;
+  use();
+  replay(frames);
   return 0;
 }

@@ -19,8 +19,8 @@ constexpr size_t kMostCompared = 1000;
 
 // The octets in which they differ.
 size_t distance(std::span<const uint8_t> a, std::span<const uint8_t> b) {
-  const auto [few, many] = std::minmax(a.size(), b.size());
-  size_t differ = many - few;
+  const size_t few = std::min(a.size(), b.size());
+  size_t differ = std::max(a.size(), b.size()) - few;
   for (size_t i = 0; i < few; ++i) differ += a[i] != b[i] ? 1u : 0u;
   return differ;
 }

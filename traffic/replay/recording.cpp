@@ -64,11 +64,11 @@ bool Recording::read(const std::string& path, std::string* why) {
   }
   Frame frame;
   Reader::Result result;
-  while ((result = reader.next(&frame)) == Reader::Result::kFrame) add(frame);
+  while ((result = reader.next(&frame)) == Reader::Result::kFrame && !full_) add(frame);
   last_of_.clear();
   by_transaction_.clear();
   skipped_ = reader.skipped();
-  if (result != Reader::Result::kEnd) damage_ = reader.what();
+  if (result == Reader::Result::kTorn || result == Reader::Result::kBad) damage_ = reader.what();
   if (result != Reader::Result::kBad || !services_.empty()) return true;
   *why = path + ": " + damage_;
   return false;
@@ -83,7 +83,11 @@ std::vector<std::string> Recording::left_out() const {
   if (!damage_.empty()) add(damage_ + "; what stands before is replayed");
   if (skipped_ != 0) add(std::to_string(skipped_) + " packets that are not vex's were skipped");
   if (without_request_ != 0) add(messages(without_request_) + " without a request are left out");
-  if (too_many_ != 0) add("too large: " + messages(too_many_) + " are left out");
+  if (other_services_ != 0) add(messages(other_services_) + " of more services are left out");
+  if (full_) {
+    add("too large: what stands behind the first " + std::to_string(recorded_) +
+        " requests is left out");
+  }
   return lines;
 }
 
@@ -103,12 +107,9 @@ void Recording::add(const Frame& frame) {
 }
 
 bool Recording::has_room_for(size_t octets) {
-  if (too_many_ == 0 && octets_ + octets + kFrameOctets <= kMostOctets) {
-    octets_ += octets + kFrameOctets;
-    return true;
-  }
-  ++too_many_;
-  return false;
+  full_ = full_ || octets_ + octets + kFrameOctets > kMostOctets;
+  if (!full_) octets_ += octets + kFrameOctets;
+  return !full_;
 }
 
 void Recording::add_request(const Frame& frame) {
@@ -185,7 +186,7 @@ size_t Recording::service_index(uint32_t service, uint32_t instance, Address at)
   const auto index = static_cast<size_t>(found - services_.begin());
   if (found != services_.end()) return index;
   if (services_.size() == kMostServices) {
-    ++too_many_;
+    ++other_services_;
     return services_.size();
   }
   services_.push_back({service, instance, true});

@@ -124,7 +124,8 @@ class Recording {
   std::map<std::pair<Ends, uint16_t>, Open> by_transaction_;
 
   std::string damage_;
-  uint64_t skipped_ = 0, without_request_ = 0, too_many_ = 0;
+  bool full_ = false;
+  uint64_t skipped_ = 0, without_request_ = 0, other_services_ = 0;
 };
 
 }  // namespace traffic

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/qmi_idl.h"
+#include "qcci/wire/octets.h"
 #include "traffic/replay/recording.h"
 #include "traffic/view/print.h"
 
@@ -32,12 +33,12 @@ std::string times(size_t n) { return n == 1 ? "once" : std::to_string(n) + " tim
 std::string Recording::words(const Request& request, size_t most_octets) {
   Frame frame;
   frame.service = request.service;
-  frame.octets.resize(kQmiHeader);
+  frame.octets.resize(kQmiHeader + request.tlvs.size());
   QmiHeader{.type = QMI_IDL_REQUEST,
             .message = request.message,
             .length = static_cast<uint16_t>(request.tlvs.size())}
       .write(frame.octets.data());
-  frame.octets.insert(frame.octets.end(), request.tlvs.begin(), request.tlvs.end());
+  std::ranges::copy(request.tlvs, frame.octets.begin() + kQmiHeader);
   Decoder decoder;
   Decoded& decoded = decoder.decode(frame);
   std::string line;
@@ -65,7 +66,8 @@ Recording::Requests::const_iterator Recording::nearest(const Request& to) const 
   size_t compared = 0;
   for (auto at = first; at != requests_.end() && at->first.service == to.service; ++at) {
     if (++compared > kMostCompared || (message && !same(at))) break;
-    const std::tuple now(distance(at->first.tlvs, to.tlvs), at->second.all_asked());
+    const std::tuple now(distance(qcci::as_octets(at->first.tlvs), qcci::as_octets(to.tlvs)),
+                         at->second.all_asked());
     if (best != requests_.end() && least <= now) continue;
     best = at;
     least = now;

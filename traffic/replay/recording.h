@@ -69,7 +69,7 @@ class Recording {
   struct Request {
     uint32_t service = 0;
     uint16_t message = 0;
-    std::vector<uint8_t> tlvs;
+    std::string tlvs;  // octets
     auto operator<=>(const Request&) const = default;
   };
   struct Recorded {

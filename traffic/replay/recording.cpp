@@ -63,7 +63,7 @@ bool Recording::read(const std::string& path, std::string* why) {
     return false;
   }
   Frame frame;
-  Reader::Result result;
+  Reader::Result result = Reader::Result::kEnd;
   while ((result = reader.next(&frame)) == Reader::Result::kFrame && !full_) add(frame);
   last_of_.clear();
   by_transaction_.clear();

@@ -40,17 +40,8 @@ int init(const Phone& phone) {
   return 0;
 }
 
-int run(int argc, char** argv) {
-  CLI::App app{"The simulated phone that vex talks to on a desk"};
-  app.require_subcommand(1);
-  app.set_version_flag("--version", "vex-phone " VEX_VERSION);
-  std::string directory = Phone::default_root();
-  app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
-  int result = 0;
-  app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
-      ->fallthrough()
-      ->callback([&] { result = init(Phone(directory)); });
-  sim::Serving wanted;
+// What the words after "serve" are put into must outlast the app.
+void add_serve(CLI::App& app, const std::string& directory, sim::Serving& wanted, int& result) {
   CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
   serving->fallthrough();
   serving->add_flag("--trace", wanted.trace, "Print every message");
@@ -69,6 +60,20 @@ int run(int argc, char** argv) {
     std::string why;
     if (!sim::serve(Phone(directory), wanted, &why)) result = fail(why);
   });
+}
+
+int run(int argc, char** argv) {
+  CLI::App app{"The simulated phone that vex talks to on a desk"};
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "vex-phone " VEX_VERSION);
+  std::string directory = Phone::default_root();
+  app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
+  int result = 0;
+  app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
+      ->fallthrough()
+      ->callback([&] { result = init(Phone(directory)); });
+  sim::Serving wanted;
+  add_serve(app, directory, wanted, result);
   app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
     std::string why;
     if (!sim::show(Phone(directory), &why)) result = fail(why);

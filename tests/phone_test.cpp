@@ -1,25 +1,18 @@
-// The simulated phone: its directory, its configuration, its faults, and what the desk keeps of the
-// platform in it.
+// The simulated phone: its directory, its properties and its faults.
 
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
-#include <thread>
 #include <tuple>
 
 #include "platform/idl/nas.h"
-#include "platform/kelvor_utils.h"
 #include "platform/properties.h"
 #include "platform/qmi_client.h"
-#include "platform/timer.h"
 #include "support/desk.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 // Forks `count` processes that run `work`, and waits for them; the number that failed.
 template <class Work>
@@ -97,41 +90,6 @@ TEST_F(PhoneFiles, PropertiesOutliveProcessesAndNoneIsLost) {
   for (int i = 0; i < 40; ++i) {
     EXPECT_EQ(property_get(("p." + std::to_string(i)).c_str(), value, nullptr), 1) << i;
   }
-  const std::string longest(PROPERTY_VALUE_MAX - 1, 'x');
-  static const struct {
-    const char* name;
-    std::string value;
-    int result;
-  } kRows[] = {
-      {"a", "1", 0},
-      {"a", "2", 0},
-      {"a.b", "=", 0},
-      {"long", longest, 0},
-      {"long2", longest + "x", -1},
-      {"line", "1\n2", -1},
-      {"a=b", "1", -1},
-      {"", "1", -1},
-  };
-  for (const auto& row : kRows) {
-    EXPECT_EQ(property_set(row.name, row.value.c_str()), row.result) << row.name;
-    if (row.result != 0) continue;
-    EXPECT_EQ(__system_property_get(row.name, value), static_cast<int>(row.value.size()));
-    EXPECT_EQ(value, row.value);
-  }
-  EXPECT_EQ(property_get("none", value, "fallback"), 8);
-  EXPECT_STREQ(value, "fallback");
-  EXPECT_EQ(property_get("none", value, nullptr), 0);
-  EXPECT_STREQ(value, "");
-
-  int32_t number = 0;
-  property_set("n", "-1");
-  EXPECT_EQ(kelvor_get_property_value_from_int("n", &number, 5), 0);
-  EXPECT_EQ(number, -1);
-  for (const char* text : {"", "x", "1x", "99999999999"}) {
-    property_set("n", text);
-    EXPECT_EQ(kelvor_get_property_value_from_int("n", &number, 5), -1) << text;
-    EXPECT_EQ(number, 5) << text;
-  }
 }
 
 // ---- faults, as a client sees them
@@ -190,54 +148,6 @@ TEST_F(Faults, ActOnTheMessageThatTheyNameAndNoOther) {
   const auto unmet = modem.unused_fault_rules();
   ASSERT_EQ(unmet.size(), 1u);
   EXPECT_NE(unmet[0].find("\"sar\""), std::string::npos) << unmet[0];
-}
-
-// ---- timers
-
-std::atomic<uint32_t> g_expired;
-std::atomic<int> g_expiries;
-void on_expiry(sigval value) {
-  g_expired = static_cast<uint32_t>(value.sival_int);
-  ++g_expiries;
-}
-
-struct Timers : testing::Test {
-  static void await_expiries(int n) {
-    while (g_expiries < n) std::this_thread::yield();
-  }
-  desk::TestClock& clock_ = desk::TestClock::install();
-};
-
-TEST_F(Timers, ExpireOnceInTheOrderOfTheirTime) {
-  const uint32_t late = kelvor_timer_start(on_expiry, 5);
-  const uint32_t soon = kelvor_timer_start(on_expiry, 2);
-  const uint32_t never = kelvor_timer_start(on_expiry, 3);
-  EXPECT_NE(late, soon);
-  EXPECT_EQ(kelvor_timer_stop(never), 0);
-  EXPECT_EQ(kelvor_timer_stop(never), -1);
-  clock_.await_waiter(2s);
-  clock_.advance(1999ms);
-  std::this_thread::sleep_for(5ms);
-  EXPECT_EQ(g_expiries, 0);
-  clock_.advance(1ms);
-  await_expiries(1);
-  EXPECT_EQ(g_expired, soon);
-  EXPECT_EQ(kelvor_timer_stop(soon), -1);
-  clock_.advance(3s);
-  await_expiries(2);
-  EXPECT_EQ(g_expired, late);
-  EXPECT_NE(kelvor_timer_start(on_expiry, 0), 0u);
-  await_expiries(3);
-  EXPECT_EQ(kelvor_timer_start(nullptr, 1), 0u);
-}
-
-TEST_F(Timers, CallbacksMayStartAndStopTimers) {
-  const auto restart = [](sigval value) {
-    EXPECT_EQ(kelvor_timer_stop(static_cast<uint32_t>(value.sival_int)), -1);
-    EXPECT_NE(kelvor_timer_start(on_expiry, 0), 0u);
-  };
-  EXPECT_NE(kelvor_timer_start(restart, 0), 0u);
-  await_expiries(1);
 }
 
 }  // namespace

@@ -52,6 +52,12 @@ void expired(sigval value) {
   g_timer_thread = std::this_thread::get_id();
 }
 
+// A callback that stops its own timer, in vain, and starts another.
+void restart(sigval value) {
+  EXPECT_EQ(kelvor_timer_stop(static_cast<uint32_t>(value.sival_int)), -1);
+  EXPECT_NE(kelvor_timer_start(expired, 0), 0U);
+}
+
 TEST(Timer, CallsBackOnceInOrderOnAThreadOfItsOwnUnlessStopped) {
   EXPECT_EQ(kelvor_timer_start(nullptr, 0), 0U);
   const uint32_t late = kelvor_timer_start(expired, 2);
@@ -60,10 +66,19 @@ TEST(Timer, CallsBackOnceInOrderOnAThreadOfItsOwnUnlessStopped) {
   const uint32_t never = kelvor_timer_start(expired, ~0UL);
   EXPECT_EQ(kelvor_timer_stop(stopped), 0);
   EXPECT_EQ(kelvor_timer_stop(stopped), -1);
-  platform_sleep_ms(2500);
+  platform_sleep_ms(900);
+  const auto count = [] {
+    const std::lock_guard lock(g_mutex);
+    return g_expired.size();
+  };
+  EXPECT_EQ(count(), 0U);
+  platform_sleep_ms(1600);
   const uint32_t now = kelvor_timer_start(expired, 0);
   platform_sleep_ms(500);
-  const std::lock_guard lock(g_mutex);
+  EXPECT_NE(kelvor_timer_start(restart, 0), 0U);
+  platform_sleep_ms(500);
+  ASSERT_EQ(count(), 4U);
+  g_expired.pop_back();
   EXPECT_EQ(g_expired, (std::vector<uint32_t>{early, late, now}));
   EXPECT_NE(g_timer_thread, std::this_thread::get_id());
   EXPECT_EQ(kelvor_timer_stop(late), -1);
@@ -113,7 +128,8 @@ TEST(Utils, ReadNumbersFromProperties) {
     const char* text;
     int result;
     int32_t value;
-  } rows[] = {{"12", 0, 12}, {"-7", 0, -7}, {"0x1", -1, 5}, {"1 ", -1, 5}, {"99999999999", -1, 5}};
+  } rows[] = {{"12", 0, 12},  {"-7", 0, -7}, {"", -1, 5},
+              {"0x1", -1, 5}, {"1 ", -1, 5}, {"99999999999", -1, 5}};
   for (const auto& row : rows) {
     ASSERT_EQ(property_set("vex.test.n", row.text), 0);
     int32_t value = 0;

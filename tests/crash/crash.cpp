@@ -13,26 +13,22 @@
 // --part: only every Nth allocation. --only: the cases whose names have that text, with what they
 // write.
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <set>
-#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "crash/calls.h"
 #include "sim/phone/phone.h"
-#include "support/test_clock.h"
-#include "vex/commands.h"
+#include "support/command.h"
 #include "vex/process.h"
 
 namespace {
@@ -71,7 +67,7 @@ constexpr Line kLines[] = {
     {.words = "12 0", .changes = false},
 };
 
-using State = std::map<std::string, std::string>;  // paths and contents
+using State = desk::Files;
 
 struct Run {
   int status = -1;  // as a shell has it
@@ -80,11 +76,6 @@ struct Run {
   Counts counts{};
   std::set<std::string> versions;  // what files were replaced with
 };
-
-std::string read(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 // Logs and dumps have the time in them, scratch files are nobody's state, and of the marker only
 // its existence matters.
@@ -96,12 +87,8 @@ bool is_state(const std::string& path) {
 }
 
 State state_of(const fs::path& phone) {
-  State state;
-  std::error_code none;
-  for (const auto& entry : fs::recursive_directory_iterator(phone, none)) {
-    const std::string path = entry.path().string().substr(phone.string().size() + 1);
-    if (entry.is_regular_file() && is_state(path)) state[path] = read(entry);
-  }
+  State state = desk::files_below(phone);
+  std::erase_if(state, [](const auto& file) { return !is_state(file.first); });
   return state;
 }
 
@@ -125,22 +112,14 @@ void make_phone(const std::string& phone, const Line& line) {
 [[noreturn]] void run(const char* words, const Plan& plan, const std::string& folder,
                       Counts* counts) {
   ::alarm(kHungAfterS);
-  static char name[] = "vex";
-  program_invocation_short_name = name;
   ::setenv("VEX_PHONE", (folder + "/phone").c_str(), 1);
   ::setenv("VEX_MODEM", "embedded", 1);
-  const int file = ::open((folder + "/output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  ::dup2(file, STDOUT_FILENO);
-  ::dup2(file, STDERR_FILENO);
-  ::close(file);
+  desk::write_to(folder + "/output");
   desk::TestClock::install().run_by_itself();
-  std::istringstream in(std::string("vex ") + words);
-  std::vector<std::string> all{std::istream_iterator<std::string>(in), {}};
-  std::vector<char*> argv;
-  for (std::string& word : all) argv.push_back(word.data());
+  desk::Vex vex{std::string(words)};
   vex::prepare_process();
   crash::begin(plan, folder, counts);
-  vex::run(static_cast<int>(argv.size()), argv.data());
+  vex.run();
   std::fflush(stdout);
   crash::end();
   std::_Exit(0);
@@ -152,17 +131,16 @@ pid_t start(const char* words, const Plan& plan, const std::string& folder, Coun
   return child;
 }
 
-int shell_status(int status) {
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 Run wait_for(pid_t child, const std::string& folder, const Counts& counts) {
   int status = 0;
   if (::waitpid(child, &status, 0) != child) std::abort();
-  Run run{shell_status(status), read(folder + "/output"), state_of(folder + "/phone"), counts, {}};
-  std::error_code none;
-  for (const auto& entry : fs::directory_iterator(folder + "/versions", none)) {
-    run.versions.insert(read(entry));
+  Run run{desk::shell_status(status),
+          desk::read(folder + "/output"),
+          state_of(folder + "/phone"),
+          counts,
+          {}};
+  for (const auto& [path, contents] : desk::files_below(folder + "/versions")) {
+    run.versions.insert(contents);
   }
   return run;
 }

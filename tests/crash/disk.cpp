@@ -4,17 +4,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+
+#include "support/desk.h"
 
 namespace crash {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string read(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 ino_t number_of(const fs::path& path) {
   struct stat status {};
@@ -38,7 +34,7 @@ Disk::Disk(const std::string& root) : root_(root) {
   for (const auto& entry : fs::recursive_directory_iterator(root)) {
     const ino_t number = number_of(entry);
     if (entry.is_directory()) entries_[number] = entries_of(entry);
-    if (entry.is_regular_file()) contents_[number] = read(entry);
+    if (entry.is_regular_file()) contents_[number] = desk::read(entry.path());
   }
 }
 
@@ -59,7 +55,7 @@ void Disk::synced(int fd) {
   if (fs::is_directory(path)) {
     entries_[number_of(path)] = entries_of(path);
   } else {
-    contents_[number_of(path)] = read(path);
+    contents_[number_of(path)] = desk::read(path);
   }
 }
 

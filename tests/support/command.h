@@ -1,6 +1,7 @@
 // Running a command of the tool inside the test's process.
 #pragma once
 
+#include <cerrno>
 #include <sstream>
 
 #include "support/desk.h"
@@ -10,29 +11,37 @@ namespace desk {
 
 using Handler = int (*)(int argc, char** argv);
 
-// Runs a family's handler with the words behind "vex"; returns what it writes to standard output.
-inline std::string run_command(Handler handler, std::vector<std::string> words,
-                               int* result = nullptr) {
-  words.insert(words.begin(), "vex");
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  int ignored = 0;
-  return output_of([&] {
-    *(result != nullptr ? result : &ignored) = handler(static_cast<int>(words.size()), argv.data());
-  });
-}
-
 inline std::vector<std::string> split(const std::string& text) {
   std::istringstream in(text);
-  std::vector<std::string> words;
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
+  return {std::istream_iterator<std::string>(in), {}};
 }
 
-// The same for the words of a line.
-inline std::string run_command(Handler handler, const std::string& line, int* result = nullptr) {
-  return run_command(handler, split(line), result);
+// A command line of vex, in this process. The statistics framework admits callers by their names.
+class Vex {
+ public:
+  explicit Vex(std::vector<std::string> words) : words_(std::move(words)) {
+    words_.insert(words_.begin(), "vex");
+    for (std::string& word : words_) argv_.push_back(word.data());
+    argv_.push_back(nullptr);
+  }
+  explicit Vex(const std::string& line) : Vex(split(line)) {}
+  // The program, or a family's handler.
+  int run(Handler handler = vex::run) {
+    program_invocation_short_name = argv_[0];
+    return handler(static_cast<int>(words_.size()), argv_.data());
+  }
+
+ private:
+  std::vector<std::string> words_;
+  std::vector<char*> argv_;
+};
+
+// What a family's handler writes to standard output.
+inline std::string run_command(Handler handler, const std::vector<std::string>& words) {
+  return output_of([&] { Vex(words).run(handler); });
+}
+inline std::string run_command(Handler handler, const std::string& line) {
+  return run_command(handler, split(line));
 }
 
 // The trace messages of one source file.

@@ -1,6 +1,6 @@
 #include "support/desk.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,6 +34,35 @@ namespace {
 
 }  // namespace
 
+std::string read(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+Files files_below(const std::string& folder) {
+  Files files;
+  std::error_code none;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, none)) {
+    const std::string path = entry.path();
+    if (entry.is_regular_file()) files[path.substr(folder.size() + 1)] = read(path);
+  }
+  return files;
+}
+
+void write_to(int fd) {
+  ::dup2(fd, STDOUT_FILENO);
+  ::dup2(fd, STDERR_FILENO);
+  ::close(fd);
+}
+
+void write_to(const std::string& path) {
+  write_to(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600));
+}
+
+int shell_status(int wait_status) {
+  return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
+}
+
 PhoneDirectory::PhoneDirectory() {
   std::string name = std::filesystem::temp_directory_path() / "vex-test-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) std::abort();
@@ -45,11 +74,6 @@ PhoneDirectory::PhoneDirectory() {
 PhoneDirectory::~PhoneDirectory() {
   std::error_code ignored;
   std::filesystem::remove_all(root_, ignored);
-}
-
-std::string PhoneDirectory::file(const std::string& path) const {
-  std::ifstream in(root_ + "/" + path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 bool PhoneDirectory::has(const std::string& path) const {
@@ -139,8 +163,7 @@ Ran run(const std::string& line) {
   for (size_t n = 0; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
     ran.output.append(buffer, n);
   }
-  const int status = ::pclose(pipe);
-  ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  ran.status = shell_status(::pclose(pipe));
   return ran;
 }
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -33,6 +34,18 @@ struct Message {
   std::string tlvs() const { return hex(std::span(octets).subspan(7)); }
 };
 
+// The contents of a file, empty when there is none; and of all below a folder, by their paths from
+// there.
+std::string read(const std::string& path);
+using Files = std::map<std::string, std::string>;
+Files files_below(const std::string& folder);
+
+// From here on, both streams go to the descriptor, or to a new file.
+void write_to(int fd);
+void write_to(const std::string& path);
+// Of a process, given how it ended.
+int shell_status(int wait_status);
+
 // A temporary directory for a phone, removed by the destructor. VEX_PHONE names it.
 class PhoneDirectory {
  public:
@@ -42,7 +55,7 @@ class PhoneDirectory {
   PhoneDirectory& operator=(const PhoneDirectory&) = delete;
 
   sim::Phone phone() const { return sim::Phone(root_); }
-  std::string file(const std::string& path) const;  // its contents; empty when there is none
+  std::string file(const std::string& path) const { return read(root_ + "/" + path); }
   bool has(const std::string& path) const;
   void write(const std::string& path, std::string_view contents) const;
   const std::string& root() const { return root_; }

@@ -1,15 +1,10 @@
-#include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <set>
-#include <sstream>
 #include <thread>
 #include <utility>
 
@@ -18,10 +13,10 @@
 #include "sim/replay/replay_modem.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
+#include "support/command.h"
 #include "support/process_link.h"
 #include "sweep/sweep.h"
 #include "traffic/link/capture_link.h"
-#include "vex/commands.h"
 
 namespace {
 
@@ -113,11 +108,6 @@ class CutLink final : public qcci::Link {
   bool cut_;
 };
 
-std::string read(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 void copy(const fs::path& from, const fs::path& to) {
   fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
 }
@@ -137,15 +127,8 @@ int settled(const char* folder, int expected) {
 }
 
 void run_words(const std::string& words, const std::string& output) {
-  const int file = ::open(output.c_str(), O_WRONLY | O_CREAT, 0600);
-  ::dup2(file, STDOUT_FILENO);
-  ::dup2(file, STDERR_FILENO);
-  ::close(file);
-  std::istringstream in("vex " + words);
-  std::vector<std::string> all{std::istream_iterator<std::string>(in), {}};
-  std::vector<char*> argv;
-  for (std::string& word : all) argv.push_back(word.data());
-  vex::run(static_cast<int>(argv.size()), argv.data());
+  desk::write_to(output);
+  desk::Vex(words).run();
   std::fflush(stdout);
 }
 
@@ -187,9 +170,6 @@ std::unique_ptr<qcci::Link> link_to(const std::shared_ptr<sim::Modem>& modem, co
 void run(const Line& line, const Fault& fault, const Run& clean, const std::string& phone,
          const std::string& folder) {
   ::alarm(kHungAfterS);
-  // The statistics framework admits callers by their names.
-  static char name[] = "vex";
-  program_invocation_short_name = name;
   const std::string root = folder + "/phone";
   copy(phone, root);
   std::ofstream(root + "/phone.toml", std::ios::app) << fault.toml;
@@ -249,10 +229,8 @@ void make_phone(const std::string& phone, bool euicc) {
 State state_of(const std::string& phone) {
   State state;
   for (const char* part : {"/nv", "/efs"}) {
-    std::error_code none;
-    for (const auto& entry : fs::recursive_directory_iterator(phone + part, none)) {
-      if (!entry.is_regular_file()) continue;
-      state.emplace(entry.path().string().substr(phone.size()), read(entry.path()));
+    for (const auto& [path, contents] : desk::files_below(phone + part)) {
+      state.emplace(part + ("/" + path), contents);
     }
   }
   return state;
@@ -268,9 +246,9 @@ int start(const Line& line, const Fault& fault, const Run& clean, const std::str
 
 Run result(const std::string& folder, int wait_status) {
   Run run;
-  run.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
-  run.output = read(folder + "/output");
-  run.probe = read(folder + "/probe");
+  run.status = desk::shell_status(wait_status);
+  run.output = desk::read(folder + "/output");
+  run.probe = desk::read(folder + "/probe");
   run.state = state_of(folder + "/state");
   std::ifstream(folder + "/end") >> run.virtual_ms >> run.descriptors >> run.threads;
   std::ifstream in(folder + "/record");

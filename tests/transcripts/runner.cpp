@@ -11,17 +11,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/trace.h"
 #include "sim/services/make_modem.h"
 #include "sim/serving/embedded_link.h"
-#include "support/desk.h"
+#include "support/command.h"
 #include "support/process_link.h"
 #include "transcripts/transcript.h"
-#include "vex/commands.h"
 
 namespace {
 
@@ -37,26 +35,18 @@ void show_bus(const std::string& root) {
 }
 
 int run_vex(const std::string& command, const std::string& root) {
-  std::istringstream words(command);
-  std::vector<std::string> all;
-  for (std::string word; words >> word;) {
-    const size_t equals = word.find('=');
-    if (!all.empty() || equals == std::string::npos) {
-      all.push_back(word);
-    } else {
-      ::setenv(word.substr(0, equals).c_str(), word.substr(equals + 1).c_str(), 1);
-    }
+  std::vector<std::string> words = desk::split(command);
+  for (; words.front() != "vex"; words.erase(words.begin())) {
+    const size_t equals = words.front().find('=');
+    ::setenv(words[0].substr(0, equals).c_str(), words[0].substr(equals + 1).c_str(), 1);
   }
-  std::vector<char*> argv;
-  for (std::string& word : all) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  program_invocation_short_name = argv[0];
+  words.erase(words.begin());
   desk::TestClock& clock = desk::TestClock::install();
   clock.run_by_itself();
   if (std::getenv("BUS") != nullptr) show_bus(root);
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   const Operation operation(TraceSite{"main", "kelvor_vex_test_main.cpp"});
-  const int status = vex::run(static_cast<int>(all.size()), argv.data());
+  const int status = desk::Vex(words).run();
   const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(clock.passed());
   if (passed.count() != 0) std::printf("[after %ld ms]\n", static_cast<long>(passed.count()));
   return status;

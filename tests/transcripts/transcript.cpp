@@ -1,7 +1,6 @@
 #include "transcripts/transcript.h"
 
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <csignal>
@@ -150,10 +149,8 @@ std::string output_of(const std::function<int()>& body, const std::function<void
   std::cout.flush();
   const pid_t child = ::fork();
   if (child == 0) {
-    ::dup2(ends[1], STDOUT_FILENO);
-    ::dup2(ends[1], STDERR_FILENO);
     ::close(ends[0]);
-    ::close(ends[1]);
+    desk::write_to(ends[1]);
     for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) std::signal(number, SIG_DFL);
     std::exit(body());
   }
@@ -169,7 +166,7 @@ std::string output_of(const std::function<int()>& body, const std::function<void
   int status = 0;
   ::waitpid(child, &status, 0);
   if (!output.empty() && output.back() != '\n') output += "\n[no line end]\n";
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  const int code = desk::shell_status(status);
   if (code != 0) output += "[status " + std::to_string(code) + "]\n";
   return output;
 }

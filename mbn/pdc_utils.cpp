@@ -99,10 +99,6 @@ void qmi_pdc_init_pdc_info() {
     const base::Lock lock(info().mutex);
     info().client = nullptr;
     info().current = {};
-    // A context that is held is its caller's: its timer will still end it.
-    for (Context& context : info().contexts) {
-      if (context.busy == 0) context.done = 0;
-    }
   }
   TRACE_DEBUG("pdc_info init done");
 }

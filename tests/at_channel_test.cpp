@@ -103,7 +103,7 @@ TEST_F(Channel, SignalQualityIsTheBestChainOfTheTechnologyInUse) {
       {"rat = \"none\"", "99"},
       {"rat = 77", "99"},
       {"rat = \"lte\"", "99"},
-      {"rat = \"lte\"\nlte_pcc.rssi = [-80.0, -62.5, -64.0, -110.0]\nlte_pcc.rsrp = [0.0, 0.0, "
+      {"rat = 9\nlte_pcc.rssi = [-80.0, -62.5, -64.0, -110.0]\nlte_pcc.rsrp = [0.0, 0.0, "
        "0.0, 0.0]",
        "25"},
       {"rat = \"lte\"\nnr_agc.rssi = [-60.0, -60.0, -60.0, -60.0]", "99"},

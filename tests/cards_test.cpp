@@ -88,7 +88,15 @@ struct Cards : desk::Desk {
               "/" + std::to_string(card.apps_len);
       EXPECT_EQ(card.state, response.status.cards[i].state);
       EXPECT_EQ(card.apps_len, response.status.cards[i].apps_len);
+      const auto session = static_cast<uint16_t>(card.apps_len > 0 ? i << 8 : UIM_NO_SESSION);
+      EXPECT_EQ(i == 0 ? response.status.gw_primary : response.status.gw_secondary, session);
+      EXPECT_EQ(i == 0 ? response.status.onex_primary : response.status.onex_secondary,
+                UIM_NO_SESSION);
+      EXPECT_EQ(response.extended.gw[i], session);
+      EXPECT_EQ(response.extended.onex[i], UIM_NO_SESSION);
     }
+    EXPECT_EQ(response.extended.gw_len, response.extended.cards_len);
+    EXPECT_EQ(response.extended.onex_len, response.extended.cards_len);
     return text;
   }
   // "channel sw1 sw2 select" of an opening, or the error and the status words.
@@ -195,17 +203,29 @@ TEST_F(Cards, AnEmptySlotIsPoweredOnlyWhenItsSwitchIsIgnored) {
   EXPECT_EQ(eid(), kDefaultEid);
 }
 
-TEST_F(Cards, AModemMayKnowNoExtendedStatus) {
-  start_changed("extended_status = true", "extended_status = false");
-  EXPECT_EQ(status(), "none");
+struct Change {
+  const char *from, *to, *status, *opened, *eid;
+  friend void PrintTo(const Change& row, std::ostream* out) { *out << row.to; }
+};
+const Change kChanges[] = {
+    {"extended_status = true", "extended_status = false", "none", "1 90 00", kDefaultEid},
+    {"[cards.sim1]\nstate = \"present\"", "[cards.sim1]\nstate = \"error\"\nerror = \"no-atr\"",
+     "2.3/0 1.0/1", "error 52", kDefaultEid},
+    {kWrittenEid, "eid = \"8904 40\"", "1.0/1 1.0/1", "1 90 00", "89 04 40"},
+    {kWrittenEid, "eid = \"\"", "1.0/1 1.0/1", "1 90 00", "none"},
+};
+struct Changed : Cards, testing::WithParamInterface<Change> {};
+TEST_P(Changed, TheCardsAreAsPhoneTomlSays) {
+  const Change& row = GetParam();
+  directory_.write(kEsimEnable, kEsimOn);
+  start_changed(row.from, row.to);
+  EXPECT_EQ(status(), row.status);
+  EXPECT_EQ(open(kUsim, 1), row.opened);
+  EXPECT_EQ(eid(), row.eid);
+  ASSERT_EQ(open(), "1 90 00");
+  EXPECT_EQ(apdu("80 E2 91 00 06 BF 3E 03 5C 01 5A") == "6A 88", eid() == "none");
 }
-
-TEST_F(Cards, AFaultyCardSaysWhy) {
-  start_changed("[cards.sim2]\nstate = \"present\"",
-                "[cards.sim2]\nstate = \"error\"\nerror = \"no-atr\"");
-  EXPECT_EQ(status(), "1.0/1 2.3/0");
-  EXPECT_EQ(open(kUsim), "error 52");
-}
+INSTANTIATE_TEST_SUITE_P(Rows, Changed, testing::ValuesIn(kChanges));
 
 TEST_F(Cards, ACardHasThreeChannelsBesideTheBasicOne) {
   sim::Modem& modem = start_esim();
@@ -362,20 +382,6 @@ TEST_F(Cards, AResetThatCannotBeKeptIsNone) {
   open();
   EXPECT_EQ(apdu(kReset), "BF 34 03 80 01 7F 90 00");
   EXPECT_EQ(status(), "1.0/1 1.0/1") << "the profiles are there";
-}
-
-TEST_F(Cards, AnEidMayBeOfAnyLength) {
-  directory_.write(kEsimEnable, kEsimOn);
-  start_changed(kWrittenEid, "eid = \"8904 40\"");
-  EXPECT_EQ(eid(), "89 04 40");
-}
-
-TEST_F(Cards, AnEuiccMayTellNoEid) {
-  directory_.write(kEsimEnable, kEsimOn);
-  start_changed(kWrittenEid, "eid = \"\"");
-  EXPECT_EQ(eid(), "none");
-  ASSERT_EQ(open(), "1 90 00");
-  EXPECT_EQ(apdu("80 E2 91 00 06 BF 3E 03 5C 01 5A"), "6A 88");
 }
 
 }  // namespace

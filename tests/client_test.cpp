@@ -485,26 +485,4 @@ TEST_F(Client, CallbacksMayReleaseButNotSend) {
   EXPECT_EQ(released, QMI_CLIENT_OK);
 }
 
-TEST_F(Client, HandlesThatAreNoneAndArgumentsThatAreWrongAreRefused) {
-  start_modem();
-  qmi_client_type client = nullptr;
-  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
-  sar_rf_get_state_resp resp;
-  const auto send = [&](qmi_client_type c, uint32_t message, const void* request, uint32_t length,
-                        void* response, uint32_t room) {
-    return qmi_client_send_msg_sync(c, message, request, length, response, room, 100);
-  };
-  EXPECT_EQ(send(client, 0x77, nullptr, 0, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
-  EXPECT_EQ(send(client, 2, nullptr, 0, &resp, sizeof resp - 1), QMI_CLIENT_BAD_ARGUMENT);
-  EXPECT_EQ(send(client, 2, &resp, 1, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
-  EXPECT_EQ(send(client, 2, nullptr, 4, &resp, sizeof resp), QMI_CLIENT_BAD_ARGUMENT);
-  EXPECT_EQ(open(nullptr, 4, &client), QMI_CLIENT_BAD_ARGUMENT);
-  ASSERT_EQ(open(kSar, 4, &client), QMI_CLIENT_OK);
-  EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
-  EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_PORT_NOT_OPEN);
-  EXPECT_EQ(ask_state(client, &resp), QMI_CLIENT_PORT_NOT_OPEN);
-  EXPECT_EQ(ask_state(nullptr, &resp), QMI_CLIENT_PORT_NOT_OPEN);
-  EXPECT_EQ(qmi_client_register_error_cb(client, nullptr, nullptr), QMI_CLIENT_PORT_NOT_OPEN);
-}
-
 }  // namespace

@@ -75,25 +75,9 @@ TEST_F(Diag, TheStatusOfAnItemSaysWhatIsWrongWithIt) {
   EXPECT_EQ(status("27 59 02 01"), 4) << "a folder stands there";
 }
 
-TEST_F(Diag, ArgumentsAreCheckedAndTheLongestCommandIsSentWhole) {
+TEST_F(Diag, TheLongestCommandIsSentWhole) {
   start_modem();
   const Octets longest(KELVOR_DIAG_CMD_MAX, 0x7B);
-  uint8_t rsp[4];
-  uint32_t length = sizeof rsp;
-  const uint8_t code = 0;
-  const Octets too_long(KELVOR_DIAG_CMD_MAX + 1, 0x7B);
-  EXPECT_EQ(kByCallback(nullptr, 1, 1000, rsp, &length), KELVOR_DIAG_BAD_ARGUMENT);
-  EXPECT_EQ(kByCallback(&code, 0, 1000, rsp, &length), KELVOR_DIAG_BAD_ARGUMENT);
-  EXPECT_EQ(kByCallback(&code, 1, 1000, nullptr, &length), KELVOR_DIAG_BAD_ARGUMENT);
-  EXPECT_EQ(kByDci(&code, 1, 1000, rsp, nullptr), KELVOR_DIAG_BAD_ARGUMENT);
-  for (const int32_t time_out : {0, -1, INT32_MIN}) {
-    EXPECT_EQ(ask(kByDci, {0x00}, 55, time_out).result, KELVOR_DIAG_BAD_ARGUMENT) << time_out;
-  }
-  EXPECT_EQ(ask(kByCallback, too_long).result, KELVOR_DIAG_BAD_ARGUMENT);
-  EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_dci_mode(too_long.data(), 4097),
-            KELVOR_DIAG_BAD_ARGUMENT);
-  EXPECT_EQ(requests(), 0u);
-
   EXPECT_EQ(ask(kByCallback, longest, 4097).octets.size(), 4097u);
   EXPECT_EQ(ask(kByCallback, longest, 4096).result, KELVOR_DIAG_BAD_ANSWER);
   EXPECT_EQ(ask(kByCallback, longest, 0).result, KELVOR_DIAG_BAD_ANSWER);

@@ -20,6 +20,13 @@ TEST_F(Pdc, SelectionsAreReadChangedAndActivated) {
   pdc_config_pdc_info id{};
   ASSERT_EQ(pdc_get_current_config(&id, kSoftware, 0), 0);
   EXPECT_EQ(desk::hex(std::span(id.id, id.id_len)), "AA 00");
+  pdc_activate_config_ex(kSoftware, PDC_ACTIVATION_SOFT, 1, 1);
+  pdc_activate_config(kPlatform, 1);
+  EXPECT_EQ(asked().at(1),
+            "activate 01 04 00 01 00 00 00 11 04 00 01 00 00 00 12 04 00 01 00 00 00 13 04 00 01 "
+            "00 00 00");
+  EXPECT_EQ(asked().at(2),
+            "activate 01 04 00 00 00 00 00 11 04 00 00 00 00 00 13 04 00 01 00 00 00");
   ASSERT_EQ(pdc_get_current_config(&id, kPlatform, 1), 0);
   EXPECT_EQ(desk::hex(std::span(id.id, id.id_len)), "50");
 
@@ -39,27 +46,6 @@ TEST_F(Pdc, SelectionsAreReadChangedAndActivated) {
   pdc_config_pdc_info unknown = id_of({0xCC});
   EXPECT_EQ(pdc_select_config(&unknown, kSoftware, 0), -1);
   EXPECT_EQ(directory_.file("pdc/software/1"), "active BB00\n");
-}
-
-TEST_F(Pdc, ARequestGoesWithWhatItsTypeAsksFor) {
-  connect();
-  pdc_config_pdc_info id = id_of({0xAA, 0x00});
-  pdc_get_current_config(&id, kSoftware, 1);
-  id = id_of({0xAA, 0x00});
-  pdc_select_config(&id, kSoftware, 0);
-  pdc_activate_config_ex(kSoftware, PDC_ACTIVATION_SOFT, 1, 1);
-  pdc_deactivate_config(1, kSoftware);
-  pdc_get_current_config(&id, kPlatform, 1);
-  pdc_activate_config(kPlatform, 1);
-  const std::string sub_0 = " 11 04 00 00 00 00 00";
-  const std::string sub_1 = " 11 04 00 01 00 00 00";
-  EXPECT_EQ(
-      asked(),
-      (Sequence{
-          "get 01 04 00 01 00 00 00" + sub_1, "set 01 07 00 01 00 00 00 02 AA 00" + sub_0,
-          "activate 01 04 00 01 00 00 00" + sub_1 + " 12 04 00 01 00 00 00 13 04 00 01 00 00 00",
-          "deactivate 01 04 00 01 00 00 00" + sub_1, "get 01 04 00 00 00 00 00",
-          "activate 01 04 00 00 00 00 00" + sub_0 + " 13 04 00 01 00 00 00"}));
 }
 
 TEST_F(Pdc, AnIndicationIsWaitedForFiveSecondsUnlessItWasThereFirst) {
@@ -206,23 +192,40 @@ TEST_F(Pdc, ATimerThatRunsIsReplaced) {
       << output;
 }
 
-TEST_F(Pdc, TheDefaultConfigurationIsTraced) {
-  desk::Modem& modem = connect();
-  pdc_activate_config(kSoftware, 0);  // the modem knows its client by it
-  pdc_get_default_config_info_ind ind{};
-  ind.description_valid = ind.version_valid = 1;
-  ind.description_len = 5;
-  ind.version = 7;
+TEST_F(Pdc, AConfigurationIsDescribedAndTheDefaultOneIsTraced) {
+  connect();
+  const auto ask = [&](uint16_t message, const auto& request) {
+    pdc_plain_resp response{};
+    EXPECT_EQ(qmi_client_send_msg_sync(pdc::info().client, message, &request, sizeof request,
+                                       &response, sizeof response, 1000),
+              0);
+    return passed(FaultKind::kIndication).back().tlvs();
+  };
+  pdc_get_config_info_req info{};
+  info.config = {kSoftware, 2, {0xAA, 0x00}};
+  EXPECT_EQ(ask(PDC_GET_CONFIG_INFO, info),
+            "01 02 00 00 00 11 04 00 00 00 00 00 12 06 00 05 66 69 72 73 74 13 04 00 07 00 00 00");
+  info.config.id_len = 1;
+  EXPECT_EQ(ask(PDC_GET_CONFIG_INFO, info), "01 02 00 32 00");
+  pdc_get_default_config_info_req wanted{};
+  std::string none, found;
   const std::string output = desk::output_of([&] {
-    modem.indicate_all(PDC_SERVICE_ID, PDC_GET_DEFAULT_CONFIG_INFO, &ind, sizeof ind);
-    pdc_activate_config(kSoftware, 0);  // behind it on the client's thread
+    none = ask(PDC_GET_DEFAULT_CONFIG_INFO, wanted);
+    wanted.type = kSoftware;
+    found = ask(PDC_GET_DEFAULT_CONFIG_INFO, wanted);
+    pdc_activate_config(kSoftware, 0);  // behind them on the client's thread
   });
-  Sequence messages = desk::trace_messages(output);
-  // Another thread's come between them.
-  std::erase_if(messages, [](const std::string& text) { return !text.starts_with("def_ind->"); });
-  EXPECT_EQ(messages, (Sequence{"def_ind->error = 0", "def_ind->config_desc_valid = 1",
-                                "def_ind->config_desc_len = 5", "def_ind->config_version_valid = 1",
-                                "def_ind->config_version = 7"}));
+  EXPECT_EQ(none, "01 02 00 32 00") << "the platform has no default";
+  EXPECT_EQ(found,
+            "01 02 00 00 00 11 04 00 07 00 00 00 12 04 00 00 00 00 00 13 06 00 05 66 69 72 73 74");
+  std::string messages;  // another thread's come between them
+  for (const std::string& text : desk::trace_messages(output)) {
+    if (text.starts_with("def_ind->")) messages += text.substr(9) + ";";
+  }
+  EXPECT_EQ(messages,
+            "error = 50;config_desc_valid = 0;config_desc_len = 0;config_version_valid = 0;"
+            "config_version = 0;error = 0;config_desc_valid = 1;config_desc_len = 5;"
+            "config_version_valid = 1;config_version = 7;");
   EXPECT_TRUE(said(output, "ind_data_len = 288")) << output;
 }
 

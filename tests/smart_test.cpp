@@ -79,40 +79,4 @@ TEST_F(Smart, ASharedMemoryThatCannotBeMappedIsNotedAndClosed) {
   EXPECT_EQ(open_files(), before);
 }
 
-// ---- timer
-
-struct Timer : Smart, testing::WithParamInterface<int> {};
-
-TEST_P(Timer, CountsTheSecondsUntilItExpires) {
-  const int timeout = GetParam();
-  std::thread time([&] {
-    for (int second = 1; second <= timeout; ++second) {
-      clock_.await_waiter(1s, second < timeout ? 1 : 2);  // the last one is the timer's as well
-      clock_.advance(1s);
-    }
-    clock_.run_by_itself();
-  });
-  Texts texts = desk::messages_of(
-      kSource, desk::run_command(kelvor_smart_test_do, "11 8 " + std::to_string(timeout)));
-  time.join();
-  const std::string expired = "The timer expired with ID 1";
-  const auto at = std::find(texts.begin(), texts.end(), expired);
-  ASSERT_NE(at, texts.end());
-  texts.erase(at);  // another thread's
-  // The poll that is due with the timer may come before it.
-  ASSERT_GE(texts.size(), 3u);
-  const auto polls = static_cast<int>(texts.size()) - 3;
-  EXPECT_GE(polls, timeout);
-  Texts expected = {"Timer test start, timeout_s = " + std::to_string(timeout),
-                    "Start one timer(timer_id 1), will pause until this timer is expired ..."};
-  for (int n = 1; n <= polls; ++n) {
-    expected.push_back(n == 1 ? "1 second has passed" : std::to_string(n) + " seconds have passed");
-  }
-  expected.push_back("Timer test done");
-  EXPECT_EQ(texts, expected);
-  EXPECT_EQ(clock_.passed(), std::chrono::seconds(polls));
-}
-
-INSTANTIATE_TEST_SUITE_P(Seconds, Timer, testing::Values(0, 1, 30));
-
 }  // namespace

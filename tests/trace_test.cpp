@@ -60,18 +60,6 @@ TEST_F(Trace, ABoundProcessIsLoggedByItsInstance) {
   EXPECT_EQ(last_logged(), "D SUB[1][b.cpp:12] work: x");
 }
 
-TEST_F(Trace, MaskElevenKeepsDebugFromTheShellAlone) {
-  kelvor_hal_set_shell_print_mask(11);
-  const std::string output = output_of([] {
-    say(kTraceError, "b", "1");
-    say(kTraceInfo, "b", "2");
-    say(kTraceDebug, "b", "4");
-    say(kTraceUsage, "b", "8");
-  });
-  EXPECT_EQ(output, "RIL[b:12] work: 1\nRIL[b:12] work: 2\n8\n");
-  EXPECT_NE(directory_.file("log/system.log").find("work: 4"), std::string::npos);
-}
-
 TEST_F(Trace, ClosedOutputStaysClosed) {
   say(kTraceInfo, "b", "before");
   const std::string log = directory_.file("log/system.log");
@@ -164,16 +152,6 @@ TEST(Text, OctetsBecomeTwoLowerCaseDigits) {
   kelvor_byte_to_hex(octets, 0, out);
   kelvor_byte_to_hex(octets, -1, out);
   EXPECT_STREQ(out, "0aff---");
-}
-
-TEST(Text, HexRenderingIsCutToWholeOctets) {
-  char out[30];
-  kelvor_get_hex_str(out, sizeof out, 0x0102030405060708);
-  EXPECT_STREQ(out, "0807060504030201");
-  kelvor_get_hex_str(out, 6, 0x0102030405060708);
-  EXPECT_STREQ(out, "0807");
-  kelvor_get_hex_str(out, 1, 5);
-  EXPECT_STREQ(out, "");
 }
 
 }  // namespace

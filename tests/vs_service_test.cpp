@@ -32,29 +32,6 @@ struct Vs : desk::Desk {
   }
 };
 
-sim::Measurements measured(const std::string& toml) {
-  sim::PhoneConfig config;
-  std::string why;
-  EXPECT_TRUE(sim::parse_phone_config(toml, &config, &why)) << toml << why;
-  return config.measurements;
-}
-
-TEST(VsConfig, TheTechnologyIsANameOrANumber) {
-  static const struct {
-    const char* rat;
-    const char* record;
-  } kRows[] = {
-      {"\"lte\"", "01 09 00 00 00"},    {"\"nr\"", "01 0C 00 00 00"},
-      {"\"wcdma\"", "01 05 00 00 00"},  {"\"gsm\"", "01 03 00 00 00"},
-      {"0x01020304", "01 04 03 02 01"}, {"\"none\"", "00"},
-  };
-  for (const auto& row : kRows) {
-    const auto measurements = measured("[measurements.sub0]\nrat = " + std::string(row.rat) + "\n");
-    ASSERT_TRUE(measurements[0].contains(0x2C)) << row.rat;
-    EXPECT_EQ(desk::hex(measurements[0].at(0x2C)), row.record) << row.rat;
-  }
-}
-
 // ---- indications on demand
 
 // The messages that one client received.

@@ -147,9 +147,11 @@ TEST(Utils, KeepTheirSwitchesAndNames) {
   EXPECT_STREQ(kelvor_utils_get_pid_name(), kelvor_get_current_pid_name());
   EXPECT_EQ(kelvor_get_qcril_process_instance_id(), KELVOR_NO_PROCESS_INSTANCE);
   kelvor_utils_syslog_dbg("%s", std::string(20000, 'x').c_str());  // cut or whole, but not harmful
-  char text[8] = "zzzzzzz";
-  kelvor_get_hex_str(text, 6, 0x0A1B2C);
-  EXPECT_STREQ(text, "2C1B");
+  char text[30] = "zzzzzzz";
+  for (const auto& [room, shown] : {std::pair(1, ""), {6, "0807"}, {30, "0807060504030201"}}) {
+    kelvor_get_hex_str(text, static_cast<size_t>(room), 0x0102030405060708);
+    EXPECT_STREQ(text, shown);
+  }
   kelvor_hal_set_shell_print_mask(2);
   EXPECT_TRUE(kelvor_hal_get_shell_print_flag(2));
   EXPECT_FALSE(kelvor_hal_get_shell_print_flag(1));
@@ -175,11 +177,16 @@ TEST(Diag, RefusesBadArgumentsAndLeavesTheRoomAlone) {
     EXPECT_EQ(send(nullptr, 1, 100, room, &length), KELVOR_DIAG_BAD_ARGUMENT);
     EXPECT_EQ(send(command, 0, 100, room, &length), KELVOR_DIAG_BAD_ARGUMENT);
     EXPECT_EQ(send(command, sizeof command, 100, room, &length), KELVOR_DIAG_BAD_ARGUMENT);
-    EXPECT_EQ(send(command, 1, 0, room, &length), KELVOR_DIAG_BAD_ARGUMENT);
+    for (const int32_t time_out : {0, -1, INT32_MIN}) {
+      EXPECT_EQ(send(command, 1, time_out, room, &length), KELVOR_DIAG_BAD_ARGUMENT) << time_out;
+    }
     EXPECT_EQ(send(command, 1, 100, nullptr, &length), KELVOR_DIAG_BAD_ARGUMENT);
     EXPECT_EQ(send(command, 1, 100, room, nullptr), KELVOR_DIAG_BAD_ARGUMENT);
   }
-  EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_dci_mode(command, 0), KELVOR_DIAG_BAD_ARGUMENT);
+  for (const uint32_t bad : {uint32_t{0}, uint32_t{sizeof command}}) {
+    EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_dci_mode(command, bad),
+              KELVOR_DIAG_BAD_ARGUMENT);
+  }
   EXPECT_EQ(length, sizeof room);
   EXPECT_EQ(room[0], 9);
 }
@@ -199,12 +206,13 @@ TEST(QmiClient, FindsAServiceAndAsksIt) {
   EXPECT_EQ(services, 1U);
   qmi_client_type client = nullptr;
   ASSERT_EQ(open_sar(QMI_CLIENT_INSTANCE_ANY, kPatienceMs, &client), QMI_CLIENT_OK);
-  const auto ask = [&](uint32_t message, uint32_t length) {
+  const auto ask = [&](uint32_t message, uint32_t length, const void* request = nullptr,
+                       uint32_t request_length = 0) {
     sar_rf_get_state_resp resp;
     std::memset(&resp, 9, sizeof resp);
-    const int result =
-        qmi_client_send_msg_sync(client, message, nullptr, 0, &resp, length, kPatienceMs);
-    if (result != 0 && length != 0) {
+    const int result = qmi_client_send_msg_sync(client, message, request, request_length, &resp,
+                                                length, kPatienceMs);
+    if (result != 0 && request == nullptr && request_length == 0) {
       EXPECT_EQ(resp.resp.result, 0U) << "zeroed";
     }
     return result;
@@ -213,6 +221,8 @@ TEST(QmiClient, FindsAServiceAndAsksIt) {
   EXPECT_EQ(ask(SAR_RF_GET_STATE, kSize), QMI_CLIENT_OK);
   EXPECT_NE(ask(SAR_RF_GET_STATE, kSize - 1), QMI_CLIENT_OK) << "another length";
   EXPECT_NE(ask(0x7777, kSize), QMI_CLIENT_OK) << "no such message";
+  EXPECT_NE(ask(SAR_RF_GET_STATE, kSize, &kSize, 1), QMI_CLIENT_OK) << "it has no request";
+  EXPECT_NE(ask(SAR_RF_GET_STATE, kSize, nullptr, 4), QMI_CLIENT_OK);
   EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_OK);
   EXPECT_EQ(ask(SAR_RF_GET_STATE, kSize), QMI_CLIENT_PORT_NOT_OPEN);
   EXPECT_EQ(qmi_client_release(client), QMI_CLIENT_PORT_NOT_OPEN);
@@ -226,6 +236,9 @@ TEST(QmiClient, WaitsForAServiceThatIsNotThereAsLongAsItMay) {
   EXPECT_GE(took, 300ms);
   EXPECT_EQ(client, nullptr);
   EXPECT_EQ(open_sar(0, kPatienceMs, nullptr), QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(qmi_client_init_instance(nullptr, 0, nullptr, nullptr, nullptr, 4, &client),
+            QMI_CLIENT_BAD_ARGUMENT);
+  EXPECT_EQ(qmi_client_register_error_cb(client, nullptr, nullptr), QMI_CLIENT_PORT_NOT_OPEN);
 }
 
 TEST(QmiClient, ReportsWhatIsThereOnAThreadOfItsOwn) {

@@ -63,12 +63,15 @@ TEST_P(Break, OffMakesNoListAndLeaksNothing) {
   EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);
   EXPECT_EQ(count, 102u);
   for (unsigned int i = 0; i < count; ++i) qcril_free_adv(list[i], __func__, __LINE__);
+  EXPECT_TRUE(nothing_leaked());
 }
 
 const BreakRow kBreaks[] = {
     {"AnErrorInTheThirdFrame", "indication", "nth = 3\naction = \"qmi-error\"\nerror = 3", 3,
      "pdc_list_configs_flag, Abort to req, get_list_complete 0"},
     {"AFrameThatIsLost", "indication", "nth = 3\naction = \"drop\"", 3,
+     "pdc_list is waiting, will stop it."},
+    {"AFrameThatIsLate", "indication", "nth = 3\naction = \"delay\"\nms = 6000", 3,
      "pdc_list is waiting, will stop it."},
     {"AServiceThatGoes", "request", "nth = 3\naction = \"restart\"", 3,
      "qmi send mssage error for list_configs, errno: -2 0"},

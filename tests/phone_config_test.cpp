@@ -14,10 +14,11 @@ namespace {
 
 // Each kind of mistake once; that every key has the check of its row is shown below.
 TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
+  static const std::string kEscapes =
+      ": characters outside ASCII are written as escapes, like \\u00E9";
   static const std::string kProfile = "[[cards.euicc.profile]]\niccid = \"898800100000000001\"\n";
   static const struct {
-    std::string toml;
-    const char* why;
+    std::string toml, why;
   } kRows[] = {
       {"[sar]\nstat = 1\n", "phone.toml:2: sar: unknown key \"stat\""},
       {"[radio]\n", "phone.toml:1: unknown key \"radio\""},
@@ -29,8 +30,17 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
        "phone.toml:4: fault.octets must be a list of whole numbers from 0 to 255"},
       {"[fault]\naction = \"drop\"\n",
        "phone.toml:1: fault must be a list of tables, each under [[fault]]"},
-      {"# \xC9\xA7\n[\xEF\xBB\x9F",
-       "phone.toml:2: characters outside ASCII are written as escapes, like \\u00E9"},
+      {"# \xC9\xA7\n[\xEF\xBB\x9F", "phone.toml:2" + kEscapes},
+      {"\xC9", "phone.toml:1" + kEscapes},
+      {"a = '#\xC9'", "phone.toml:1" + kEscapes},
+      {"a = \"\\\"#\xC9\"", "phone.toml:1" + kEscapes},
+      {"a = '''\n'#'\n\xC9'''", "phone.toml:3" + kEscapes},
+      {[] {
+         std::string toml;
+         for (int i = 0; i < 41; ++i) toml += "[[network]]\n";
+         return toml;
+       }(),
+       "phone.toml:1: network stands more often than the 40 times that a scan reports"},
       {"[statistics]\noutdated_logs = 5\n",
        "phone.toml:2: statistics.outdated_logs must be a list of numbers"},
       {"[cards.sim2]\nerror = \"poll\"\n",
@@ -88,6 +98,9 @@ TEST(PhoneConfig, MistakesAreNamedWithTheirLine) {
                                       &config, &why))
       << why;
   EXPECT_EQ(config.networks[0].name, "\"#\u00E9");
+  ASSERT_TRUE(
+      sim::parse_phone_config("[[network]]\nname = '\\' # \xC9\nmcc = 1 #'\xC9\n", &config, &why))
+      << why;
   ASSERT_TRUE(sim::parse_phone_config("[[configuration]]\nid = \"aa 00\"\n", &config, &why)) << why;
   ASSERT_TRUE(sim::parse_phone_config(sim::default_phone_toml(), &config, &why)) << why;
   EXPECT_EQ(config.networks.size(), 3u);

@@ -142,7 +142,9 @@ TEST_F(Cursor, AFieldLiesWithinItsSpanAndItsType) {
     const char* message;  // null: the field has the value
   } rows[] = {
       {1, 64, 64, kTmp1, nullptr},
+      {1, 1, 8, 1, nullptr},
       {1, 3, 8, 1, nullptr},
+      {63, 63, 8, 1, nullptr},
       {2, 65, 64, 0xBC3BB32AA2199108, nullptr},
       {8, 23, 16, 0x6644, nullptr},
       {60, 75, 16, 0x532F, nullptr},

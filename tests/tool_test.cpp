@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <thread>
@@ -90,9 +91,51 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   EXPECT_TRUE(said(run("$BIN/vex 5 5").output,
                    "vex: the served modem has no room for another client; using an embedded one"));
   clients.close(last.id);
-  EXPECT_TRUE(clients.open(&last)) << "the room of one that has gone";
+  ASSERT_TRUE(clients.open(&last)) << "the room of one that has gone";
+  // One that asks and asks and reads nothing is shut out.
+  constexpr qcci::Address kNames{1, qcci::kControlPort};
+  const auto asks = qcci::ControlPacket{.command = qcci::Control::kNewLookup}.octets();
+  qcci::Sent sent = qcci::Sent::kSent;
+  for (int asked = 0; asked < 60000 && sent != qcci::Sent::kCut;) {
+    sent = clients.send(last.id, kNames, asks);
+    asked += sent == qcci::Sent::kSent ? 1 : 0;
+  }
+  EXPECT_EQ(sent, qcci::Sent::kCut);
   ::eventfd_write(stop.get(), 1);
   serving.join();
+}
+
+TEST_F(Tool, AServerIsBelievedByItsFirstWord) {
+  using qcci::Control;
+  const struct {
+    qcci::Address from;
+    Control word;
+    uint32_t node;
+    int error;
+  } rows[] = {
+      {{1, qcci::kControlPort}, Control::kHello, 1, 0},
+      {{1, qcci::kControlPort}, Control::kBye, 1, EUSERS},
+      {{1, qcci::kControlPort}, Control::kNewServer, 1, ETIMEDOUT},
+      {{1, qcci::kControlPort}, Control::kHello, 2, ETIMEDOUT},
+      {{1, 7}, Control::kHello, 1, ETIMEDOUT},
+  };
+  const std::string path = directory_.root() + "/modem.sock";
+  const sim::Descriptor server(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(qcci::local_bind(server.get(), path), 0);
+  ASSERT_EQ(::listen(server.get(), 1), 0);
+  for (const auto& row : rows) {
+    std::jthread serving([&] {
+      const sim::Descriptor one(::accept(server.get(), nullptr, nullptr));
+      const auto word = qcci::ControlPacket::of_client(row.word, {row.node, 5}).octets();
+      qcci::local_frame_write(one.get(), row.from, word);
+      char ignored = 0;
+      std::ignore = ::read(one.get(), &ignored, 1);
+    });
+    qcci::Endpoint client;
+    qcci::LocalSocketLink link(path);
+    EXPECT_EQ(link.open(&client) ? 0 : errno, row.error);
+    EXPECT_EQ(client.own.port, row.error == 0 ? 5u : 0u);
+  }
 }
 
 TEST_F(Tool, ABuildFolderThatWasCopiedIsConfiguredAnew) {

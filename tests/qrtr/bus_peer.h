@@ -10,6 +10,8 @@
 #include <map>
 #include <vector>
 
+#include "platform/idl/sar.h"
+#include "platform/qmi_client.h"
 #include "qcci/wire/packet.h"
 #include "support/desk.h"
 
@@ -92,5 +94,29 @@ class BusPeer {
   int fd_;
   qcci::Address own_;
 };
+
+// ---- the SAR service, at both ends
+
+inline const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
+
+inline int open_sar(qmi_client_type* client, uint32_t patience_ms = BusPeer::kPatienceMs) {
+  return qmi_client_init_instance(kSar, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr,
+                                  patience_ms, client);
+}
+// The state that the service says; what went wrong, below 0.
+inline int ask_sar(qmi_client_type client) {
+  sar_rf_get_state_resp resp;
+  const int result = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp,
+                                              sizeof resp, BusPeer::kPatienceMs);
+  return result != 0 ? result : static_cast<int>(resp.state);
+}
+// The response to a request with such a transaction.
+inline BusPeer::Octets sar_answer(uint8_t low, uint8_t high, uint8_t state) {
+  BusPeer::Octets octets = unhex("02 00 00 02 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
+  octets[1] = low;
+  octets[2] = high;
+  octets[17] = state;
+  return octets;
+}
 
 }  // namespace desk

@@ -5,8 +5,6 @@
 #include <future>
 #include <thread>
 
-#include "platform/idl/sar.h"
-#include "platform/qmi_client.h"
 #include "qcci/link/qrtr.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
@@ -15,15 +13,14 @@
 namespace {
 
 using desk::BusPeer;
+using desk::kSar;
+using desk::open_sar;
 using desk::ServedPhone;
 using desk::unhex;
 using qcci::Address;
 using qcci::Control;
 using qcci::ControlPacket;
 using Octets = BusPeer::Octets;
-
-constexpr uint32_t kPatienceMs = BusPeer::kPatienceMs;
-const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
 
 Octets packet(Control command, uint32_t a, uint32_t b, Address server = {}) {
   const ControlPacket made{command, a, b, server.node, server.port};
@@ -33,11 +30,7 @@ Octets packet(Control command, uint32_t a, uint32_t b, Address server = {}) {
 // A SAR "get state" request, and the response to it with a state.
 Octets request(uint8_t transaction) { return {0, transaction, 0, SAR_RF_GET_STATE, 0, 0, 0}; }
 Octets answer(const Octets& request, uint8_t state) {
-  Octets octets = unhex("02 00 00 02 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
-  octets[1] = request.at(1);
-  octets[2] = request.at(2);
-  octets[17] = state;
-  return octets;
+  return desk::sar_answer(request.at(1), request.at(2), state);
 }
 
 // The next request at a server, whatever else comes to it.
@@ -69,17 +62,6 @@ TEST(QrtrLink, TellsABusyDestinationFromOneThatIsNotThere) {
 struct QrtrClient : testing::Test {
   void SetUp() override { ::setenv("VEX_MODEM", "qrtr", 1); }
 
-  static int open(qmi_client_type* client, uint32_t patience_ms = kPatienceMs) {
-    return qmi_client_init_instance(kSar, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr,
-                                    patience_ms, client);
-  }
-  // The state that the service says; what went wrong, below 0.
-  static int ask(qmi_client_type client) {
-    sar_rf_get_state_resp resp;
-    const int result = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp,
-                                                sizeof resp, kPatienceMs);
-    return result != 0 ? result : static_cast<int>(resp.state);
-  }
   // To every port that a socket of this test may have.
   static void spray(const BusPeer& from, const Octets& octets) {
     for (uint32_t port = 0x4000; port < 0x4040; ++port) from.send({from.own().node, port}, octets);
@@ -121,8 +103,8 @@ TEST_F(QrtrClient, TakesTheServersAnswerToTheRequestAndNothingElse) {
   };
   for (const auto& stray : strays) {
     qmi_client_type client = nullptr;
-    ASSERT_EQ(open(&client), QMI_CLIENT_OK) << stray.rule;
-    auto asking = std::async(std::launch::async, [&] { return ask(client); });
+    ASSERT_EQ(open_sar(&client), QMI_CLIENT_OK) << stray.rule;
+    auto asking = std::async(std::launch::async, [&] { return desk::ask_sar(client); });
     Address from;
     const Octets asked = take_request(server, &from);
     stray.say(from, asked);
@@ -139,9 +121,9 @@ TEST_F(QrtrClient, BelievesNobodyButTheNameServiceWhereAServiceIs) {
   EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services),
             QMI_CLIENT_SERVICE_GONE);
   spray(liar, packet(Control::kNewServer, SAR_SERVICE_ID, 1, liar.own()));
-  EXPECT_EQ(open(&client, 50), QMI_CLIENT_TIMED_OUT);
+  EXPECT_EQ(open_sar(&client, 50), QMI_CLIENT_TIMED_OUT);
 
-  auto opening = std::async(std::launch::async, [&] { return open(&client); });
+  auto opening = std::async(std::launch::async, [&] { return open_sar(&client); });
   BusPeer server;
   server.announce(SAR_SERVICE_ID);
   EXPECT_EQ(opening.get(), QMI_CLIENT_OK) << "one that comes later is found";
@@ -154,8 +136,8 @@ TEST_F(QrtrClient, AServiceThatIsThereTwiceLosesOnlyTheClientsOfTheOneThatGoes) 
   EXPECT_EQ(qmi_client_get_service_list(kSar, nullptr, nullptr, &services), QMI_CLIENT_OK);
   EXPECT_EQ(services, 2u);
   qmi_client_type first = nullptr;
-  ASSERT_EQ(open(&first), QMI_CLIENT_OK);
-  auto asking = std::async(std::launch::async, [&] { return ask(first); });
+  ASSERT_EQ(open_sar(&first), QMI_CLIENT_OK);
+  auto asking = std::async(std::launch::async, [&] { return desk::ask_sar(first); });
   pollfd ready[2] = {servers[0].polled(), servers[1].polled()};
   ASSERT_EQ(::poll(ready, 2, BusPeer::kPatienceMs), 1);
   BusPeer& chosen = servers[ready[0].revents != 0 ? 0 : 1];
@@ -167,12 +149,12 @@ TEST_F(QrtrClient, AServiceThatIsThereTwiceLosesOnlyTheClientsOfTheOneThatGoes) 
   EXPECT_EQ(asking.get(), QMI_CLIENT_SERVICE_GONE) << "the moment it goes";
 
   qmi_client_type second = nullptr;
-  ASSERT_EQ(open(&second), QMI_CLIENT_OK);
-  asking = std::async(std::launch::async, [&] { return ask(second); });
+  ASSERT_EQ(open_sar(&second), QMI_CLIENT_OK);
+  asking = std::async(std::launch::async, [&] { return desk::ask_sar(second); });
   const Octets asked = take_request(other, &from);
   other.insist(from, answer(asked, 3));
   EXPECT_EQ(asking.get(), 3);
-  EXPECT_EQ(ask(first), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
+  EXPECT_EQ(desk::ask_sar(first), QMI_CLIENT_SERVICE_GONE) << "a lost client stays lost";
 }
 
 // ---- the served phone

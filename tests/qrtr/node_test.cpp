@@ -6,22 +6,21 @@
 #include <future>
 #include <memory>
 
-#include "platform/idl/sar.h"
-#include "platform/qmi_client.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
 
 namespace {
 
+using desk::ask_sar;
 using desk::BusPeer;
+using desk::kSar;
+using desk::open_sar;
 using desk::unhex;
 using qcci::Address;
 using qcci::Control;
 using qcci::ControlPacket;
 using Octets = BusPeer::Octets;
 
-const auto kSar = sar_get_service_object_internal_v01(1, 15, 6);
-constexpr uint32_t kPatienceMs = BusPeer::kPatienceMs;
 constexpr uint32_t kNode = 0;
 constexpr uint32_t kData = 1;
 constexpr uint32_t kResumeTx = 7;
@@ -73,9 +72,8 @@ class Node {
     return head;
   }
   void answer(const Packet& to, uint16_t transaction, uint8_t state) const {
-    Octets octets = unhex("02 00 00 02 00 0E 00 02 04 00 00 00 00 00 10 04 00 00 00 00 00");
-    std::memcpy(octets.data() + 1, &transaction, sizeof transaction);
-    octets[17] = state;
+    const Octets octets = desk::sar_answer(static_cast<uint8_t>(transaction),
+                                           static_cast<uint8_t>(transaction >> 8), state);
     write({1, kData, kNode, to.to_port, 0, static_cast<uint32_t>(octets.size()), to.from_node,
            to.from_port},
           octets);
@@ -89,18 +87,6 @@ class Node {
  private:
   int fd_;
 };
-
-int open_sar(qmi_client_type* client, uint32_t patience_ms = kPatienceMs) {
-  return qmi_client_init_instance(kSar, QMI_CLIENT_INSTANCE_ANY, nullptr, nullptr, nullptr,
-                                  patience_ms, client);
-}
-// The state that the service says; what went wrong, below 0.
-int ask(qmi_client_type client) {
-  sar_rf_get_state_resp resp;
-  const int result = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &resp,
-                                              sizeof resp, kPatienceMs);
-  return result != 0 ? result : static_cast<int>(resp.state);
-}
 
 struct QrtrNode : testing::Test {
   void SetUp() override {
@@ -131,7 +117,7 @@ TEST_F(QrtrNode, AModemThatGoesEndsTheRequestAndIsFoundAgainAtOtherPorts) {
       const bool opened = std::string(step) == "opened";
       const bool answered = std::string(step) == "answered";
       if (opened) go();
-      auto asking = std::async(std::launch::async, [&] { return ask(client); });
+      auto asking = std::async(std::launch::async, [&] { return ask_sar(client); });
       if (!opened) {
         uint16_t transaction = 0;
         const Node::Packet from = node->take_request(port, &transaction);
@@ -144,7 +130,7 @@ TEST_F(QrtrNode, AModemThatGoesEndsTheRequestAndIsFoundAgainAtOtherPorts) {
       if (!answered) {
         EXPECT_EQ(asking.get(), QMI_CLIENT_SERVICE_GONE);
       }
-      EXPECT_EQ(ask(client), QMI_CLIENT_SERVICE_GONE);
+      EXPECT_EQ(ask_sar(client), QMI_CLIENT_SERVICE_GONE);
       qmi_client_release(client);
       uint32_t services = 9;
       std::ignore = qmi_client_get_service_list(kSar, nullptr, nullptr, &services);
@@ -159,7 +145,7 @@ TEST_F(QrtrNode, ANodeThatLiesMakesNoAnswerAndLosesNone) {
   node.announce(5);
   qmi_client_type client = nullptr;
   ASSERT_EQ(open_sar(&client), QMI_CLIENT_OK);
-  auto asking = std::async(std::launch::async, [&] { return ask(client); });
+  auto asking = std::async(std::launch::async, [&] { return ask_sar(client); });
   uint16_t transaction = 0;
   const Node::Packet from = node.take_request(5, &transaction);
   const Address to{from.from_node, from.from_port};

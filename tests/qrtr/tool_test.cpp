@@ -1,111 +1,15 @@
 // vex, and tools of others, on a simulated phone that is published on the kernel's QRTR bus.
 
-#include <algorithm>
-#include <array>
 #include <regex>
-#include <sstream>
 
 #include "qcci/services/services.h"
 #include "qrtr/bus_peer.h"
 #include "qrtr/served_phone.h"
-#include "sim/phone/default_phone.h"
 
 namespace {
 
 using desk::run;
 using desk::ServedPhone;
-
-// ---- every command family
-
-struct Family {
-  const char* name;
-  std::vector<const char*> commands;
-  size_t requests;  // that the modem gets at least
-};
-std::string family_name(const testing::TestParamInfo<Family>& info) { return info.param.name; }
-
-// The default phone, but that it takes no time for anything.
-std::string quick_phone() {
-  std::istringstream lines{sim::default_phone_toml()};
-  std::string toml;
-  for (std::string line; std::getline(lines, line); toml += line + "\n") {
-    const size_t at = line.starts_with('#') ? std::string::npos : line.find("_ms = ");
-    if (at != std::string::npos) line.replace(at, std::string::npos, "_ms = 0");
-  }
-  return toml;
-}
-
-// What differs from run to run, whatever the link: whether an indication comes before it is waited
-// for with a timer, or at all before the client goes; when a thread that receives has its say; how
-// long a modem that restarts is away.
-std::string without_chance(const std::string& output) {
-  std::istringstream lines(output);
-  std::string rest;
-  for (std::string line; std::getline(lines, line);) {
-    const bool chance =
-        std::ranges::any_of(std::array{"timer_start: ", "timer_stop: ", "unsol_ind_cb: msg_id ",
-                                       "at_cmd_receive: ", "returned -2 num_services = 0"},
-                            [&](const char* text) { return line.find(text) != std::string::npos; });
-    if (!chance) rest += line + "\n";
-  }
-  return rest;
-}
-
-class Families : public testing::TestWithParam<Family> {};
-
-TEST_P(Families, SayAndDoTheSameAsOnTheEmbeddedModem) {
-  const auto in_turn = [](const desk::PhoneDirectory& phone, const char* modem) {
-    phone.write("properties", "persist.radio.ssr_wait_s=0\n");
-    std::string script = "cd " + phone.root() + "; export VEX_PHONE=$PWD VEX_MODEM=" + modem + "\n";
-    for (const char* words : GetParam().commands) {
-      script += "echo \"# " + std::string(words) + "\"; vex " + words + " 2>&1\n";
-    }
-    // And what it has made of the phone.
-    // Neither the time of day in a file nor the one in a name.
-    script +=
-        "find . -type f ! -name trace ! -path './log/*' ! -name '*.lock' ! -path ./cards/tray";
-    script += " | sort | xargs md5sum | sed 's,/dump/.*,/dump/,'";
-    return without_chance(run(script).output);
-  };
-  const desk::PhoneDirectory embedded;
-  std::string why;
-  ASSERT_TRUE(embedded.phone().prepare(&why)) << why;
-  embedded.write("phone.toml", quick_phone());
-  const std::string expected = in_turn(embedded, "embedded");
-  const ServedPhone served(quick_phone());
-  EXPECT_EQ(in_turn(served.directory(), "qrtr"), expected);
-  EXPECT_GE(served.traced(" request "), GetParam().requests) << "the modem on the bus was asked";
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Vex, Families,
-    testing::Values(
-        Family{"Rf3",
-               {"3 0 1 2 3", "3 1", "3 2", "3 1", "3 3 1 4 0x10000000000", "3 4", "3 5", "3 4"},
-               8},
-        Family{"NvEfs4",
-               {"4 1 0 550", "4 2 0 10 1 2 3", "4 1 0 10", "4 3 0 10", "4 1 0 10", "4 1 0 7233",
-                "4 5 1 /nv/item_files/x $(seq 365)", "4 4 1 /nv/item_files/x",
-                "4 6 1 /nv/item_files/x", "4 4 1 /nv/item_files/x"},
-               9},
-        Family{"Common5",
-               {"5 0 0 0 2000 0x26 0x26 0x02", "5 0 1 0 2000 0", "5 0 0 1 0 0", "5 1", "5 2 0",
-                "5 3 0 1 0", "5 2 0", "5 4", "5 5", "5 6 0", "5 6 1 0 0 1", "5 10 4 1", "5 10 1 1",
-                "5 10 3 1", "5 10 5 1", "5 10 5 1", "5 10 2 1", "5 10 4 1"},
-               25},
-        Family{"RawQmi6", {"6 2 1 0 0x26 2", "6 4 20 0 0 0", "6 5 1", "6 6 1"}, 3},
-        Family{"DiagStats7", {"7 0 1", "7 1 0", "7 1 1"}, 2},
-        Family{"At8", {"8 ATI", "8"}, 0},  // has a channel of its own
-        Family{"QmiStats9",
-               {"9 0 0", "9 0 1", "9 1 0", "9 6 0", "9 7 0", "9 8 0", "9 9 0", "9 10 0", "9 11 0",
-                "9 20 1", "9 21 1", "9 30 0", "9 31 0", "9 31 2", "9 31 3"},
-               15},
-        Family{"Mbn10", {"10 0 1", "10 0 3", "10 1 3", "10 2 1"}, 4},
-        Family{"Smart11",
-               {"11 2", "11 3 1", "11 4 1", "11 4 0", "11 5 1", "11 6 1", "11 6 0", "11 1", "11 0"},
-               8},
-        Family{"Scan12", {"12 0", "12 1", "12 2"}, 2}),
-    family_name);
 
 // ---- tools of others
 
@@ -204,6 +108,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Reading{"NoServiceThatIsAbsent", "[modem]\nabsent = [\"nas\"]\n",
                 "qrtr-lookup | grep Network", ""},
+        Reading{"VexItself", "[sar]\nstate = 7\n",
+                "sh -c 'export VEX_MODEM=qrtr VEX_SHELL_LEVELS=11; vex 5 5; vex 4 2 0 10 7; vex 4 "
+                "1 0 10'",
+                "SAR DSI: 7\n(.*\n)*.*:  07\n(.*\n)*"},
         Reading{"SarState", "[sar]\nstate = 7\n", "qmicli -d qrtr://1 --sar-rf-get-state",
                 "\\[qrtr://1\\] Successfully got SAR RF state: 7\n"},
         Reading{"NetworkScan", kTwoNetworks, "qmicli -d qrtr://1 --nas-network-scan",

@@ -58,6 +58,9 @@ TEST_P(Break, OffMakesNoListAndLeaksNothing) {
   EXPECT_TRUE(said(output, row.message)) << output;
   // Once the modem has forgotten how far it was, the list is whole again.
   clock_.advance(5s);
+  pdc_config_pdc_info id{};
+  pdc_get_current_config(&id, kSoftware, 0);  // behind what is late, on the client's thread
+  EXPECT_TRUE(nothing_leaked());
   kelvor_mbn_init(1);
   count = 200;
   EXPECT_EQ(pdc_list_configs(kSoftware, list.data(), &count), 0);

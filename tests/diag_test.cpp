@@ -11,7 +11,6 @@ namespace {
 
 using desk::hex;
 using desk::unhex;
-using namespace std::chrono_literals;
 using Octets = std::vector<uint8_t>;
 
 struct Answer {
@@ -83,50 +82,6 @@ TEST_F(Diag, TheLongestCommandIsSentWhole) {
   EXPECT_EQ(ask(kByCallback, longest, 0).result, KELVOR_DIAG_BAD_ANSWER);
   const Octets sent = passed(sim::FaultKind::kRequest).at(0).octets;
   EXPECT_EQ(hex(std::span(sent).subspan(7, 6)), "01 02 10 00 10 7B");
-}
-
-struct FaultRow {
-  const char* rule;
-  const char* fault;
-  bool dci;
-  int32_t result;
-  std::chrono::milliseconds passed;
-  friend void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.rule; }
-};
-
-const FaultRow kFaultRows[] = {
-    {"NoAnswer", "action = \"drop\"", false, KELVOR_DIAG_TIMED_OUT, 1234ms},
-    {"AnswerInTime", "action = \"delay\"\nms = 1233", false, KELVOR_DIAG_OK, 1233ms},
-    {"LongerThanItSays", "action = \"change\"\nat = 17\noctets = [0]", false,
-     KELVOR_DIAG_BAD_ANSWER, 0ms},
-    {"AnswerTwice", "action = \"duplicate\"", true, KELVOR_DIAG_OK, 0ms},
-    {"AnswerOfAnotherTag", "action = \"change\"\nat = 17\noctets = [9]", true,
-     KELVOR_DIAG_BAD_ANSWER, 0ms},
-    {"ModemRestarts", "action = \"restart\"", true, KELVOR_DIAG_NO_MODEM, 0ms},
-};
-
-struct Faulty : Diag, testing::WithParamInterface<FaultRow> {};
-
-TEST_P(Faulty, GivesItsResultInItsTimeAndTheNextCommandIsAnswered) {
-  const FaultRow& row = GetParam();
-  start_modem("[[fault]]\nservice = \"diag\"\nnth = 1\n" + std::string(row.fault) + "\n");
-  clock_.run_by_itself();
-  const WithResult send = row.dci ? kByDci : kByCallback;
-  EXPECT_EQ(ask(send, {0x00}, 55, 1234).result, row.result);
-  EXPECT_EQ(clock_.passed(), row.passed);
-  EXPECT_EQ(ask(send, {0x00}).octets.size(), 55u) << "a modem that restarts is waited for";
-}
-
-INSTANTIATE_TEST_SUITE_P(Diag, Faulty, testing::ValuesIn(kFaultRows),
-                         [](const auto& row) { return row.param.rule; });
-
-TEST_F(Diag, WithoutAModemNothingIsSent) {
-  start_modem().take_down(qcci::assumed::diag::kServiceId);
-  clock_.run_by_itself();
-  EXPECT_EQ(ask(kByCallback, {0x00}).result, KELVOR_DIAG_NO_MODEM);
-  EXPECT_EQ(clock_.passed(), 2000ms);
-  const uint8_t code = 0;
-  EXPECT_EQ(kelvor_diag_cmd_send_without_result_by_callback_mode(&code, 1), KELVOR_DIAG_NO_MODEM);
 }
 
 TEST_F(Diag, AnswersEndAtTheirLongest) {

@@ -236,14 +236,14 @@ TEST_F(Pdc, AThousandRequestsOnABadDayAllEnd) {
   std::mt19937 random(20);
   std::string faults = many(4);
   for (int i = 0; i < 120; ++i) {
-    static const char* const kActions[] = {"\"drop\"", "\"duplicate\"", "\"delay\"\nms = 6000",
-                                           "\"delay\"\nms = 5000", "\"qmi-error\"\nerror = 3"};
+    static const char* const kActions[] = {"drop\"", "duplicate\"", "delay\"\nms = 6000",
+                                           "delay\"\nms = 5000", "qmi-error\"\nerror = 3"};
     static const int kMessages[] = {PDC_GET_SELECTED_CONFIG, PDC_SET_SELECTED_CONFIG,
                                     PDC_ACTIVATE_CONFIG, PDC_DEACTIVATE_CONFIG, PDC_LIST_CONFIGS};
-    const std::string nth = "nth = " + std::to_string(1 + random() % 190) + "\naction = ";
-    const bool response = i % 10 == 0;
-    faults += fault(response ? "response" : "indication", kMessages[i % 5],
-                    (nth + (response ? "\"after-indication\"" : kActions[random() % 5])).c_str());
+    const std::string action = i % 10 == 0 ? "after-indication\"" : kActions[random() % 5];
+    faults +=
+        fault(i % 10 == 0 ? "response" : "indication", kMessages[i % 5],
+              ("nth = " + std::to_string(1 + random() % 190) + "\naction = \"" + action).c_str());
   }
   connect(faults, 1);
   kelvor_hal_set_shell_print_mask(0);

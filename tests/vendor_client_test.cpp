@@ -98,16 +98,6 @@ TEST_F(Vendor, AnAnswerIsCopiedAsFarAsItGoesAndAsFarAsThereIsRoom) {
   EXPECT_EQ(sync(), 0) << "and the next one works";
 }
 
-TEST_F(Vendor, AModemThatIsNotThereIsTriedFiftyTimesAndByTheNextRequestAgain) {
-  sim::Modem& modem = start_modem();
-  modem.take_down(KELVOR_VENDOR_SERVICE_ID);
-  clock_.run_by_itself();
-  EXPECT_TRUE(said(output_of([&] { EXPECT_EQ(sync(), -2); }), "-2 QMI client init failed"));
-  EXPECT_EQ(clock_.passed(), std::chrono::milliseconds(50 * 20));
-  modem.bring_up(KELVOR_VENDOR_SERVICE_ID);
-  EXPECT_EQ(sync(), 0);
-}
-
 TEST_F(Vendor, FailuresAreNotedUnlessTheSwitchIsOff) {
   start_modem(rule("\"vendor-error\"\nresult = 77"));
   const std::string loud = output_of([&] { EXPECT_EQ(sync(), -3); });

@@ -314,10 +314,7 @@ int run_all(const std::string& folder, size_t part, const std::string& only) {
 int main(int argc, char** argv) {
   std::map<std::string, std::string> options;
   for (int i = 1; i + 1 < argc; i += 2) options[argv[i]] = argv[i + 1];
-  // In memory, where there is such a place: every change is synced.
-  const bool usable = ::access("/dev/shm", W_OK) == 0;
-  std::string folder = std::string(usable ? "/dev/shm" : "/tmp") + "/vex-crash-XXXXXX";
-  if (::mkdtemp(folder.data()) == nullptr) return 2;
+  const std::string folder = desk::folder_in_memory("vex-crash");
   const std::string part = options["--part"];
   const int bad = run_all(folder, part.empty() ? 1 : std::stoul(part), options["--only"]);
   fs::remove_all(folder);

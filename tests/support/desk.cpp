@@ -49,6 +49,13 @@ Files files_below(const std::string& folder) {
   return files;
 }
 
+std::string folder_in_memory(const std::string& name) {
+  const bool usable = ::access("/dev/shm", W_OK) == 0;
+  std::string folder = (usable ? "/dev/shm/" : "/tmp/") + name + "-XXXXXX";
+  if (::mkdtemp(folder.data()) == nullptr) std::exit(2);
+  return folder;
+}
+
 void write_to(int fd) {
   ::dup2(fd, STDOUT_FILENO);
   ::dup2(fd, STDERR_FILENO);

@@ -40,6 +40,10 @@ std::string read(const std::string& path);
 using Files = std::map<std::string, std::string>;
 Files files_below(const std::string& folder);
 
+// A new folder, in memory where there is such a place: a phone's every file is synced. Exits
+// without.
+std::string folder_in_memory(const std::string& name);
+
 // From here on, both streams go to the descriptor, or to a new file.
 void write_to(int fd);
 void write_to(const std::string& path);

@@ -213,11 +213,7 @@ int run_sweep(const fs::path& folder, std::map<std::string, std::string>& option
 int main(int argc, char** argv) {
   std::map<std::string, std::string> options;
   for (int i = 1; i + 1 < argc; i += 2) options[argv[i]] = argv[i + 1];
-  // In memory, where there is such a place: a phone's every file is synced.
-  const fs::path memory = "/dev/shm";
-  const bool usable = ::access(memory.c_str(), W_OK) == 0;
-  std::string folder = (usable ? memory : fs::temp_directory_path()) / "vex-sweep-XXXXXX";
-  if (::mkdtemp(folder.data()) == nullptr) return 2;
+  const std::string folder = desk::folder_in_memory("vex-sweep");
   const int status = run_sweep(folder, options);
   fs::remove_all(folder);
   return status;

@@ -24,6 +24,13 @@ int respond(qmi_client_type client, uint32_t message, const void* request, uint3
 std::vector<uint8_t> wire_of(const qmi_idl_service_object& service, qmi_idl_message_type type,
                              uint32_t message);
 
+// Delivers such an indication.
+template <class Callback>
+void deliver(const qmi_idl_service_object& service, uint32_t message, Callback callback) {
+  const auto wire = wire_of(service, QMI_IDL_INDICATION, message);
+  callback(handle_of(service), message, wire.data(), static_cast<uint32_t>(wire.size()), nullptr);
+}
+
 // A target's own: the outcome of a request.
 int answer(qmi_client_type client, uint32_t message, const void* request, uint32_t length,
            void* response, uint32_t room);

@@ -10,31 +10,18 @@
 
 #include "platform/idl/sar.h"
 #include "platform/qmi_client.h"
-#include "support/scripted_link.h"
+#include "scripted_bus.h"
 
 namespace {
 
 using desk::ScriptedLink;
-constexpr qcci::Address kServer{1, 7};
-
-// The client library's, which never destroys it.
-ScriptedLink* bus_of_process() {
-  static ScriptedLink* const bus = [] {
-    auto* made = new ScriptedLink;
-    made->services[SAR_SERVICE_ID] = kServer;
-    return made;
-  }();
-  return bus;
-}
+using fed::kServer;
 
 }  // namespace
 
-std::unique_ptr<qcci::Link> qcci::make_process_link() {
-  return std::unique_ptr<Link>(bus_of_process());
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  ScriptedLink* const bus = bus_of_process();
+  ScriptedLink* const bus = &fed::scripted_bus();
+  bus->services[SAR_SERVICE_ID] = kServer;
   bus->on_request = [&](const ScriptedLink::Sent& request) {
     while (size > 3) {
       const qcci::Address from[] = {kServer, {1, 8}, {2, 7}, ScriptedLink::kControl};

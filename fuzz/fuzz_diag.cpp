@@ -10,31 +10,18 @@
 #include "platform/diag.h"
 #include "platform/qmi_idl.h"
 #include "qcci/services/assumed.h"
-#include "support/scripted_link.h"
+#include "scripted_bus.h"
 
 namespace {
 
 using desk::ScriptedLink;
-constexpr qcci::Address kServer{1, 7};
-
-// The client library's, which never destroys it.
-ScriptedLink* bus_of_process() {
-  static ScriptedLink* const bus = [] {
-    auto* made = new ScriptedLink;
-    made->services[qcci::assumed::diag::kServiceId] = kServer;
-    return made;
-  }();
-  return bus;
-}
+using fed::kServer;
 
 }  // namespace
 
-std::unique_ptr<qcci::Link> qcci::make_process_link() {
-  return std::unique_ptr<Link>(bus_of_process());
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  ScriptedLink* const bus = bus_of_process();
+  ScriptedLink* const bus = &fed::scripted_bus();
+  bus->services[qcci::assumed::diag::kServiceId] = kServer;
   if (size < 3 || size > 60000) return 0;
   bus->on_request = [&](const ScriptedLink::Sent& request) {
     std::vector<uint8_t> answer(request.octets.begin(), request.octets.begin() + qcci::kQmiHeader);

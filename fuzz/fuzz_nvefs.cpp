@@ -51,12 +51,7 @@ void common() {
                      which == 1 ? nullptr : value.data(), which == 0xFF ? nullptr : rsp.data());
 }
 
-void indicate() {
-  const uint32_t message = octet() % 16;
-  const auto wire = fed::wire_of(qcci::idl::kVendorService, QMI_IDL_INDICATION, message);
-  kelvor_extend_qmi_ind_cb(fed::handle_of(qcci::idl::kVendorService), message, wire.data(),
-                           static_cast<uint32_t>(wire.size()), nullptr);
-}
+void indicate() { fed::deliver(qcci::idl::kVendorService, octet() % 16, kelvor_extend_qmi_ind_cb); }
 
 void on_data(uint32_t, const uint8_t* data, uint32_t length) {
   const std::vector<uint8_t> seen(data, data + length);

@@ -38,9 +38,7 @@ void indicate() {
     std::vector<uint8_t> any(octet());
     kind.handler(any.size() > 1 ? any.data() : nullptr, static_cast<unsigned int>(any.size()));
   } else {
-    const auto wire = fed::wire_of(qcci::idl::kPdcService, QMI_IDL_INDICATION, message);
-    qmi_pdc_unsol_ind_cb(fed::handle_of(qcci::idl::kPdcService), message, wire.data(),
-                         static_cast<uint32_t>(wire.size()), nullptr);
+    fed::deliver(qcci::idl::kPdcService, message, qmi_pdc_unsol_ind_cb);
   }
   while (!g_follow_ups.empty()) {
     const uint32_t timer = g_follow_ups.back();

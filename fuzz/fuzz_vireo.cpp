@@ -90,12 +90,7 @@ void client() {
   modem_api_free_client(id);
 }
 
-void indicate() {
-  const uint32_t message = octet() % 8;
-  const auto wire = fed::wire_of(qcci::idl::kVsService, QMI_IDL_INDICATION, message);
-  vs_client_unsol_ind_cb(fed::handle_of(qcci::idl::kVsService), message, wire.data(),
-                         static_cast<uint32_t>(wire.size()), nullptr);
-}
+void indicate() { fed::deliver(qcci::idl::kVsService, octet() % 8, vs_client_unsol_ind_cb); }
 
 void init() { std::ignore = modem_vireo_api_init_ex(on_event, on_status); }
 

@@ -50,19 +50,6 @@ TEST_F(PhoneDirectory, ScratchFilesThatWereLeftAreRemovedAndNothingElse) {
   EXPECT_TRUE(directory_.has(link));
 }
 
-TEST_F(PhoneDirectory, IsOneByItsMarkerWhenItsTomlIsLost) {
-  std::string why;
-  const std::string root = directory_.root() + "/new";
-  ASSERT_TRUE(sim::Phone(root).prepare(&why)) << why;
-  std::filesystem::remove(root + "/phone.toml");
-  EXPECT_TRUE(sim::Phone(root).prepare(&why)) << why;
-  EXPECT_TRUE(directory_.has("new/phone.toml"));
-  // One that was made without a marker gets it.
-  std::filesystem::remove(root + "/.vex-phone");
-  EXPECT_TRUE(sim::Phone(root).prepare(&why)) << why;
-  EXPECT_TRUE(directory_.has("new/.vex-phone"));
-}
-
 TEST_F(PhoneDirectory, ALockThatSomebodyKeepsIsWaitedForFiveSeconds) {
   desk::TestClock& clock = desk::TestClock::install();
   clock.run_by_itself();

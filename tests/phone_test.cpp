@@ -10,6 +10,7 @@
 #include "platform/idl/nas.h"
 #include "platform/properties.h"
 #include "platform/qmi_client.h"
+#include "sim/phone/storage.h"
 #include "support/desk.h"
 
 namespace {
@@ -71,6 +72,9 @@ TEST_F(PhoneFiles, ADirectoryThatWasThereKeepsItsModeAndGetsWhatIsMissing) {
   ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
   EXPECT_EQ(directory_.file("nv/0/550"), "mine") << "the default phone.toml is back, no more";
   EXPECT_NE(directory_.file("nv/1/550"), "");
+  ASSERT_TRUE(std::filesystem::remove(directory_.root() + "/.vex-phone"));
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  EXPECT_TRUE(directory_.has(".vex-phone")) << "as one that was made without it";
 }
 
 TEST_F(PhoneFiles, AFileOfMoreThanSixteenMebibytesIsNotRead) {
@@ -79,6 +83,23 @@ TEST_F(PhoneFiles, AFileOfMoreThanSixteenMebibytesIsNotRead) {
   ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
   ASSERT_EQ(::truncate((directory_.root() + "/nv/0/550").c_str(), 17 << 20), 0);
   EXPECT_EQ(directory_.phone().nv().read("0/550", &read), EFBIG);
+}
+
+TEST_F(PhoneFiles, ProcessesThatWriteAtOnceAllGoBackToTheSync) {
+  std::string why;
+  ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
+  const sim::Storage storage(directory_.phone(), true);
+  ASSERT_EQ(storage.nv.write("0/1", "synced"), 0);
+  ASSERT_EQ(storage.sync(), 0);
+  const int failed = in_processes(8, [&](int i) {
+    int error = 0;
+    for (int n = 0; n < 20; ++n) error |= storage.nv.write("0/1", std::to_string(i));
+    return error == 0;
+  });
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(directory_.file("nv/0/1").size(), 1u);
+  EXPECT_EQ(storage.restart(), 0);
+  EXPECT_EQ(directory_.file("nv/0/1"), "synced");
 }
 
 TEST_F(PhoneFiles, PropertiesOutliveProcessesAndNoneIsLost) {

@@ -2,9 +2,6 @@
 
 #include "sim/phone/storage.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <sstream>
 
@@ -88,30 +85,6 @@ TEST(Storage, AnOwnersChangeOfMindSettlesWhatIsKept) {
   EXPECT_EQ(sim::Storage(directory.phone(), false).restart(), 0) << "a phone that loses nothing";
   EXPECT_EQ(sim::Storage(directory.phone(), true).restart(), 0);
   EXPECT_EQ(directory.file("nv/0/1"), "x");
-}
-
-TEST(Storage, ProcessesThatWriteAtOnceAllGoBackToTheSync) {
-  const desk::PhoneDirectory directory;
-  std::string why;
-  ASSERT_TRUE(directory.phone().prepare(&why)) << why;
-  const sim::Storage storage(directory.phone(), true);
-  ASSERT_EQ(storage.nv.write("0/1", "synced"), 0);
-  ASSERT_EQ(storage.sync(), 0);
-  constexpr int kProcesses = 8;
-  for (int i = 0; i < kProcesses; ++i) {
-    if (::fork() != 0) continue;
-    int failed = 0;
-    for (int n = 0; n < 20; ++n) failed |= storage.nv.write("0/1", std::to_string(i));
-    ::_exit(failed);
-  }
-  for (int i = 0; i < kProcesses; ++i) {
-    int status = -1;
-    ASSERT_GT(::wait(&status), 0);
-    EXPECT_EQ(status, 0);
-  }
-  EXPECT_EQ(directory.file("nv/0/1").size(), 1u);
-  EXPECT_EQ(storage.restart(), 0);
-  EXPECT_EQ(directory.file("nv/0/1"), "synced");
 }
 
 }  // namespace

@@ -103,12 +103,7 @@ TEST_F(Vireo, OneClientOfATypeInTheLowestFreeSlot) {
             (Lines{"nas 0045 01 01 00 00", "nas 0003 13 01 00 00", "nas 0003 13 01 00 00",
                    "nas 0045 01 01 00 01", "nas 0003 13 01 00 00", "nas 0003 13 01 00 00"}));
 
-  const struct {
-    const char* rule;
-    std::function<uint32_t()> call;
-    uint32_t result;
-    const char* message;
-  } rows[] = {
+  desk::expect_sayings({
       {"no such type", [&] { return modem_api_init_client(4, nullptr, nullptr, ids); }, 4,
        "modem api client type 4 not supported"},
       {"a negative id", [] { return modem_api_free_client(-1); }, 7, "invalid client_id -1"},
@@ -131,11 +126,7 @@ TEST_F(Vireo, OneClientOfATypeInTheLowestFreeSlot) {
        "client already freed"},
       {"and one more release", [] { return modem_api_release(); }, 0,
        "function exit, ret = 0 <-------------"},
-  };
-  for (const auto& row : rows) {
-    const std::string output = output_of([&] { EXPECT_EQ(row.call(), row.result) << row.rule; });
-    EXPECT_TRUE(said(output, row.message)) << row.rule << "\n" << output;
-  }
+  });
   EXPECT_EQ(requests(), 6u) << "nothing was sent for a mistake";
 }
 
@@ -403,12 +394,7 @@ TEST_F(Vireo, ARecordBeyondTheStoresRoomIsRefusedWhole) {
 TEST_F(Vireo, WithoutAClientOnlyAFetchGetsOne) {
   start_modem();
   call_process("other");
-  const struct {
-    const char* rule;
-    std::function<int()> call;
-    int result;
-    const char* message;
-  } rows[] = {
+  desk::expect_sayings({
       {"not permitted", [] { return modem_vireo_data_get(0, 0x2C); }, 1,
        "The vireo init failed, will do nothing"},
       {"start", [] { return modem_vireo_stats_start(); }, 0, "The vireo is not inited, do nothing"},
@@ -425,11 +411,7 @@ TEST_F(Vireo, WithoutAClientOnlyAFetchGetsOne) {
        0, "The vireo is not inited, will init it"},
       {"again", [] { return modem_vireo_api_init(); }, 1, "old g_vireo_client_id = 0"},
       {"deinit of a client", [] { return modem_vireo_api_deinit(); }, 0, "client_id 0"},
-  };
-  for (const auto& row : rows) {
-    const std::string output = output_of([&] { EXPECT_EQ(row.call(), row.result) << row.rule; });
-    EXPECT_TRUE(row.message == nullptr || said(output, row.message)) << row.rule << "\n" << output;
-  }
+  });
   EXPECT_EQ(requests(), 1u);
   EXPECT_FALSE(modem_vireo_api_is_inited());
 }

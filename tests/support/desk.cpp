@@ -161,6 +161,13 @@ bool said(const std::string& output, const std::string& message) {
   return std::find(messages.begin(), messages.end(), message) != messages.end();
 }
 
+void expect_sayings(const std::vector<Saying>& rows) {
+  for (const Saying& row : rows) {
+    const std::string output = output_of([&] { EXPECT_EQ(row.call(), row.result) << row.rule; });
+    EXPECT_TRUE(row.message == nullptr || said(output, row.message)) << row.rule << "\n" << output;
+  }
+}
+
 Ran run(const std::string& line) {
   ::setenv("BIN", VEX_PROGRAMS, 1);
   FILE* pipe = ::popen(("( " + line + "\n) 2>&1").c_str(), "r");

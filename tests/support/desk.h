@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -119,6 +120,15 @@ std::vector<std::string> trace_messages(const std::string& output);
 
 // Whether one of them is `message`.
 bool said(const std::string& output, const std::string& message);
+
+// A call, its result, and what its trace says with others; null: anything.
+struct Saying {
+  const char* rule;
+  std::function<int64_t()> call;
+  int64_t result;
+  const char* message;
+};
+void expect_sayings(const std::vector<Saying>& rows);
 
 struct Ran {
   int status;

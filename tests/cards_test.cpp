@@ -157,15 +157,6 @@ TEST_F(Cards, SlotTwoIsWhatTheEnableFileSaysWhenItIsPoweredUp) {
   }
 }
 
-TEST_F(Cards, AModemThatStartsFindsTheCardOfTheFileReady) {
-  sim::Modem& modem = start_esim();
-  EXPECT_EQ(eid(), kDefaultEid);
-  directory_.write(kEsimEnable, "");
-  desk::bounce(modem, kUim);
-  client_ = make_client();
-  EXPECT_EQ(eid(), "error 94");
-}
-
 TEST_F(Cards, PowerGoesAndComesWithTheCardsState) {
   start_esim();
   EXPECT_EQ(status(), "1.0/1 1.0/1");

@@ -139,9 +139,7 @@ TEST_F(Mbn, MasksAndTypesOutOfRangeAreRefusedAndThePlatformHasNoSub) {
   start(fault("indication", PDC_ACTIVATE_CONFIG, (refused + "3").c_str()) +
         fault("indication", PDC_ACTIVATE_CONFIG, (refused + "6").c_str()));
   for (const auto& row : kRows) {
-    const std::string output =
-        desk::output_of([&] { EXPECT_EQ(row.operation(row.mask, row.type), row.result); });
-    EXPECT_TRUE(said(output, row.message)) << output;
+    EXPECT_SAYS(row.message, EXPECT_EQ(row.operation(row.mask, row.type), row.result));
   }
   Sequence first = asked();
   first.resize(6);
@@ -153,12 +151,10 @@ TEST_F(Mbn, MasksAndTypesOutOfRangeAreRefusedAndThePlatformHasNoSub) {
 }
 
 TEST_F(Mbn, ADeactivationNamesWhatItRefuses) {
-  const std::string output = desk::output_of([] {
-    EXPECT_EQ(kelvor_mbn_deactivate_config(2, kSoftware), -1);
-    EXPECT_EQ(kelvor_mbn_deactivate_config(1, static_cast<pdc_config_type_enum_v01>(2)), -1);
-  });
-  EXPECT_TRUE(said(output, "sub is invalid, sub: 2")) << output;
-  EXPECT_TRUE(said(output, "config_type is invalid, config_type: 2")) << output;
+  EXPECT_SAYS("sub is invalid, sub: 2", EXPECT_EQ(kelvor_mbn_deactivate_config(2, kSoftware), -1));
+  constexpr auto kNone = static_cast<pdc_config_type_enum_v01>(2);
+  EXPECT_SAYS("config_type is invalid, config_type: 2",
+              EXPECT_EQ(kelvor_mbn_deactivate_config(1, kNone), -1));
 }
 
 }  // namespace

@@ -108,8 +108,7 @@ TEST_F(NvEfs, ItemsThatAreNotThereFailWithTheModemsOwnResult) {
   start_modem();
   uint8_t buf[8];
   uint32_t room = sizeof buf;
-  const std::string output = output_of([&] { EXPECT_EQ(kelvor_nv_read(0, 11, buf, &room), -2); });
-  EXPECT_TRUE(said(output, "qmi response fail"));
+  EXPECT_SAYS("qmi response fail", EXPECT_EQ(kelvor_nv_read(0, 11, buf, &room), -2));
   EXPECT_EQ(kelvor_nv_delete(0, 11), -2);
   EXPECT_EQ(kelvor_efs_delete(0, "/none", 5), -2);
   Octets file;
@@ -140,8 +139,7 @@ TEST_F(NvEfs, AnEmptyFileIsReadAsNothingAndNothingIsWrittenAsNothing) {
   start_modem();
   directory_.write("efs/0/empty", "");
   Octets back;
-  const std::string output = output_of([&] { EXPECT_EQ(read("/empty", &back), 0); });
-  EXPECT_TRUE(said(output, "abort, data_len_send <= 0"));
+  EXPECT_SAYS("abort, data_len_send <= 0", EXPECT_EQ(read("/empty", &back), 0));
   EXPECT_TRUE(back.empty());
   directory_.write("efs/0/old", "old");
   const uint8_t none = 0;
@@ -179,8 +177,7 @@ TEST_F(NvEfs, AFileThatDoesNotFitTheRoomFails) {
       {599, 424, "errro, abort, buf_len <= req.data_len_cur"},
   };
   for (const auto& row : kRows) {
-    const std::string output = output_of([&] { EXPECT_EQ(read("/f", &back, row.room), -108); });
-    EXPECT_TRUE(said(output, row.message)) << row.room;
+    EXPECT_SAYS(row.message, EXPECT_EQ(read("/f", &back, row.room), -108));
     EXPECT_EQ(back.size(), row.got) << row.room;
   }
   EXPECT_EQ(read("/f", &back, 600), 0);
@@ -255,8 +252,7 @@ TEST_F(NvEfs, AReplyWithoutItsResultIsNoSuccess) {
       [&] { return kelvor_efs_delete(0, "/f", 2); },
   };
   for (const auto& call : calls) {
-    const std::string output = output_of([&] { EXPECT_EQ(call(), -108) << &call - calls; });
-    EXPECT_TRUE(said(output, "qmi response fail")) << output;
+    EXPECT_SAYS("qmi response fail", EXPECT_EQ(call(), -108) << &call - calls);
   }
 }
 

@@ -117,11 +117,9 @@ TEST_F(Pdc, WhatCannotBeSentFreesTheKind) {
   EXPECT_EQ(requests(), 1u);
 
   modem.take_down(PDC_SERVICE_ID);
-  const std::string output = desk::output_of([&] {
-    EXPECT_EQ(pdc_select_config(&id, kSoftware, 0), -1);
-    EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
-  });
-  EXPECT_TRUE(said(output, "qmi send message error for set_selected_config, errno: -2")) << output;
+  EXPECT_SAYS("qmi send message error for set_selected_config, errno: -2",
+              EXPECT_EQ(pdc_select_config(&id, kSoftware, 0), -1));
+  EXPECT_EQ(pdc_deactivate_config(0, kSoftware), -1);
   modem.bring_up(PDC_SERVICE_ID);
   EXPECT_EQ(kelvor_mbn_init(1), 0);
   EXPECT_EQ(pdc_deactivate_config(0, kSoftware), 0);

@@ -273,23 +273,21 @@ TEST_F(ServiceClients, TheStatisticsServiceIsNotReconnectedTo) {
 TEST_F(ServiceClients, IndicationsThatNobodyWantsAreDropped) {
   start();
   ASSERT_EQ(connect_nas_0(), 1);
-  std::string output =
-      desk::output_of([] { nas_0_client_unsol_ind_cb(nullptr, 0x85, nullptr, 0, nullptr); });
-  EXPECT_TRUE(desk::said(output, "Indication decode failed for msg 0x85 with error -5"));
+  EXPECT_SAYS("Indication decode failed for msg 0x85 with error -5",
+              nas_0_client_unsol_ind_cb(nullptr, 0x85, nullptr, 0, nullptr));
   static nas_incremental_network_scan_req request;
   nas_plain_resp response;
-  output = desk::output_of([&] {
-    EXPECT_EQ(nas_0_client_send_msg_sync(NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request,
-                                         &response, sizeof response),
-              0);
-    nas_0_client_release();
-  });
-  output += desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
-  EXPECT_TRUE(desk::said(output, "Unexpected NULL pointer!")) << "before a callback is there";
+  EXPECT_EQ(nas_0_client_send_msg_sync(NAS_INCREMENTAL_NETWORK_SCAN, &request, sizeof request,
+                                       &response, sizeof response),
+            0);
+  nas_0_client_release();
+  // Before a callback is there.
+  EXPECT_SAYS("Unexpected NULL pointer!", vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr));
   vs_init();
   ASSERT_EQ(vs_client_init(ignore_event), 1);
   g_c_struct_len = UINT32_MAX;
-  output = desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
+  const std::string output =
+      desk::output_of([] { vs_client_unsol_ind_cb(nullptr, 4, nullptr, 0, nullptr); });
   EXPECT_TRUE(desk::said(output, "decoded_payload_len(-1) can not <= 0")) << output;
   EXPECT_TRUE(output.starts_with("RIL[vs_client.cpp:")) << "the function's own source: " << output;
 }

@@ -132,11 +132,9 @@ TEST_F(Vireo, EveryRecordIsPackedAndReadToTheLastOctet) {
 TEST_F(Vireo, AStructureThatLiesOverTheStoreEndsTheDecodingWhenItsOffsetIsNegative) {
   start_modem("[measurements.sub0.raw]\n" + raw(0x64, "00 00 00 80 05 06"));
   auto* over = reinterpret_cast<modem_vireo_mcs_trm_asdiv*>(&g_vireo_data.read_offset);
-  const std::string output =
-      output_of([&] { EXPECT_FALSE(modem_vireo_mcs_trm_asdiv_get(0, over)); });
   // The fourth octet has become the offset's highest.
-  EXPECT_TRUE(said(output, "g_pK_DATA_CNT(-2147483644) is can not < 0 for old_config, id(0x64)"))
-      << output;
+  EXPECT_SAYS("g_pK_DATA_CNT(-2147483644) is can not < 0 for old_config, id(0x64)",
+              EXPECT_FALSE(modem_vireo_mcs_trm_asdiv_get(0, over)));
 }
 
 struct PowerRow {

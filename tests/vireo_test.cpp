@@ -140,14 +140,12 @@ TEST_P(Connecting, AClientThatIsStillConnectingIsInTheWay) {
   std::thread first(
       [&] { EXPECT_EQ(modem_api_init_client(GetParam().first, nullptr, nullptr, &id), 1u); });
   clock_.await_waiter(4ms);
-  const std::string output = output_of(
-      [&] { EXPECT_EQ(modem_api_init_client(GetParam().first, nullptr, nullptr, &id), 9u); });
-  EXPECT_TRUE(said(output, "Another client init " + GetParam().second)) << output;
+  EXPECT_SAYS("Another client init " + GetParam().second,
+              EXPECT_EQ(modem_api_init_client(GetParam().first, nullptr, nullptr, &id), 9u));
   clock_.run_by_itself();
   first.join();
   EXPECT_EQ(id, -1);
-  const std::string freed = output_of([] { modem_api_free_client(0); });
-  EXPECT_TRUE(said(freed, "client already freed")) << "a failed client leaves no slot taken";
+  EXPECT_SAYS("client already freed", modem_api_free_client(0));  // no slot is taken
 }
 INSTANTIATE_TEST_SUITE_P(Types, Connecting,
                          testing::Values(std::pair(0u, "vs client with operational status 0"),
@@ -195,9 +193,8 @@ TEST_F(Vireo, ParametersAreCheckedAndSentInTheirPlaces) {
   entries[0] = {1, 0x123, 3, {0xA1, 0xB2, 0xC3}};
   entries[1] = {0, 0x2C, 0, {}};
   uint32_t count = 2;
-  const std::string output = output_of(
-      [&] { EXPECT_EQ(modem_api_get_stats_parameter(vs, 1, 0x1234, &count, entries), 0u); });
-  EXPECT_TRUE(said(output, "ids[0] = 291, value_len = 3, type = 1, value: A1B2C30000000000"));
+  EXPECT_SAYS("ids[0] = 291, value_len = 3, type = 1, value: A1B2C30000000000",
+              EXPECT_EQ(modem_api_get_stats_parameter(vs, 1, 0x1234, &count, entries), 0u));
   EXPECT_EQ(count, 1u) << "what the modem does not have is left out";
   EXPECT_EQ(entries[0].id, 0x2Cu);
   EXPECT_EQ(desk::hex({entries[0].data, entries[0].data_len}), "01 0C 00 00 00");
@@ -334,9 +331,7 @@ TEST_F(Vireo, AnAnswerIsCheckedBeforeItIsTheStores) {
   for (const auto& row : kRows) {
     g_vireo_data.length = 5;
     g_vireo_data.data[699] = 0xEE;
-    const std::string output =
-        output_of([&] { EXPECT_EQ(modem_vireo_data_get(row.sub, row.id), row.result); });
-    EXPECT_TRUE(said(output, row.message)) << row.message << "\n" << output;
+    EXPECT_SAYS(row.message, EXPECT_EQ(modem_vireo_data_get(row.sub, row.id), row.result));
     EXPECT_EQ(g_vireo_data.length, row.result == 0 ? 700 : 0);
     EXPECT_EQ(g_vireo_data.data[699], row.result == 0 ? 0x77 : 0);
   }
@@ -463,9 +458,8 @@ TEST_F(Vireo, IndicationsBecomeEventsCutToTheirRoom) {
   modem.indicate_all(vs, VS_IND_VALUES, &values, sizeof values);
   modem.indicate_all(vs, VS_IND_BYTE, &byte, sizeof byte);
   while (g_events.count() < 5) std::this_thread::yield();
-  const std::string output =
-      output_of([] { vs_client_unsol_ind_cb(nullptr, 0x99, "", 0, nullptr); });
-  EXPECT_TRUE(said(output, "decoded_payload_len(0) can not <= 0"));
+  EXPECT_SAYS("decoded_payload_len(0) can not <= 0",
+              vs_client_unsol_ind_cb(nullptr, 0x99, "", 0, nullptr));
   EXPECT_EQ(modem_api_free_client(id), 0u);
   ASSERT_EQ(g_events.got.size(), 5u);
   const uint32_t kIds[] = {2, 3, 3, 4, 5};

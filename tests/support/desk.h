@@ -106,13 +106,15 @@ uint32_t instances(qmi_idl_service_object_type service);
 // have run.
 void bounce(sim::Modem& modem, qmi_idl_service_object_type service);
 
-// What `call` writes to standard output.
+// What `call` writes to standard output. What has failed in it is not lost.
 template <class Call>
 std::string output_of(Call call) {
   testing::internal::CaptureStdout();
   call();
   std::fflush(stdout);
-  return testing::internal::GetCapturedStdout();
+  const std::string output = testing::internal::GetCapturedStdout();
+  if (testing::Test::HasFailure()) std::fputs(output.c_str(), stderr);
+  return output;
 }
 
 // The messages of shell trace lines, without "RIL[source:line] function: ".
@@ -120,6 +122,12 @@ std::vector<std::string> trace_messages(const std::string& output);
 
 // Whether one of them is `message`.
 bool said(const std::string& output, const std::string& message);
+// What the statement's trace must say.
+#define EXPECT_SAYS(message, statement)                                \
+  do {                                                                 \
+    const std::string said_here = desk::output_of([&] { statement; }); \
+    EXPECT_TRUE(desk::said(said_here, message)) << said_here;          \
+  } while (false)
 
 // A call, its result, and what its trace says with others; null: anything.
 struct Saying {

@@ -50,6 +50,15 @@ TEST_F(Vendor, TheRequestCarriesWhatItIsGivenAndNothingOfTheOneBefore) {
             "01 04 00 03 00 00 00 02 04 00 01 00 00 00 10 00 02 55 00 00 00");
   EXPECT_EQ(requests[1].tlvs().find("AA"), std::string::npos);
   EXPECT_EQ(requests[1].octets.size(), 7u + 529u);
+  // A length beyond its room, which only another client sends, is refused.
+  kelvor_vendor_msg request{};
+  kelvor_vendor_msg response{};
+  request.id = REQUEST_ID_COMMON;
+  request.data_len = sizeof request.data + 1;
+  EXPECT_EQ(qmi_client_send_msg_sync(kelvor_extend_qmi_client_open(), KELVOR_VENDOR_GENERIC,
+                                     &request, sizeof request, &response, sizeof response, 1000),
+            0);
+  EXPECT_NE(response.id, 0u);
 }
 
 TEST_F(Vendor, AnAnswerIsCopiedAsFarAsItGoesAndAsFarAsThereIsRoom) {

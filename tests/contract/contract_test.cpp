@@ -257,6 +257,7 @@ TEST(QmiClient, ReportsWhatIsThereOnAThreadOfItsOwn) {
   for (int i = 0; i < 200 && came == 0; ++i) platform_sleep_ms(10);
   EXPECT_EQ(came, 1);
   EXPECT_TRUE(own_thread);
+  qmi_cci_os_signal_wait(nullptr, 100);
   qmi_cci_os_signal_wait(&params, 100);
   qmi_cci_os_signal_wait(&params, 100);
   EXPECT_EQ(params.timed_out, 1U);

@@ -88,11 +88,11 @@ struct Cards : desk::Desk {
               "/" + std::to_string(card.apps_len);
       EXPECT_EQ(card.state, response.status.cards[i].state);
       EXPECT_EQ(card.apps_len, response.status.cards[i].apps_len);
-      const auto wanted = static_cast<uint16_t>(card.apps_len > 0 ? i << 8 : UIM_NO_SESSION);
-      EXPECT_EQ(i == 0 ? response.status.gw_primary : response.status.gw_secondary, wanted);
+      const auto expected = static_cast<uint16_t>(card.apps_len > 0 ? i << 8 : UIM_NO_SESSION);
+      EXPECT_EQ(i == 0 ? response.status.gw_primary : response.status.gw_secondary, expected);
       EXPECT_EQ(i == 0 ? response.status.onex_primary : response.status.onex_secondary,
                 UIM_NO_SESSION);
-      EXPECT_EQ(response.extended.gw[i], wanted);
+      EXPECT_EQ(response.extended.gw[i], expected);
       EXPECT_EQ(response.extended.onex[i], UIM_NO_SESSION);
     }
     EXPECT_EQ(response.extended.gw_len, response.extended.cards_len);

@@ -189,14 +189,14 @@ std::string keys_page() {
     if (!part && !written.insert(section.keys.data()).second) continue;
     const bool list = section.kind == Section::Kind::kList;
     if (section.kind == Section::Kind::kRecord) {
-      page += "\n" + wrapped("-", "  ", record_text(all, section));
+      page.append("\n").append(wrapped("-", "  ", record_text(all, section)));
       continue;
     }
     const std::string places =
         part ? "`[[" + section.path + "]]` with `" + section.title + "`"
              : names_beside(all, section, list ? "`[[" : "`[", list ? "]]`" : "]`");
-    page +=
-        "\n" + wrapped("", "", places + (section.comment.empty() ? "" : ": " + section.comment));
+    const std::string comment = section.comment.empty() ? "" : ": " + section.comment;
+    page.append("\n").append(wrapped("", "", places + comment));
     if (section.keys.empty()) continue;
     page += "\n| key | takes | without it | |\n|---|---|---|---|\n";
     for (const Key& key : section.keys) {

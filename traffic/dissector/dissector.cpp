@@ -50,8 +50,8 @@ std::string Tables::field(const char* kind, const std::string& abbreviation, Pla
   const auto [found, is_new] = fields_.try_emplace(abbreviation, fields_.size() + 1);
   if (is_new) {
     const size_t dot = abbreviation.rfind('.');
-    made_ += "f[" + std::to_string(found->second) + "] = " + kind + "(" + lua_text(abbreviation) +
-             ", " + lua_text(abbreviation.substr(dot + 1));
+    made_.append("f[").append(std::to_string(found->second)).append("] = ").append(kind);
+    made_ += "(" + lua_text(abbreviation) + ", " + lua_text(abbreviation.substr(dot + 1));
     if (const Names names = names_at(place); !names.empty()) {
       made_ += ", {";
       for (const Name& name : names) {

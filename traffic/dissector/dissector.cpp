@@ -55,7 +55,8 @@ std::string Tables::field(const char* kind, const std::string& abbreviation, Pla
     if (const Names names = names_at(place); !names.empty()) {
       made_ += ", {";
       for (const Name& name : names) {
-        made_ += "[" + text_of(name.number) + "] = " + lua_text(name.text) + ", ";
+        made_.append("[").append(text_of(name.number)).append("] = ");
+        made_.append(lua_text(name.text)).append(", ");
       }
       made_ += "}";
     }

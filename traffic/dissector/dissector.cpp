@@ -16,6 +16,9 @@ namespace {
 using qcci::idl::Element;
 using qcci::idl::Shape;
 
+// "[number] = ", before an item of a table.
+std::string index(const std::string& number) { return std::string("[") + number + "] = "; }
+
 std::string lua_text(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
@@ -55,8 +58,7 @@ std::string Tables::field(const char* kind, const std::string& abbreviation, Pla
     if (const Names names = names_at(place); !names.empty()) {
       made_ += ", {";
       for (const Name& name : names) {
-        made_.append("[").append(text_of(name.number)).append("] = ");
-        made_.append(lua_text(name.text)).append(", ");
+        made_ += index(text_of(name.number)) + lua_text(name.text) + ", ";
       }
       made_ += "}";
     }
@@ -107,7 +109,8 @@ void Tables::add_message(const qmi_idl_service_object& service, const qcci::idl:
                          qmi_idl_message_type type) {
   const qcci::idl::Message* const message = row.find(type);
   if (message == nullptr) return;
-  tables_ += "  [" + std::to_string(type) + "] = {\n";
+  tables_ += "  ";
+  tables_ += index(std::to_string(type)) + "{\n";
   for (const qcci::idl::Tlv& tlv : std::span(message->tlvs, message->tlv_count)) {
     tables_ += "    {type = " + std::to_string(tlv.type) + ", rows = {";
     add_elements(
@@ -173,7 +176,7 @@ std::string Tables::payload_tables() {
   }
   text += "}\nlocal selector_widths = {";
   for (const auto& [family, width] : widths) {
-    text += "[" + std::to_string(family) + "] = " + std::to_string(width) + ", ";
+    text += index(std::to_string(family)) + std::to_string(width) + ", ";
   }
   return text + "}\nlocal item_at = " + std::to_string(kItemAt) +
          "\nlocal vendor_service = " + std::to_string(KELVOR_VENDOR_SERVICE_ID) +
@@ -184,10 +187,12 @@ std::string Tables::all() {
   std::string names = "local service_names = {";
   tables_ = "local services = {\n";
   for (const auto service : qcci::idl::all_services()) {
-    names += "[" + std::to_string(service->id) + "] = " + lua_text(service->name) + ", ";
-    tables_ += " [" + std::to_string(service->id) + "] = {\n";
+    names += index(std::to_string(service->id)) + lua_text(service->name) + ", ";
+    tables_ += " ";
+    tables_ += index(std::to_string(service->id)) + "{\n";
     for (const qcci::idl::MessageRow& row : service->rows) {
-      tables_ += "  [" + std::to_string(row.id) + "] = {name = " + lua_text(row.name) + ",\n";
+      tables_ += "  ";
+      tables_ += index(std::to_string(row.id)) + "{name = " + lua_text(row.name) + ",\n";
       for (const auto type : {QMI_IDL_REQUEST, QMI_IDL_RESPONSE, QMI_IDL_INDICATION}) {
         add_message(*service, row, type);
       }

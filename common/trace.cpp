@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/format.h"
 #include "platform/kelvor_utils.h"
 
 namespace {
@@ -48,7 +49,7 @@ class Line {
     va_copy(again, arguments);
     // The last octet is for the line end.
     const size_t left = sizeof room_ - size_ - 1;
-    const int length = std::vsnprintf(room_ + size_, left, format, arguments);
+    const int length = base::format(room_ + size_, left, format, arguments);
     if (length < 0) {
       room_[size_] = '\0';  // a message that cannot be formed is an empty one
     } else if (static_cast<size_t>(length) >= left) {

@@ -1,12 +1,15 @@
 #include "vex/process.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <new>
 #include <string_view>
+#include <tuple>
 
 namespace {
 
@@ -19,9 +22,14 @@ namespace {
 }  // namespace
 
 void vex::prepare_process() {
-  int fd = 0;
-  while (fd >= 0 && fd <= STDERR_FILENO) fd = ::open("/dev/null", O_RDWR);
-  if (fd >= 0) ::close(fd);
+  // What the tool opens must not get the number of a standard stream. Closed ones are the rule for
+  // nobody, so all three are looked at in one call.
+  pollfd streams[] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}};
+  ::poll(streams, std::size(streams), 0);
+  for (const pollfd& stream : streams) {
+    // The lowest number that is free is this one.
+    if ((stream.revents & POLLNVAL) != 0) std::ignore = ::open("/dev/null", O_RDWR);
+  }
   // A handler, unlike "ignore", is not handed on to a shell.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, [](int) {});
   // Each line is given to it whole: with a buffer it would be copied octet by octet first.

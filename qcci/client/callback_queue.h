@@ -7,8 +7,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <list>
 #include <thread>
 #include <vector>
 
@@ -54,7 +54,8 @@ class CallbackQueue {
  private:
   bool started_ = false;
   std::atomic<std::thread::id> thread_id_;
-  std::deque<Event> due_;
+  // A list: without members it takes no memory, and most runs have no callback.
+  std::list<Event> due_;
   uint64_t posted_ = 0;
   uint64_t run_ = 0;
   Handle running_ = 0;  // whose callback runs now

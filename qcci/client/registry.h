@@ -4,7 +4,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <map>
 #include <vector>
 
@@ -54,7 +54,7 @@ class Registry {
   void remove_if(Goes goes, std::vector<ServiceChange>* changes);
 
   std::map<uint32_t, ServiceState> services_;
-  std::deque<uint32_t> unanswered_;
+  std::list<uint32_t> unanswered_;
 };
 
 }  // namespace qcci

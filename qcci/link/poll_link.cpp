@@ -67,6 +67,8 @@ Sent PollLink::send(EndpointId endpoint, Address to, std::span<const uint8_t> oc
 bool PollLink::prepare(uint64_t wakes, std::vector<pollfd>* polled, std::vector<EndpointId>* ids) {
   const base::Lock lock(mutex_);
   if (wakes != wakes_) return false;
+  polled->reserve(ends_.size() + 1);
+  ids->reserve(ends_.size());
   for (const auto& [id, end] : ends_) {
     polled->push_back({end.fd, POLLIN, 0});
     ids->push_back(id);

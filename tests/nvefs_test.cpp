@@ -278,7 +278,8 @@ TEST_F(NvEfs, AClientThatBeginsMoreTransfersThanTheModemKeepsLosesItsOldest) {
       {"eight writes", KELVOR_NVEFS_EFS_WRITE, 0, eight, "/0", 0},
       {"nine writes", KELVOR_NVEFS_EFS_WRITE, 0, nine, "/0", -EINVAL},
   };
-  sim::NvEfs modem(sim::Storage(directory_.phone(), false));
+  static constexpr bool kLoses = false;
+  sim::NvEfs modem(sim::Storage(directory_.phone(), kLoses));
   const auto chunk = [&](const auto& row, const std::string& path, uint32_t done) {
     kelvor_nvefs_req request{};
     request.operation = row.operation;

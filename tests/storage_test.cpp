@@ -77,13 +77,16 @@ TEST_P(Unsynced, IsWhatTheRowSaysAndLeavesNoFileOpen) {
 INSTANTIATE_TEST_SUITE_P(Rows, Unsynced, testing::ValuesIn(kRows),
                          [](const auto& row) { return row.param.name; });
 
+constexpr bool kLoses = true;
+constexpr bool kKeeps = false;
+
 TEST(Storage, AnOwnersChangeOfMindSettlesWhatIsKept) {
   const desk::PhoneDirectory directory;
   std::string why;
   ASSERT_TRUE(directory.phone().prepare(&why)) << why;
-  ASSERT_EQ(sim::Storage(directory.phone(), true).nv.write("0/1", "x"), 0);
-  EXPECT_EQ(sim::Storage(directory.phone(), false).restart(), 0) << "a phone that loses nothing";
-  EXPECT_EQ(sim::Storage(directory.phone(), true).restart(), 0);
+  ASSERT_EQ(sim::Storage(directory.phone(), kLoses).nv.write("0/1", "x"), 0);
+  EXPECT_EQ(sim::Storage(directory.phone(), kKeeps).restart(), 0) << "a phone that loses nothing";
+  EXPECT_EQ(sim::Storage(directory.phone(), kLoses).restart(), 0);
   EXPECT_EQ(directory.file("nv/0/1"), "x");
 }
 

@@ -12,7 +12,7 @@ constexpr char kDidNotExist = '-';
 
 }  // namespace
 
-Store::Store(const Phone& phone, const std::string& name, bool loses_unsynced)
+Store::Store(const Phone& phone, const std::string& name, const bool& loses_unsynced)
     : phone_(phone),
       files_(phone.folder(name)),
       kept_(phone.folder("unsynced/" + name)),
@@ -97,7 +97,7 @@ int Store::restart() const {
   });
 }
 
-Storage::Storage(const Phone& phone, bool loses_unsynced)
+Storage::Storage(const Phone& phone, const bool& loses_unsynced)
     : nv(phone, "nv", loses_unsynced), efs(phone, "efs", loses_unsynced) {}
 
 int Storage::sync() const {

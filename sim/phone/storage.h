@@ -20,7 +20,8 @@ namespace sim {
 class Store {
  public:
   // `name`: of the folder below the phone's directory.
-  Store(const Phone& phone, const std::string& name, bool loses_unsynced);
+  // `loses_unsynced` is asked at every change, and must outlast the store and its copies.
+  Store(const Phone& phone, const std::string& name, const bool& loses_unsynced);
 
   // As Folder's.
   [[nodiscard]] int read(std::string_view path, std::string* contents) const;
@@ -46,11 +47,13 @@ class Store {
   Phone phone_;
   Folder files_;
   Folder kept_;
-  bool loses_unsynced_;
+  const bool& loses_unsynced_;
 };
 
 struct Storage {
-  Storage(const Phone& phone, bool loses_unsynced);
+  // As Store's.
+  Storage(const Phone& phone, const bool& loses_unsynced);
+  Storage(const Phone& phone, bool&& loses_unsynced) = delete;
 
   [[nodiscard]] int sync() const;
   // For the modem, while no service is up.

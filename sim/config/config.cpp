@@ -2,6 +2,7 @@
 
 #include "sim/config/ascii.h"
 #include "sim/config/key.h"
+#include "sim/config/settings.h"
 
 namespace sim {
 namespace {
@@ -70,8 +71,9 @@ constexpr TableRow<StatisticsConfig> kStatistics{
     "it."};
 constexpr TableRow<DiagConfig> kDiag{"diag", kDiagKeys, "What diag's version command answers."};
 
-// Throws at the first mistake.
-PhoneConfig read_config(const toml::table& root) {
+}  // namespace
+
+PhoneConfig read_phone_config(const toml::table& root) {
   Table top(root, "");
   PhoneConfig config;
   kModem.read(top, config.modem);
@@ -87,8 +89,6 @@ PhoneConfig read_config(const toml::table& root) {
   return config;
 }
 
-}  // namespace
-
 bool parse_phone_config(std::string_view written, PhoneConfig* config, std::string* why) {
   const auto fail = [why](size_t line, std::string_view what) {
     *why = "phone.toml:" + std::to_string(line) + ": " + std::string(what);
@@ -99,7 +99,7 @@ bool parse_phone_config(std::string_view written, PhoneConfig* config, std::stri
     return fail(*line, "characters outside ASCII are written as escapes, like \\u00E9");
   }
   try {
-    *config = read_config(toml::parse(text));
+    *config = read_phone_config(toml::parse(text));
     return true;
   } catch (const toml::parse_error& error) {
     return fail(error.source().begin.line, error.description());

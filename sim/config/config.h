@@ -3,8 +3,8 @@
 // A member's initialiser is what a missing key means. To add a key: a member, and a row that names
 // it in the source of its table (config.cpp for most; see key.h).
 //
-// A configuration is read once, when a modem is made, and does not change while it runs; services
-// read it without a lock. docs/phone-keys.md lists the keys with their limits.
+// Services read it with the modem's mutex held, with which it is replaced while a modem runs
+// (Modem::configure). docs/phone-keys.md lists the keys with their limits.
 #pragma once
 
 #include <chrono>

@@ -44,6 +44,8 @@ struct FaultRule {
   uint32_t keep = 0;            // octets left by a truncation
   std::vector<uint8_t> octets;  // of a change
   std::string text;             // the rule and its line, for a person
+
+  bool operator==(const FaultRule&) const = default;
 };
 
 // The tables [[fault]], in the order of the file; throws BadToml.

@@ -129,7 +129,9 @@ void Table::fail(std::string_view key, const std::string& what) const {
 
 std::string Table::written() const {
   std::ostringstream out;
-  out << "phone.toml:" << table_.source().begin.line << ": "
+  // A rule that was given to a running modem has no line.
+  const auto line = table_.source().begin.line;
+  out << (line != 0 ? "phone.toml:" + std::to_string(line) : "control") << ": "
       << toml::toml_formatter(table_, toml::format_flags::allow_hexadecimal_integers);
   std::string text = out.str();
   for (char& c : text) c = c == '\n' ? ' ' : c;

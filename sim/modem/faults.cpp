@@ -113,6 +113,26 @@ Faults::Faults(std::vector<FaultRule> rules) {
   for (FaultRule& rule : rules) rules_.push_back({std::move(rule)});
 }
 
+void Faults::replace(std::vector<FaultRule> rules) {
+  Faults next(std::move(rules));
+  for (Counted& counted : next.rules_) {
+    const auto same = std::ranges::find(rules_, counted.rule.text,
+                                        [](const Counted& one) { return one.rule.text; });
+    if (same == rules_.end()) continue;
+    counted = std::move(*same);
+    rules_.erase(same);  // so that of two alike each keeps its own
+  }
+  rules_ = std::move(next.rules_);
+}
+
+std::vector<std::string> Faults::counts() const {
+  std::vector<std::string> texts;
+  for (const Counted& counted : rules_) {
+    texts.push_back(std::to_string(counted.matches) + " met: " + counted.rule.text);
+  }
+  return texts;
+}
+
 FaultOutcome Faults::apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets) {
   InTransit message{kind, {}, std::move(octets)};
   std::ignore = QmiHeader::parse(message.octets, &message.header);

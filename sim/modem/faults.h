@@ -31,9 +31,13 @@ class Faults {
 
   // Whether no message needs to be shown to apply.
   bool none() const { return rules_.empty(); }
+  // Puts other rules in their place. One that was among them keeps its count.
+  void replace(std::vector<FaultRule> rules);
   // Counts the message for every rule that it matches and applies those whose turn it is. `octets`:
   // one whole message, from its QMI header on. The caller carries the outcome out.
   FaultOutcome apply(uint32_t service, FaultKind kind, std::vector<uint8_t> octets);
+  // A line for each rule: how many messages it met, and the rule with its line in phone.toml.
+  std::vector<std::string> counts() const;
   // The rules that never acted, each with its line in phone.toml.
   std::vector<std::string> unused() const;
 

@@ -16,6 +16,12 @@ using base::Lock;
 using qcci::kQmiHeader;
 using qcci::QmiHeader;
 
+constexpr const char kModemKey[] = "state.modem";
+
+Change of_service(const Service& service, bool up) {
+  return {std::string("state.service.") + service.idl().name, up ? "\"up\"" : "\"down\""};
+}
+
 std::vector<uint8_t> encode(const qcci::idl::Message& message, QmiHeader header, const void* c,
                             size_t size) {
   std::vector<uint8_t> octets(kQmiHeader + message.max_encoded);
@@ -222,13 +228,13 @@ void Modem::drop_unsynced() {
 }
 
 void Modem::go_down() {
-  log("modem restarts");
+  changed("modem restarts", {{kModemKey, "\"restarting\""}});
   for (const auto& service : services_) withdraw(*service);
   held_.clear();
   drop_unsynced();
   after(config_.modem.restart, [this]() REQUIRES(mutex_) {
     come_up();
-    log("modem is up");
+    changed("modem is up", {{kModemKey, "\"up\""}});
   });
 }
 
@@ -241,12 +247,50 @@ void Modem::come_up() {
 
 void Modem::take_down(uint32_t id) {
   const Lock lock(mutex_);
-  if (Service* service = find(id); service != nullptr) withdraw(*service);
+  Service* const service = find(id);
+  if (service == nullptr || !up_.contains(id)) return;
+  withdraw(*service);
+  changed(std::string("service ") + service->idl().name + " goes down",
+          {of_service(*service, false)});
 }
 
 void Modem::bring_up(uint32_t id) {
   const Lock lock(mutex_);
-  if (const Service* service = find(id); service != nullptr) publish(*service);
+  const Service* const service = find(id);
+  if (service == nullptr || up_.contains(id)) return;
+  publish(*service);
+  changed(std::string("service ") + service->idl().name + " is up", {of_service(*service, true)});
+}
+
+bool Modem::is_up(uint32_t id) {
+  const Lock lock(mutex_);
+  return up_.contains(id);
+}
+
+void Modem::configure(PhoneConfig config, const std::string& line,
+                      const std::vector<Change>& changes) {
+  const Lock lock(mutex_);
+  config_ = std::move(config);
+  faults_.replace(config_.faults);
+  changed(line, changes);
+}
+
+int Modem::change(const std::function<int()>& change, const std::string& line,
+                  const std::vector<Change>& changes) {
+  const Lock lock(mutex_);
+  const int error = change();
+  if (error == 0) changed(line, changes);
+  return error;
+}
+
+size_t Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
+  const Lock lock(mutex_);
+  const Service* const service = find(id);
+  if (service == nullptr) return 0;
+  for (const Address client : service->clients()) {
+    indicate(service->idl(), client, message, c, size);
+  }
+  return service->clients().size();
 }
 
 void Modem::publish(const Service& service) {
@@ -277,6 +321,22 @@ void Modem::set_tap(Tap tap) {
 void Modem::set_log(Log log) {
   const Lock lock(mutex_);
   log_ = std::move(log);
+}
+
+void Modem::set_watch(Watch watch) {
+  const Lock lock(mutex_);
+  watch_ = std::move(watch);
+}
+
+void Modem::changed(const std::string& line, const std::vector<Change>& changes) {
+  log(line);
+  if (!watch_) return;
+  for (const Change& change : changes) watch_(change);
+}
+
+std::vector<std::string> Modem::fault_counts() {
+  const Lock lock(mutex_);
+  return faults_.counts();
 }
 
 void Modem::log(const std::string& line) {

@@ -26,6 +26,8 @@ class Modem : public ModemBus, private ModemContext {
   // indications as they go out, after the fault rules.
   using Tap = std::function<void(const qmi_idl_service_object& service, FaultKind kind,
                                  Address client, Address server, std::span<const uint8_t> octets)>;
+  // Takes a change of the modem's state, from whatever side it came.
+  using Watch = std::function<void(const Change& change)>;
   // Takes one line without a line end.
   using Log = std::function<void(const std::string& line)>;
 
@@ -49,18 +51,28 @@ class Modem : public ModemBus, private ModemContext {
   void take_down(uint32_t id) EXCLUDES(mutex_);
   void bring_up(uint32_t id) EXCLUDES(mutex_);
 
+  // Puts another configuration in the place of the one that the modem has, at once and as a whole.
+  // `changes` and `line`, of its log: what is different.
+  void configure(PhoneConfig config, const std::string& line, const std::vector<Change>& changes)
+      EXCLUDES(mutex_);
+  // Runs `change`, of something in the phone's directory that services read; what it changes is
+  // reported as above when it returns 0. Returns what it returned.
+  [[nodiscard]] int change(const std::function<int()>& change, const std::string& line,
+                           const std::vector<Change>& changes) EXCLUDES(mutex_);
+  // Sends an indication of a service to every client that has sent that a request, and returns how
+  // many these are. `c`: its C structure of `size` octets.
+  size_t indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) EXCLUDES(mutex_);
+  // Whether the service is on the bus.
+  [[nodiscard]] bool is_up(uint32_t id) EXCLUDES(mutex_);
+
   // Each replaces the one before; an empty function is none.
   void set_tap(Tap tap) EXCLUDES(mutex_);
   void set_log(Log log) EXCLUDES(mutex_);
+  void set_watch(Watch watch) EXCLUDES(mutex_);
+  // A line for each fault rule, with how many messages it met so far.
+  [[nodiscard]] std::vector<std::string> fault_counts() EXCLUDES(mutex_);
   // A line for each fault rule that has not acted so far.
   [[nodiscard]] std::vector<std::string> unused_fault_rules() EXCLUDES(mutex_);
-
- protected:
-  base::Mutex mutex_;
-
-  Service* find(uint32_t id) REQUIRES(mutex_);
-  void indicate(const qmi_idl_service_object& idl, Address client, uint16_t message, const void* c,
-                size_t size) override REQUIRES(mutex_);
 
  private:
   struct Held {
@@ -71,9 +83,14 @@ class Modem : public ModemBus, private ModemContext {
 
   const Phone& phone() const override { return phone_; }
   const PhoneConfig& config() const override { return config_; }
+  Service* find(uint32_t id) REQUIRES(mutex_);
+  void indicate(const qmi_idl_service_object& idl, Address client, uint16_t message, const void* c,
+                size_t size) override REQUIRES(mutex_);
   void schedule_restart() override REQUIRES(mutex_);
   void after(platform::Duration delay, std::function<void()> action) override REQUIRES(mutex_);
   void log(const std::string& line) override REQUIRES(mutex_);
+  void changed(const std::string& line, const std::vector<Change>& changes) override
+      REQUIRES(mutex_);
 
   void go_down() REQUIRES(mutex_);
   void drop_unsynced() REQUIRES(mutex_);
@@ -92,8 +109,9 @@ class Modem : public ModemBus, private ModemContext {
   void deliver(const Service& service, Address at, Address client, FaultKind kind,
                const std::vector<uint8_t>& octets) REQUIRES(mutex_);
 
+  base::Mutex mutex_;
   const Phone phone_;
-  const PhoneConfig config_;
+  PhoneConfig config_;  // changes with the mutex held, where handlers and their like read it
   Bus bus_ GUARDED_BY(mutex_);
   Faults faults_ GUARDED_BY(mutex_);
   std::vector<std::unique_ptr<Service>> services_ GUARDED_BY(mutex_);
@@ -107,6 +125,7 @@ class Modem : public ModemBus, private ModemContext {
   std::vector<Held> after_response_ GUARDED_BY(mutex_);
   Tap tap_ GUARDED_BY(mutex_);
   Log log_ GUARDED_BY(mutex_);
+  Watch watch_ GUARDED_BY(mutex_);
 };
 
 }  // namespace sim

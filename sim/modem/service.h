@@ -11,6 +11,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/clock/process_clock.h"
 #include "qcci/idl/service.h"
@@ -19,6 +20,13 @@
 #include "sim/phone/phone.h"
 
 namespace sim {
+
+// A part of the modem's state that has changed: its key, as docs/control.md has it, and its value
+// as TOML.
+struct Change {
+  std::string key;
+  std::string value;
+};
 
 // What a service may ask of the modem that it is part of. phone() and config() may be called at any
 // time, the others only while the modem calls the service: from a handler, or from an action given
@@ -39,6 +47,8 @@ class ModemContext {
   virtual void after(platform::Duration delay, std::function<void()> action) = 0;
   // One line for the modem's log, without a line end.
   virtual void log(const std::string& line) = 0;
+  // The same of a change of state, which those who watch the modem are given as well.
+  virtual void changed(const std::string& line, const std::vector<Change>& changes) = 0;
 };
 
 // Makes a response say "failure" with a QMI error.

@@ -93,15 +93,6 @@ void PhoneDirectory::write(const std::string& path, std::string_view contents) c
   out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
 }
 
-void Modem::indicate_all(uint32_t id, uint16_t message, const void* c, size_t size) {
-  const base::Lock lock(mutex_);
-  const sim::Service* service = find(id);
-  if (service == nullptr) return;
-  for (const sim::Address client : service->clients()) {
-    indicate(service->idl(), client, message, c, size);
-  }
-}
-
 Modem& Desk::start_modem(std::string_view toml) {
   std::string why;
   EXPECT_TRUE(directory_.phone().prepare(&why)) << why;

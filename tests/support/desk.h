@@ -69,13 +69,7 @@ class PhoneDirectory {
   std::string root_;
 };
 
-// A modem that also sends indications when the test wants it to.
-class Modem final : public sim::Modem {
- public:
-  using sim::Modem::Modem;
-  // To every client that has sent the service a request.
-  void indicate_all(uint32_t service, uint16_t message, const void* c, size_t size);
-};
+using Modem = sim::Modem;
 
 // A test that talks to a modem inside its process, on the test's clock.
 class Desk : public testing::Test {

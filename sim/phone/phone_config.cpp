@@ -2,12 +2,15 @@
 
 namespace sim {
 
+bool read_phone_toml(const Phone& phone, std::string* toml, std::string* why) {
+  const int error = phone.all().quiet().read("phone.toml", toml);
+  if (error != 0) *why = phone.path("phone.toml") + ": " + reason(error);
+  return error == 0;
+}
+
 bool load_phone_config(const Phone& phone, PhoneConfig* config, std::string* why) {
   std::string toml;
-  if (const int error = phone.all().quiet().read("phone.toml", &toml); error != 0) {
-    *why = phone.path("phone.toml") + ": " + reason(error);
-    return false;
-  }
+  if (!read_phone_toml(phone, &toml, why)) return false;
   if (parse_phone_config(toml, config, why)) return true;
   *why = phone.root() + "/" + *why;
   return false;

@@ -43,6 +43,14 @@ uint64_t cycle_ms(const kelvor_hot_swap& test) {
 
 }  // namespace
 
+std::string card_line(uint32_t sub, bool in) {
+  return "card " + std::to_string(sub + 1) + (in ? " is put in" : " is taken out");
+}
+
+Change card_change(uint32_t sub, bool in) {
+  return {"state.card." + std::to_string(sub + 1), in ? "\"in\"" : "\"out\""};
+}
+
 uint64_t CardTray::State::cycles(uint64_t now) const {
   if (began_ms == 0 || now < began_ms || cycle_ms(test) == 0) return test.count;
   return std::min<uint64_t>((now - began_ms) / cycle_ms(test), test.count);
@@ -103,6 +111,11 @@ bool CardTray::present(uint32_t sub) const {
   State state;
   (void)load(&state);  // a failure has been reported; phone.toml's state is used
   return sub < kSlots && present(state, sub);
+}
+
+int CardTray::put(uint32_t sub, bool in) const {
+  if (sub >= kSlots) return EINVAL;
+  return change([&](State* state) { state->lines[sub].high = in; });
 }
 
 int CardTray::query(Value value, std::string* answer) const {

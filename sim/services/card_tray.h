@@ -12,6 +12,7 @@
 
 #include "platform/idl/vendor_payload.h"
 #include "sim/config/cards_config.h"
+#include "sim/modem/service.h"
 #include "sim/phone/phone.h"
 
 namespace sim {
@@ -27,6 +28,8 @@ class CardTray {
 
   // Handles an item and appends its answer; ENOSYS when the item is not the tray's.
   [[nodiscard]] int handle(const kelvor_common_item_req& request, std::string* answer) const;
+  // Puts the SIM of a slot, from 0, in or takes it out.
+  [[nodiscard]] int put(uint32_t sub, bool in) const;
   // `sub`: a slot, from 0 as in CardsConfig; false for others.
   [[nodiscard]] bool present(uint32_t sub) const;
 
@@ -68,5 +71,9 @@ class CardTray {
   const Phone& phone_;
   const CardsConfig& config_;
 };
+
+// That a SIM was put in or taken out, for the log and for those who watch the modem.
+std::string card_line(uint32_t sub, bool in);
+Change card_change(uint32_t sub, bool in);
 
 }  // namespace sim

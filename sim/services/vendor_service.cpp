@@ -158,7 +158,14 @@ int VendorService::run(const kelvor_common_item_req& item, std::span<const uint8
     if (!fits) return EINVAL;
     return (this->*row.run)({reinterpret_cast<const char*>(value.data()), value.size()}, payload);
   }
-  return is_item ? tray_.handle(item, payload) : store_rf_configuration(storage_, request);
+  if (!is_item) return store_rf_configuration(storage_, request);
+  const int error = tray_.handle(item, payload);
+  if (error == 0 && item.t == KELVOR_COMMON_ITEM_CARD_SET) {
+    kelvor_card_set card;
+    std::memcpy(&card, item.v, sizeof card);
+    modem_.changed(card_line(card.sub, card.level != 0), {card_change(card.sub, card.level != 0)});
+  }
+  return error;
 }
 
 void VendorService::common(const kelvor_vendor_msg& request, kelvor_vendor_msg& response) {

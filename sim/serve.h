@@ -16,6 +16,7 @@ struct Serving {
   bool timing = false;  // of the replayed capture
   bool qrtr = false;
   std::optional<uint32_t> node;  // the number of a node of its own on the QRTR bus
+  std::optional<int> ready_fd;   // gets a line end, and is closed, once the phone is served
 };
 
 // Serves the phone's modem, or one that answers from a capture in its place, until the process is

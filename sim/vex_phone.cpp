@@ -1,11 +1,13 @@
-// vex-phone: makes, serves and shows a simulated phone, and runs a shell in it.
+// vex-phone: makes, serves, changes and shows a simulated phone, and runs a shell in it. All of its
+// words are read here.
 //
 // Exit status: 0, 1 for a failure, 2 for unknown words; that of the shell is in phone_shell.h.
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <optional>
 #include <sstream>
 
 #include "output.h"
@@ -14,6 +16,7 @@
 #include "sim/config/phone_toml.h"
 #include "sim/phone/report.h"
 #include "sim/shell/phone_shell.h"
+#include "verbs.h"
 
 namespace {
 
@@ -33,58 +36,150 @@ int refuse(const std::string& why) {
   return kUsage;
 }
 
-int init(const Phone& phone) {
-  std::string why;
-  if (!phone.prepare(&why)) return fail(why);
+bool init(const Phone& phone, std::string* why) {
+  if (!phone.prepare(why)) return false;
   std::printf("%s\n", phone.root().c_str());
-  return 0;
+  return true;
 }
 
-// What the words after "serve" are put into must outlast the app.
-void add_serve(CLI::App& app, const std::string& directory, sim::Serving& wanted, int& result) {
-  CLI::App* serving = app.add_subcommand("serve", "Run its modem for other processes");
-  serving->fallthrough();
-  serving->add_flag("--trace", wanted.trace, "Print every message");
-  serving->add_option("--capture", wanted.capture, "Append every message to a pcapng file");
-  CLI::Option* const on_bus =
-      serving->add_flag("--qrtr", wanted.qrtr, "Publish its services on the kernel's QRTR bus too");
-  serving
-      ->add_option("--qrtr-node", wanted.node,
-                   "Be this node of the bus, as a phone's modem is node 0")
-      ->excludes(on_bus);
-  CLI::Option* const replay = serving->add_option(
-      "--replay", wanted.replay, "Answer from a capture, not from what the phone holds");
-  serving->add_flag("--replay-timing", wanted.timing, "When the capture's modem did, not at once")
-      ->needs(replay);
-  serving->callback([&] {
+// What the words say, until one of them is run.
+class Words {
+ public:
+  Words();
+  int run(int argc, char** argv);
+
+ private:
+  using Action = std::function<bool(const Phone& phone, std::string* why)>;
+  // A sub-command that does `action`.
+  CLI::App* add(CLI::App& to, const char* name, const char* help, const Action& action);
+  void add_makers();
+  void add_serve();
+  void add_values();
+  void add_events();
+  void add_faults();
+
+  CLI::App app_{"The simulated phone that vex talks to on a desk"};
+  std::string directory_ = Phone::default_root();
+  int result_ = 0;
+  sim::Serving serving_;
+  std::string key_, service_, message_;
+  std::vector<std::string> words_;
+  uint32_t slot_ = 0;
+  bool json_ = false;
+  bool keep_ = false;
+};
+
+CLI::App* Words::add(CLI::App& to, const char* name, const char* help, const Action& action) {
+  CLI::App* const verb = to.add_subcommand(name, help)->fallthrough();
+  verb->callback([this, action] {
     std::string why;
-    if (!sim::serve(Phone(directory), wanted, &why)) result = fail(why);
+    if (!action(Phone(directory_), &why)) result_ = fail(why);
   });
+  return verb;
 }
 
-int run(int argc, char** argv) {
-  CLI::App app{"The simulated phone that vex talks to on a desk"};
-  app.require_subcommand(1);
-  app.set_version_flag("--version", "vex-phone " VEX_VERSION);
-  std::string directory = Phone::default_root();
-  app.add_option("--phone", directory, "The phone's directory ($VEX_PHONE)")->capture_default_str();
-  int result = 0;
-  app.add_subcommand("init", "Make the phone, if it is not there, and say where it is")
-      ->fallthrough()
-      ->callback([&] { result = init(Phone(directory)); });
-  sim::Serving wanted;
-  add_serve(app, directory, wanted, result);
-  app.add_subcommand("show", "Print what the phone holds")->fallthrough()->callback([&] {
-    std::string why;
-    if (!sim::show(Phone(directory), &why)) result = fail(why);
-  });
-  app.add_subcommand("keys", "Print the keys that phone.toml may have, as Markdown")->callback([] {
+Words::Words() {
+  app_.require_subcommand(1);
+  app_.set_version_flag("--version", "vex-phone " VEX_VERSION);
+  app_.add_option("--phone", directory_, "The phone's directory ($VEX_PHONE)")
+      ->capture_default_str();
+  add_makers();
+  add_serve();
+  add_values();
+  add_events();
+  add_faults();
+}
+
+void Words::add_makers() {
+  add(app_, "init", "Make the phone, if it is not there, and say where it is", init);
+  add(app_, "show", "Print what the phone holds", sim::show);
+  app_.add_subcommand("keys", "Print the keys that phone.toml may have, as Markdown")->callback([] {
     std::fputs(sim::keys_page().c_str(), stdout);
   });
-  CLI::App* shell = app.add_subcommand(
+  CLI::App* const shell = app_.add_subcommand(
       "shell", "Run $SHELL, or the COMMAND that follows, where the phone is at its device paths");
   shell->prefix_command();
-  shell->callback([&] { result = sim::run_phone_shell(Phone(directory), shell->remaining()); });
+  shell->callback(
+      [this, shell] { result_ = sim::run_phone_shell(Phone(directory_), shell->remaining()); });
+}
+
+void Words::add_serve() {
+  CLI::App* const verb = add(app_, "serve", "Run its modem for other processes",
+                             [this](auto& phone, auto why) { return serve(phone, serving_, why); });
+  verb->add_flag("--trace", serving_.trace, "Print every message");
+  verb->add_option("--capture", serving_.capture, "Append every message to a pcapng file");
+  CLI::Option* const on_bus =
+      verb->add_flag("--qrtr", serving_.qrtr, "Publish its services on the kernel's QRTR bus too");
+  verb->add_option("--qrtr-node", serving_.node,
+                   "Be this node of the bus, as a phone's modem is node 0")
+      ->excludes(on_bus);
+  CLI::Option* const replay = verb->add_option(
+      "--replay", serving_.replay, "Answer from a capture, not from what the phone holds");
+  verb->add_flag("--replay-timing", serving_.timing, "When the capture's modem did, not at once")
+      ->needs(replay);
+  verb->add_option("--ready-fd", serving_.ready_fd,
+                   "A descriptor that gets a line end once the phone is served");
+}
+
+void Words::add_values() {
+  CLI::App* const get =
+      add(app_, "get", "Print values of the served phone",
+          [this](auto& phone, auto why) { return sim::get_values(phone, key_, json_, why); });
+  get->add_option("KEY", key_, "The value, or all below it; all without it");
+  get->add_flag("--json", json_, "Print JSON");
+  CLI::App* const set =
+      add(app_, "set", "Change values of the served phone",
+          [this](auto& phone, auto why) { return sim::set_values(phone, words_, keep_, why); });
+  set->add_option("KEY=VALUE", words_, "A key of phone.toml")->required();
+  set->add_flag("--keep", keep_, "Change phone.toml as well");
+  CLI::App* const watch =
+      add(app_, "watch", "Print what changes on the served phone",
+          [this](auto& phone, auto why) { return sim::watch_values(phone, words_, json_, why); });
+  watch->add_option("KEY", words_, "These, and what is below them, alone");
+  watch->add_flag("--json", json_, "Print JSON");
+}
+
+void Words::add_events() {
+  CLI::App* const card =
+      app_.add_subcommand("card", "Move a SIM of the served phone")->require_subcommand(1);
+  CLI::App* const service =
+      app_.add_subcommand("service", "Move a service of the served phone")->require_subcommand(1);
+  card->fallthrough();
+  service->fallthrough();
+  for (const bool on : {true, false}) {
+    add(*card, on ? "insert" : "remove", on ? "Put it in" : "Take it out",
+        [this, on](auto& phone, auto why) { return sim::put_card(phone, slot_, on, why); })
+        ->add_option("SLOT", slot_, "1 or 2")
+        ->required();
+    add(*service, on ? "up" : "down", on ? "Bring it up" : "Take it down",
+        [this, on](auto& phone, auto why) { return sim::put_service(phone, service_, on, why); })
+        ->add_option("NAME", service_, "As phone.toml calls it")
+        ->required();
+  }
+  add(app_, "restart", "Restart the served phone's modem", sim::restart_modem);
+  CLI::App* const indicate =
+      add(app_, "indicate", "Send an indication to the served phone's clients",
+          [this](auto& phone, auto why) {
+            return sim::send_indication(phone, service_, message_, words_, why);
+          });
+  indicate->add_option("SERVICE", service_, "As phone.toml calls it")->required();
+  indicate->add_option("MESSAGE", message_, "Its name or number")->required();
+  indicate->add_option("FIELD=VALUE", words_, "As vex-traffic prints them");
+}
+
+void Words::add_faults() {
+  CLI::App* const fault =
+      app_.add_subcommand("fault", "Fault rules of the served phone")->require_subcommand(1);
+  fault->fallthrough();
+  add(*fault, "add", "Add one",
+      [this](auto& phone, auto why) { return sim::add_fault(phone, words_, why); })
+      ->add_option("KEY=VALUE", words_, "As in a [[fault]] table")
+      ->required();
+  add(*fault, "list", "Print them", sim::list_faults);
+  add(*fault, "clear", "Remove them all", sim::clear_faults);
+}
+
+int Words::run(int argc, char** argv) {
   // All words behind "shell" are the command's, options included. A "--" before them, which is not
   // needed, is dropped.
   std::vector<char*> words(argv, argv + argc);
@@ -95,19 +190,19 @@ int run(int argc, char** argv) {
     break;
   }
   try {
-    app.parse(static_cast<int>(words.size()), words.data());
+    app_.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::RequiredError&) {
-    const std::vector<std::string> unknown = app.remaining();
+    const std::vector<std::string> unknown = app_.remaining();
     return refuse(unknown.empty() ? "no sub-command" : "unknown: " + unknown[0]);
   } catch (const CLI::Success& asked) {
     std::ostringstream text;  // the help or the version
-    const int status = app.exit(asked, text);
+    const int status = app_.exit(asked, text);
     std::fputs(text.str().c_str(), stdout);
     return status;
   } catch (const CLI::ParseError& error) {
     return refuse(error.what());
   }
-  return result;
+  return result_;
 }
 
 }  // namespace
@@ -117,7 +212,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   if (argc > 3 && std::strcmp(argv[1], sim::kEnterPhoneShell) == 0) {
     return sim::enter_phone_shell(argv + 2);
   }
-  const int result = run(argc, argv);
+  const int result = Words().run(argc, argv);
   std::string why;
   return result == 0 && !sim::flush_output(&why) ? fail(why) : result;
 }

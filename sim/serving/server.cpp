@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "qcci/link/local_socket.h"
+#include "sim/serving/listen_at.h"
 
 namespace sim {
 namespace {
@@ -135,17 +136,7 @@ bool Server::listen(const Phone& phone, std::string* why) {
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     return fail(errno == EWOULDBLOCK ? "another process serves this phone" : std::strerror(errno));
   }
-  const mode_t there = mode_of(phone.descriptor(), kSocket);
-  if (there != 0 && !S_ISSOCK(there)) return fail("there, but not a socket");
-  if (there != 0) ::unlinkat(phone.descriptor(), kSocket, 0);
-  listening_ = Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  const std::string path = phone.path_for_system_calls(kSocket);
-  const mode_t old = ::umask(0177);
-  const bool bound = listening_ && qcci::local_bind(listening_.get(), path) == 0;
-  const int error = errno;
-  ::umask(old);
-  if (!bound) return fail(std::strerror(error));
-  if (::listen(listening_.get(), SOMAXCONN) != 0) return fail(std::strerror(errno));
+  if (!listen_at(phone, kSocket, SOCK_SEQPACKET, &listening_, why)) return false;
   accepting_ = poller_.add(listening_.get(), EPOLLIN, *this);
   if (accepting_ == 0) return fail(std::strerror(errno));
   phone_ = std::make_unique<Phone>(phone);

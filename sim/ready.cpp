@@ -1,6 +1,5 @@
 #include "ready.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>

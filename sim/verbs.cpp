@@ -92,7 +92,8 @@ bool add_fault(const Phone& phone, const std::vector<std::string>& words, std::s
   for (const std::string& word : words) {
     std::string name;
     std::string value;
-    if (words.size() == 1 && word.starts_with('{')) return act(phone, "add-fault", {{"rule", word}}, why);
+    if (words.size() == 1 && word.starts_with('{'))
+      return act(phone, "add-fault", {{"rule", word}}, why);
     if (!split(word, &name, &value, why)) return false;
     const toml::table read = value_of_text(value);
     rule += (rule.empty() ? "{" : ", ") + name + " = " + toml_of(*read.get(kValueName));
@@ -134,14 +135,14 @@ bool watch_values(const Phone& phone, const std::vector<std::string>& keys, bool
                   std::string* why) {
   ControlClient client;
   Json line;
-  if (!client.connect(phone, why) ||
-      !client.ask({{"do", "watch"}, {"keys", keys}}, &line, why)) {
+  if (!client.connect(phone, why) || !client.ask({{"do", "watch"}, {"keys", keys}}, &line, why)) {
     return false;
   }
   while (client.next(&line, why)) {
     const std::string key = text_of(line, "changed");
     const std::string value = text_of(line, "value");
-    const std::string text = json ? Json{{"key", key}, {"value", value}}.dump() : key + " = " + value;
+    const std::string text =
+        json ? Json{{"key", key}, {"value", value}}.dump() : key + " = " + value;
     std::printf("%s\n", text.c_str());
     if (!flush_output(why)) return false;
   }

@@ -32,7 +32,8 @@ void add_values(const std::string& key, const toml::node& node, Values* all) {
 void add_fallbacks(const std::string& path, std::span<const Key> keys, Values* all) {
   for (const Key& key : keys) {
     if (key.required) continue;
-    if (std::string value = key.fallback(key); !value.empty()) (*all)[path + "." + key.name] = value;
+    if (std::string value = key.fallback(key); !value.empty())
+      (*all)[path + "." + key.name] = value;
   }
 }
 
@@ -66,7 +67,8 @@ std::map<std::string, std::string> Settings::all() const {
   Values values;
   for (const Section& section : sections()) {
     const auto found = root_.at_path(section.path);
-    if (section.kind == Section::Kind::kTable || (section.kind == Section::Kind::kRecord && found)) {
+    if (section.kind == Section::Kind::kTable ||
+        (section.kind == Section::Kind::kRecord && found)) {
       add_fallbacks(section.path, section.keys, &values);
     }
     const toml::array* const list = found.as_array();

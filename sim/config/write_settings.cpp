@@ -116,13 +116,14 @@ bool write_one(const Setting& setting, std::string* text) {
 }  // namespace
 
 bool write_settings(std::span<const Setting> settings, std::string* text, std::string* why) {
+  PhoneConfig checked;
+  if (!parse_phone_config(*text, &checked, why)) return false;
   std::string changed = *text;
   for (const Setting& setting : settings) {
     if (write_one(setting, &changed)) continue;
     *why = "phone.toml: no place was found for " + setting.key + "; it has to be edited by hand";
     return false;
   }
-  PhoneConfig checked;
   if (!parse_phone_config(changed, &checked, why)) return false;
   *text = std::move(changed);
   return true;

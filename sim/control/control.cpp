@@ -100,8 +100,7 @@ bool Control::concerns(std::string_view wanted, std::string_view key) {
 }
 
 std::string Control::event_line(const Change& change) {
-  return line_of(
-      {{"version", kControlVersion}, {"changed", change.key}, {"value", change.value}});
+  return line_of({{"version", kControlVersion}, {"changed", change.key}, {"value", change.value}});
 }
 
 std::string Control::error_line(const std::string& why) {

@@ -24,7 +24,8 @@ bool ControlClient::connect(const Phone& phone, std::string* why) {
   const bool there = S_ISSOCK(mode_of(phone.descriptor(), ControlServer::kSocket));
   limit(kLimitS);
   if (there && socket_ &&
-      qcci::local_connect(socket_.get(), phone.path_for_system_calls(ControlServer::kSocket)) == 0 &&
+      qcci::local_connect(socket_.get(), phone.path_for_system_calls(ControlServer::kSocket)) ==
+          0 &&
       qcci::local_peer_trusted(socket_.get())) {
     return true;
   }
@@ -45,7 +46,8 @@ bool ControlClient::read_line(nlohmann::json* line, std::string* why) {
     const ssize_t got = ::recv(socket_.get(), octets, sizeof octets, 0);
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0 || received_.size() > kAnswerMax) {
-      *why = got < 0 && errno == EAGAIN ? "the phone does not answer" : "the phone's server has gone";
+      *why =
+          got < 0 && errno == EAGAIN ? "the phone does not answer" : "the phone's server has gone";
       return false;
     }
     received_.append(octets, static_cast<size_t>(got));
@@ -68,8 +70,7 @@ bool ControlClient::ask(nlohmann::json request, nlohmann::json* answer, std::str
   const std::string line =
       request.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
   for (size_t at = 0; at < line.size();) {
-    const ssize_t sent =
-        ::send(socket_.get(), line.data() + at, line.size() - at, MSG_NOSIGNAL);
+    const ssize_t sent = ::send(socket_.get(), line.data() + at, line.size() - at, MSG_NOSIGNAL);
     if (sent < 0 && errno == EINTR) continue;
     if (sent <= 0) break;  // an answer may say why, or its absence
     at += static_cast<size_t>(sent);

@@ -25,16 +25,15 @@ class ControlServer::Peer final : public Polled {
   bool is_served() const { return polled_ != 0; }
 
   void tell(const Change& change, const std::string& line) {
-    const bool wanted = std::ranges::any_of(watched_, [&](const std::string& key) {
-      return Control::concerns(key, change.key);
-    });
+    const bool wanted = std::ranges::any_of(
+        watched_, [&](const std::string& key) { return Control::concerns(key, change.key); });
     if (wanted) send(line);
   }
 
   void ready(uint32_t events) override {
     if ((events & EPOLLOUT) != 0) flush();
-    const bool gone = (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 && backlog_.empty() &&
-                      !take_one();
+    const bool gone =
+        (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 && backlog_.empty() && !take_one();
     if (gone || (events & (EPOLLHUP | EPOLLERR)) != 0) server_.close(*this);
   }
 

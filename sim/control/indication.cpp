@@ -50,9 +50,8 @@ bool put(const Element& e, std::string_view path, std::string_view value, uint8_
 bool put_in(std::span<const Element> elements, std::string_view path, std::string_view value,
             uint8_t* c) {
   const std::string_view name = path.substr(0, path.find_first_of(".["));
-  const auto found = std::ranges::find(elements, name, [](const Element& e) {
-    return std::string_view(e.name);
-  });
+  const auto found =
+      std::ranges::find(elements, name, [](const Element& e) { return std::string_view(e.name); });
   return found != elements.end() && put(*found, path.substr(name.size()), value, c);
 }
 
@@ -77,8 +76,7 @@ bool put(const Element& e, std::string_view path, std::string_view value, uint8_
   uint8_t* const item = c + e.offset + index * e.stride;
   set_count(e, c, index + 1);
   if (e.record_count == 0) return path.empty() && put_number(e, value, item);
-  return path.starts_with('.') &&
-         put_in({e.record, e.record_count}, path.substr(1), value, item);
+  return path.starts_with('.') && put_in({e.record, e.record_count}, path.substr(1), value, item);
 }
 
 bool put_field(const qcci::idl::Message& message, const FieldText& field, uint8_t* c) {

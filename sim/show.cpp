@@ -25,6 +25,20 @@ std::string beginning(std::string_view contents) {
   return text;
 }
 
+bool show_file(const Folder& folder, const std::string& path, std::string* why) {
+  constexpr size_t kALine = 16;
+  std::string contents;
+  if (const int error = folder.quiet().read(path, &contents); error != 0) {
+    *why = path + ": " + reason(error);
+    return false;
+  }
+  for (size_t at = 0; at < contents.size(); at += kALine) {
+    const std::string_view line = std::string_view(contents).substr(at, kALine);
+    std::printf("%06zx  %s\n", at, qcci::to_hex(qcci::as_octets(line), " ").c_str());
+  }
+  return true;
+}
+
 void show_files(const char* title, const Folder& folder) {
   std::printf("%s\n", title);
   folder.list([&](const std::string& path, size_t) {
@@ -122,6 +136,17 @@ bool show(const Phone& phone, std::string* why) {
   (void)phone.all().read("properties", &properties);  // as above
   std::printf("properties\n%s", properties.c_str());
   return true;
+}
+
+bool show_nv(const Phone& phone, uint32_t id, uint32_t sub, std::string* why) {
+  return phone.is_there(why) &&
+         show_file(phone.nv(), std::to_string(sub) + "/" + std::to_string(id), why);
+}
+
+bool show_efs(const Phone& phone, const std::string& path, uint32_t sub, std::string* why) {
+  const size_t begin = std::min(path.find_first_not_of('/'), path.size());
+  return phone.is_there(why) &&
+         show_file(phone.efs(), std::to_string(sub) + "/" + path.substr(begin), why);
 }
 
 }  // namespace sim

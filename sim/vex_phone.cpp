@@ -65,6 +65,8 @@ class Words {
   std::string key_, service_, message_;
   std::vector<std::string> words_;
   uint32_t slot_ = 0;
+  uint32_t item_ = 0;
+  bool shown_alone_ = false;  // a part of what "show" prints, which runs behind its words
   bool json_ = false;
   bool keep_ = false;
 };
@@ -92,7 +94,21 @@ Words::Words() {
 
 void Words::add_makers() {
   add(app_, "init", "Make the phone, if it is not there, and say where it is", init);
-  add(app_, "show", "Print what the phone holds", sim::show);
+  CLI::App* const show =
+      add(app_, "show", "Print what the phone holds",
+          [this](auto& phone, auto why) { return shown_alone_ || sim::show(phone, why); });
+  CLI::App* const nv = add(*show, "nv", "Print an NV item alone", [this](auto& phone, auto why) {
+    shown_alone_ = true;
+    return sim::show_nv(phone, item_, slot_, why);
+  });
+  nv->add_option("ID", item_, "Its number")->required();
+  nv->add_option("SUB", slot_, "The subscription, 0 without it");
+  CLI::App* const efs = add(*show, "efs", "Print an EFS file alone", [this](auto& phone, auto why) {
+    shown_alone_ = true;
+    return sim::show_efs(phone, key_, slot_, why);
+  });
+  efs->add_option("PATH", key_, "Its path")->required();
+  efs->add_option("SUB", slot_, "The subscription, 0 without it");
   app_.add_subcommand("keys", "Print the keys that phone.toml may have, as Markdown")->callback([] {
     std::fputs(sim::keys_page().c_str(), stdout);
   });
@@ -191,7 +207,8 @@ int Words::run(int argc, char** argv) {
   }
   try {
     app_.parse(static_cast<int>(words.size()), words.data());
-  } catch (const CLI::RequiredError&) {
+  } catch (const CLI::RequiredError& error) {
+    if (!app_.get_subcommands().empty()) return refuse(error.what());
     const std::vector<std::string> unknown = app_.remaining();
     return refuse(unknown.empty() ? "no sub-command" : "unknown: " + unknown[0]);
   } catch (const CLI::Success& asked) {

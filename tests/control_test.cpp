@@ -18,7 +18,8 @@ using nlohmann::json;
 
 // A phone, its modem and what takes its requests.
 struct Controlled {
-  Controlled() : settings(read(directory)), modem(make_modem(directory.phone(), settings.config())) {}
+  Controlled()
+      : settings(read(directory)), modem(make_modem(directory.phone(), settings.config())) {}
   static sim::Settings read(const desk::PhoneDirectory& directory) {
     sim::Settings settings;
     std::string toml, why;
@@ -40,11 +41,13 @@ std::string random_request(std::mt19937& random, const std::vector<std::string>&
   static const char* const kValues[] = {"0",   "1",  "-7.5", "300", "true", "lte",       "[1, 2]",
                                         "nan", "[[", "\"x",  "{}",  "",     "[1,2,3,4]", "a = 1"};
   static const char* const kRequests[] = {
-      R"("do":"get","key":"sar")", R"("do":"act","action":"restart")",
+      R"("do":"get","key":"sar")",
+      R"("do":"act","action":"restart")",
       R"("do":"act","action":"card","slot":2,"in":false)",
       R"("do":"act","action":"service","service":"nas","up":false)",
       R"("do":"act","action":"add-fault","rule":"{action = \"drop\", nth = 9}")",
-      R"("do":"act","action":"clear-faults")", R"("do":"watch","keys":[1])",
+      R"("do":"act","action":"clear-faults")",
+      R"("do":"watch","keys":[1])",
       R"("do":"act","action":"indicate","service":"nas","message":"0x85","fields":{"status":"1"}})"};
   const auto any = [&](size_t count) { return random() % count; };
   std::string line = R"({"version":1,)";
@@ -128,10 +131,11 @@ TEST(Control, NoPeerKeepsAnotherFromItsAnswer) {
   send(half, get.substr(0, 20));
   const sim::Descriptor endless = connect();
   for (int i = 0; i < 5; ++i) send(endless, std::string(4000, '['));
-  EXPECT_EQ(received(endless),
-            R"({"error":"a line of more than 16384 octets","version":1})" "\nEND");
+  EXPECT_EQ(received(endless), R"({"error":"a line of more than 16384 octets","version":1})"
+                               "\nEND");
   const sim::Descriptor deaf = connect();
-  send(deaf, R"({"version":1,"do":"watch"})" "\n");
+  send(deaf, R"({"version":1,"do":"watch"})"
+             "\n");
   const sim::Descriptor good = connect();
   for (int i = 0; i < 20; ++i) {
     EXPECT_EQ(phone.modem->change([] { return 0; }, "", {{"state", std::string(50000, 'x')}}), 0);
@@ -142,7 +146,8 @@ TEST(Control, NoPeerKeepsAnotherFromItsAnswer) {
   while (many.size() < sim::ControlServer::kPeersMax - 2) many.push_back(connect());
   EXPECT_EQ(received(many.back()), "");
   EXPECT_EQ(received(connect()),
-            R"({"error":"the phone has as many peers as it serves","version":1})" "\nEND");
+            R"({"error":"the phone has as many peers as it serves","version":1})"
+            "\nEND");
   send(good, get + "\n" + get + "\n");
   EXPECT_EQ(received(good), got + "\n" + got + "\n");
   send(half, get.substr(20) + "\n");

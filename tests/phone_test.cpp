@@ -88,7 +88,8 @@ TEST_F(PhoneFiles, AFileOfMoreThanSixteenMebibytesIsNotRead) {
 TEST_F(PhoneFiles, ProcessesThatWriteAtOnceAllGoBackToTheSync) {
   std::string why;
   ASSERT_TRUE(directory_.phone().prepare(&why)) << why;
-  const sim::Storage storage(directory_.phone(), true);
+  static constexpr bool kLoses = true;
+  const sim::Storage storage(directory_.phone(), kLoses);
   ASSERT_EQ(storage.nv.write("0/1", "synced"), 0);
   ASSERT_EQ(storage.sync(), 0);
   const int failed = in_processes(8, [&](int i) {

@@ -28,7 +28,7 @@ struct Setting {
 class Settings {
  public:
   // Reads the text of a phone.toml; results as parse_phone_config's.
-  [[nodiscard]] bool parse(std::string_view text, std::string* why);
+  [[nodiscard]] bool parse(std::string_view written, std::string* why);
   const PhoneConfig& config() const { return config_; }
 
   // Every value, with what a missing key means, by its key.

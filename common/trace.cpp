@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/format.h"
+#include "common/result.h"
 #include "platform/kelvor_utils.h"
 
 namespace {
@@ -59,6 +60,7 @@ class Line {
     size_ += std::strlen(text_ + size_);
   }
 
+  std::string_view message() const { return {text_ + prefix_, size_ - prefix_}; }
   // The line with a tag of up to kTagRoom octets, until the next call.
   const char* tagged(std::string_view tag) { return put_before(tag); }
   // To standard output, in one call. The line is not to be used after that.
@@ -132,7 +134,8 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
                  const char* format, ...) {
   const bool log = kelvor_hal_get_logcat_print_flag(level);
   const bool shell = kelvor_hal_get_shell_print_flag(level);
-  if (!log && !shell) return;
+  const bool record = level == kTraceError && result::wanted();
+  if (!log && !shell && !record) return;
   if (const Operation* const operation = t_innermost) {
     const TraceSite& site = operation->site_;
     function = site.function;
@@ -147,6 +150,7 @@ void trace_write(TraceLevel level, const char* file, int line, const char* funct
   va_start(arguments, format);
   text.format(format, arguments);
   va_end(arguments);
+  if (record) result::error_line(function, text.message());
   if (log) to_log(level, text);
   if (shell) text.to_shell(level == kTraceUsage);
 }

@@ -1,14 +1,17 @@
 #include "mbn/kelvor_mbn_utils.h"
 
 #include <atomic>
-#include <tuple>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "mbn/pdc_info.h"
 #include "platform/kelvor_utils.h"
 #include "qmi/kelvor_extend_nvefs.h"
 
 namespace {
+
+// A step that fails is the operation's failure, whatever its last step returns.
+int step(int code) { return result::fail(result::Layer::kPdc, code); }
 
 constexpr int kBadArgument = -1;
 constexpr unsigned int kTypes = 2;  // platform and software
@@ -17,7 +20,7 @@ std::atomic<int> g_kelvor_pdc_init_status{-1};
 
 // Connects and checks the arguments of a refresh or a reactivation.
 int prepare(unsigned char force_init, unsigned int sub_mask, unsigned int mbn_type) {
-  if (const int status = kelvor_mbn_init(force_init); status != 0) {
+  if (const int status = step(kelvor_mbn_init(force_init)); status != 0) {
     return TRACED_ERROR(status, "pdc init failed, do nothing");
   }
   TRACE_DEBUG("mbn_type %d", mbn_type);
@@ -33,14 +36,15 @@ bool includes(unsigned int sub_mask, unsigned int sub) { return (sub_mask >> sub
 // current configuration cannot be read, which ends the operation.
 bool reactivate(pdc_config_type_enum_v01 type, unsigned int sub, int* result) {
   pdc_config_pdc_info id{};
-  *result = pdc_get_current_config(&id, type, sub);
+  *result = step(pdc_get_current_config(&id, type, sub));
   TRACE_DEBUG("SUB_%u pdc_get_current_config ret_val %d", sub, *result);
   if (*result != 0) return TRACED_ERROR(false, "SUB_%u pdc_get_current_config fail", sub);
+  result::octets("configuration", id.id, id.id_len, sub == 0 ? "SUB_0" : "SUB_1");
   // Its failure is traced; the configuration is selected and activated all the same.
-  std::ignore = kelvor_mbn_deactivate_config(sub, type);
-  *result = pdc_select_config(&id, type, sub);
+  step(kelvor_mbn_deactivate_config(sub, type));
+  *result = step(pdc_select_config(&id, type, sub));
   TRACE_DEBUG("SUB_%u pdc_select_config ret_val %d", sub, *result);
-  *result = pdc_activate_config(type, sub);
+  *result = step(pdc_activate_config(type, sub));
   TRACE_DEBUG("SUB_%u pdc_activate_config ret_val %d", sub, *result);
   return true;
 }
@@ -68,7 +72,7 @@ extern "C" int kelvor_refresh_mbn(unsigned int sub_mask, unsigned int mbn_type) 
   const auto type = static_cast<pdc_config_type_enum_v01>(mbn_type);
   for (unsigned int sub = 0; sub < KELVOR_SUBSCRIPTIONS; ++sub) {
     if (!includes(sub_mask, sub)) continue;
-    result = pdc_activate_config_ex(type, PDC_ACTIVATION_SOFT, sub, sub);
+    result = step(pdc_activate_config_ex(type, PDC_ACTIVATION_SOFT, sub, sub));
     TRACE_DEBUG("SUB_%u pdc_activate_config_ex ret %d", sub, result);
   }
   return result;

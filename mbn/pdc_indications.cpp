@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "common/qcril_mem.h"
+#include "common/result.h"
 #include "mbn/pdc_info.h"
 
 namespace pdc {
@@ -49,6 +50,7 @@ bool succeeded(const RequestKind& kind, const void* ind, unsigned int len) {
   // Every indication begins with it.
   uint16_t error = 0;
   std::memcpy(&error, ind, sizeof error);
+  result::cause(result::Layer::kQmi, error);
   if (error != 0) TRACE_ERROR("QMI error, error code: %d", error);
   return error == 0;
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/qcril_mem.h"
+#include "common/result.h"
 #include "mbn/pdc_info.h"
 #include "platform/clock.h"
 #include "platform/timer.h"
@@ -51,12 +52,14 @@ class Request {
     pdc_plain_resp response{};
     const int error = qmi_client_send_msg_sync(client_, kind_.message, &message, sizeof message,
                                                &response, sizeof response, kSendTimeoutMs);
+    if (error == 0) result::answered(response.resp);
     return wait_unless(name, error, current);
   }
 
   // The request has been sent, with this result.
   int32_t wait_unless(const char* name, int error, pdc_config_pdc_info* current = nullptr) {
     if (error != 0) {
+      result::cause(result::Layer::kClient, error);
       return TRACED_ERROR(PDC_FAILED, "qmi send message error for %s, errno: %d", name, error);
     }
     base::Lock lock(info().mutex);

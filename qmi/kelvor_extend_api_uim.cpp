@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/qcril_mem.h"
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/uim.h"
 #include "platform/qmi_client.h"
@@ -46,6 +47,7 @@ bool init_uim_qmi_client() {
   const int error = qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY,
                                              kelvor_qmi_client_common_empty_unsol_ind_cb, nullptr,
                                              &g_os_params, kInitTimeoutMs, &client);
+  result::cause(result::Layer::kClient, error);
   if (error != 0) {
     return TRACED_DEBUG(false, "qmi_client_init UIM instance failed, qmi_client_error = %d", error);
   }
@@ -142,6 +144,7 @@ int32_t exchange(const RequestRow<Request, Response>& row, const Request& reques
     }
     return error;
   }
+  result::answered(response.resp);
   if (response.resp.result == 0) {
     take(response);
     if (row.success != nullptr) TRACE_DEBUG("%s", row.success);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/nas.h"
 #include "platform/idl/sar.h"
@@ -124,8 +125,10 @@ int32_t kelvor_get_sar_dsi(void) {
   error = qmi_client_send_msg_sync(client, SAR_RF_GET_STATE, nullptr, 0, &rsp, sizeof rsp,
                                    kSarSendTimeoutMs);
   if (error != 0) {
+    result::cause(result::Layer::kClient, error);
     return TRACED_DEBUG(-1, "qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
   }
+  result::answered(rsp.resp, rsp.state_valid != 0);
   TRACE_DEBUG("dsi vailid = %d , dsi value = %d", rsp.state_valid, rsp.state);
   return static_cast<int32_t>(rsp.state);
 }

@@ -1,5 +1,7 @@
 #include "vex/command.h"
 
+#include "common/result.h"
+
 namespace vex {
 namespace {
 
@@ -48,6 +50,7 @@ bool Call::has_exactly(int words) const {
 }
 
 int Call::refuse() const {
+  result::usage();
   command.show_help(command.number);
   return command.refused;
 }

@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "common/result.h"
 #include "common/trace.h"
+#include "vex/record.h"
 #include "vex/usage.h"
 
 namespace {
@@ -58,9 +60,11 @@ extern "C" void show_help(int selector) {
 }
 
 int vex::run(int argc, char** argv) {
+  const RunRecord record(argc, argv);
   const int number = argc < 2 ? 0 : std::atoi(argv[1]);
   if (number == kNvOption || number == kReserved) {
     TRACE_INFO("Not support");
+    result::unsupported();
     return 0;
   }
   for (const auto& command : kCommands) {
@@ -68,6 +72,7 @@ int vex::run(int argc, char** argv) {
     command.handler(argc, argv);
     return 0;
   }
+  result::usage();
   show_help(0);
   return 0;
 }

@@ -9,9 +9,11 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/clock.h"
 #include "platform/shell.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 
@@ -42,6 +44,7 @@ void kelvor_test_at_cmd_send(const char* text) {
   TRACE_INFO("at shell cmd: %s", line);
   const int ret_sys = platform_shell(line);
   TRACE_INFO("echo, ret_sys: %d", ret_sys);
+  result::fail(result::Layer::kShell, ret_sys);
   if (ret_sys != 0) {
     TRACE_ERROR("Fail to send at shell cmd");
   } else {
@@ -59,10 +62,12 @@ void* kelvor_test_at_cmd_receive(void* /*arg*/) {
     const ssize_t length = ::read(g_at_serial_fd, reply, sizeof reply - 1);
     if (length < 1) {
       TRACE_ERROR("Failed to receive bytes from server");
+      result::fail(result::Layer::kTool, vex::TOOL_NO_REPLY);
     } else {
       reply[length] = '\0';
       TRACE_INFO("Receive the AT reponse: len(%d)", static_cast<int>(length));
       TRACE_INFO("%s", reply);
+      result::text("reply", reply);
     }
   }
   g_received = 1;
@@ -74,6 +79,7 @@ bool exchange(const char* text) {
   TRACE_INFO("Will create a thread to receive data from serial");
   pthread_t thread{};
   if (::pthread_create(&thread, nullptr, kelvor_test_at_cmd_receive, nullptr) != 0) {
+    result::fail(result::Layer::kTool, vex::TOOL_NO_THREAD);
     return TRACED_ERROR(false, "Fail to create a thread");
   }
   ::pthread_detach(thread);

@@ -6,14 +6,16 @@
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
-#include <tuple>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/clock.h"
 #include "platform/kelvor_utils.h"
 #include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_api_uim.h"
+#include "vex/codes/result_codes.h"
+#include "vex/record.h"
 #include "vex/text.h"
 
 namespace {
@@ -61,17 +63,21 @@ using EidText = Hex<KELVOR_UIM_EID_SIZE>;
 // An EID is received when its first octet is not 0, whatever the request's result.
 bool poll_eid(int attempts, kelvor_uim_eid_out* out) {
   const kelvor_uim_eid_in in{kSlot};
+  int result = 0;
   for (int loop = 0; loop < attempts; ++loop) {
     platform_sleep_ms(kPollMs);
     TRACE_INFO("try get eid loop = %d", loop);
-    std::ignore = kelvor_uim_request_eid(&in, out);
+    result = kelvor_uim_request_eid(&in, out);
     if (out->eid[0] != 0) return true;
   }
+  vex::note_uim(result);
+  // A card that answers without an EID has refused nothing.
+  result::fail(result::Layer::kQmi, result::kIncomplete);
   return false;
 }
 
 int power_down(const kelvor_uim_power_in& in) {
-  const int res = kelvor_esim_request_uicc_power_ex(&in);
+  const int res = vex::note_uim(kelvor_esim_request_uicc_power_ex(&in));
   TRACE_INFO("POWER_DOWN_UIM2 res = %d", res);
   return res;
 }
@@ -80,7 +86,7 @@ int switch_to_esim() {
   TRACE_INFO("switch to eSIM");
   int res = power_down(kCardOff);
   if (res != 0) return res;
-  res = kelvor_esim_request_uicc_power_ex(&kEsimOn);
+  res = vex::note_uim(kelvor_esim_request_uicc_power_ex(&kEsimOn));
   TRACE_INFO("POWER_UP_UIM2 res = %d", res);
   if (res != 0) {
     print_result("value=FAILED");
@@ -95,10 +101,12 @@ int switch_to_esim() {
   const EidText eid(out.eid);
   if (!is_eid_valid(eid.text)) {
     print_result("value=FAILED - %s", eid.text);
+    result::fail(result::Layer::kTool, vex::TOOL_EID_INVALID);
     return 0;
   }
   save_eid_to_efs(out.eid);
   print_result("eID=%s", eid.text);
+  result::text("eid", eid.text);
   return 0;
 }
 
@@ -106,7 +114,7 @@ int switch_to_card() {
   TRACE_INFO("switch to SIM2");
   int res = power_down(kEsimOff);
   if (res != 0) return res;
-  res = kelvor_esim_request_uicc_power_ex(&kCardOn);
+  res = vex::note_uim(kelvor_esim_request_uicc_power_ex(&kCardOn));
   if (res != 0) {
     print_result("value=FAILED");
     return res;
@@ -121,6 +129,7 @@ int read_eid() {
   kelvor_uim_eid_out out{};
   if (poll_eid(kReadAttempts, &out)) {
     print_result("eID=%s", EidText(out.eid).text);
+    result::text("eid", EidText(out.eid).text);
   } else {
     print_result("value=FAILED");
   }
@@ -135,12 +144,14 @@ void map_sim_state(const kelvor_uim_card_status_out& status) {
   };
   TRACE_INFO("map_sim_state ...");
   print_result("%s,%s", name(status.state[0]), name(status.state[1]));
+  result::text("card_1", name(status.state[0]));
+  result::text("card_2", name(status.state[1]));
 }
 
 int card_status() {
   TRACE_INFO("try get simcard status");
   kelvor_uim_card_status_out out{};
-  const int res = kelvor_uim_get_card_status(&out);
+  const int res = vex::note_uim(kelvor_uim_get_card_status(&out));
   if (res == 0) print_result("card_status, [%d, %d]", out.state[0], out.state[1]);
   map_sim_state(out);
   return res;
@@ -167,13 +178,13 @@ int reset_euicc() {
   TRACE_INFO("Start eUICC Reset");
   const kelvor_uim_open_channel_in opening{kSlot, kFcp};
   kelvor_uim_open_channel_out opened{};
-  int res = kelvor_uim_open_channel(&opening, &opened);
+  int res = vex::note_uim(kelvor_uim_open_channel(&opening, &opened));
   TRACE_INFO("kelvor_uim_open_channel res = %d, channel_id = %d", res, opened.channel);
   if (res != 0) return res;
   kelvor_uim_send_apdu_in reset = kMemoryReset;
   reset.channel = opened.channel;
   kelvor_uim_send_apdu_out response{};
-  res = kelvor_uim_send_apdu(&reset, &response);
+  res = vex::note_uim(kelvor_uim_send_apdu(&reset, &response));
   TRACE_INFO("kelvor_uim_send_apdu res = %d", res);
   if (res != 0) {
     print_result("value=FAILED");
@@ -183,9 +194,13 @@ int reset_euicc() {
   std::copy_n(response.apdu, kShownOfApdu - 1, shown_octets + 1);
   const Hex<kShownOfApdu> shown(shown_octets);
   print_result("apdu=%s", shown.text);
-  if (!check_reset(shown.text)) return 0;
+  result::octets("apdu", shown_octets, sizeof shown_octets);
+  if (!check_reset(shown.text)) {
+    result::fail(result::Layer::kTool, vex::TOOL_RESET_NOT_CONFIRMED);
+    return 0;
+  }
   const kelvor_uim_close_channel_in closing{kSlot, opened.channel};
-  res = kelvor_uim_close_channel(&closing);
+  res = vex::note_uim(kelvor_uim_close_channel(&closing));
   TRACE_INFO("kelvor_uim_close_channel res = %d", res);
   print_result("value=SUCCEED");
   return res;
@@ -198,13 +213,17 @@ constexpr int (*kActions[])() = {switch_to_esim, switch_to_card, read_eid, card_
 
 extern "C" int kelvor_cmn_esim_test(int argc, char** argv) {
   const Operation operation(__func__);
-  if (argc <= kWordDebugOn) return TRACED_ERROR(0, "invalid input");
+  if (argc <= kWordDebugOn) {
+    result::usage();
+    return TRACED_ERROR(0, "invalid input");
+  }
   if (std::atoi(argv[kWordDebugOn]) == 0) {
     kelvor_hal_close_print();
     kelvor_extend_set_trace(0);
   }
   const int esim_on = std::atoi(argv[kWordEsimOn]);
   if (esim_on < 1 || esim_on > static_cast<int>(std::size(kActions))) {
+    result::usage();
     return TRACED_ERROR(0, "invalid input skip");
   }
   return kActions[esim_on - 1]();
@@ -239,6 +258,7 @@ extern "C" void save_eid_to_efs(const uint8_t* eid) {
   TRACE_INFO("efs read failed and try save it. error_code : %d", res);
   res = kelvor_efs_write(kEidFileSub, kEidFile, eid, KELVOR_UIM_EID_SIZE);
   TRACE_INFO("save eid efs result = %d", res);
+  vex::note_nvefs(res);
   if (res != 0) return;
   TRACE_INFO("save eid successfully, set IS_EID_SAVE TRUE");
   is_eid_save = true;

@@ -1,5 +1,6 @@
 // Command 10: carrier configurations.
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "mbn/kelvor_mbn_utils.h"
 #include "vex/command.h"
@@ -20,8 +21,8 @@ bool admit(const Call& call) {
   if (sub_mask < 1 || sub_mask > 3) {
     return TRACED_ERROR(false, "note: sub_mask(%d) is invalid:", sub_mask);
   }
-  if (kelvor_mbn_init(0) != 0) return TRACED_ERROR(false, "pdc init failed, do nothing");
-  return true;
+  if (result::fail(result::Layer::kPdc, kelvor_mbn_init(0)) == 0) return true;
+  return TRACED_ERROR(false, "pdc init failed, do nothing");
 }
 
 constexpr vex::Row kRows[] = {

@@ -1,8 +1,10 @@
 // Command 12: network scans. What they find is not shown; the result says whether the modem scans.
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/nas.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 
@@ -24,7 +26,15 @@ int scan(TraceSite sender, uint32_t message, int scan_scope) {
   const int result = kelvor_send_nas_qmi_req_msg(message, &request, sizeof request, &response,
                                                  sizeof response, kTimeoutMs);
   if (result != 0) {
+    const bool sent = result != vex::NAS_NOT_SENT;
+    result::fail(sent ? result::Layer::kClient : result::Layer::kNas, result);
     return TRACED_ERROR(result, "qmi_client_send_msg_sync fail, qmi_client_error = %d", result);
+  }
+  result::answered(response.resp);
+  result::fail_if_refused();
+  if constexpr (requires { response.scan_result; }) {
+    const bool ended = response.scan_result_valid != 0 && response.scan_result != 0;
+    if (ended) result::fail(result::Layer::kTool, vex::TOOL_SCAN_ENDED);
   }
   TRACE_DEBUG("function exit <-------------");
   return 0;

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/clock.h"
 #include "platform/idl/vendor_payload.h"
@@ -18,8 +19,10 @@
 #include "platform/timer.h"
 #include "qmi/efs_path.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
+#include "vex/record.h"
 
 const char* g_share_memory_file_path = "/data/vendor/modem/share_memory";
 
@@ -30,13 +33,21 @@ using vex::Call;
 
 constexpr int kWordOption = vex::kWordOwn;
 
+// Notes the command's own failure, for the record.
+int failed(vex::ToolCode code) { return result::fail(result::Layer::kTool, code); }
+
+void set_property(const char* name, const char* value) {
+  if (property_set(name, value) != 0) failed(vex::TOOL_PROPERTY_NOT_SET);
+}
+
 // ---- requests
 
 // A request whose value is one word, or nothing.
 int send(uint32_t item, const uint32_t* word) {
   uint8_t rsp[KELVOR_COMMON_RSP_SIZE] = {};
-  return static_cast<int>(kelvor_send_common_qmi_msg(item, word != nullptr ? sizeof *word : 0,
-                                                     reinterpret_cast<const uint8_t*>(word), rsp));
+  const auto result = static_cast<int>(kelvor_send_common_qmi_msg(
+      item, word != nullptr ? sizeof *word : 0, reinterpret_cast<const uint8_t*>(word), rsp));
+  return vex::note_common(result, rsp);
 }
 
 int kelvor_smart_test_modem_ssr() {
@@ -91,7 +102,7 @@ int kelvor_smart_test_save_ssr_update_flag() {
   const int32_t result =
       kelvor_efs_write(0, kUpdateCount, reinterpret_cast<const uint8_t*>(&value), sizeof value);
   TRACE_DEBUG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", result, value);
-  return result;
+  return vex::note_nvefs(result);
 }
 
 int kelvor_smart_test_ssr_wait_s(int /*ignored*/) {
@@ -120,15 +131,16 @@ int kelvor_smart_test_full_dump() {
   // Saved once and never restored: the first full dump remembers what the phone came with.
   if (backup[0] == '\0') {
     TRACE_DEBUG("need to save ssr state");
-    property_set(kRestartLevelBackup, current);
+    set_property(kRestartLevelBackup, current);
   }
   TRACE_DEBUG("Will trigger Full Dump, the current state: %s, the default state: %s", current,
               backup);
   if (std::strcmp(current, kAllDisable) != 0) {
     TRACE_DEBUG("need to close ssr");
-    property_set(kRestartLevel, kAllDisable);
+    set_property(kRestartLevel, kAllDisable);
     kelvor_smart_test_save_ssr_update_flag();
     const int wait_s = kelvor_smart_test_ssr_wait_s(0);
+    if (wait_s < 0) failed(vex::TOOL_DUMP_STOPPED);
     if (wait_s < 0) return TRACED_DEBUG(wait_s, "wait_s < 0, ssr is stoped");
   }
   return send(KELVOR_COMMON_ITEM_FULL_DUMP, &kWord);
@@ -139,7 +151,7 @@ int kelvor_smart_test_full_dump() {
 int kelvor_smart_test_ap_vireo_switch(int opt) {
   const Operation operation(__func__);
   TRACE_DEBUG("ap_vireo_print, opt = %d", opt);
-  property_set("persist.vendor.radio.print_stats", opt == 1 ? "1" : "2");
+  set_property("persist.vendor.radio.print_stats", opt == 1 ? "1" : "2");
   TRACE_DEBUG("success, need to reboot");
   return 0;
 }
@@ -169,7 +181,7 @@ int bp_print_switch(TraceSite handler, const BpSwitch& bp, int opt) {
     result = kelvor_efs_delete(0, bp.path);
     if (result != 0) TRACE_ERROR("kelvor_efs_delete failed");
   }
-  if (result != 0) return result;
+  if (result != 0) return vex::note_nvefs(result);
   result = kelvor_smart_test_nv_sync();
   const int restarted = kelvor_smart_test_modem_ssr();
   TRACE_DEBUG("success, pls wait 10 seconds ");
@@ -214,6 +226,7 @@ int show_share_memory(int fd) {
   if (mapped == MAP_FAILED) return TRACED_ERROR(-1, "mmap error");
   uint8_t data_ptr[kShown];
   const bool taken = take_octets(mapped, data_ptr);
+  if (taken) result::octets("share_memory", data_ptr, sizeof data_ptr);
   for (int i = 0; taken && i < kShown; ++i) {
     TRACE_DEBUG("data_ptr[%d]: %d", i, data_ptr[i]);
   }
@@ -239,7 +252,9 @@ int kelvor_smart_test_sh_test_read() {
 int kelvor_smart_test_share_memory() {
   const Operation operation(__func__);
   TRACE_DEBUG("share_memory");
-  return kelvor_smart_test_sh_test_read();
+  const int result = kelvor_smart_test_sh_test_read();
+  if (result != 0) failed(vex::TOOL_SHARE_MEMORY);
+  return result;
 }
 
 // ---- timer
@@ -259,6 +274,7 @@ int kelvor_smart_test_kelvor_timer(unsigned long timeout_s) {
   // Before the timer is there: it may expire at once.
   g_timer_running = true;
   const uint32_t timer_id = kelvor_timer_start(kelvor_vex_delay_timer_cb, timeout_s);
+  if (timer_id == 0) failed(vex::TOOL_TIMER);
   if (timer_id == 0) return TRACED_ERROR(-1, "kelvor_timer_start failed");
   TRACE_DEBUG("Start one timer(timer_id %d), will pause until this timer is expired ...", timer_id);
   for (int n = 1; g_timer_running; ++n) {

@@ -5,15 +5,18 @@
 #include <span>
 #include <vector>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/diag.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_api.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 #include "vex/kelvor_vex_esim_test.h"
+#include "vex/record.h"
 #include "vex/text.h"
 
 namespace {
@@ -50,6 +53,7 @@ int send_with_result(bool dci, const std::vector<uint8_t>& command, int time_out
   rsp_len = std::min(rsp_len, static_cast<uint32_t>(rsp.size()));
   TRACE_INFO("rsp data len(%d)\nrsp data:", rsp_len);
   for (uint32_t i = 0; i < rsp_len; ++i) TRACE_INFO(" 0x%02X", rsp[i]);
+  result::octets("response", rsp.data(), rsp_len);
   return 0;
 }
 
@@ -75,7 +79,7 @@ int kelvor_cmn_diag_cmd_send(const Call& call) {
     const int result = without_result ? send_without_result(dci, command)
                                       : send_with_result(dci, command, time_out);
     if (result != 0) TRACE_ERROR("kelvor_diag_cmd_send fail");
-    return result;
+    return result::fail(result::Layer::kDiag, result);
   });
 }
 
@@ -84,6 +88,7 @@ int kelvor_cmn_diag_cmd_send(const Call& call) {
 void dump(std::span<const uint8_t> data) {
   TRACE_INFO("data len(%d)\ndata:", static_cast<int>(data.size()));
   for (const uint8_t octet : data) TRACE_INFO(" %02X", octet);
+  result::octets("data", data.data(), data.size());
 }
 
 // Sends item t with a value of l octets, at most KELVOR_COMMON_VALUE_ROOM, and has `show` print the
@@ -102,6 +107,7 @@ int kelvor_cmn_cmd_send(uint32_t t, uint32_t l, const void* v,
   const int result =
       kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, &rsp, &rsp_len);
   TRACE_INFO("result = %d, rsp.result = %d", result, rsp.result);
+  vex::note_common(result, &rsp);
   if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
   if (rsp.result != 0) return TRACED_ERROR(rsp.result, "rsp.result fail");
   constexpr uint32_t kHead = offsetof(kelvor_common_rsp, payload);
@@ -155,7 +161,11 @@ int kelvor_cmn_card_hotswap_test(const Call& call) {
 
 int kelvor_cmn_test_get_sar_dsi(const Call& /*call*/) {
   const Operation operation(__func__);
-  TRACE_USAGE("SAR DSI: %d", kelvor_get_sar_dsi());
+  const int32_t dsi = kelvor_get_sar_dsi();
+  TRACE_USAGE("SAR DSI: %d", dsi);
+  if (dsi == vex::SAR_NO_STATE) return result::fail_by_cause(result::Layer::kSar, dsi), 0;
+  result::fail_if_refused();
+  result::number("sar_dsi", dsi);
   return 0;
 }
 
@@ -237,10 +247,12 @@ int send_octets(const Call& call) {
   const int result = kelvor_extend_qmi_send_sync(request_id, request, static_cast<uint32_t>(count),
                                                  response, &length);
   TRACE_INFO("qmi_id = %d, result = %d", qmi_id, result);
+  result::fail(result::Layer::kVendor, result);
   if (result != 0) return TRACED_ERROR(result, "kelvor_extend_qmi_send_sync fail");
   TRACE_INFO("mi_qmi rsp data(qmi_id: %d, len: %d[max: %d]):", qmi_id, length, kSendMax);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", response[i]);
   TRACE_INFO("%s", "");
+  result::octets("response", response, length);
   return 0;
 }
 

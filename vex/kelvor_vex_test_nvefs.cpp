@@ -1,10 +1,12 @@
 // Command 4: NV items and EFS files.
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/efs_path.h"
 #include "vex/command.h"
 #include "vex/commands.h"
+#include "vex/record.h"
 
 namespace {
 
@@ -25,7 +27,7 @@ qmi::EfsPath path_of(const Call& call) { return qmi::EfsPath::of_word(call.argv[
 
 int report(int result) {
   if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
-  return result;
+  return vex::note_nvefs(result);
 }
 
 // The handlers of what the two kinds of targets share: `target_of` makes the call's target, an NV
@@ -43,6 +45,7 @@ int read_and_dump(TraceSite handler, const Call& call, Target (*target_of)(const
   TRACE_INFO("data len(%d)\ndata: \n", length);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", data[i]);
   TRACE_INFO("%s", "");
+  result::octets("data", data, length);
   return 0;
 }
 

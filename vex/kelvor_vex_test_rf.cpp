@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/vendor.h"
 #include "platform/idl/vendor_payload.h"
@@ -11,6 +12,7 @@
 #include "qmi/kelvor_extend_cmn.h"
 #include "vex/command.h"
 #include "vex/commands.h"
+#include "vex/record.h"
 
 namespace {
 
@@ -43,7 +45,7 @@ int send(const Request& request) {
   const int result =
       kelvor_extend_qmi_send_sync(REQUEST_ID_COMMON, &request, sizeof request, rsp, &rsp_len);
   if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_COMMON");
-  return result;
+  return vex::note_common(result, rsp);
 }
 
 bool has_no_words(const Call& call) {
@@ -55,7 +57,7 @@ bool has_no_words(const Call& call) {
 
 int report(int result) {
   if (result != 0) TRACE_ERROR("kelvor_extend_qmi_send_sync fail, REQUEST_ID_EFS");
-  return result;
+  return vex::note_nvefs(result);
 }
 
 int get(TraceSite handler, const Call& call, EfsPath file) {
@@ -68,6 +70,7 @@ int get(TraceSite handler, const Call& call, EfsPath file) {
   if (result != 0) return report(result);
   TRACE_INFO("data len(%d)\ndata: ", length);
   for (uint32_t i = 0; i < length; ++i) TRACE_INFO(" %02X", data[i]);
+  result::octets("data", data, length);
   return 0;
 }
 

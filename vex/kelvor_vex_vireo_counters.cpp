@@ -5,10 +5,12 @@
 #include <cstring>
 #include <span>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_cmn.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
+#include "vex/record.h"
 
 namespace {
 
@@ -106,6 +108,7 @@ static_assert(octets_of(kCmInfo, 0) == 58 && octets_of(kUimInfo, 0) == 10);
 
 void print_counter(const char* name, int width, uint64_t value) {
   std::printf("UNPK[size:%d], %s = %lu\n", width, name, value);
+  result::number(name, static_cast<int64_t>(value));
 }
 
 // Prints the block; every value is also stored to `values`, when that is given.
@@ -143,6 +146,7 @@ void print_logs_to_upgrade() {
   kelvor_common_rsp rsp{};
   const auto result = static_cast<int>(kelvor_common_qmi_req(
       KELVOR_COMMON_STATS_LOG_LIST, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
+  vex::note_common(result, &rsp);
   if (result != 0) {
     TRACE_ERROR("kelvor_common_qmi_req fail, result = %d, rsp_not_support.result = %d", result,
                 rsp.result);
@@ -161,6 +165,7 @@ void print_logs_to_upgrade() {
   const size_t named = std::min<size_t>(list.count, std::size(list.ids));
   for (size_t i = 0; i < named; ++i) {
     std::printf("log_id[%d]: 0x%04X\n", static_cast<int>(i), list.ids[i]);
+    result::number("log_id", list.ids[i]);
   }
 }
 

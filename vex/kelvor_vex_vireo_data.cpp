@@ -2,8 +2,10 @@
 
 #include <tuple>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/kelvor_utils.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 #include "vireo/modem_api/modem_vireo_getters.h"
@@ -30,6 +32,7 @@ int measure(TraceSite printer, uint32_t sub, bool (*get)(uint32_t, Record*),
     print(info);
   } else {
     TRACE_ERROR("%s", failure);
+    result::fail_by_cause(result::Layer::kTool, vex::TOOL_NO_MEASUREMENT);
   }
   return 0;
 }
@@ -113,6 +116,11 @@ int kelvor_test_qmi_modem_stats_tx_info(const Call& call) {
     tx_power = modem_tx_power_get_for_max_sub();
   }
   TRACE_USAGE("TX INFO: tx_power = %d", tx_power);
+  if (tx_power == MODEM_TX_POWER_NONE) {
+    result::fail_by_cause(result::Layer::kTool, vex::TOOL_NO_MEASUREMENT);
+  } else {
+    result::number("tx_power", tx_power, "dBm");
+  }
   return 0;
 }
 
@@ -162,6 +170,7 @@ int kelvor_test_qmi_modem_stats_hdl(const Call& call) {
   const int opt = call.number(kWordOption);
   const vex::Row* const row = call.command.find(opt);
   if (row != nullptr) return row->run(call);
+  result::usage();
   TRACE_ERROR("kelvor_test_qmi_modem_stats_hdl: Unknown opt(%d), sub(%d)", opt, sub_of(call));
   return 0;
 }

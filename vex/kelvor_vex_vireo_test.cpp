@@ -3,12 +3,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/vendor_payload.h"
 #include "qmi/kelvor_extend_cmn.h"
+#include "vex/codes/result_codes.h"
 #include "vex/command.h"
 #include "vex/commands.h"
 #include "vex/kelvor_vex_vireo_unpack.h"
+#include "vex/record.h"
 
 namespace {
 
@@ -34,6 +37,9 @@ bool kelvor_test_modem_stats_parsing_process(const Call& call) {
   TRACE_INFO("length = %d, print_flag = %d", static_cast<int>(sizeof kSample), print_flag);
   g_unpk.print = print_flag != 0;
   kelvor_test_modem_stats_parsing_process_do(record);
+  if (g_modem_stats_record.data == nullptr) {
+    result::fail(result::Layer::kTool, vex::TOOL_RECORD_UNKNOWN);
+  }
   return true;
 }
 
@@ -51,6 +57,7 @@ void print_blocks(const unsigned char* payload) {
   };
   const int version = payload[0];
   std::printf("UNPK[size:%d], %s = %lu\n", 1, "version", static_cast<unsigned long>(version));
+  result::number("version", version);
   uint8_t cnt = 1;
   for (const Block& block : kBlocks) {
     std::printf("-------- stats %s info start --------\n", block.name);
@@ -65,6 +72,7 @@ int kelvor_test_modem_stats_get_debug_info_do(unsigned int mask) {
   kelvor_common_rsp rsp{};
   const auto result = static_cast<int>(kelvor_common_qmi_req(
       KELVOR_COMMON_STATS_DEBUG_INFO, 0, nullptr, reinterpret_cast<uint8_t*>(&rsp)));
+  vex::note_common(result, &rsp);
   if (result != 0) {
     TRACE_ERROR("kelvor_common_qmi_req fail, REQUEST_ID_COMMON, result = %d, rsp.result = %d",
                 result, rsp.result);

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "common/result.h"
+
 const unsigned char* g_unpk_data_ptr;
 int32_t g_unpk_data_base;
 int32_t g_unpk_data_base_bit;
@@ -307,6 +309,9 @@ extern "C" void modem_stats_parse_xxxx_diag_xxxx(void) {
       "scs %d\n",
       number(kFreqBandInd), number(kDlEarfcn), number(kDlBw), number(kUlEarfcn), number(kUlBw),
       number(kAllowAccess), 0);
+  for (size_t i = 0; i < kFields; ++i) {
+    result::number(kServingCell[i].name, static_cast<int64_t>(fields[i]));
+  }
   store(static_cast<uint32_t>(version), fields);
 }
 

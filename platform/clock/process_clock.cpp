@@ -68,3 +68,9 @@ extern "C" void platform_sleep_ms(uint32_t milliseconds) {
   platform::Clock& clock = platform::clock();
   clock.sleep_until(clock.now() + std::chrono::milliseconds(milliseconds));
 }
+
+extern "C" uint64_t platform_now_ms() {
+  const auto since = platform::clock().now().time_since_epoch();
+  return static_cast<uint64_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
+}

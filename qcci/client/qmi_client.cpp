@@ -2,10 +2,12 @@
 
 #include "platform/qmi_client.h"
 
+#include <atomic>
 #include <cstring>
 #include <exception>
 
 #include "platform/clock.h"
+#include "platform/result.h"
 #include "qcci/client/core.h"
 #include "qcci/idl/codec.h"
 
@@ -13,6 +15,8 @@ using qcci::Core;
 using qcci::Handle;
 
 namespace {
+
+std::atomic<uint32_t> g_requests{0};
 
 // Only bad_alloc and system_error can be thrown here; both map to QMI_CLIENT_INTERNAL.
 template <class Call>
@@ -114,6 +118,7 @@ int qmi_client_send_msg_sync(qmi_client_type client, uint32_t message_id, const 
       (response == nullptr && response_length != 0)) {
     return QMI_CLIENT_BAD_ARGUMENT;
   }
+  g_requests.fetch_add(1, std::memory_order_relaxed);
   const int result = guarded([&] {
     return Core::instance().send(handle_of(client), message_id, request, request_length, response,
                                  response_length, timeout_ms);
@@ -121,6 +126,8 @@ int qmi_client_send_msg_sync(qmi_client_type client, uint32_t message_id, const 
   if (result != QMI_CLIENT_OK && response_length != 0) std::memset(response, 0, response_length);
   return result;
 }
+
+uint32_t platform_requests_sent(void) { return g_requests; }
 
 int qmi_client_message_decode(qmi_client_type client, qmi_idl_message_type type,
                               uint32_t message_id, const void* encoded, uint32_t encoded_length,

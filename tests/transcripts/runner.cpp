@@ -6,6 +6,7 @@
 // every thread waits.
 // --accept writes what was printed into the file, to be reviewed there.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -22,6 +23,17 @@
 #include "transcripts/transcript.h"
 
 namespace {
+
+// Every vex of this process writes its result record here.
+FILE* g_records = std::tmpfile();
+int g_least_records = 0;
+
+bool records_are_valid() {
+  const std::string check = VEX_SOURCES "/tests/transcripts/check_records.py ";
+  std::rewind(g_records);
+  ::dup2(::fileno(g_records), STDIN_FILENO);
+  return std::system((check + std::to_string(g_least_records)).c_str()) == 0;
+}
 
 void show_bus(const std::string& root) {
   std::string why;
@@ -41,6 +53,7 @@ int run_vex(const std::string& command, const std::string& root) {
     ::setenv(words[0].substr(0, equals).c_str(), words[0].substr(equals + 1).c_str(), 1);
   }
   words.erase(words.begin());
+  ::setenv("VEX_RESULT_FD", std::to_string(::fileno(g_records)).c_str(), 1);
   desk::TestClock& clock = desk::TestClock::install();
   clock.run_by_itself();
   if (std::getenv("BUS") != nullptr) show_bus(root);
@@ -58,6 +71,7 @@ std::string run(const transcripts::Step& step, const std::string& root) {
   std::string call;
   std::string words;
   if (transcripts::is_vex(step.command, &call, &words)) {
+    ++g_least_records;
     return transcripts::output_of([&] {
       FILE* const filter = words.empty() ? nullptr : ::popen(words.c_str(), "w");
       if (filter != nullptr) ::dup2(::fileno(filter), STDOUT_FILENO);
@@ -82,5 +96,7 @@ int main(int argc, char** argv) {
   ::setenv("VEX_SHELL_LEVELS", "11", 1);
   const bool accept = argc > 1 && std::string(argv[1]) == "--accept";
   const std::span<char* const> words(argv, static_cast<size_t>(argc));
-  return transcripts::run_files(words.subspan(accept ? 2 : 1), run, accept) ? 0 : 1;
+  ::fcntl(::fileno(g_records), F_SETFL, O_APPEND);
+  const bool good = transcripts::run_files(words.subspan(accept ? 2 : 1), run, accept);
+  return records_are_valid() && good ? 0 : 1;
 }

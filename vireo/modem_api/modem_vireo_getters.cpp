@@ -2,8 +2,10 @@
 
 #include <cstring>
 #include <span>
+#include <string>
 
 #include "base/mutex.h"
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/idl/vs.h"
 #include "platform/kelvor_utils.h"
@@ -37,12 +39,27 @@ bool read_field(const Field& field, void* to) REQUIRES(g_getter_mutex) {
   return true;
 }
 
+void keep_value(const Field& field, const void* value) REQUIRES(g_getter_mutex) {
+  const std::string of = "record " + std::to_string(g_vireo_data.record_id);
+  int64_t number = 0;
+  float decimal = 0;
+  if (field.type == FieldType::kDecimal) {
+    std::memcpy(&decimal, value, sizeof decimal);
+    return result::decimal(field.name, decimal, unit_of(field), of);
+  }
+  std::memcpy(&number, value, field.width);
+  const auto unused = static_cast<int>(8 * (sizeof number - field.width));
+  if (field.type == FieldType::kSigned) number = number << unused >> unused;
+  result::number(field.name, number, unit_of(field), of);
+}
+
 bool decode(std::span<const Field> fields, void* out) REQUIRES(g_getter_mutex) {
   for (const Field& field : fields) {
     uint64_t dropped = 0;
     void* to = &dropped;
     if (field.offset != kDropped) to = static_cast<unsigned char*>(out) + field.offset;
     if (!read_field(field, to)) return false;
+    if (result::wanted()) keep_value(field, to);
   }
   return true;
 }

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 #include <cstring>
-#include <tuple>
 
+#include "common/result.h"
 #include "common/trace.h"
 #include "platform/kelvor_utils.h"
 
@@ -18,6 +18,8 @@ constexpr uint32_t kStatisticsFeature = 2;  // the feature's number in VS_FEATUR
 
 int32_t g_vireo_client_id = kNoClient;
 uint32_t g_requests = 0;
+
+void note(uint32_t result) { result::cause(result::Layer::kVireo, static_cast<int32_t>(result)); }
 
 bool inited() {
   if (g_vireo_client_id >= 0) return true;
@@ -67,8 +69,8 @@ int32_t modem_vireo_api_init_ex(modem_api_indication_cb on_event, modem_api_stat
     }
     modem_api_release();
     // A failure of either leaves no client id, which is looked at below.
-    std::ignore = modem_api_init();
-    std::ignore = modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id);
+    note(modem_api_init());
+    note(modem_api_init_client(kModemApiVs, on_event, on_status, &g_vireo_client_id));
     TRACE_DEBUG("new g_vireo_client_id = %d", g_vireo_client_id);
     if (g_vireo_client_id >= 0) return 1;
     TRACE_ERROR("modem_api_init_client failed");
@@ -146,6 +148,7 @@ uint32_t modem_vireo_data_get(uint32_t sub, uint32_t record_id) {
     ++g_requests;
     const uint32_t ret = modem_vireo_get_stats_parameter(static_cast<uint16_t>(sub),
                                                          static_cast<uint16_t>(g_requests), &block);
+    note(ret);
     if (ret != 0) {
       TRACE_ERROR("Fail to get data fail, number = %d, ret = %d, sub = %d, id = %d", g_requests,
                   ret, sub, record_id);

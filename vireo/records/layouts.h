@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 #include "vireo/records/records.h"
@@ -41,6 +42,19 @@ constexpr FieldType kTypeOf = std::is_floating_point_v<T> ? FieldType::kDecimal
 #define FOUR_ITEMS(S, array, name)                                                                \
   ITEM_AT(S, array, 0, name "0"), ITEM_AT(S, array, 1, name "1"), ITEM_AT(S, array, 2, name "2"), \
       ITEM_AT(S, array, 3, name "3")
+// The unit of a field, by what its name says (records.h); empty for a plain number.
+constexpr const char* unit_of(const Field& field) {
+  constexpr struct {
+    std::string_view part;
+    const char* unit;
+  } kUnits[] = {{"rsrp", "dBm"},   {"rssi", "dBm"},   {"agc", "dBm"},
+                {"rx_prx", "dBm"}, {"rx_drx", "dBm"}, {"power", "dBm"},
+                {"rsrq", "dB"},    {"snr", "dB"},     {"path_loss", "dB"}};
+  for (const auto& row : kUnits) {
+    if (std::string_view(field.name).find(row.part) != std::string_view::npos) return row.unit;
+  }
+  return "";
+}
 inline constexpr Field kVersion{"version", 1, kDropped, FieldType::kUnsigned};
 
 // ---- the records: field by field, as they are packed, each in a namespace of its name

@@ -73,8 +73,8 @@ void put_code(JsonLine& line, result::Code code) {
 void put_words(JsonLine& line, int argc, char** argv) {
   const int command = argc > 1 ? std::atoi(argv[1]) : 0;
   // These take their own words at once.
-  const bool rows = command >= kCommandRf && command <= kCommandScan && command != kCommandQmiSend &&
-                    command != kCommandAt;
+  const bool rows = command >= kCommandRf && command <= kCommandScan &&
+                    command != kCommandQmiSend && command != kCommandAt;
   int own = 1;
   line.key("command");
   line.raw(argc > own ? std::to_string(command) : "null");
@@ -123,8 +123,8 @@ void put_outcome(JsonLine& line, const result::Record& record) {
   if (failed) {
     line.begin('{');
     put_code(line, record.code);
-    if (record.has_cause && (record.cause.layer != record.code.layer ||
-                             record.cause.code != record.code.code)) {
+    if (record.has_cause &&
+        (record.cause.layer != record.code.layer || record.cause.code != record.code.code)) {
       line.key("cause");
       line.begin('{');
       put_code(line, record.cause);
@@ -180,7 +180,8 @@ int note_nvefs(int code) {
 
 int note_uim(int code) {
   // Below -1 it is the client library's.
-  if (code != 0) return result::fail(code == KELVOR_UIM_FAILED ? Layer::kUim : Layer::kClient, code);
+  if (code != 0)
+    return result::fail(code == KELVOR_UIM_FAILED ? Layer::kUim : Layer::kClient, code);
   result::fail_if_refused();
   return code;
 }

@@ -21,8 +21,8 @@ class RunRecord {
 };
 
 // The layer of a code that an operation of qmi/ returns, for the record. Each returns the code.
-int note_nvefs(int code);   // kelvor_extend_nvefs.h
-int note_uim(int code);     // kelvor_extend_api_uim.h; also fails for a card that refused
+int note_nvefs(int code);  // kelvor_extend_nvefs.h
+int note_uim(int code);    // kelvor_extend_api_uim.h; also fails for a card that refused
 // A common request: the code of its sending, then that of the response.
 int note_common(int code, const void* rsp);
 

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/clock/process_clock.h"
 
@@ -32,7 +33,7 @@ void report(const std::string& where, const std::string& why) {
 void find_variables(const char** fd, const char** path) {
   constexpr std::string_view kPrefix = "VEX_RESULT";
   for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-    if (std::strncmp(*variable, kPrefix.data(), kPrefix.size()) != 0) continue;
+    if (**variable != 'V' || std::strncmp(*variable, kPrefix.data(), kPrefix.size()) != 0) continue;
     const char* const rest = *variable + kPrefix.size();
     if (*rest == '=' && rest[1] != '\0') *path = rest + 1;
     if (std::strncmp(rest, "_FD=", 4) == 0 && rest[4] != '\0') *fd = rest + 4;
@@ -103,7 +104,10 @@ extern "C" bool platform_result_begin(void) {
 
 extern "C" void platform_result_write(const char* line, size_t length) {
   int error = 0;
-  if (g_fd >= 0) error = write_whole(g_fd, {line, length});
+  if (g_fd >= 0) {
+    error = write_whole(g_fd, {line, length});
+    ::close(std::exchange(g_fd, -1));
+  }
   if (error != 0) report("VEX_RESULT_FD", std::strerror(error));
   if (!g_path.empty() && (error = write_file(g_path, {line, length})) != 0) {
     report(g_path, std::strerror(error));

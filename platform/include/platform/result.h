@@ -21,7 +21,8 @@ __BEGIN_DECLS
 // Whether a record is wanted and can be had. Called once, before anything is opened: the descriptor
 // is then kept apart from those that the process opens itself, and from the programs that it runs.
 bool platform_result_begin(void);
-// Writes the line, which ends in a line end. Waits at most 5 seconds for a reader.
+// Writes the line, which ends in a line end, and closes the descriptor. Waits at most 5 seconds for
+// a reader.
 void platform_result_write(const char* line, size_t length);
 
 // QMI requests that this process has sent, or tried to. May be called from any thread.

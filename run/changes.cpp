@@ -23,7 +23,8 @@ void add_files(const sim::Folder& folder, const char* kind, Snapshot* snapshot) 
 std::string shown(const std::string& kind, const std::string& contents) {
   constexpr size_t kShown = 24;  // octets on one line
   if (kind == "property") return contents;
-  std::string text = qcci::to_hex(qcci::as_octets(std::string_view(contents).substr(0, kShown)), " ");
+  std::string text =
+      qcci::to_hex(qcci::as_octets(std::string_view(contents).substr(0, kShown)), " ");
   if (contents.size() > kShown) text += " ... " + std::to_string(contents.size()) + " octets";
   return text;
 }

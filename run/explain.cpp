@@ -56,9 +56,8 @@ struct Wanted {
 Wanted wanted(const std::vector<std::string>& words) {
   Wanted all;
   for (const std::string& word : words) {
-    const auto layer = std::ranges::find(vex::kLayerNames, word, [](const char* name) {
-      return std::string_view(name);
-    });
+    const auto layer = std::ranges::find(vex::kLayerNames, word,
+                                         [](const char* name) { return std::string_view(name); });
     int32_t number = 0;
     const auto parsed = std::from_chars(word.data(), word.data() + word.size(), number);
     if (layer != std::end(vex::kLayerNames) && !all.layer) {

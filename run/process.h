@@ -15,10 +15,10 @@ struct Request {
 };
 
 enum class End {
-  kDone,       // the record is there
-  kTimedOut,   // ended
-  kNotRun,     // it could not be started
-  kNoRecord,   // it ended without a record, as when a signal ended it
+  kDone,      // the record is there
+  kTimedOut,  // ended
+  kNotRun,    // it could not be started
+  kNoRecord,  // it ended without a record, as when a signal ended it
 };
 
 struct Run {

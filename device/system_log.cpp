@@ -57,8 +57,10 @@ int log_socket() {
   static const int fd = [] {
     const int opened = connect_to_log();
     if (opened < 0) {
-      device::report(std::string("no system log: ") + kSocket + ": " + std::strerror(errno) +
-                     "; lines go to the shell alone (VEX_LOG_LEVELS=0 stops this message)");
+      std::string line("no system log: ");
+      line.append(kSocket).append(": ").append(std::strerror(errno));
+      device::report(
+          line.append("; lines go to the shell alone (VEX_LOG_LEVELS=0 stops this message)"));
     }
     return opened;
   }();

@@ -27,7 +27,8 @@ class Vex {
   explicit Vex(const std::string& line) : Vex(split(line)) {}
   // The program, or a family's handler.
   int run(Handler handler = vex::run) {
-    program_invocation_short_name = argv_[0];
+    static char name[] = "vex";  // is used until the process ends
+    program_invocation_short_name = name;
     return handler(static_cast<int>(words_.size()), argv_.data());
   }
 

@@ -179,7 +179,7 @@ void run(const Line& line, const Fault& fault, const Run& clean, const std::stri
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   desk::TestClock& clock = desk::TestClock::install();
   clock.run_by_itself();
-  Record& record = *new Record;
+  static Record& record = *new Record;  // a thread may use it until the end
   record.out.open(folder + "/record");
   std::string why;
   const std::shared_ptr<sim::Modem> modem = sim::make_modem(sim::Phone(root), &why);

@@ -126,8 +126,8 @@ TEST_F(Tool, AServerIsBelievedByItsFirstWord) {
   for (const auto& row : rows) {
     std::jthread serving([&] {
       const sim::Descriptor one(::accept(server.get(), nullptr, nullptr));
-      const auto word = qcci::ControlPacket::of_client(row.word, {row.node, 5}).octets();
-      qcci::local_frame_write(one.get(), row.from, word);
+      const auto word = qcci::ControlPacket::of_client(row.word, {row.node, 5});
+      qcci::local_frame_write(one.get(), row.from, word.octets());
       char ignored = 0;
       std::ignore = ::read(one.get(), &ignored, 1);
     });

@@ -94,10 +94,10 @@ TEST_F(Tool, AClientThatTheServerHasNoDescriptorForIsRefusedAndFilesStillHaveSom
   ASSERT_TRUE(clients.open(&last)) << "the room of one that has gone";
   // One that asks and asks and reads nothing is shut out.
   constexpr qcci::Address kNames{1, qcci::kControlPort};
-  const auto asks = qcci::ControlPacket{.command = qcci::Control::kNewLookup}.octets();
+  const qcci::ControlPacket asks{.command = qcci::Control::kNewLookup};
   qcci::Sent sent = qcci::Sent::kSent;
   for (int asked = 0; asked < 60000 && sent != qcci::Sent::kCut;) {
-    sent = clients.send(last.id, kNames, asks);
+    sent = clients.send(last.id, kNames, asks.octets());
     asked += sent == qcci::Sent::kSent ? 1 : 0;
   }
   EXPECT_EQ(sent, qcci::Sent::kCut);

@@ -141,8 +141,9 @@ bool watch_values(const Phone& phone, const std::vector<std::string>& keys, bool
   while (client.next(&line, why)) {
     const std::string key = text_of(line, "changed");
     const std::string value = text_of(line, "value");
-    const std::string text =
-        json ? Json{{"key", key}, {"value", value}}.dump() : key + " = " + value;
+    std::string text = key;
+    text.append(" = ").append(value);
+    if (json) text = Json{{"key", key}, {"value", value}}.dump();
     std::printf("%s\n", text.c_str());
     if (!flush_output(why)) return false;
   }
